@@ -1,0 +1,8 @@
+#include "core/Clock.h"
+
+Clock::~Clock() = default;
+
+QDateTime Clock::now() const
+{
+    return QDateTime::currentDateTime();
+}

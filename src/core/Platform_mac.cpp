@@ -1,0 +1,11 @@
+#include "core/Platform.h"
+
+bool Platform::isMac()
+{
+    return true;
+}
+
+QString Platform::defaultApplicationsFolder(const QString &)
+{
+    return QStringLiteral("/Applications");
+}

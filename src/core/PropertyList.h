@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+
+// Property lists through libplist, mapped to QVariant: dictionary <-> QVariantMap,
+// array <-> QVariantList, string <-> QString, integer <-> qlonglong, real <-> double,
+// boolean <-> bool, date <-> QDateTime (UTC), data <-> QByteArray.
+// Reads XML and binary property lists; writes XML.
+class PropertyList final
+{
+public:
+    // An invalid QVariant and an error text when the data is not a property list.
+    static QVariant fromData(const QByteArray &data, QString *error = nullptr);
+    static QVariant readFile(const QString &path, QString *error = nullptr);
+
+    // An empty array and an error text when the value holds a type plists cannot carry.
+    static QByteArray toXml(const QVariant &value, QString *error = nullptr);
+    // Serialises first and writes atomically; nothing is written when serialising fails.
+    static bool writeFile(const QString &path, const QVariant &value, QString *error = nullptr);
+};

@@ -1,0 +1,88 @@
+#include "support/TestContext.h"
+
+#include "core/Logger.h"
+#include "core/UserDefaults.h"
+
+#include <QDir>
+#include <QProcess>
+
+namespace {
+
+class FixedClock final : public Clock
+{
+public:
+    explicit FixedClock(QDateTime time)
+        : m_time(std::move(time))
+    {
+    }
+    QDateTime now() const override { return m_time; }
+
+private:
+    QDateTime m_time;
+};
+
+} // namespace
+
+TestContext::TestContext()
+{
+    Context::Folders folders;
+    folders.home = m_dir.path() + QStringLiteral("/home");
+    folders.support = folders.home + QStringLiteral("/.local/share/Sorvane");
+    folders.resources = Context::locateResources();
+    QDir().mkpath(folders.home);
+    m_context = std::make_unique<Context>(
+        folders, std::make_unique<UserDefaults>(m_dir.path() + QStringLiteral("/settings.ini")));
+    Context::setShared(m_context.get());
+    Logger::setHandler([this](const QString &line) { m_log.append(line); });
+}
+
+TestContext::~TestContext()
+{
+    Logger::setHandler({});
+    Context::setShared(nullptr);
+}
+
+QString TestContext::home() const
+{
+    return m_context->homeFolder();
+}
+
+QString TestContext::supportFolder() const
+{
+    return m_context->supportFolder();
+}
+
+QString TestContext::applicationsFolder() const
+{
+    return m_context->applicationsFolder();
+}
+
+void TestContext::setNow(const QDateTime &time)
+{
+    m_context->setClock(std::make_unique<FixedClock>(time));
+}
+
+QByteArray plistAsJsonFromPython(const QString &path)
+{
+    static const char *script = R"PY(
+import base64, datetime, json, plistlib, sys
+def conv(v):
+    if isinstance(v, dict): return {k: conv(x) for k, x in v.items()}
+    if isinstance(v, list): return [conv(x) for x in v]
+    if isinstance(v, bytes): return "data:" + base64.b64encode(v).decode()
+    if isinstance(v, datetime.datetime): return "date:" + v.isoformat()
+    return v
+with open(sys.argv[1], "rb") as f:
+    print(json.dumps(conv(plistlib.load(f)), sort_keys=True, ensure_ascii=False, separators=(",", ":")))
+)PY";
+    QProcess python;
+    python.start(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), QString::fromUtf8(script), path});
+    if (!python.waitForFinished(30000) || python.exitCode() != 0)
+        return {};
+    return python.readAllStandardOutput().trimmed();
+}
+
+QString fixturePath(const QString &relative)
+{
+    return QStringLiteral(SORVANE_TEST_FIXTURES "/") + relative;
+}

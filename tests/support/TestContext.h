@@ -1,0 +1,46 @@
+#pragma once
+
+#include "core/Clock.h"
+#include "core/Context.h"
+#include "support/QtPrinters.h"
+
+#include <QDateTime>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+// A Context over a fresh temporary folder: its own home, support folder, applications folder and
+// settings file. It becomes the shared context while it lives, and collects every logged line.
+class TestContext final
+{
+public:
+    TestContext();
+    ~TestContext();
+
+    Context &context() { return *m_context; }
+    QString root() const { return m_dir.path(); }
+    QString home() const;
+    QString supportFolder() const;
+    QString applicationsFolder() const;
+
+    // Lines logged since construction (or the last clearLog()).
+    const QStringList &log() const { return m_log; }
+    void clearLog() { m_log.clear(); }
+
+    // Freezes the clock at `time`.
+    void setNow(const QDateTime &time);
+
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<Context> m_context;
+    QStringList m_log;
+};
+
+// Reads a property list with Python's plistlib and returns it as compact JSON (keys sorted),
+// so tests check our files with a reader that shares no code with ours. Dates and data are
+// rendered as strings ("date:<iso>", "data:<base64>").
+QByteArray plistAsJsonFromPython(const QString &path);
+
+// The test fixtures folder of the source tree.
+QString fixturePath(const QString &relative);
