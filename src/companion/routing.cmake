@@ -1,0 +1,2 @@
+# Routing rules, destinations and the routing data handed to the companion extension.
+target_sources(sorvane_companion PRIVATE)

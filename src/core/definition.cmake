@@ -1,0 +1,2 @@
+# App definition, tab model, editor item and the browser catalogue.
+target_sources(sorvane_core PRIVATE)

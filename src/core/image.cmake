@@ -1,0 +1,2 @@
+# Images as ordered sets of representations.
+target_sources(sorvane_core PRIVATE)
