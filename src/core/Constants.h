@@ -31,4 +31,8 @@ inline const QString LegacyCompanionFolderName = QStringLiteral("hdkpjmbnacelfog
 // The native-messaging host the companion extension talks to.
 inline const QString NativeHostName = QStringLiteral("com.ondrel.sorvane.helper");
 
+// The web-mail table of legacy whitelisting: apps on the mail domain also keep its sign-in site.
+inline const QString WebMailDomain = QStringLiteral("gmail.com");
+inline const QString WebMailSignInDomain = QStringLiteral("accounts.google.com");
+
 } // namespace Constants
