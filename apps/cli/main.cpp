@@ -1,11 +1,71 @@
+// sorvane: the scripting face of the generator.
+
+#include "BrowsersCommand.h"
+#include "RegistryCommand.h"
+
 #include "core/Context.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <memory>
+#include <vector>
+
+namespace {
+
+std::vector<std::unique_ptr<Command>> commands()
+{
+    std::vector<std::unique_ptr<Command>> list;
+    list.push_back(std::make_unique<BrowsersCommand>());
+    list.push_back(std::make_unique<RegistryCommand>());
+    return list;
+}
+
+QString usage(const std::vector<std::unique_ptr<Command>> &list)
+{
+    QString text = QStringLiteral("Usage: sorvane <command> [options]\n\n"
+                                  "Turns web sites into stand-alone desktop apps.\n\n"
+                                  "Commands:\n");
+    for (const auto &command : list)
+        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(10), command->description());
+    text += QStringLiteral("\nOptions:\n"
+                           "  --help     Show this help; `sorvane <command> --help` shows a command's options.\n"
+                           "  --version  Show Sorvane's version.\n");
+    return text;
+}
+
+} // namespace
+
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    QTextStream(stdout) << "sorvane\n";
-    return 0;
+    QCoreApplication::setApplicationName(QStringLiteral("sorvane"));
+
+    const auto list = commands();
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    if (arguments.isEmpty()) {
+        err << usage(list);
+        return Command::BadUsage;
+    }
+    const QString first = arguments.first();
+    if (first == QLatin1String("--help") || first == QLatin1String("-h") || first == QLatin1String("help")) {
+        out << usage(list);
+        return Command::Success;
+    }
+    if (first == QLatin1String("--version") || first == QLatin1String("-v")) {
+        const auto context = Context::createDefault();
+        out << "sorvane " << context->version() << '\n';
+        return Command::Success;
+    }
+    for (const auto &command : list) {
+        if (command->name() == first) {
+            const auto context = Context::createDefault();
+            return command->execute(arguments, *context);
+        }
+    }
+    err << "sorvane: unknown command '" << first << "'\n\n" << usage(list);
+    return Command::BadUsage;
 }

@@ -1,2 +1,5 @@
-# The generation manager, bundle skeleton and property list.
-target_sources(sorvane_generation PRIVATE)
+# The generation manager, bundle skeleton, property list and per-app configuration.
+target_sources(sorvane_generation PRIVATE
+    AppConfigFile.cpp
+    ApplicationManager.cpp
+)

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "core/Context.h"
+
+#include <QString>
+#include <QVariantMap>
+
+class QDateTime;
+
+// The registry of generated apps: "tracker.plist" in the support folder, a dictionary from each
+// app's registry id (appID) to the record {appID, appPath, lastActivity}, all three strings.
+// Every change rewrites the whole file atomically; a missing or unreadable file reads as empty.
+class SNAppTracker final
+{
+public:
+    explicit SNAppTracker(Context &context = Context::shared());
+
+    // The tracker's records; empty when the file is missing, unreadable or not a dictionary.
+    QVariantMap getTracker() const;
+    // The support folder, created with intermediate folders first (a failure is ignored).
+    QString getAppBundle() const;
+    // Where the tracker lives; does not create anything.
+    QString trackerPath() const;
+
+    // Registers a new app at `path` under a fresh registry id, posts "AppUpdateNotification"
+    // and returns the record (callers read its appID).
+    QVariantMap addAppTracker(const QString &path);
+    // Replaces (or creates) the record under `appId` and posts "AppUpdateNotification".
+    void updateAppTracker(const QString &appId, const QString &path);
+    // Removes the record under `appId`; nothing when the tracker does not exist. No notification.
+    void deleteAppFromTracker(const QString &appId);
+
+    // The fragment that every launcher script runs to stamp its record with the start time and
+    // the bundle's current location. It expects to run in the bundle's Contents/Resources.
+    QString shellUpdateCode(const QString &appId) const;
+
+    // True as soon as one record names a bundle path that exists.
+    bool hasTrackedSorvaneApps() const;
+
+    // A record's lastActivity text for `time`: local time, "2024-03-05 09:07:31 PM".
+    static QString activityStamp(const QDateTime &time);
+
+private:
+    void write(const QVariantMap &tracker) const;
+    QVariantMap record(const QString &appId, const QString &path) const;
+
+    Context &m_context;
+};

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/SNBulkApp.h"
+
+#include <QString>
+#include <QVariantMap>
+
+#include <optional>
+
+// An app that already exists, under edit: its definition, registry id, bundle path and browser.
+class SNEditorItem final
+{
+public:
+    SNBulkApp appItem;
+    bool installed = false;   // the bundle exists on disk
+    QString appId;            // registry identifier
+    QString path;             // bundle path, ending in <Name>.app
+    QString browser;          // browser type key
+
+    // Display name of `browser` (unknown keys name Google Chrome).
+    QString browserName() const;
+
+    // Keys "appItem" (the definition's dictionary form), "appId", "path", "browser" and
+    // optionally "installed"; `installed` defaults to whether the bundle exists.
+    static std::optional<SNEditorItem> initWithDictionary(const QVariantMap &dictionary, QString *error = nullptr);
+};

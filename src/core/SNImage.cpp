@@ -1,0 +1,99 @@
+#include "core/SNImage.h"
+
+#include "core/TiffWriter.h"
+
+#include <QBuffer>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <algorithm>
+
+namespace {
+
+// Reads every image the reader's source holds. An animation counts as one image (its first
+// frame): frames are not sizes. A later entry that does not decode (say, a compression the
+// installed plugins lack) is left out; the input is unreadable only when nothing decodes.
+QList<QImage> readAll(QImageReader &reader, QString *reason)
+{
+    QList<QImage> images;
+    if (!reader.canRead()) {
+        *reason = reader.errorString();
+        return images;
+    }
+    const int count = reader.supportsAnimation() ? 1 : std::max(1, reader.imageCount());
+    for (int index = 0; index < count; ++index) {
+        if (index > 0 && !reader.jumpToImage(index))
+            break;
+        QImage image = reader.read();
+        if (image.isNull()) {
+            if (images.isEmpty())
+                *reason = reader.errorString();
+            continue;
+        }
+        images.append(std::move(image));
+    }
+    return images;
+}
+
+SNImage finish(QList<QImage> images, const QString &source, const QString &reason, QString *error)
+{
+    if (images.isEmpty() && error)
+        *error = QStringLiteral("Cannot read the image %1: %2").arg(source, reason);
+    return SNImage(std::move(images));
+}
+
+} // namespace
+
+SNImage::SNImage(QList<QImage> representations)
+    : m_representations(std::move(representations))
+{
+    m_representations.removeIf([](const QImage &image) { return image.isNull(); });
+}
+
+SNImage SNImage::fromFile(const QString &path, QString *error)
+{
+    const QFileInfo info(path);
+    const QString source = QLatin1Char('"') + path + QLatin1Char('"');
+    if (!info.isFile())
+        return finish({}, source, QStringLiteral("no such file"), error);
+    if (info.size() == 0)
+        return finish({}, source, QStringLiteral("the file is empty"), error);
+    QImageReader reader(path);
+    QString reason;
+    QList<QImage> images = readAll(reader, &reason);
+    return finish(std::move(images), source, reason, error);
+}
+
+SNImage SNImage::fromData(const QByteArray &data, QString *error)
+{
+    const QString source = QStringLiteral("data");
+    if (data.isEmpty())
+        return finish({}, source, QStringLiteral("no data"), error);
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    QString reason;
+    QList<QImage> images = readAll(reader, &reason);
+    return finish(std::move(images), source, reason, error);
+}
+
+QByteArray SNImage::tiffRepresentation() const
+{
+    if (isNull())
+        return {};
+    return TiffWriter::encode(m_representations);
+}
+
+QString SNImage::imageData(const SNImage &image)
+{
+    return QString::fromLatin1(image.tiffRepresentation().toBase64());
+}
+
+QImage SNImage::largestRepresentation() const
+{
+    const auto pixels = [](const QImage &image) { return qint64(image.width()) * image.height(); };
+    const auto largest = std::max_element(m_representations.cbegin(), m_representations.cend(),
+                                          [&](const QImage &a, const QImage &b) { return pixels(a) < pixels(b); });
+    return largest == m_representations.cend() ? QImage() : *largest;
+}

@@ -1,0 +1,140 @@
+#include "generation/ApplicationManager.h"
+
+#include "companion/SNWhiteListPatterns.h"
+#include "core/AtomicWriter.h"
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "core/SNImage.h"
+#include "generation/AppConfigFile.h"
+#include "generation/IconConverter.h"
+#include "generation/SNPlistHelper.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+ApplicationManager::ApplicationManager(Context &context)
+    : m_context(context)
+{
+}
+
+ApplicationManager::~ApplicationManager() = default;
+
+ApplicationManager &ApplicationManager::sharedManager()
+{
+    static ApplicationManager manager(Context::shared());
+    return manager;
+}
+
+QStringList ApplicationManager::newAppDirectories(const QString &applicationsFolder, const QString &appName)
+{
+    const QString bundle = QStringLiteral("%1/%2.app").arg(applicationsFolder, appName);
+    const QString profile = bundle + QStringLiteral("/Contents/Profile");
+    const QString defaultUser = profile + QStringLiteral("/Default");
+    return {
+        bundle,
+        bundle + QStringLiteral("/Contents/Resources"),
+        bundle + QStringLiteral("/Contents/MacOS"),
+        profile,
+        defaultUser,
+        defaultUser + QStringLiteral("/Extensions"),
+        defaultUser + QStringLiteral("/IndexedDB"),
+        defaultUser + QStringLiteral("/Local Storage"),
+    };
+}
+
+void ApplicationManager::setBundleDirectories(const QStringList &directories)
+{
+    if (directories.size() < 6)
+        return;
+    contentsDirectory = directories[0] + QStringLiteral("/Contents");
+    resourceDirectory = directories[1];
+    execDirectory = directories[2];
+    profileDirectory = directories[3];
+    defaultUserDirectory = directories[4];
+    extentionsDirectory = directories[5];
+}
+
+bool ApplicationManager::makeNewAppDirectoriesWithDirectories(const QStringList &directories, SNError *error)
+{
+    for (const QString &directory : directories) {
+        const QFileInfo info(directory);
+        if (info.exists() || info.isSymLink()) {
+            Logger::log(QStringLiteral("File already exists at that path."));
+            if (error)
+                *error = {1, QStringLiteral("Application already exists with that name.")};
+            return false;
+        }
+        if (!QDir().mkpath(directory)) {
+            Logger::log(QStringLiteral("Error creating new directory:%1").arg(directory));
+            if (error)
+                *error = {1, QStringLiteral("The folder %1 could not be created.").arg(directory)};
+            return false;
+        }
+        Logger::log(QStringLiteral("New directory created successfully."));
+    }
+    return true;
+}
+
+bool ApplicationManager::createPlistFileWithDestinationDirectory(const QString &contentsFolder,
+                                                                 const QString &appName, bool registerAsBrowser,
+                                                                 SNError *error)
+{
+    const QVariantMap info = SNPlistHelper::infoDictionary(appName, registerAsBrowser,
+                                                           m_definition.passwordManagerCompatibility,
+                                                           m_context.version(), m_context.bundleIdentifier());
+    QString reason;
+    const QByteArray xml = PropertyList::toXml(info, &reason);
+    if (xml.isEmpty()) {
+        if (error)
+            *error = {1, reason};
+        return false;
+    }
+    QString writeError;
+    const bool written = AtomicWriter::write(contentsFolder + QStringLiteral("/Info.plist"), xml, &writeError);
+    Logger::log(written ? QStringLiteral("Plist created successfully.") : QStringLiteral("Error creating Plist."));
+    if (!written && error)
+        *error = {1, writeError};
+    return written;
+}
+
+bool ApplicationManager::convertImagesWithSourceImage(const SNImage &image, const QString &destinationFolder,
+                                                      SNError *error)
+{
+    return IconConverter::convertImagesWithSourceImage(image, destinationFolder, error);
+}
+
+bool ApplicationManager::saveAppConfig(const QString &appID)
+{
+    const QString folder = SNAppTracker(m_context).getAppBundle();
+    QString error;
+    if (!AppConfigFile::write(AppConfigFile::path(folder, appID), m_definition, &error)) {
+        Logger::log(QStringLiteral("Error saving app config: %1").arg(error));
+        return false;
+    }
+    return true;
+}
+
+QString ApplicationManager::imageData(const SNImage &image)
+{
+    return SNImage::imageData(image);
+}
+
+QString ApplicationManager::getCromePath() const
+{
+    return BrowserCatalogue::enginePathForGenerator(m_definition.applicationType, m_context.defaults());
+}
+
+QStringList ApplicationManager::getWhiteListOptions() const
+{
+    QStringList addresses;
+    if (m_definition.needTab && !m_definition.tabsList.isEmpty()) {
+        for (const SNTabModel &tab : m_definition.tabsList)
+            addresses.append(tab.tabUrlString);
+    } else {
+        addresses.append(m_definition.appURL);
+    }
+    return SNWhiteListPatterns::legacyPatterns(addresses, false);
+}

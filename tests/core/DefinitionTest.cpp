@@ -1,0 +1,103 @@
+#include "core/SNEditorItem.h"
+
+#include "support/TestContext.h"
+
+#include <QDir>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+TEST(SNBulkApp, ReadsTheDictionaryForm)
+{
+    TestContext test;
+    QImage icon(32, 32, QImage::Format_ARGB32);
+    icon.fill(Qt::red);
+    ASSERT_TRUE(icon.save(test.root() + QStringLiteral("/icon.png")));
+
+    QString error;
+    const auto app = SNBulkApp::fromDictionary(
+        {{QStringLiteral("appName"), QStringLiteral("Mail")},
+         {QStringLiteral("appURL"), QStringLiteral("https://mail.example.test")},
+         {QStringLiteral("appIcon"), QStringLiteral("icon.png")},
+         {QStringLiteral("tabbedApp"), true},
+         {QStringLiteral("tabsList"), QVariantList{QStringLiteral("https://a.test"),
+                                                   QVariantMap{{QStringLiteral("tabUrlString"), QStringLiteral("https://b.test")}}}},
+         {QStringLiteral("restoreSession"), false},
+         {QStringLiteral("defaultDestination"), QVariantMap{{QStringLiteral("type"), QStringLiteral("in-app")}}},
+         {QStringLiteral("somethingElse"), 1}},
+        test.root(), &error);
+    ASSERT_TRUE(app) << qPrintable(error);
+    EXPECT_EQ(app->appName, QStringLiteral("Mail"));
+    EXPECT_TRUE(app->tabbedApp);
+    EXPECT_EQ(app->tabsList, (SNTabList{SNTabModel(QStringLiteral("https://a.test")), SNTabModel(QStringLiteral("https://b.test"))}));
+    EXPECT_FALSE(app->restoreSession);
+    EXPECT_FALSE(app->incognito);
+    ASSERT_FALSE(app->appIcon.isNull());
+    EXPECT_EQ(app->appIcon.representations().first().size(), QSize(32, 32));
+    ASSERT_TRUE(app->defaultDestination);
+}
+
+struct BadField
+{
+    const char *key;
+    QVariant value;
+};
+
+void PrintTo(const BadField &field, std::ostream *os)
+{
+    *os << field.key;
+}
+
+class SNBulkAppRejects : public ::testing::TestWithParam<BadField>
+{
+};
+
+TEST_P(SNBulkAppRejects, AFieldOfTheWrongTypeByName)
+{
+    TestContext test;
+    QString error;
+    const QString key = QString::fromUtf8(GetParam().key);
+    EXPECT_FALSE(SNBulkApp::fromDictionary({{QStringLiteral("appName"), QStringLiteral("A")}, {key, GetParam().value}},
+                                           test.root(), &error));
+    EXPECT_TRUE(error.startsWith(key + u':')) << qPrintable(error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fields, SNBulkAppRejects,
+    ::testing::Values(BadField{"appName", 3}, BadField{"incognito", QStringLiteral("yes")},
+                      BadField{"tabsList", QStringLiteral("https://a.test")}, BadField{"tabsList", QVariantList{1}},
+                      BadField{"routingRules", QStringLiteral("allow")},
+                      BadField{"defaultDestination", QStringLiteral("default")},
+                      BadField{"appIcon", QStringLiteral("missing.png")}, BadField{"appIcon", QByteArray("not an image")},
+                      BadField{"appIcon", 5}));
+
+TEST(SNEditorItem, InitWithDictionary)
+{
+    TestContext test;
+    const QString bundle = test.root() + QStringLiteral("/Mail.app");
+    QDir().mkpath(bundle);
+    const QVariantMap definition{{QStringLiteral("appName"), QStringLiteral("Mail")}};
+
+    auto item = SNEditorItem::initWithDictionary({{QStringLiteral("appItem"), definition},
+                                                  {QStringLiteral("appId"), QStringLiteral("ID-1")},
+                                                  {QStringLiteral("path"), bundle},
+                                                  {QStringLiteral("browser"), QStringLiteral("helium")}});
+    ASSERT_TRUE(item);
+    EXPECT_TRUE(item->installed);
+    EXPECT_EQ(item->browserName(), QStringLiteral("Helium"));
+    EXPECT_EQ(item->appItem.appName, QStringLiteral("Mail"));
+
+    item = SNEditorItem::initWithDictionary({{QStringLiteral("appItem"), definition},
+                                             {QStringLiteral("appId"), QStringLiteral("ID-2")},
+                                             {QStringLiteral("path"), QString(test.root() + QStringLiteral("/Gone.app"))},
+                                             {QStringLiteral("browser"), QStringLiteral("unknown")}});
+    ASSERT_TRUE(item);
+    EXPECT_FALSE(item->installed);
+    EXPECT_EQ(item->browserName(), QStringLiteral("Google Chrome"));
+
+    QString error;
+    EXPECT_FALSE(SNEditorItem::initWithDictionary(QVariantMap{{QStringLiteral("appId"), QStringLiteral("X")}}, &error));
+    EXPECT_TRUE(error.startsWith(QStringLiteral("appItem:")));
+    EXPECT_FALSE(SNEditorItem::initWithDictionary(QVariantMap{{QStringLiteral("appItem"), definition}}, &error));
+    EXPECT_TRUE(error.startsWith(QStringLiteral("appId:")));
+}

@@ -1,0 +1,3 @@
+sorvane_add_test(definition_tests
+    SOURCES BrowserCatalogueTest.cpp DefinitionTest.cpp
+    LIBRARIES Sorvane::core)

@@ -1,0 +1,158 @@
+#include "generation/AppConfigFile.h"
+#include "generation/ApplicationManager.h"
+
+#include "support/TestContext.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImage>
+#include <QImageReader>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPainter>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+SNImage sampleIcon()
+{
+    QImage image(64, 64, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.fillRect(8, 8, 40, 20, QColor(10, 200, 30));
+    painter.end();
+    return SNImage({image});
+}
+
+AppDefinition tabbedDefinition()
+{
+    AppDefinition app;
+    app.appName = QStringLiteral("My App");
+    app.appURL = QStringLiteral("https://app.example.test");
+    app.needTab = true;
+    app.tabsList = {SNTabModel(QStringLiteral("https://a.test")), SNTabModel(QStringLiteral("https://b.test"))};
+    app.applicationType = 2;
+    app.appIcon = sampleIcon();
+    app.incognito = true;
+    app.isWhitelistingEnabled = true;
+    app.routingRules = {QVariantMap{{QStringLiteral("id"), QStringLiteral("r1")},
+                                    {QStringLiteral("pattern"), QStringLiteral(" news.test ")},
+                                    {QStringLiteral("action"), QStringLiteral("route")}}};
+    app.defaultDestination = QVariantMap{{QStringLiteral("type"), QStringLiteral("in-app")},
+                                         {QStringLiteral("junk"), 1}};
+    app.accentColor = QStringLiteral("#FF8800");
+    app.currentProfileKey = QStringLiteral("Profile 1");
+    app.selectedExtensions = {QStringLiteral("abcdefghijklmnopabcdefghijklmnop")};
+    app.restoreSession = false;
+    return app;
+}
+
+QJsonObject writeAndReadWithPython(const TestContext &test, const AppDefinition &app)
+{
+    const QString path = AppConfigFile::path(test.root(), QStringLiteral("ID"));
+    EXPECT_TRUE(AppConfigFile::write(path, app));
+    return QJsonDocument::fromJson(plistAsJsonFromPython(path)).object();
+}
+
+} // namespace
+
+TEST(AppConfigFile, HoldsExactlyTheKeysAndTypesOfTheFile)
+{
+    TestContext test;
+    const QJsonObject config = writeAndReadWithPython(test, tabbedDefinition());
+    const QJsonObject expected = QJsonDocument::fromJson(R"({
+        "needTab": true, "isWhitelistingEnabled": true, "registerAsBrowser": false,
+        "applicationType": 2, "browserType": "brave", "tabList": ["https://a.test", "https://b.test"],
+        "currentProfileKey": "Profile 1", "appName": "My App", "appURL": "https://app.example.test",
+        "selectedExtensions": ["abcdefghijklmnopabcdefghijklmnop"], "useIncognito": true,
+        "routingRules": [{"id": "r1", "pattern": "news.test", "action": "route", "destination": {"type": "default"}}],
+        "defaultDestination": {"type": "in-app"}, "forceDarkMode": false, "accentColor": "#FF8800",
+        "restoreSession": false, "passwordManagerCompatibility": false})").object();
+    QJsonObject withoutIcon = config;
+    withoutIcon.remove(QStringLiteral("appIcon"));
+    EXPECT_EQ(withoutIcon, expected);
+
+    // The icon: base64 without line breaks, then a TIFF holding the image.
+    const QString icon = config.value(QStringLiteral("appIcon")).toString();
+    EXPECT_FALSE(icon.contains(u'\n'));
+    QByteArray tiff = QByteArray::fromBase64(icon.toLatin1());
+    QBuffer buffer(&tiff);
+    QImageReader reader(&buffer, "tiff");
+    const QImage decoded = reader.read().convertToFormat(QImage::Format_ARGB32);
+    EXPECT_EQ(decoded, sampleIcon().representations().first().convertToFormat(QImage::Format_ARGB32));
+}
+
+TEST(AppConfigFile, SingleWindowAppsWriteAnEmptyTabListAndLeaveUnsetKeysOut)
+{
+    TestContext test;
+    AppDefinition app = tabbedDefinition();
+    app.needTab = false;
+    app.defaultDestination.reset();
+    app.accentColor.clear();
+    app.currentProfileKey.clear();
+    app.selectedExtensions.clear();
+    const QJsonObject config = writeAndReadWithPython(test, app);
+    EXPECT_EQ(config.value(QStringLiteral("tabList")), QJsonValue(QJsonArray()));
+    for (const char *absent : {"defaultDestination", "accentColor", "currentProfileKey", "selectedExtensions"})
+        EXPECT_FALSE(config.contains(QString::fromLatin1(absent))) << absent;
+
+    // An invalid default destination is left out too, not written empty.
+    app.defaultDestination = QVariantMap{{QStringLiteral("type"), QStringLiteral("browser")}};
+    EXPECT_FALSE(writeAndReadWithPython(test, app).contains(QStringLiteral("defaultDestination")));
+}
+
+class AppConfigBrowserType : public ::testing::TestWithParam<std::pair<int, const char *>>
+{
+};
+
+TEST_P(AppConfigBrowserType, FollowsTheTypeNumber)
+{
+    AppDefinition app;
+    app.applicationType = GetParam().first;
+    const QVariantMap config = AppConfigFile::dictionaryForDefinition(app);
+    EXPECT_EQ(config.value(QStringLiteral("browserType")).toString(), QString::fromLatin1(GetParam().second));
+    EXPECT_EQ(config.value(QStringLiteral("applicationType")).toInt(), GetParam().first);
+}
+
+INSTANTIATE_TEST_SUITE_P(Numbers, AppConfigBrowserType,
+                         ::testing::Values(std::pair{0, "chrome"}, std::pair{1, "canary"}, std::pair{2, "brave"},
+                                           std::pair{3, "edge"}, std::pair{4, "opera"}, std::pair{5, "chromium"},
+                                           std::pair{6, "vivaldi"}, std::pair{7, "helium"}, std::pair{8, "chrome"},
+                                           std::pair{-3, "chrome"}));
+
+TEST(AppConfigFile, ReadsBackIntoTheDefinition)
+{
+    TestContext test;
+    const AppDefinition original = tabbedDefinition();
+    ApplicationManager manager(test.context());
+    manager.definition() = original;
+    ASSERT_TRUE(manager.saveAppConfig(QStringLiteral("APP-ID")));
+    const QString path = test.supportFolder() + QStringLiteral("/APP-ID.config");
+    ASSERT_TRUE(QFile::exists(path));
+
+    const auto read = AppConfigFile::read(path);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->appName, original.appName);
+    EXPECT_EQ(read->appURL, original.appURL);
+    EXPECT_EQ(read->tabsList, original.tabsList);
+    EXPECT_EQ(read->applicationType, 2);
+    EXPECT_EQ(read->incognito, true);
+    EXPECT_EQ(read->restoreSession, false);
+    EXPECT_EQ(read->accentColor, original.accentColor);
+    EXPECT_EQ(read->selectedExtensions, original.selectedExtensions);
+    EXPECT_EQ(read->defaultDestination, (QVariantMap{{QStringLiteral("type"), QStringLiteral("in-app")}}));
+    ASSERT_EQ(read->routingRules.size(), 1);
+    EXPECT_EQ(read->routingRules.first().toMap().value(QStringLiteral("pattern")).toString(), QStringLiteral("news.test"));
+    ASSERT_FALSE(read->appIcon.isNull());
+    EXPECT_EQ(read->appIcon.representations().first().size(), QSize(64, 64));
+
+    // Older files without restoreSession restored their session.
+    EXPECT_TRUE(AppConfigFile::definitionFromDictionary({}).restoreSession);
+
+    QFile::resize(path, 20);
+    QString error;
+    EXPECT_FALSE(AppConfigFile::read(path, &error));
+    EXPECT_FALSE(error.isEmpty());
+}

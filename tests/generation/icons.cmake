@@ -1,0 +1,3 @@
+sorvane_add_test(icons_tests
+    SOURCES IconConverterTest.cpp
+    LIBRARIES Sorvane::generation)

@@ -1,0 +1,3 @@
+sorvane_add_test(plist_tests
+    SOURCES SNPlistHelperTest.cpp
+    LIBRARIES Sorvane::generation)
