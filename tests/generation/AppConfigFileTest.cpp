@@ -103,24 +103,19 @@ TEST(AppConfigFile, SingleWindowAppsWriteAnEmptyTabListAndLeaveUnsetKeysOut)
     EXPECT_FALSE(writeAndReadWithPython(test, app).contains(QStringLiteral("defaultDestination")));
 }
 
-class AppConfigBrowserType : public ::testing::TestWithParam<std::pair<int, const char *>>
+TEST(AppConfigFile, BrowserTypeFollowsTheTypeNumberAndUnknownMeansChrome)
 {
-};
-
-TEST_P(AppConfigBrowserType, FollowsTheTypeNumber)
-{
-    AppDefinition app;
-    app.applicationType = GetParam().first;
-    const QVariantMap config = AppConfigFile::dictionaryForDefinition(app);
-    EXPECT_EQ(config.value(QStringLiteral("browserType")).toString(), QString::fromLatin1(GetParam().second));
-    EXPECT_EQ(config.value(QStringLiteral("applicationType")).toInt(), GetParam().first);
+    const std::pair<int, const char *> cases[] = {{0, "chrome"}, {1, "canary"},   {2, "brave"},   {3, "edge"},
+                                                  {4, "opera"},  {5, "chromium"}, {6, "vivaldi"}, {7, "helium"},
+                                                  {8, "chrome"}, {-3, "chrome"}};
+    for (const auto &[number, key] : cases) {
+        AppDefinition app;
+        app.applicationType = number;
+        const QVariantMap config = AppConfigFile::dictionaryForDefinition(app);
+        EXPECT_EQ(config.value(QStringLiteral("browserType")).toString(), QString::fromLatin1(key)) << number;
+        EXPECT_EQ(config.value(QStringLiteral("applicationType")).toInt(), number);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Numbers, AppConfigBrowserType,
-                         ::testing::Values(std::pair{0, "chrome"}, std::pair{1, "canary"}, std::pair{2, "brave"},
-                                           std::pair{3, "edge"}, std::pair{4, "opera"}, std::pair{5, "chromium"},
-                                           std::pair{6, "vivaldi"}, std::pair{7, "helium"}, std::pair{8, "chrome"},
-                                           std::pair{-3, "chrome"}));
 
 TEST(AppConfigFile, ReadsBackIntoTheDefinition)
 {

@@ -9,142 +9,73 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-// The Info.plist as an independent reader sees it.
-QJsonObject writtenInfo(TestContext &test, const QString &appName, bool registerAsBrowser, bool passwordManager)
+// The Info.plist as an independent reader (python's plistlib) sees it.
+QJsonObject writtenInfo(const QString &name, bool browser, bool passwordManager)
 {
-    const QString path = test.root() + QStringLiteral("/Info.plist");
-    if (!PropertyList::writeFile(path, SNPlistHelper::infoDictionary(appName, registerAsBrowser, passwordManager,
-                                                                     QStringLiteral("0.1.0"),
-                                                                     QStringLiteral("com.ondrel.sorvane"))))
-        return {};
+    TestContext test;
+    const QString path = test.root() + u"/Info.plist"_s;
+    const QVariantMap info =
+        SNPlistHelper::infoDictionary(name, browser, passwordManager, u"0.1.0"_s, u"com.ondrel.sorvane"_s);
+    EXPECT_TRUE(PropertyList::writeFile(path, info));
     return QJsonDocument::fromJson(plistAsJsonFromPython(path)).object();
 }
 
-QJsonObject json(const char *text)
-{
-    return QJsonDocument::fromJson(QByteArray(text)).object();
-}
-
-// Reviewed by hand: "My App", not registered as a browser, no password-manager compatibility.
-const char *const plainGolden = R"({
-    "CFBundleIconFile": "icon.icns",
-    "CFBundleExecutable": "My App",
-    "CFBundleShortVersionString": "0.1.0",
-    "CFBundleInfoDictionaryVersion": "6",
-    "CFBundleName": "My App",
-    "CFBundlePackageType": "APPL",
-    "NSHighResolutionCapable": true,
-    "CFBundleVersion": "1",
-    "LSMinimumSystemVersion": "10.10",
-    "CFBundleDisplayName": "My App",
-    "CFBundleSignature": "????",
-    "DTCompiler": "com.apple.compilers.llvm.clang.1_0",
-    "NSAppleScriptEnabled": true,
-    "GPUEjectPolicy": "wait",
-    "LSEnvironment": {"MallocNanoZone": "0"},
-    "NSUserNotificationAlertStyle": "banner",
-    "NSPrincipalClass": "NSApplication",
-    "LSFileQuarantineEnabled": true,
-    "NSSupportsAutomaticGraphicsSwitching": true,
-    "NSCameraUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "NSMicrophoneUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "NSAudioCaptureUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "NSLocationUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "NSBluetoothAlwaysUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "NSBluetoothPeripheralUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "NSLocalNetworkUsageDescription": "Once My App has access, websites will be able to ask you for access.",
-    "CFBundleIdentifier": "com.Ondrel.SorvaneMy_App",
-    "SorvaneApp": true,
-    "SorvaneCreatorID": "com.ondrel.sorvane"
-})";
-
-const char *const browserKeys = R"({
+// Reviewed by hand: "My App" with both options on. USAGE stands for the text of every usage description.
+const char *const golden = R"({
+    "CFBundleIconFile": "icon.icns", "CFBundleExecutable": "My App", "CFBundleShortVersionString": "0.1.0",
+    "CFBundleInfoDictionaryVersion": "6", "CFBundleName": "My App", "CFBundleDisplayName": "My App",
+    "CFBundlePackageType": "APPL", "CFBundleVersion": "1", "CFBundleSignature": "????",
+    "NSHighResolutionCapable": true, "LSMinimumSystemVersion": "10.10", "NSAppleScriptEnabled": true,
+    "DTCompiler": "com.apple.compilers.llvm.clang.1_0", "NSSupportsAutomaticGraphicsSwitching": true,
+    "LSEnvironment": {"MallocNanoZone": "0"}, "NSUserNotificationAlertStyle": "banner",
+    "NSPrincipalClass": "NSApplication", "GPUEjectPolicy": "wait", "LSFileQuarantineEnabled": true,
+    "NSCameraUsageDescription": "USAGE", "NSMicrophoneUsageDescription": "USAGE",
+    "NSAudioCaptureUsageDescription": "USAGE", "NSLocationUsageDescription": "USAGE",
+    "NSBluetoothAlwaysUsageDescription": "USAGE", "NSBluetoothPeripheralUsageDescription": "USAGE",
+    "NSLocalNetworkUsageDescription": "USAGE", "CFBundleIdentifier": "com.Ondrel.SorvaneMy_App",
+    "SorvaneApp": true, "SorvaneCreatorID": "com.ondrel.sorvane", "SorvanePasswordManagerCompatibility": true,
     "NSUserActivityTypes": ["NSUserActivityTypeBrowsingWeb"],
-    "CFBundleURLTypes": [
-        {"CFBundleURLName": "Web site URL", "CFBundleURLSchemes": ["http", "https"]},
-        {"CFBundleURLName": "FTP site URL", "CFBundleURLSchemes": ["ftp"]},
-        {"CFBundleURLName": "Local file URL", "CFBundleURLSchemes": ["file"]}
-    ],
-    "CFBundleDocumentTypes": [{
-        "CFBundleTypeExtensions": ["html", "htm"],
-        "CFBundleTypeIconFile": "document.icns",
-        "CFBundleTypeName": "HTML document",
-        "CFBundleTypeRole": "Viewer",
-        "CFBundleTypeMIMETypes": ["text/html"],
-        "CFBundleTypeOSTypes": ["HTML"]
-    }]
+    "CFBundleURLTypes": [{"CFBundleURLName": "Web site URL", "CFBundleURLSchemes": ["http", "https"]},
+                         {"CFBundleURLName": "FTP site URL", "CFBundleURLSchemes": ["ftp"]},
+                         {"CFBundleURLName": "Local file URL", "CFBundleURLSchemes": ["file"]}],
+    "CFBundleDocumentTypes": [{"CFBundleTypeExtensions": ["html", "htm"], "CFBundleTypeName": "HTML document",
+                               "CFBundleTypeIconFile": "document.icns", "CFBundleTypeRole": "Viewer",
+                               "CFBundleTypeMIMETypes": ["text/html"], "CFBundleTypeOSTypes": ["HTML"]}]
 })";
 
 } // namespace
 
-struct OptionCase
+TEST(SNPlistHelper, HoldsExactlyTheTableKeysPlusOnlyThoseOfTheChosenOptions)
 {
-    bool registerAsBrowser;
-    bool passwordManager;
-};
-
-void PrintTo(const OptionCase &c, std::ostream *os)
-{
-    *os << "registerAsBrowser=" << c.registerAsBrowser << " passwordManager=" << c.passwordManager;
-}
-
-class SNPlistHelperOptions : public ::testing::TestWithParam<OptionCase>
-{
-};
-
-TEST_P(SNPlistHelperOptions, AddsOnlyTheKeysOfTheChosenOptions)
-{
-    TestContext test;
-    QJsonObject expected = json(plainGolden);
-    ASSERT_FALSE(expected.isEmpty());
-    if (GetParam().registerAsBrowser) {
-        const QJsonObject extra = json(browserKeys);
-        ASSERT_EQ(extra.size(), 3);
-        for (auto it = extra.begin(); it != extra.end(); ++it)
-            expected.insert(it.key(), it.value());
+    const QByteArray usage = "Once My App has access, websites will be able to ask you for access.";
+    const QJsonObject all = QJsonDocument::fromJson(QByteArray(golden).replace("USAGE", usage)).object();
+    for (int options = 0; options < 4; ++options) {
+        const bool browser = options & 1, passwordManager = options & 2;
+        SCOPED_TRACE(testing::Message() << "browser=" << browser << " passwordManager=" << passwordManager);
+        QJsonObject expected = all;
+        if (!browser)
+            for (const char *key : {"NSUserActivityTypes", "CFBundleURLTypes", "CFBundleDocumentTypes"})
+                expected.remove(QLatin1String(key));
+        if (!passwordManager)
+            expected.remove(u"SorvanePasswordManagerCompatibility"_s);
+        EXPECT_EQ(writtenInfo(u"My App"_s, browser, passwordManager), expected);
     }
-    if (GetParam().passwordManager)
-        expected.insert(QStringLiteral("SorvanePasswordManagerCompatibility"), true);
-    EXPECT_EQ(writtenInfo(test, QStringLiteral("My App"), GetParam().registerAsBrowser, GetParam().passwordManager),
-              expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, SNPlistHelperOptions,
-                         ::testing::Values(OptionCase{false, false}, OptionCase{true, false}, OptionCase{false, true},
-                                           OptionCase{true, true}));
-
-struct IdentifierCase
+TEST(SNPlistHelper, KeepsTheNameAndReplacesOnlyBlanksInTheIdentifier)
 {
-    QString appName;
-    QString identifier;
-};
-
-void PrintTo(const IdentifierCase &c, std::ostream *os)
-{
-    *os << c.appName.toStdString();
+    const std::pair<QString, QString> table[] = {
+        {u" Two  Blanks "_s, u"com.Ondrel.Sorvane_Two__Blanks_"_s},
+        {u"Café-Ü.2 & %1 \"q\""_s, u"com.Ondrel.SorvaneCafé-Ü.2_&_%1_\"q\""_s},
+        {u"a_b\u00a0c\td"_s, u"com.Ondrel.Sorvanea_b\u00a0c\td"_s}};
+    for (const auto &[name, identifier] : table) {
+        const QJsonObject info = writtenInfo(name, false, false);
+        EXPECT_EQ(info.value(u"CFBundleIdentifier"_s).toString(), identifier);
+        for (const char *key : {"CFBundleExecutable", "CFBundleName", "CFBundleDisplayName"})
+            EXPECT_EQ(info.value(QLatin1String(key)).toString(), name) << key;
+    }
 }
-
-class SNPlistHelperName : public ::testing::TestWithParam<IdentifierCase>
-{
-};
-
-TEST_P(SNPlistHelperName, KeepsTheNameAndReplacesOnlyBlanksInTheIdentifier)
-{
-    TestContext test;
-    const QString name = GetParam().appName;
-    const QJsonObject info = writtenInfo(test, name, false, false);
-    EXPECT_EQ(info.value(QStringLiteral("CFBundleIdentifier")).toString(), GetParam().identifier);
-    for (const char *key : {"CFBundleExecutable", "CFBundleName", "CFBundleDisplayName"})
-        EXPECT_EQ(info.value(QLatin1String(key)).toString(), name) << key;
-    EXPECT_EQ(info.value(QStringLiteral("NSLocalNetworkUsageDescription")).toString(),
-              QStringLiteral("Once ") + name + QStringLiteral(" has access, websites will be able to ask you for access."));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, SNPlistHelperName,
-    ::testing::Values(IdentifierCase{QStringLiteral("Mail"), QStringLiteral("com.Ondrel.SorvaneMail")},
-                      IdentifierCase{QStringLiteral(" Two  Blanks "), QStringLiteral("com.Ondrel.Sorvane_Two__Blanks_")},
-                      IdentifierCase{QStringLiteral("Café-Ü.2 & %1 \"q\""), QStringLiteral("com.Ondrel.SorvaneCafé-Ü.2_&_%1_\"q\"")},
-                      IdentifierCase{QStringLiteral("a_b\u00a0c"), QStringLiteral("com.Ondrel.Sorvanea_b\u00a0c")}));
