@@ -2,6 +2,7 @@
 
 #include "core/Logger.h"
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QTextStream>
 
@@ -24,7 +25,13 @@ int Command::execute(const QStringList &arguments, Context &context)
         return BadUsage;
     }
     if (parser.isSet(QStringLiteral("help"))) {
-        print(parser.helpText().replace(arguments.first(), QStringLiteral("sorvane ") + name()));
+        // Qt names the program by its path in the usage line; name the subcommand instead.
+        QString help = parser.helpText();
+        const qsizetype endOfUsage = help.indexOf(u'\n');
+        help.replace(0, endOfUsage,
+                     help.left(endOfUsage).replace(QCoreApplication::arguments().constFirst(),
+                                                   QStringLiteral("sorvane ") + name()));
+        print(help);
         return Success;
     }
     if (parser.isSet(QStringLiteral("quiet")))

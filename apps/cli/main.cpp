@@ -2,6 +2,7 @@
 
 #include "BrowsersCommand.h"
 #include "RegistryCommand.h"
+#include "ScriptCommand.h"
 
 #include "core/Context.h"
 
@@ -18,6 +19,7 @@ std::vector<std::unique_ptr<Command>> commands()
     std::vector<std::unique_ptr<Command>> list;
     list.push_back(std::make_unique<BrowsersCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
+    list.push_back(std::make_unique<ScriptCommand>());
     return list;
 }
 

@@ -129,5 +129,5 @@ QString Context::locateResources()
                 return QDir::cleanPath(candidate);
         }
     }
-    return QStringLiteral(SORVANE_SOURCE_RESOURCES);
+    return QStringLiteral(SORVANE_BUILD_RESOURCES);
 }

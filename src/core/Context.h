@@ -56,7 +56,8 @@ public:
     void setPrompter(std::unique_ptr<Prompter> prompter);
 
     // Where the generator's resources are: $SORVANE_RESOURCES_DIR, beside the installed program,
-    // or the source tree's resources/ folder for a build that is not installed.
+    // or the build tree's resources/ folder (source resources plus the built programs) for a
+    // build that is not installed.
     static QString locateResources();
 
 private:

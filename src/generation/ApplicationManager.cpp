@@ -9,6 +9,7 @@
 #include "core/SNAppTracker.h"
 #include "core/SNImage.h"
 #include "generation/AppConfigFile.h"
+#include "generation/EngineBuilder.h"
 #include "generation/IconConverter.h"
 #include "generation/SNPlistHelper.h"
 
@@ -137,4 +138,26 @@ QStringList ApplicationManager::getWhiteListOptions() const
         addresses.append(m_definition.appURL);
     }
     return SNWhiteListPatterns::legacyPatterns(addresses, false);
+}
+
+std::optional<SNError> ApplicationManager::createInternalApplication()
+{
+    return EngineBuilder(*this).createInternalApplication();
+}
+
+std::optional<SNError> ApplicationManager::createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
+                                                                         const QString &newContentsPath)
+{
+    return EngineBuilder(*this).createSymlinkFromGoogleChrome(chromeContentsPath, newContentsPath);
+}
+
+std::optional<SNError> ApplicationManager::copyFilesFromChrome(const QString &chromeContentsPath,
+                                                               const QString &newContentsPath)
+{
+    return EngineBuilder(*this).copyFilesFromChrome(chromeContentsPath, newContentsPath);
+}
+
+std::optional<SNError> ApplicationManager::replaceChromeWithAppName(const QString &resourcesPath)
+{
+    return EngineBuilder(*this).replaceChromeWithAppName(resourcesPath);
 }

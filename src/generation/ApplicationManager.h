@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 class Context;
 class SNImage;
 
@@ -56,6 +58,15 @@ public:
     QString getCromePath() const;
     // The legacy whitelist patterns of the current definition's addresses.
     QStringList getWhiteListOptions() const;
+
+    // The in-process engine route (EngineBuilder): an inner "<Browser>.app" in resourceDirectory
+    // made of links into the browser and a rewritten copy of its resources. Each returns the
+    // first error, or nothing on success.
+    std::optional<SNError> createInternalApplication();
+    std::optional<SNError> createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
+                                                         const QString &newContentsPath);
+    std::optional<SNError> copyFilesFromChrome(const QString &chromeContentsPath, const QString &newContentsPath);
+    std::optional<SNError> replaceChromeWithAppName(const QString &resourcesPath);
 
 private:
     Context &m_context;

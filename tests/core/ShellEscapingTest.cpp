@@ -51,6 +51,7 @@ TEST(ShellEscaping, GivesTheFixedText)
         {u"A-Za-z0-9._-+,:@%/="_s, u"A-Za-z0-9._-+,:@%/="_s, u"A-Za-z0-9._-+,:@%/="_s},
         {u"My App"_s, u"My App"_s, u"My\\ App"_s},
         {u"a\"b$c`d\\e"_s, u"a\\\"b\\$c\\`d\\\\e"_s, u"a\\\"b\\$c\\`d\\\\e"_s},
+        {u"Café 😀"_s, u"Café 😀"_s, u"Caf\\é\\ \\😀"_s}, // one backslash per character, never inside a pair
         {QString(), QString(), u"''"_s}};
     for (const auto &[value, doubleQuoted, unquoted] : table) {
         EXPECT_EQ(ShellEscaping::doubleQuoted(value), doubleQuoted);

@@ -1,0 +1,73 @@
+#include "ScriptCommand.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Platform.h"
+#include "core/SNAppTracker.h"
+#include "generation/SNAppScriptHelper.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+const QString ScriptCommand::PlaceholderAppId = u"00000000-0000-0000-0000-000000000000"_s;
+
+void ScriptCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addOptions({
+        {u"name"_s, u"The app's name."_s, u"NAME"_s},
+        {u"url"_s, u"The address of a single-window app."_s, u"URL"_s},
+        {u"tab"_s, u"A tab of a tabbed app; repeat for more tabs."_s, u"URL"_s},
+        {u"browser"_s,
+         u"The engine's browser: chrome (default), canary, brave, edge, opera, chromium, vivaldi, helium."_s,
+         u"KEY"_s, u"chrome"_s},
+        {u"incognito"_s, u"Run the engine in incognito mode."_s},
+        {u"dark"_s, u"Force dark mode."_s},
+        {u"routing"_s, u"Load the companion extension that routes links."_s},
+    });
+}
+
+int ScriptCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QString usage = u"sorvane script: "_s;
+    if (!parser.isSet(u"name"_s)) {
+        printError(usage + u"--name is required"_s);
+        return BadUsage;
+    }
+    if (parser.isSet(u"url"_s) == parser.isSet(u"tab"_s)) {
+        printError(usage + u"give either --url or one or more --tab"_s);
+        return BadUsage;
+    }
+    const QString key = parser.value(u"browser"_s);
+    bool known = false;
+    for (const BrowserInfo &browser : BrowserCatalogue::all())
+        known = known || browser.typeKey == key;
+    if (!known) {
+        printError(usage + u"unknown browser '%1' (see `sorvane browsers`)"_s.arg(key));
+        return BadUsage;
+    }
+
+    SNScriptInputs inputs;
+    inputs.appName = parser.value(u"name"_s);
+    inputs.needTab = parser.isSet(u"tab"_s);
+    inputs.tabsList = parser.values(u"tab"_s);
+    inputs.appURL = inputs.needTab ? inputs.tabsList.constFirst() : parser.value(u"url"_s);
+    inputs.incognito = parser.isSet(u"incognito"_s);
+    inputs.forceDarkMode = parser.isSet(u"dark"_s);
+    inputs.shouldIncludeWLExt = parser.isSet(u"routing"_s);
+    inputs.typeKey = key;
+    inputs.targetIsMac = Platform::isMac();
+    inputs.trackerFragment = SNAppTracker(context).shellUpdateCode(PlaceholderAppId);
+    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
+        SNAppScriptHelper::getBrowserPath(key, context.defaults()), inputs.targetIsMac);
+
+    QString error;
+    const QString text = SNAppScriptHelper::scriptText(inputs, &error);
+    if (text.isEmpty()) {
+        printError(error);
+        return Failure;
+    }
+    if (parser.isSet(u"json"_s))
+        printJson(QVariantMap{{u"appID"_s, PlaceholderAppId}, {u"script"_s, text}});
+    else
+        print(text);
+    return Success;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+// What the launch program needs from the operating system, answered by its platform file.
+class LauncherPlatform final
+{
+public:
+    // The absolute path of the running program with links resolved, or an empty string.
+    // `argv0` is the fallback when the system cannot say.
+    static std::string ownExecutablePath(const char *argv0);
+
+    // Prepares the environment the app's script runs in; `contentsFolder` is the bundle's
+    // Contents folder.
+    static void prepareEnvironment(const std::string &contentsFolder);
+};

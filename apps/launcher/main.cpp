@@ -1,0 +1,85 @@
+// sorvanelauncher: the program in a generated app's Contents/MacOS. It runs the app's script,
+// Contents/Resources/script, with the arguments it was given, so that the bundle's executable is
+// a real binary while the app's logic stays a readable script.
+
+#include "LauncherPlatform.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr int ScriptMissingStatus = 127;
+constexpr int ScriptNotRunnableStatus = 126;
+
+std::string parentFolder(const std::string &path)
+{
+    const std::string::size_type slash = path.find_last_of('/');
+    if (slash == std::string::npos)
+        return ".";
+    if (slash == 0)
+        return "/";
+    return path.substr(0, slash);
+}
+
+bool startsWith(const char *text, const char *prefix)
+{
+    return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const std::string self = LauncherPlatform::ownExecutablePath(argc > 0 ? argv[0] : nullptr);
+    if (self.empty()) {
+        std::fprintf(stderr, "sorvanelauncher: cannot tell where this program lives\n");
+        return ScriptMissingStatus;
+    }
+    const std::string contents = parentFolder(parentFolder(self));
+    const std::string script = contents + "/Resources/script";
+
+    struct stat info
+    {
+    };
+    if (stat(script.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        std::fprintf(stderr, "sorvanelauncher: the app's launcher script is missing: %s\n", script.c_str());
+        return ScriptMissingStatus;
+    }
+
+    // The arguments go on untouched except the process serial number that older macOS
+    // releases add when the app is opened from the Finder.
+    std::vector<char *> arguments;
+    arguments.push_back(const_cast<char *>(script.c_str()));
+    for (int i = 1; i < argc; ++i) {
+        if (!startsWith(argv[i], "-psn_"))
+            arguments.push_back(argv[i]);
+    }
+    arguments.push_back(nullptr);
+
+    LauncherPlatform::prepareEnvironment(contents);
+    // The script's first lines (is the engine or the helper already running?) look at $PWD
+    // before the script changes folder itself, so it must start in Contents/Resources.
+    const std::string resources = contents + "/Resources";
+    if (chdir(resources.c_str()) != 0) {
+        std::fprintf(stderr, "sorvanelauncher: cannot enter %s: %s\n", resources.c_str(), std::strerror(errno));
+        return ScriptNotRunnableStatus;
+    }
+    execv(script.c_str(), arguments.data());
+    const int execError = errno;
+
+    // A script that lost its executable bit (unpacked by a tool that drops modes) still runs.
+    if (execError == EACCES || execError == ENOEXEC) {
+        std::vector<char *> withShell;
+        withShell.push_back(const_cast<char *>("/bin/bash"));
+        withShell.insert(withShell.end(), arguments.begin(), arguments.end());
+        execv("/bin/bash", withShell.data());
+    }
+    std::fprintf(stderr, "sorvanelauncher: cannot run %s: %s\n", script.c_str(), std::strerror(execError));
+    return ScriptNotRunnableStatus;
+}

@@ -1,0 +1,296 @@
+#include "generation/EngineBuilder.h"
+
+#include "core/AtomicWriter.h"
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/Platform.h"
+#include "core/ProcessRunner.h"
+#include "core/PropertyList.h"
+#include "generation/ApplicationManager.h"
+#include "generation/IconConverter.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStringConverter>
+
+#include <unistd.h>
+
+#include <array>
+#include <utility>
+
+namespace {
+
+// Keys that would let the browser's updater find the copy, or make the copy claim links and
+// documents.
+constexpr std::array removedKeys{
+    "CFBundleURLTypes", "NSUserActivityTypes", "CFBundleDocumentTypes", "DTSDKBuild",  "DTSDKName", "DTXcode",
+    "DTXcodeBuild",     "KSChannelID-full",    "KSProductID",           "KSUpdateURL", "KSVersion"};
+// Icon keys that would win over CFBundleIconFile.
+constexpr std::array iconKeys{"CFBundleIcons", "CFBundleIcons~mac", "CFBundleIconName", "CFBundleIconFiles"};
+
+QString withSlash(const QString &path)
+{
+    return path.endsWith(u'/') ? path : path + u'/';
+}
+
+std::optional<SNError> failure(const QString &description)
+{
+    return SNError{1, description};
+}
+
+// The executable's name in the inner bundle. Chromium's engine path is Google Chrome's (see
+// BrowserCatalogue::enginePathForGenerator), so its link carries that name too.
+QString executableLinkName(int applicationType)
+{
+    switch (applicationType) {
+    case BrowserCatalogue::Canary:
+        return QStringLiteral("Google Chrome Canary");
+    case BrowserCatalogue::Brave:
+        return QStringLiteral("Brave Browser");
+    case BrowserCatalogue::Edge:
+        return QStringLiteral("Microsoft Edge");
+    case BrowserCatalogue::Opera:
+        return QStringLiteral("Opera");
+    case BrowserCatalogue::Vivaldi:
+        return QStringLiteral("Vivaldi");
+    case BrowserCatalogue::Helium:
+        return QStringLiteral("Helium");
+    default:
+        return QStringLiteral("Google Chrome");
+    }
+}
+
+// The display-name and name values the browser's strings carry. Canary and Chromium search for
+// Google Chrome's.
+std::pair<QString, QString> searchedNames(int applicationType)
+{
+    switch (applicationType) {
+    case BrowserCatalogue::Brave:
+        return {QStringLiteral("Brave Browser"), QStringLiteral("Brave")};
+    case BrowserCatalogue::Edge:
+        return {QStringLiteral("Microsoft Edge"), QStringLiteral("Microsoft Edge")};
+    case BrowserCatalogue::Opera:
+        return {QStringLiteral("Opera"), QStringLiteral("Opera")};
+    case BrowserCatalogue::Vivaldi:
+        return {QStringLiteral("Vivaldi"), QStringLiteral("Vivaldi")};
+    case BrowserCatalogue::Helium:
+        return {QStringLiteral("Helium"), QStringLiteral("Helium")};
+    default:
+        return {QStringLiteral("Google Chrome"), QStringLiteral("Chrome")};
+    }
+}
+
+QString displayNameLine(const QString &value)
+{
+    return QStringLiteral("CFBundleDisplayName = \"%1\"").arg(value);
+}
+
+QString nameLine(const QString &value)
+{
+    return QStringLiteral("CFBundleName = \"%1\"").arg(value);
+}
+
+// A value between the double quotes of a strings file.
+QString stringsQuoted(QString value)
+{
+    return value.replace(u'\\', QStringLiteral("\\\\")).replace(u'"', QStringLiteral("\\\""));
+}
+
+// Copies a folder with everything in it; links stay links. Like a file manager's copy, it fails
+// when the destination exists.
+bool copyFolder(const QString &source, const QString &destination, QString *error)
+{
+    if (QFileInfo(destination).exists() || QFileInfo(destination).isSymLink()) {
+        *error = QStringLiteral("%1 already exists.").arg(destination);
+        return false;
+    }
+    if (!QDir().mkpath(destination)) {
+        *error = QStringLiteral("The folder %1 could not be created.").arg(destination);
+        return false;
+    }
+    const QFileInfoList entries =
+        QDir(source).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    for (const QFileInfo &entry : entries) {
+        const QString target = destination + u'/' + entry.fileName();
+        if (entry.isSymLink()) {
+            QByteArray link(4096, '\0');
+            const ssize_t length = ::readlink(QFile::encodeName(entry.filePath()).constData(), link.data(),
+                                              static_cast<size_t>(link.size()));
+            if (length < 0 || !QFile::link(QFile::decodeName(link.left(length)), target)) {
+                *error = QStringLiteral("The link %1 could not be copied.").arg(entry.filePath());
+                return false;
+            }
+        } else if (entry.isDir()) {
+            if (!copyFolder(entry.filePath(), target, error))
+                return false;
+        } else if (!QFile::copy(entry.filePath(), target)) {
+            *error = QStringLiteral("The file %1 could not be copied.").arg(entry.filePath());
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+EngineBuilder::EngineBuilder(ApplicationManager &manager) : m_manager(manager) {}
+
+std::optional<SNError> EngineBuilder::createInternalApplication()
+{
+    const QString browserName =
+        BrowserCatalogue::byNumber(m_manager.definition().applicationType).browserName;
+    const QString bundle = QStringLiteral("%1/%2.app").arg(m_manager.resourceDirectory, browserName);
+    const QString newContents = bundle + QStringLiteral("/Contents/");
+    SNError error;
+    if (!m_manager.makeNewAppDirectoriesWithDirectories(
+            {bundle, newContents, newContents + QStringLiteral("MacOS/")}, &error))
+        return error;
+
+    const QString chromePath = m_manager.getCromePath();
+    const QString chromeContents = withSlash(QFileInfo(QFileInfo(chromePath).path()).path());
+    Logger::log(QStringLiteral("chromePath:") + chromePath);
+    Logger::log(QStringLiteral("chromeContentPath:") + chromeContents);
+
+    Logger::log(QStringLiteral("0:") + chromeContents);
+    if (auto linkError = createSymlinkFromGoogleChrome(chromeContents, newContents))
+        return linkError;
+    Logger::log(QStringLiteral("1:") + chromeContents);
+    Logger::log(QStringLiteral("2:") + chromeContents);
+    auto copyError = copyFilesFromChrome(chromeContents, newContents);
+    Logger::log(QStringLiteral("3:") + chromeContents);
+    return copyError;
+}
+
+std::optional<SNError> EngineBuilder::createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
+                                                                    const QString &newContentsPath)
+{
+    const QString from = withSlash(chromeContentsPath);
+    const QString to = withSlash(newContentsPath);
+    const QString executable =
+        QStringLiteral("MacOS/") + executableLinkName(m_manager.definition().applicationType);
+    for (const QString &entry : {QStringLiteral("Versions"), QStringLiteral("PkgInfo"),
+                                 QStringLiteral("Helpers"), QStringLiteral("_CodeSignature"), executable}) {
+        if (!QFile::link(from + entry, to + entry))
+            return failure(QStringLiteral("The link %1 could not be created.").arg(to + entry));
+    }
+    return std::nullopt;
+}
+
+std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeContentsPath,
+                                                          const QString &newContentsPath)
+{
+    const QString from = withSlash(chromeContentsPath);
+    const QString to = withSlash(newContentsPath);
+    const QString resourcesPath = from + QStringLiteral("Resources");
+    const QString resourcesCopyPath = to + QStringLiteral("Resources");
+    Logger::log(QStringLiteral("resourcesPath:") + resourcesPath);
+    Logger::log(QStringLiteral("resourcesCopyPath:") + resourcesCopyPath);
+    QString reason;
+    if (!copyFolder(resourcesPath, resourcesCopyPath, &reason))
+        return failure(reason);
+    Logger::log(QStringLiteral("copyFilesFromChrome 1.5"));
+
+    const QString browserInfo = from + QStringLiteral("Info.plist");
+    const QVariant loaded = PropertyList::readFile(browserInfo);
+    // An unreadable property list is not rewritten: the copy below takes it as it is.
+    const bool readable = loaded.typeId() == QMetaType::QVariantMap;
+    QVariantMap info = loaded.toMap();
+
+    const SNImage &icon = m_manager.definition().appIcon;
+    if (!icon.isNull()) {
+        info.insert(QStringLiteral("CFBundleIconFile"), QStringLiteral("icon.icns"));
+        for (const char *key : iconKeys)
+            info.remove(QLatin1String(key));
+        SNError iconError;
+        if (!IconConverter::convertImagesWithSourceImage(icon, resourcesCopyPath, &iconError))
+            return iconError;
+        Logger::log(QStringLiteral("Images successfully converted."));
+    }
+    Logger::log(QStringLiteral("copyFilesFromChrome 2"));
+    for (const char *key : removedKeys)
+        info.remove(QLatin1String(key));
+    Logger::log(QStringLiteral("copyFilesFromChrome 3"));
+    const QString newInfo = to + QStringLiteral("Info.plist");
+    if (!readable || !PropertyList::writeFile(newInfo, info)) {
+        QFile::remove(newInfo);
+        if (!QFile::copy(browserInfo, newInfo))
+            return failure(QStringLiteral("The property list %1 could not be written.").arg(newInfo));
+    }
+    Logger::log(QStringLiteral("copyFilesFromChrome 4"));
+    return replaceChromeWithAppName(resourcesCopyPath);
+}
+
+std::optional<SNError> EngineBuilder::replaceChromeWithAppName(const QString &resourcesPath)
+{
+    const auto [displayName, name] = searchedNames(m_manager.definition().applicationType);
+    const QString appName = stringsQuoted(m_manager.definition().appName);
+    const QStringList entries =
+        QDir(resourcesPath).entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QString &entry : entries) {
+        if (QFileInfo(entry).suffix() != QLatin1String("lproj"))
+            continue;
+        const QString path = QStringLiteral("%1/%2/InfoPlist.strings").arg(resourcesPath, entry);
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return failure(QStringLiteral("%1 could not be read.").arg(path));
+        const QByteArray data = file.readAll();
+        file.close();
+
+        // Strings files are often UTF-16; they go back in the encoding and byte order they came in.
+        const std::optional<QStringConverter::Encoding> marked = QStringConverter::encodingForData(data);
+        const QStringConverter::Encoding encoding = marked.value_or(QStringConverter::Utf8);
+        QStringDecoder decoder(encoding);
+        QString text = decoder.decode(data);
+        if (decoder.hasError())
+            return failure(QStringLiteral("%1 could not be read.").arg(path));
+        text.replace(displayNameLine(displayName), displayNameLine(appName));
+        text.replace(nameLine(name), nameLine(appName));
+        QStringEncoder encoder(encoding,
+                               marked ? QStringConverter::Flag::WriteBom : QStringConverter::Flag::Default);
+        QString reason;
+        if (!AtomicWriter::write(path, encoder.encode(text), &reason))
+            return failure(reason);
+    }
+    return std::nullopt;
+}
+
+QStringList EngineBuilder::engineScriptArguments(const QString &resourcesFolder, const QString &appName,
+                                                 const BrowserInfo &browser, const QString &enginePath,
+                                                 bool forMac)
+{
+    // On macOS the script wants the browser's bundle: the executable path without
+    // Contents/MacOS/<name>. Elsewhere there is no bundle, only the executable.
+    QString browserLocation = enginePath;
+    if (forMac) {
+        for (int i = 0; i < 3; ++i)
+            browserLocation = QFileInfo(browserLocation).path();
+    }
+    return {resourcesFolder + QStringLiteral("/createEngine.sh"),
+            appName,
+            resourcesFolder,
+            browserLocation,
+            browser.browserName,
+            browser.browserShortName,
+            browser.frameworkFolder};
+}
+
+bool EngineBuilder::runEngineScript(Context &context, const QString &resourcesFolder, const QString &appName,
+                                    const QString &typeKey)
+{
+    const BrowserInfo &browser = BrowserCatalogue::byTypeKey(typeKey);
+    const QString enginePath = BrowserCatalogue::enginePathForScript(typeKey, context.defaults());
+    const ProcessRunner::Result result = context.processes().run(
+        QStringLiteral("/bin/sh"),
+        engineScriptArguments(resourcesFolder, appName, browser, enginePath, Platform::isMac()),
+        resourcesFolder);
+    if (!result.succeeded()) {
+        Logger::log(
+            QStringLiteral("Warning: engine creation exited with status %1 (will retry at first launch)")
+                .arg(result.exitCode));
+        return false;
+    }
+    Logger::log(QStringLiteral("Engine cloned into root bundle."));
+    return true;
+}

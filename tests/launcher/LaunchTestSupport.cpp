@@ -1,0 +1,91 @@
+#include "LaunchTestSupport.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QThread>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace LaunchTest {
+
+QString buildResources()
+{
+    return QStringLiteral(SORVANE_BUILD_RESOURCES);
+}
+
+QString compatTool(const QString &tool)
+{
+    return buildResources() + u"/compat/"_s + tool;
+}
+
+Outcome runProgram(const QString &program, const QStringList &arguments,
+                   const QProcessEnvironment &environment, const QString &workingDirectory)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    if (!workingDirectory.isEmpty())
+        process.setWorkingDirectory(workingDirectory);
+    process.start(program, arguments);
+    if (!process.waitForFinished(30000))
+        process.kill();
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QProcessEnvironment environmentWith(const QString &firstOnPath)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (!firstOnPath.isEmpty())
+        environment.insert(u"PATH"_s, firstOnPath + u':' + environment.value(u"PATH"_s));
+    return environment;
+}
+
+void writeExecutable(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(text);
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool waitFor(const std::function<bool()> &condition, int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(50);
+    }
+    return true;
+}
+
+QByteArray recordingScript(const QString &recordFile)
+{
+    // Written to a temporary name and moved, so a reader never sees half a record.
+    return "#!/bin/sh\nprintf '%s\\0' \"$0\" \"$@\" > '" + recordFile.toUtf8() + ".tmp'\nmv '" +
+           recordFile.toUtf8() + ".tmp' '" + recordFile.toUtf8() + "'\n";
+}
+
+QStringList recorded(const QString &recordFile)
+{
+    QByteArray data = readAll(recordFile);
+    if (data.isEmpty())
+        return {};
+    data.chop(1);
+    QStringList items;
+    for (const QByteArray &item : data.split('\0'))
+        items.append(QString::fromUtf8(item));
+    return items;
+}
+
+} // namespace LaunchTest

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// Shared by the tests of the built launch program, helper app and tool stand-ins.
+namespace LaunchTest {
+
+struct Outcome
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// The build tree's generator resources folder and the programs in it.
+QString buildResources();
+QString compatTool(const QString &tool);
+
+Outcome runProgram(const QString &program, const QStringList &arguments,
+                   const QProcessEnvironment &environment, const QString &workingDirectory = {});
+QProcessEnvironment environmentWith(const QString &firstOnPath = {});
+
+void writeExecutable(const QString &path, const QByteArray &text);
+QByteArray readAll(const QString &path);
+// Waits up to `timeoutMs` until `condition` holds.
+bool waitFor(const std::function<bool()> &condition, int timeoutMs = 5000);
+
+// A shell program that records its $0 and arguments, NUL-separated, into `recordFile`.
+QByteArray recordingScript(const QString &recordFile);
+QStringList recorded(const QString &recordFile);
+
+} // namespace LaunchTest
