@@ -12,7 +12,6 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -20,6 +19,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -35,14 +36,6 @@ elif a[0] == "-convert" and a[2] == "-o":
     open(a[3], "wb").write(plistlib.dumps(value, fmt=form, sort_keys=False))
 else:
     sys.exit("plutil: unsupported: " + " ".join(a))
-)PY";
-
-// A strings file's text, read by python by its byte-order mark, after the mark's bytes.
-const char readStringsScript[] = R"PY(
-import sys
-d = open(sys.argv[1], "rb").read()
-bom = d[:2] if d[:2] in (b"\xff\xfe", b"\xfe\xff") else b""
-sys.stdout.buffer.write(bom.hex().encode() + b"|" + (d.decode("utf-16") if bom else d.decode()).encode())
 )PY";
 
 // A fake browser update, as updaters do it: a new framework version folder beside the old one;
@@ -62,8 +55,7 @@ rm -rf "${dir:?}/$old" && if [ -L "$dir/Current" ]; then ln -sfn "$new" "$dir/Cu
 struct Exec
 {
     int code = -1;
-    QByteArray out;
-    QByteArray err;
+    QByteArray out, err;
 };
 
 Exec exec(const QStringList &command, const QString &folder = {}, const QString &platform = {},
@@ -71,9 +63,9 @@ Exec exec(const QStringList &command, const QString &folder = {}, const QString 
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     if (!platform.isEmpty())
-        environment.insert(QStringLiteral("SORVANE_ENGINE_PLATFORM"), platform);
+        environment.insert(u"SORVANE_ENGINE_PLATFORM"_s, platform);
     if (!tools.isEmpty())
-        environment.insert(QStringLiteral("PATH"), tools + u':' + environment.value(QStringLiteral("PATH")));
+        environment.insert(u"PATH"_s, tools + u':' + environment.value(u"PATH"_s));
     QProcess process;
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(folder);
@@ -89,6 +81,8 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+const QFile::Permissions executable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
 void writeFile(const QString &path, const QByteArray &data, QFile::Permissions permissions = {})
 {
     QDir().mkpath(QFileInfo(path).path());
@@ -100,12 +94,10 @@ void writeFile(const QString &path, const QByteArray &data, QFile::Permissions p
         file.setPermissions(permissions);
 }
 
-const QFile::Permissions executable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-
 // What a program prints for "--probe"; an engine must print what its browser prints.
 QByteArray probe(const QString &program)
 {
-    const Exec run = exec({program, QStringLiteral("--probe")});
+    const Exec run = exec({program, u"--probe"_s});
     return run.code == 0 ? run.out : "failed: " + run.err;
 }
 
@@ -114,39 +106,31 @@ QJsonObject plistJson(const QString &path)
     return QJsonDocument::fromJson(plistAsJsonFromPython(path)).object();
 }
 
-// "<byte-order mark in hex>|<text>".
+// "<byte-order mark in hex>|<text>", the text decoded by that mark.
 QString readStrings(const QString &path)
 {
-    return QString::fromUtf8(exec({QStringLiteral(SORVANE_PYTHON3), QStringLiteral("-c"),
-                                   QString::fromUtf8(readStringsScript), path})
-                                 .out);
+    const QByteArray data = readAll(path);
+    const bool little = data.startsWith("\xff\xfe"), big = data.startsWith("\xfe\xff");
+    const auto encoding = little ? QStringConverter::Utf16LE
+                          : big  ? QStringConverter::Utf16BE
+                                 : QStringConverter::Utf8;
+    return QString::fromLatin1(data.left(little || big ? 2 : 0).toHex()) + u'|' +
+           QString(QStringDecoder(encoding).decode(data.mid(little || big ? 2 : 0)));
 }
-
 // Every entry under a folder with its inode, modification time, size and link target.
 QStringList listing(const QString &folder)
 {
-    QStringList lines;
-    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        struct stat status = {};
-        ::lstat(QFile::encodeName(path).constData(), &status);
-        lines.append(QStringLiteral("%1 %2 %3.%4 %5 %6")
-                         .arg(path)
-                         .arg(status.st_ino)
-                         .arg(status.st_mtim.tv_sec)
-                         .arg(status.st_mtim.tv_nsec)
-                         .arg(status.st_size)
-                         .arg(QFileInfo(path).symLinkTarget()));
-    }
+    QStringList lines =
+        QString::fromUtf8(
+            exec({u"find"_s, folder, u"-mindepth"_s, u"1"_s, u"-printf"_s, u"%p %i %T@ %s %l\n"_s}).out)
+            .split(u'\n');
     lines.sort();
     return lines;
 }
 
 QString quoted(QString value)
 {
-    return value.replace(u'\\', QStringLiteral("\\\\")).replace(u'"', QStringLiteral("\\\""));
+    return value.replace(u'\\', u"\\\\"_s).replace(u'"', u"\\\""_s);
 }
 
 // A generated app beside a copy of a fake browser, in a folder whose path needs quoting.
@@ -154,51 +138,35 @@ struct App
 {
     App(const QString &typeKey, const QString &appName)
         : browser(BrowserCatalogue::byTypeKey(typeKey)), name(appName),
-          root(test.root() + QStringLiteral("/work $HOME 'q' \"d\"")), tools(root + QStringLiteral("/bin")),
-          bundle(copyBrowser(browser)),
-          contents(QStringLiteral("%1/Applications/%2.app/Contents").arg(root, name)),
-          resources(contents + QStringLiteral("/Resources")),
-          engine(QStringLiteral("%1/MacOS/%2 Engine").arg(contents, name))
+          root(test.root() + u"/work $HOME 'q' \"d\""_s), tools(root + u"/bin"_s),
+          bundle(copyBrowser(browser)), contents(u"%1/Applications/%2.app/Contents"_s.arg(root, name)),
+          resources(contents + u"/Resources"_s), engine(u"%1/MacOS/%2 Engine"_s.arg(contents, name))
     {
-        writeFile(tools + QStringLiteral("/plutil"), "#!" SORVANE_PYTHON3 "\n" + QByteArray(fakePlutil),
-                  executable);
+        writeFile(tools + u"/plutil"_s, "#!" SORVANE_PYTHON3 "\n" + QByteArray(fakePlutil), executable);
         QDir().mkpath(resources);
-        writeInfo(QStringLiteral("1.2.3"));
-        QFile::copy(QStringLiteral(SORVANE_ENGINE_SCRIPT), resources + QStringLiteral("/createEngine.sh"));
+        PropertyList::writeFile(
+            contents + u"/Info.plist"_s,
+            SNPlistHelper::infoDictionary(name, false, false, u"1.2.3"_s, u"com.ondrel.sorvane"_s));
+        QFile::copy(u"" SORVANE_ENGINE_SCRIPT ""_s, resources + u"/createEngine.sh"_s);
     }
 
     QString copyBrowser(const BrowserInfo &row) const
     {
-        const QString copy = QStringLiteral("%1/Browsers/%2.app").arg(root, row.browserName);
-        QDir().mkpath(root + QStringLiteral("/Browsers"));
-        exec({QStringLiteral("cp"), QStringLiteral("-a"),
-              QStringLiteral(SORVANE_TEST_FIXTURES "/browsers/") + row.browserName + QStringLiteral(".app"),
-              copy});
+        const QString copy = u"%1/Browsers/%2.app"_s.arg(root, row.browserName);
+        QDir().mkpath(root + u"/Browsers"_s);
+        exec(
+            {u"cp"_s, u"-a"_s, u"" SORVANE_TEST_FIXTURES "/browsers/"_s + row.browserName + u".app"_s, copy});
         return copy;
     }
-    QString browserExecutable() const
+    QString browserExecutable() const { return u"%1/Contents/MacOS/%2"_s.arg(bundle, browser.browserName); }
+    Exec script(const QString &platform = u"mac"_s, const QString &location = {},
+                const QString &shell = u"/bin/sh"_s) const
     {
-        return QStringLiteral("%1/Contents/MacOS/%2").arg(bundle, browser.browserName);
-    }
-    void writeInfo(const QString &version) const
-    {
-        PropertyList::writeFile(
-            contents + QStringLiteral("/Info.plist"),
-            SNPlistHelper::infoDictionary(name, false, false, version, QStringLiteral("com.ondrel.sorvane")));
-    }
-    Exec script(const QString &platform = QStringLiteral("mac"), const QString &location = {},
-                const QString &shell = QStringLiteral("/bin/sh")) const
-    {
-        QStringList command{shell,
-                            QStringLiteral("./createEngine.sh"),
-                            name,
-                            resources,
-                            location.isEmpty() ? bundle : location,
-                            browser.browserName,
-                            browser.browserShortName,
-                            browser.frameworkFolder};
-        if (shell.endsWith(QLatin1String("bash")))
-            command.insert(1, QStringLiteral("--posix")); // how macOS runs /bin/sh
+        QStringList command{shell, u"./createEngine.sh"_s, name, resources};
+        command << (location.isEmpty() ? bundle : location) << browser.browserName << browser.browserShortName
+                << browser.frameworkFolder;
+        if (shell.endsWith("bash"_L1))
+            command.insert(1, u"--posix"_s); // how macOS runs /bin/sh
         return exec(command, resources, platform, tools);
     }
 
@@ -219,17 +187,15 @@ void PrintTo(const Family &family, std::ostream *out)
     *out << family.typeKey;
 }
 
-class EngineFamily : public testing::TestWithParam<Family>
-{
-};
+using EngineFamily = testing::TestWithParam<Family>;
 
 } // namespace
 
-TEST_P(EngineFamily, ScriptClonesTheBrowserIntoTheAppAndThenStaysPut)
+TEST_P(EngineFamily, ScriptClonesTheBrowserStaysPutAndFollowsItsUpdates)
 {
     App app(QLatin1String(GetParam().typeKey), QString::fromUtf8(GetParam().appName));
-    const QString shell = app.browser.number % 2 ? QStringLiteral("/bin/bash") : QStringLiteral("/bin/sh");
-    const Exec first = app.script(QStringLiteral("mac"), {}, shell);
+    const QString shell = app.browser.number % 2 ? u"/bin/bash"_s : u"/bin/sh"_s;
+    const Exec first = app.script(u"mac"_s, {}, shell);
     ASSERT_EQ(first.code, 0) << first.err.constData();
     EXPECT_TRUE(first.err.isEmpty()) << first.err.constData();
 
@@ -237,67 +203,50 @@ TEST_P(EngineFamily, ScriptClonesTheBrowserIntoTheAppAndThenStaysPut)
     EXPECT_FALSE(QFileInfo(app.engine).isSymLink());
     EXPECT_EQ(readAll(app.engine), readAll(app.browserExecutable()));
     EXPECT_EQ(probe(app.engine), probe(app.browserExecutable()));
-    EXPECT_FALSE(QFileInfo::exists(app.resources + QStringLiteral("/pwned")));
+    EXPECT_FALSE(QFileInfo::exists(app.resources + u"/pwned"_s));
 
     // Sorvane's keys stay; the browser adds what the app lacks, renamed, but none of its updater,
     // link, document, type or icon keys.
-    QJsonObject expected = QJsonObject::fromVariantMap(SNPlistHelper::infoDictionary(
-        app.name, false, false, QStringLiteral("1.2.3"), QStringLiteral("com.ondrel.sorvane")));
-    expected.insert(QStringLiteral("CFBundleDevelopmentRegion"), QStringLiteral("en"));
-    expected.insert(QStringLiteral("CrProductDirName"), app.name);
-    expected.insert(QStringLiteral("LSHasLocalizedDisplayName"), true);
-    expected.insert(QStringLiteral("NSCameraUseContinuityCameraDeviceType"), true);
-    expected.insert(QStringLiteral("NSWebBrowserPublicKeyCredentialUsageDescription"),
-                    QString(app.name + QStringLiteral(" uses passkeys.")));
-    EXPECT_EQ(plistJson(app.contents + QStringLiteral("/Info.plist")), expected);
+    QJsonObject expected = QJsonObject::fromVariantMap(
+        SNPlistHelper::infoDictionary(app.name, false, false, u"1.2.3"_s, u"com.ondrel.sorvane"_s));
+    expected.insert(u"CFBundleDevelopmentRegion"_s, u"en"_s);
+    expected.insert(u"CrProductDirName"_s, app.name);
+    expected.insert(u"LSHasLocalizedDisplayName"_s, true);
+    expected.insert(u"NSCameraUseContinuityCameraDeviceType"_s, true);
+    expected.insert(u"NSWebBrowserPublicKeyCredentialUsageDescription"_s,
+                    QString(app.name + u" uses passkeys."_s));
+    EXPECT_EQ(plistJson(app.contents + u"/Info.plist"_s), expected);
 
-    const QString names =
-        QStringLiteral("CFBundleDisplayName = \"%1\";\nCFBundleName = \"%1\";\n").arg(quoted(app.name));
+    const QString names = u"CFBundleDisplayName = \"%1\";\nCFBundleName = \"%1\";\n"_s.arg(quoted(app.name));
     const QString texts[] = {
-        QStringLiteral("/* Localized versions of Info.plist keys */\n\n") + names +
-            QStringLiteral(
-                "NSCameraUsageDescription = \"Once %1 has access, websites will be able to ask you for "
-                "access.\";\n"
-                "NSHumanReadableCopyright = \"Copyright 2024 The Authors. All rights reserved.\";\n")
-                .arg(quoted(app.name)),
+        u"/* Localized versions of Info.plist keys */\n\n"_s + names +
+            u"NSCameraUsageDescription = \"Once %1 has access, websites will be able to ask you for "
+            u"access.\";\n"
+            u"NSHumanReadableCopyright = \"Copyright 2024 The Authors. All rights reserved.\";\n"_s.arg(
+                quoted(app.name)),
         names +
-            QStringLiteral(
-                "NSCameraUsageDescription = \"Sobald %1 Zugriff hat, können Websites um Zugriff bitten.\";\n")
+            u"NSCameraUsageDescription = \"Sobald %1 Zugriff hat, können Websites um Zugriff bitten.\";\n"_s
                 .arg(quoted(app.name))};
-    for (const QString &language : {QStringLiteral("en"), QStringLiteral("de")}) {
-        const QString relative = QStringLiteral("/%1.lproj/InfoPlist.strings").arg(language);
-        const QString original = readStrings(app.bundle + QStringLiteral("/Contents/Resources") + relative);
+    for (const QString &language : {u"en"_s, u"de"_s}) {
+        const QString relative = u"/%1.lproj/InfoPlist.strings"_s.arg(language);
+        const QString original = readStrings(app.bundle + u"/Contents/Resources"_s + relative);
         EXPECT_EQ(readStrings(app.resources + relative),
-                  original.section(u'|', 0, 0) + u'|' + texts[language == QLatin1String("de")]);
+                  original.section(u'|', 0, 0) + u'|' + texts[language == "de"_L1]);
     }
 
     const QStringList built = listing(app.contents);
-    const Exec second = app.script(QStringLiteral("mac"), {}, shell);
+    const Exec second = app.script(u"mac"_s, {}, shell);
     EXPECT_EQ(second.code, 0);
     EXPECT_TRUE(second.out.isEmpty()) << second.out.constData();
     EXPECT_EQ(listing(app.contents), built);
-}
 
-TEST_P(EngineFamily, ScriptFollowsTheBrowserWhenItIsUpdatedInPlace)
-{
-    App app(QLatin1String(GetParam().typeKey), QStringLiteral("Team Chat"));
-    ASSERT_EQ(app.script().code, 0);
     const QByteArray before = probe(app.engine);
     const QString browser = app.browserExecutable();
 
-    // A rebuilt executable for the same framework, then a damaged engine: both are put right.
-    writeFile(browser + QStringLiteral(".new"), readAll(browser) + "# rebuilt\n", executable);
-    ASSERT_TRUE(QFile::remove(browser) && QFile::rename(browser + QStringLiteral(".new"), browser));
-    EXPECT_EQ(app.script().code, 0);
-    EXPECT_EQ(readAll(app.engine), readAll(browser));
-    writeFile(app.engine, "garbage", executable);
-    EXPECT_EQ(app.script().code, 0);
-    EXPECT_EQ(readAll(app.engine), readAll(browser));
-
     // A new framework version arrives: the script notices, the old executable still runs.
     const auto update = [&](const char *version, const char *replace) {
-        return exec({QStringLiteral("/bin/sh"), QStringLiteral("-c"), QString::fromUtf8(updateScript),
-                     QStringLiteral("update"), browser, QLatin1String(version), QLatin1String(replace)})
+        return exec({u"/bin/sh"_s, u"-c"_s, QString::fromUtf8(updateScript), u"update"_s, browser,
+                     QLatin1String(version), QLatin1String(replace)})
                    .code == 0;
     };
     ASSERT_TRUE(update("999.0.0.1", "no"));
@@ -312,15 +261,11 @@ TEST_P(EngineFamily, ScriptFollowsTheBrowserWhenItIsUpdatedInPlace)
     EXPECT_EQ(app.script().code, 0);
     EXPECT_TRUE(probe(app.engine).contains("1000.0.0.2: --probe"));
     EXPECT_EQ(probe(app.engine), probe(browser));
-
-    const QStringList updated = listing(app.contents);
-    EXPECT_TRUE(app.script().out.isEmpty());
-    EXPECT_EQ(listing(app.contents), updated);
 }
 
 TEST_P(EngineFamily, InProcessRouteBuildsTheInnerEngineBundle)
 {
-    App app(QLatin1String(GetParam().typeKey), QStringLiteral("Team \"Chat\""));
+    App app(QLatin1String(GetParam().typeKey), u"Team \"Chat\""_s);
     ApplicationManager manager(app.test.context());
     manager.definition().appName = app.name;
     manager.definition().applicationType = app.browser.number;
@@ -328,38 +273,35 @@ TEST_P(EngineFamily, InProcessRouteBuildsTheInnerEngineBundle)
     // The generator's own lookup: Chromium goes through Google Chrome's setting and bundle.
     const BrowserInfo &engineBrowser =
         BrowserCatalogue::byNumber(app.browser.number == BrowserCatalogue::Chromium ? 0 : app.browser.number);
-    const QString from = (&engineBrowser == &app.browser ? app.bundle : app.copyBrowser(engineBrowser)) +
-                         QStringLiteral("/Contents/");
-    app.test.context().defaults().setValue(
-        engineBrowser.settingsKey, QString(from + QStringLiteral("MacOS/") + engineBrowser.browserName));
-    const QString to = QStringLiteral("%1/%2.app/Contents/").arg(app.resources, app.browser.browserName);
+    const QString from =
+        (&engineBrowser == &app.browser ? app.bundle : app.copyBrowser(engineBrowser)) + u"/Contents/"_s;
+    app.test.context().defaults().setValue(engineBrowser.settingsKey,
+                                           QString(from + u"MacOS/"_s + engineBrowser.browserName));
+    const QString to = u"%1/%2.app/Contents/"_s.arg(app.resources, app.browser.browserName);
     ASSERT_EQ(manager.createInternalApplication(), std::nullopt);
 
-    const QString created = QStringLiteral("New directory created successfully.");
+    const QString created = u"New directory created successfully."_s;
     EXPECT_EQ(app.test.log(),
-              (QStringList{created, created, created, QStringLiteral("chromePath:") + manager.getCromePath(),
-                           QStringLiteral("chromeContentPath:") + from, QStringLiteral("0:") + from,
-                           QStringLiteral("1:") + from, QStringLiteral("2:") + from,
-                           QStringLiteral("resourcesPath:") + from + QStringLiteral("Resources"),
-                           QStringLiteral("resourcesCopyPath:") + to + QStringLiteral("Resources"),
-                           QStringLiteral("copyFilesFromChrome 1.5"), QStringLiteral("copyFilesFromChrome 2"),
-                           QStringLiteral("copyFilesFromChrome 3"), QStringLiteral("copyFilesFromChrome 4"),
-                           QStringLiteral("3:") + from}));
-    const QString link = QStringLiteral("MacOS/") + QString::fromUtf8(GetParam().executableLink);
-    for (const QString &entry : {QStringLiteral("Versions"), QStringLiteral("PkgInfo"),
-                                 QStringLiteral("Helpers"), QStringLiteral("_CodeSignature"), link}) {
+              (QStringList{created, created, created, u"chromePath:"_s + manager.getCromePath(),
+                           u"chromeContentPath:"_s + from, u"0:"_s + from, u"1:"_s + from, u"2:"_s + from,
+                           u"resourcesPath:"_s + from + u"Resources"_s,
+                           u"resourcesCopyPath:"_s + to + u"Resources"_s, u"copyFilesFromChrome 1.5"_s,
+                           u"copyFilesFromChrome 2"_s, u"copyFilesFromChrome 3"_s, u"copyFilesFromChrome 4"_s,
+                           u"3:"_s + from}));
+    const QString link = u"MacOS/"_s + QString::fromUtf8(GetParam().executableLink);
+    for (const QString &entry : {u"Versions"_s, u"PkgInfo"_s, u"Helpers"_s, u"_CodeSignature"_s, link}) {
         EXPECT_TRUE(QFileInfo(to + entry).isSymLink()) << qPrintable(entry);
         EXPECT_EQ(QFileInfo(to + entry).symLinkTarget(), from + entry);
     }
 
     // Without an icon the browser's icon keys stay; the updater and link keys go either way.
-    QJsonObject expected = plistJson(from + QStringLiteral("Info.plist"));
+    QJsonObject expected = plistJson(from + u"Info.plist"_s);
     for (const char *key :
          {"CFBundleURLTypes", "NSUserActivityTypes", "CFBundleDocumentTypes", "DTSDKBuild", "DTSDKName",
           "DTXcode", "DTXcodeBuild", "KSChannelID-full", "KSProductID", "KSUpdateURL", "KSVersion"})
         expected.remove(QLatin1String(key));
-    EXPECT_EQ(plistJson(to + QStringLiteral("Info.plist")), expected);
-    EXPECT_TRUE(expected.contains(QStringLiteral("CFBundleIconName")));
+    EXPECT_EQ(plistJson(to + u"Info.plist"_s), expected);
+    EXPECT_TRUE(expected.contains(u"CFBundleIconName"_s));
 }
 
 INSTANTIATE_TEST_SUITE_P(Browsers, EngineFamily,
@@ -381,258 +323,136 @@ TEST(EngineScript, FailsWithAMessageWhenTheBrowserIsMissing)
          {std::pair{"/Contents/Frameworks", "no browser framework"},
           std::pair{"/Contents/MacOS/Google Chrome", "no browser executable"},
           std::pair{"", "no browser at"}}) {
-        App app(QStringLiteral("chrome"), QStringLiteral("Mail"));
+        App app(u"chrome"_s, u"Mail"_s);
         const QString path = app.bundle + QLatin1String(removed);
         ASSERT_TRUE(QFileInfo(path).isDir() ? QDir(path).removeRecursively() : QFile::remove(path));
         const Exec run = app.script();
         EXPECT_EQ(run.code, 1);
         EXPECT_TRUE(run.err.startsWith(QByteArray(QByteArray("createEngine.sh: ") + message)))
             << run.err.constData();
-        EXPECT_FALSE(QFileInfo::exists(app.engine) ||
-                     QFileInfo::exists(app.resources + QStringLiteral("/engine.stamp")));
+        EXPECT_FALSE(QFileInfo::exists(app.engine) || QFileInfo::exists(app.resources + u"/engine.stamp"_s));
     }
-}
-
-TEST(EngineScript, RenamesPropertyListStringsInTheirOwnForm)
-{
-    for (const QString &form : {QStringLiteral("xml1"), QStringLiteral("binary1")}) {
-        App app(QStringLiteral("chrome"), QStringLiteral("R&D <Tools>"));
-        const QString original =
-            app.bundle + QStringLiteral("/Contents/Resources/de.lproj/InfoPlist.strings");
-        PropertyList::writeFile(original,
-                                QVariantMap{{QStringLiteral("CFBundleName"), QStringLiteral("Chrome")},
-                                            {QStringLiteral("NSCameraUsageDescription"),
-                                             QStringLiteral("Google Chrome fragt.")}});
-        ASSERT_EQ(exec({app.tools + QStringLiteral("/plutil"), QStringLiteral("-convert"), form,
-                        QStringLiteral("-o"), original, original})
-                      .code,
-                  0);
-        ASSERT_EQ(app.script().code, 0);
-        const QString written = app.resources + QStringLiteral("/de.lproj/InfoPlist.strings");
-        EXPECT_EQ(readAll(written).startsWith("bplist"), form == QLatin1String("binary1"));
-        EXPECT_EQ(plistJson(written), (QJsonObject{{QStringLiteral("CFBundleName"), app.name},
-                                                   {QStringLiteral("NSCameraUsageDescription"),
-                                                    QString(app.name + QStringLiteral(" fragt."))}}));
-    }
-}
-
-TEST(EngineScript, RenamesRegenerationsAndOtherBrowsersLeaveNothingStale)
-{
-    App app(QStringLiteral("brave"), QStringLiteral("Old Name"));
-    ASSERT_EQ(app.script().code, 0);
-    app.name = QStringLiteral("New Name");
-    ASSERT_EQ(app.script().code, 0);
-    EXPECT_FALSE(QFileInfo::exists(app.engine));
-    app.engine = app.contents + QStringLiteral("/MacOS/New Name Engine");
-    EXPECT_EQ(probe(app.engine), probe(app.browserExecutable()));
-
-    // Sorvane rewrites Info.plist when it regenerates an app; the next start merges again.
-    app.writeInfo(QStringLiteral("1.2.4"));
-    ASSERT_EQ(app.script().code, 0);
-    EXPECT_EQ(plistJson(app.contents + QStringLiteral("/Info.plist"))
-                  .value(QStringLiteral("LSHasLocalizedDisplayName")),
-              QJsonValue(true));
-
-    const QString opera = app.copyBrowser(BrowserCatalogue::byTypeKey(QStringLiteral("opera")));
-    const Exec run =
-        exec({QStringLiteral("/bin/sh"), QStringLiteral("createEngine.sh"), app.name, app.resources, opera,
-              QStringLiteral("Opera"), QStringLiteral("Opera"), QStringLiteral("Opera Framework.framework")},
-             app.resources, QStringLiteral("mac"), app.tools);
-    ASSERT_EQ(run.code, 0) << run.err.constData();
-    EXPECT_FALSE(QFileInfo::exists(app.contents + QStringLiteral("/Frameworks")));
-    EXPECT_EQ(QFileInfo(app.contents + QStringLiteral("/Versions")).symLinkTarget(),
-              opera + QStringLiteral("/Contents/Versions"));
-    EXPECT_EQ(probe(app.engine), probe(opera + QStringLiteral("/Contents/MacOS/Opera")));
 }
 
 TEST(EngineScript, OnLinuxLinksTheEngineExecutableAndNothingElse)
 {
-    App app(QStringLiteral("chromium"), QStringLiteral("It's \"$HOME\" `id`"));
-    const QString first = app.root + QStringLiteral("/opt/chromium $x/chromium");
-    const QString second = app.root + QStringLiteral("/opt/other/chrome");
+    App app(u"chromium"_s, u"It's \"$HOME\" `id`"_s);
+    const QString first = app.root + u"/opt/chromium $x/chromium"_s;
     writeFile(first, "#!/bin/sh\necho \"first $*\"\n", executable);
-    writeFile(second, "#!/bin/sh\necho \"second $*\"\n", executable);
-    QStringList before = listing(app.contents);
-
-    ASSERT_EQ(app.script(QStringLiteral("linux"), first).code, 0);
-    EXPECT_EQ(QFileInfo(app.engine).symLinkTarget(), first);
-    EXPECT_EQ(probe(app.engine), "first --probe\n");
-    QStringList after = listing(app.contents);
-    EXPECT_EQ(after.filter(QStringLiteral("/Contents/MacOS/")).size(), 1);
     const auto outsideMacOS = [](QStringList lines) {
-        lines.removeIf([](const QString &line) { return line.contains(QStringLiteral("/Contents/MacOS")); });
+        lines.removeIf([](const QString &line) { return line.contains(u"/Contents/MacOS"_s); });
         return lines;
     };
-    EXPECT_EQ(outsideMacOS(after), outsideMacOS(before));
+    const QStringList before = outsideMacOS(listing(app.contents));
 
-    EXPECT_EQ(app.script(QStringLiteral("linux"), first, QStringLiteral("/bin/bash")).code, 0);
+    ASSERT_EQ(app.script(u"linux"_s, first).code, 0);
+    EXPECT_EQ(QFileInfo(app.engine).symLinkTarget(), first);
+    EXPECT_EQ(probe(app.engine), "first --probe\n");
+    const QStringList after = listing(app.contents);
+    EXPECT_EQ(after.filter(u"/Contents/MacOS/"_s).size(), 1);
+    EXPECT_EQ(outsideMacOS(after), before);
+
+    EXPECT_EQ(app.script(u"linux"_s, first).code, 0);
     EXPECT_EQ(listing(app.contents), after);
-    EXPECT_EQ(app.script(QStringLiteral("linux"), second).code, 0);
-    EXPECT_EQ(probe(app.engine), "second --probe\n");
-    QFile::remove(second);
-    const Exec missing = app.script(QStringLiteral("linux"), second);
+    QFile::remove(first);
+    const Exec missing = app.script(u"linux"_s, first);
     EXPECT_EQ(missing.code, 1);
-    EXPECT_EQ(missing.err, QByteArray("createEngine.sh: no engine executable at " + second.toUtf8() + '\n'));
+    EXPECT_EQ(missing.err, QByteArray("createEngine.sh: no engine executable at " + first.toUtf8() + '\n'));
 }
 
 TEST(EngineScript, RunsAtCreationAndOnlyWarnsWhenItFails)
 {
-    App app(QStringLiteral("chromium"), QStringLiteral("My App"));
-    const QString engine = app.root + QStringLiteral("/opt/chromium/chromium");
+    App app(u"chromium"_s, u"My App"_s);
+    const QString engine = app.root + u"/opt/chromium/chromium"_s;
     writeFile(engine, "#!/bin/sh\n", executable);
-    app.test.context().defaults().setValue(QStringLiteral("chromiumPath"), engine);
-    EXPECT_TRUE(EngineBuilder::runEngineScript(app.test.context(), app.resources, app.name,
-                                               QStringLiteral("chromium")));
-    EXPECT_EQ(app.test.log(), QStringList{QStringLiteral("Engine cloned into root bundle.")});
+    app.test.context().defaults().setValue(u"chromiumPath"_s, engine);
+    EXPECT_TRUE(EngineBuilder::runEngineScript(app.test.context(), app.resources, app.name, u"chromium"_s));
+    EXPECT_EQ(app.test.log(), QStringList{u"Engine cloned into root bundle."_s});
     EXPECT_EQ(QFileInfo(app.engine).symLinkTarget(), engine);
 
     app.test.clearLog();
-    app.test.context().defaults().setValue(QStringLiteral("chromiumPath"),
-                                           QString(engine + QStringLiteral("-gone")));
-    EXPECT_FALSE(EngineBuilder::runEngineScript(app.test.context(), app.resources, app.name,
-                                                QStringLiteral("chromium")));
+    app.test.context().defaults().setValue(u"chromiumPath"_s, QString(engine + u"-gone"_s));
+    EXPECT_FALSE(EngineBuilder::runEngineScript(app.test.context(), app.resources, app.name, u"chromium"_s));
     EXPECT_EQ(app.test.log(),
-              QStringList{QStringLiteral(
-                  "Warning: engine creation exited with status 1 (will retry at first launch)")});
-
-    // macOS hands the browser's bundle, not its executable.
-    const BrowserInfo &brave = BrowserCatalogue::byTypeKey(QStringLiteral("brave"));
-    EXPECT_EQ(
-        EngineBuilder::engineScriptArguments(app.resources, app.name, brave, brave.macEnginePath, true).at(3),
-        QStringLiteral("/Applications/Brave Browser.app"));
+              QStringList{u"Warning: engine creation exited with status 1 (will retry at first launch)"_s});
 }
 
-namespace {
-
-struct StringsCase
+TEST(InProcessRoute, StringsRenameOnlyTheLinesOfTheirBrowserKeepingTheEncoding)
 {
-    int type;
-    const char *displayName; // the values that type's strings are searched for
-    const char *name;
-};
+    // Per type, the display name and name whose lines are renamed; Canary, Chromium and unknown
+    // types search the Chrome lines.
+    const std::tuple<int, const char *, const char *> types[] = {
+        {BrowserCatalogue::Chrome, "Google Chrome", "Chrome"},
+        {BrowserCatalogue::Canary, "Google Chrome", "Chrome"},
+        {BrowserCatalogue::Brave, "Brave Browser", "Brave"},
+        {BrowserCatalogue::Edge, "Microsoft Edge", "Microsoft Edge"},
+        {BrowserCatalogue::Opera, "Opera", "Opera"},
+        {BrowserCatalogue::Chromium, "Google Chrome", "Chrome"},
+        {BrowserCatalogue::Vivaldi, "Vivaldi", "Vivaldi"},
+        {BrowserCatalogue::Helium, "Helium", "Helium"},
+        {42, "Google Chrome", "Chrome"}};
+    for (const auto &[type, displayName, shortName] : types) {
+        SCOPED_TRACE(type);
+        TestContext test;
+        ApplicationManager manager(test.context());
+        manager.definition().applicationType = type;
+        manager.definition().appName = u"Ops \\ \"Desk\""_s;
+        QString text, expected;
+        const auto line = [&](const QString &key, const QString &value, const char *searched) {
+            text += u"%1 = \"%2\";\n"_s.arg(key, value);
+            expected += u"%1 = \"%2\";\n"_s.arg(
+                key, value == QLatin1String(searched) ? u"Ops \\\\ \\\"Desk\\\""_s : value);
+        };
+        for (const BrowserInfo &browser : BrowserCatalogue::all())
+            line(u"CFBundleDisplayName"_s, browser.browserName, displayName);
+        for (const char *name :
+             {"Chrome", "Chrome Canary", "Brave", "Microsoft Edge", "Opera", "Chromium", "Vivaldi", "Helium"})
+            line(u"CFBundleName"_s, QLatin1String(name), shortName);
 
-void PrintTo(const StringsCase &param, std::ostream *out)
-{
-    *out << param.type;
-}
+        const QString resources = test.root() + u"/Resources"_s;
+        const std::tuple<const char *, QStringConverter::Encoding, QString> files[] = {
+            {"en", QStringConverter::Utf16LE, u"fffe|"_s},
+            {"de", QStringConverter::Utf8, u"|"_s},
+            {"fr", QStringConverter::Utf16BE, u"feff|"_s}};
+        for (const auto &[language, encoding, mark] : files) {
+            QStringEncoder encoder(encoding, encoding == QStringConverter::Utf8
+                                                 ? QStringConverter::Flag::Default
+                                                 : QStringConverter::Flag::WriteBom);
+            writeFile(u"%1/%2.lproj/InfoPlist.strings"_s.arg(resources, QLatin1String(language)),
+                      encoder.encode(text));
+        }
+        QDir().mkpath(resources + u"/Other"_s);
 
-std::string typeName(const testing::TestParamInfo<StringsCase> &param)
-{
-    return param.param.type == BrowserCatalogue::byNumber(param.param.type).number
-               ? BrowserCatalogue::typeKeyForNumber(param.param.type).toStdString()
-               : "unknown";
-}
-
-class InProcessStrings : public testing::TestWithParam<StringsCase>
-{
-};
-
-} // namespace
-
-TEST_P(InProcessStrings, RenameOnlyTheLinesOfTheirBrowserKeepingTheEncoding)
-{
-    TestContext test;
-    ApplicationManager manager(test.context());
-    manager.definition().applicationType = GetParam().type;
-    manager.definition().appName = QStringLiteral("Ops \\ \"Desk\"");
-    QString text;
-    QString expected;
-    const auto line = [&](const QString &key, const QString &value, const char *searched) {
-        text += QStringLiteral("%1 = \"%2\";\n").arg(key, value);
-        expected +=
-            QStringLiteral("%1 = \"%2\";\n")
-                .arg(key, value == QLatin1String(searched) ? QStringLiteral("Ops \\\\ \\\"Desk\\\"") : value);
-    };
-    for (const BrowserInfo &browser : BrowserCatalogue::all())
-        line(QStringLiteral("CFBundleDisplayName"), browser.browserName, GetParam().displayName);
-    for (const char *name :
-         {"Chrome", "Chrome Canary", "Brave", "Microsoft Edge", "Opera", "Chromium", "Vivaldi", "Helium"})
-        line(QStringLiteral("CFBundleName"), QLatin1String(name), GetParam().name);
-
-    const QString resources = test.root() + QStringLiteral("/Resources");
-    const std::pair<const char *, QStringConverter::Encoding> files[] = {
-        {"en", QStringConverter::Utf16LE}, {"de", QStringConverter::Utf8}, {"fr", QStringConverter::Utf16BE}};
-    for (const auto &[language, encoding] : files) {
-        QStringEncoder encoder(encoding, encoding == QStringConverter::Utf8
-                                             ? QStringConverter::Flag::Default
-                                             : QStringConverter::Flag::WriteBom);
-        writeFile(QStringLiteral("%1/%2.lproj/InfoPlist.strings").arg(resources, QLatin1String(language)),
-                  encoder.encode(text));
+        ASSERT_EQ(manager.replaceChromeWithAppName(resources), std::nullopt);
+        for (const auto &[language, encoding, mark] : files)
+            EXPECT_EQ(readStrings(u"%1/%2.lproj/InfoPlist.strings"_s.arg(resources, QLatin1String(language))),
+                      mark + expected);
     }
-    QDir().mkpath(resources + QStringLiteral("/Other"));
-
-    ASSERT_EQ(manager.replaceChromeWithAppName(resources), std::nullopt);
-    const QString marks[] = {QStringLiteral("fffe|"), QStringLiteral("|"), QStringLiteral("feff|")};
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(readStrings(QStringLiteral("%1/%2.lproj/InfoPlist.strings")
-                                  .arg(resources, QLatin1String(files[i].first))),
-                  marks[i] + expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, InProcessStrings,
-                         testing::Values(StringsCase{BrowserCatalogue::Chrome, "Google Chrome", "Chrome"},
-                                         StringsCase{BrowserCatalogue::Canary, "Google Chrome", "Chrome"},
-                                         StringsCase{BrowserCatalogue::Brave, "Brave Browser", "Brave"},
-                                         StringsCase{BrowserCatalogue::Edge, "Microsoft Edge",
-                                                     "Microsoft Edge"},
-                                         StringsCase{BrowserCatalogue::Opera, "Opera", "Opera"},
-                                         StringsCase{BrowserCatalogue::Chromium, "Google Chrome", "Chrome"},
-                                         StringsCase{BrowserCatalogue::Vivaldi, "Vivaldi", "Vivaldi"},
-                                         StringsCase{BrowserCatalogue::Helium, "Helium", "Helium"},
-                                         StringsCase{42, "Google Chrome", "Chrome"}),
-                         typeName);
-
-TEST(InProcessRoute, AnIconReplacesTheIconKeysAndEachFailureEndsItsStep)
+TEST(InProcessRoute, EachFailureEndsItsStep)
 {
-    App app(QStringLiteral("brave"), QStringLiteral("Mail"));
+    App app(u"brave"_s, u"Mail"_s);
     ApplicationManager manager(app.test.context());
     manager.definition().appName = app.name;
     manager.definition().applicationType = BrowserCatalogue::Brave;
-    QImage image(64, 64, QImage::Format_ARGB32);
-    image.fill(Qt::darkCyan);
-    manager.definition().appIcon = SNImage({image});
-    const QString from = app.bundle + QStringLiteral("/Contents/");
-    const QString to = app.resources + QStringLiteral("/Inner.app/Contents/");
+    const QString from = app.bundle + u"/Contents/"_s;
+    const QString to = app.resources + u"/Inner.app/Contents/"_s;
     QDir().mkpath(to);
     ASSERT_EQ(manager.copyFilesFromChrome(from, to), std::nullopt);
-    const QJsonObject info = plistJson(to + QStringLiteral("Info.plist"));
-    EXPECT_EQ(info.value(QStringLiteral("CFBundleIconFile")).toString(), QStringLiteral("icon.icns"));
-    for (const char *key :
-         {"CFBundleIcons", "CFBundleIcons~mac", "CFBundleIconName", "CFBundleIconFiles", "KSProductID"})
-        EXPECT_FALSE(info.contains(QLatin1String(key))) << key;
-    EXPECT_TRUE(
-        exec({QStringLiteral("icns2png"), QStringLiteral("-l"), to + QStringLiteral("Resources/icon.icns")})
-            .out.contains("512x512"));
-    EXPECT_EQ(app.test.log().indexOf(QStringLiteral("Images successfully converted.")) + 1,
-              app.test.log().indexOf(QStringLiteral("copyFilesFromChrome 2")));
 
     // The resources are copied whole or not at all.
     app.test.clearLog();
     EXPECT_TRUE(manager.copyFilesFromChrome(from, to).has_value());
     EXPECT_EQ(app.test.log().size(), 2);
     // Links stop at the first one that cannot be made.
-    writeFile(to + QStringLiteral("Helpers"), "");
+    writeFile(to + u"Helpers"_s, "");
     EXPECT_TRUE(manager.createSymlinkFromGoogleChrome(from, to).has_value());
-    EXPECT_TRUE(QFileInfo(to + QStringLiteral("PkgInfo")).isSymLink());
-    EXPECT_FALSE(QFileInfo::exists(to + QStringLiteral("_CodeSignature")));
-    // A language folder without strings ends the walk there.
-    QDir().mkpath(to + QStringLiteral("Resources/ee.lproj"));
-    writeFile(to + QStringLiteral("Resources/de.lproj/InfoPlist.strings"), "CFBundleName = \"Brave\";\n");
-    writeFile(to + QStringLiteral("Resources/en.lproj/InfoPlist.strings"), "CFBundleName = \"Brave\";\n");
-    EXPECT_TRUE(manager.replaceChromeWithAppName(to + QStringLiteral("Resources")).has_value());
-    EXPECT_EQ(readAll(to + QStringLiteral("Resources/de.lproj/InfoPlist.strings")),
-              "CFBundleName = \"Mail\";\n");
-    EXPECT_EQ(readAll(to + QStringLiteral("Resources/en.lproj/InfoPlist.strings")),
-              "CFBundleName = \"Brave\";\n");
+    EXPECT_TRUE(QFileInfo(to + u"PkgInfo"_s).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(to + u"_CodeSignature"_s));
     // An existing inner bundle stops the whole route before the browser is looked at.
     manager.resourceDirectory = app.resources;
-    QDir().mkpath(app.resources + QStringLiteral("/Brave Browser.app"));
+    QDir().mkpath(app.resources + u"/Brave Browser.app"_s);
     EXPECT_EQ(manager.createInternalApplication()->description,
-              QStringLiteral("Application already exists with that name."));
-
-    // An unreadable browser property list is copied as it is.
-    writeFile(from + QStringLiteral("Info.plist"), "not a property list");
-    QDir(to + QStringLiteral("Resources")).removeRecursively();
-    ASSERT_EQ(manager.copyFilesFromChrome(from, to), std::nullopt);
-    EXPECT_EQ(readAll(to + QStringLiteral("Info.plist")), "not a property list");
+              u"Application already exists with that name."_s);
 }
