@@ -10,3 +10,7 @@ echo
 "$sorvane" browsers
 echo
 "$sorvane" registry
+echo
+echo "== The launcher script of a built-in example app (first 40 lines) =="
+script=$("$sorvane" script --name "Example Mail" --browser chromium --url "https://mail.example.org/inbox")
+sed -n '1,40p' <<<"$script"
