@@ -10,6 +10,7 @@ packages=(
     libplist-dev libtiff-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools
+    procps
 )
 
 missing=()
