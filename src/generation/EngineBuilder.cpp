@@ -44,22 +44,9 @@ std::optional<SNError> failure(const QString &description)
 // BrowserCatalogue::enginePathForGenerator), so its link carries that name too.
 QString executableLinkName(int applicationType)
 {
-    switch (applicationType) {
-    case BrowserCatalogue::Canary:
-        return QStringLiteral("Google Chrome Canary");
-    case BrowserCatalogue::Brave:
-        return QStringLiteral("Brave Browser");
-    case BrowserCatalogue::Edge:
-        return QStringLiteral("Microsoft Edge");
-    case BrowserCatalogue::Opera:
-        return QStringLiteral("Opera");
-    case BrowserCatalogue::Vivaldi:
-        return QStringLiteral("Vivaldi");
-    case BrowserCatalogue::Helium:
-        return QStringLiteral("Helium");
-    default:
-        return QStringLiteral("Google Chrome");
-    }
+    if (applicationType == BrowserCatalogue::Chromium)
+        return BrowserCatalogue::byNumber(BrowserCatalogue::Chrome).browserName;
+    return BrowserCatalogue::byNumber(applicationType).browserName;
 }
 
 // The display-name and name values the browser's strings carry. Canary and Chromium search for
