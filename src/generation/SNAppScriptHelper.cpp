@@ -267,17 +267,45 @@ QString encodedAddress(const QString &address)
     return text;
 }
 
+const QStringView PatternCharacters = u"\\^$*+?()[]{}|";
+
+bool hasPatternCharacters(const QString &engineName)
+{
+    for (const QChar c : engineName) {
+        if (PatternCharacters.contains(c))
+            return true;
+    }
+    return false;
+}
+
 // The engine name as pgrep's extended regular expression matching it literally, then as one
 // unquoted shell word. A dot stays: it matches itself, and ordinary names keep their text.
 QString pgrepWord(const QString &engineName)
 {
     QString regex;
     for (const QChar c : engineName) {
-        if (QStringView(u"\\^$*+?()[]{}|").contains(c))
+        if (PatternCharacters.contains(c))
             regex += u'\\';
         regex += c;
     }
     return ShellEscaping::unquoted(regex);
+}
+
+// The bundle folder usually carries the app's name, so a name with pattern characters makes
+// "$PWD" in the pgrep patterns a pattern that never matches the running engine or helper. Such
+// scripts first escape the folder (BRE bracket syntax that BSD and GNU sed share) and match
+// against that; ordinary names keep the template's "$PWD".
+const char16_t LiteralFolderPattern[] =
+    uR"sh(
+# The app's folder as a pattern pgrep matches literally (its name holds pattern characters).
+PGREP_PWD=$(printf '%s\n' "$PWD" | sed 's/[][\.*^$+?(){}|]/\\&/g'))sh";
+
+QString withLiteralFolderPattern(const QString &text, const QString &engineName)
+{
+    if (!hasPatternCharacters(engineName))
+        return text;
+    QString patched = text;
+    return patched.replace(u"pgrep -f \"$PWD\"/"_s, u"pgrep -f \"$PGREP_PWD\"/"_s);
 }
 
 QString userDataWord(const BrowserInfo &browser, bool targetIsMac)
@@ -304,7 +332,7 @@ QString handOffExec(const QString &engine, bool incognito)
 // stays up while that engine lives.
 QString linkHandOff(const QString &engine, bool tabbed, bool incognito)
 {
-    QString text = QString::fromUtf16(HandOffHead);
+    QString text = withLiteralFolderPattern(QString::fromUtf16(HandOffHead), engine);
     if (!tabbed)
         return text + handOffExec(engine, incognito) + u"    exit\nfi\n"_s;
     text += u"if [[ $pgrepResult3 == *$'\\n'* ]]; then\n"_s + handOffExec(engine, incognito) + u"else\n"_s;
@@ -396,7 +424,8 @@ QString SNAppScriptHelper::extraEngineFlagsForBrowser(const QString &typeKey)
 
 QString SNAppScriptHelper::preLaunchValidatorScript(const QString &engineName)
 {
-    return fill(PreLaunchValidator, {pgrepWord(engineName)});
+    const QString validator = withLiteralFolderPattern(fill(PreLaunchValidator, {pgrepWord(engineName)}), engineName);
+    return hasPatternCharacters(engineName) ? QString::fromUtf16(LiteralFolderPattern) + validator : validator;
 }
 
 QString SNAppScriptHelper::legacyLaunchStub()

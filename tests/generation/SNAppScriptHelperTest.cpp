@@ -155,7 +155,7 @@ TEST_P(HostileName, ReachesEveryCommandAsOneExactWordAndRunsNothing)
         EXPECT_EQ(syntaxErrors(text), QString());
 
         static const QRegularExpression wanted(
-            u"^\\s*(sh \\./createEngine\\.sh |pgrepResult=|launchArray\\[|launchArrayHelper\\[|TABS=|HOMEPAGE=)"_s);
+            u"^\\s*(sh \\./createEngine\\.sh |PGREP_PWD=|pgrepResult=|launchArray\\[|launchArrayHelper\\[|TABS=|HOMEPAGE=)"_s);
         QStringList probe{u"sh() { printf '%s\\0' \"$@\"; }; pgrep() { printf '%s' \"$2\" > pattern; }"_s};
         for (const QString &line : text.split(u'\n'))
             if (wanted.match(line).hasMatch() && !line.contains(u"$LINK"_s))

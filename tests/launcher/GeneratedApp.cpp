@@ -1,0 +1,146 @@
+#include "GeneratedApp.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/SNAppTracker.h"
+#include "core/UserDefaults.h"
+#include "generation/LaunchProgramInstaller.h"
+#include "generation/SNAppScriptHelper.h"
+#include "support/TestContext.h"
+
+#include <QDir>
+#include <QFile>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace LaunchTest;
+
+namespace {
+
+// Command lines of the running processes, as /proc shows them (NULs between arguments).
+QList<QByteArray> commandLines()
+{
+    QList<QByteArray> lines;
+    const QStringList pids = QDir(u"/proc"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &pid : pids) {
+        bool number = false;
+        pid.toInt(&number);
+        if (number)
+            lines.append(readAll(u"/proc/"_s + pid + u"/cmdline"_s));
+    }
+    return lines;
+}
+
+} // namespace
+
+GeneratedApp::GeneratedApp(TestContext &test, const AppSpec &spec)
+    : m_recordsFolder(test.root() + u"/engine-starts"_s),
+      m_name(spec.name), m_bundle(test.root() + u"/Apps/"_s + spec.name + u".app"_s),
+      m_environment(QProcessEnvironment::systemEnvironment())
+{
+    QDir().mkpath(m_recordsFolder);
+    for (const char *folder : {"/Contents/MacOS", "/Contents/Resources", "/Contents/Profile"})
+        QDir().mkpath(m_bundle + QLatin1String(folder));
+
+    Context &context = test.context();
+    const BrowserInfo browser = BrowserCatalogue::byTypeKey(spec.typeKey);
+    context.defaults().setValue(browser.settingsKey, QStringLiteral(SORVANE_FAKE_ENGINE));
+    SNError error;
+    LaunchProgramInstaller(context).installInto(m_bundle, spec.name, &error);
+
+    SNAppTracker tracker(context);
+    m_appId = tracker.addAppTracker(m_bundle).value(u"appID"_s).toString();
+    SNScriptInputs inputs;
+    inputs.appName = spec.name;
+    inputs.appURL = spec.url;
+    inputs.needTab = spec.tabbed;
+    inputs.tabsList = spec.tabs;
+    inputs.incognito = spec.incognito;
+    inputs.forceDarkMode = spec.dark;
+    inputs.shouldIncludeWLExt = spec.routing;
+    inputs.typeKey = spec.typeKey;
+    inputs.trackerFragment = tracker.shellUpdateCode(m_appId);
+    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
+        SNAppScriptHelper::getBrowserPath(spec.typeKey, context.defaults()), false);
+    inputs.targetIsMac = false;
+    m_script = SNAppScriptHelper::scriptText(inputs);
+    writeExecutable(resources() + u"/script"_s, m_script.toUtf8());
+
+    m_environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, m_recordsFolder);
+    m_environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);
+    m_environment.remove(u"DISPLAY"_s);
+}
+
+GeneratedApp::~GeneratedApp()
+{
+    stop();
+}
+
+Outcome GeneratedApp::start(const QStringList &arguments)
+{
+    const Outcome outcome = runProgram(launchProgram(), arguments, m_environment);
+    // The helper the script started goes with the engine; until then it marks the app as running.
+    if (!m_running)
+        waitFor([&] { return !helperRunning(); }, 10000);
+    return outcome;
+}
+
+QString GeneratedApp::launchProgram() const
+{
+    return m_bundle + u"/Contents/MacOS/"_s + m_name;
+}
+
+bool GeneratedApp::startAndKeepRunning(const QStringList &arguments)
+{
+    QProcessEnvironment environment = m_environment;
+    environment.insert(u"SORVANE_FAKE_ENGINE_STAY"_s, u"1"_s);
+    environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"10000"_s);
+    QFile::remove(m_recordsFolder + u"/stop"_s);
+    const qsizetype before = engineStarts().size();
+    m_running = std::make_unique<QProcess>();
+    m_running->setProcessEnvironment(environment);
+    m_running->start(launchProgram(), arguments);
+    return m_running->waitForStarted() &&
+           waitFor([&] { return engineStarts().size() > before && helperRunning(); }, 10000);
+}
+
+bool GeneratedApp::stop()
+{
+    if (!m_running)
+        return true;
+    writeExecutable(m_recordsFolder + u"/stop"_s, {});
+    const bool engineLeft = m_running->waitForFinished(10000);
+    m_running.reset();
+    return engineLeft && waitFor([&] { return !helperRunning(); }, 10000);
+}
+
+QList<EngineStart> GeneratedApp::engineStarts() const
+{
+    QList<EngineStart> starts;
+    const QStringList names = QDir(m_recordsFolder).entryList({u"*.args"_s}, QDir::Files, QDir::Name);
+    for (const QString &name : names) {
+        const QStringList items = recorded(m_recordsFolder + u'/' + name);
+        if (items.size() < 2)
+            continue;
+        starts.append({items.at(0), items.at(1), items.mid(2), name.section(u'-', 1).chopped(5).toLongLong()});
+    }
+    return starts;
+}
+
+bool GeneratedApp::helperRunning() const
+{
+    const QByteArray helper = (resources() + u"/SorvaneHelper.app/Contents/MacOS/SorvaneHelper"_s).toUtf8();
+    for (const QByteArray &line : commandLines()) {
+        if (line.startsWith(helper))
+            return true;
+    }
+    return false;
+}
+
+bool GeneratedApp::moveInto(const QString &folder)
+{
+    QDir().mkpath(folder);
+    const QString target = folder + u'/' + QDir(m_bundle).dirName();
+    if (!QDir().rename(m_bundle, target))
+        return false;
+    m_bundle = target;
+    return true;
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "LaunchTestSupport.h"
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class TestContext;
+
+// What a test app is made from.
+struct AppSpec
+{
+    QString name;
+    QString typeKey = QStringLiteral("chromium");
+    QString url = QStringLiteral("https://app.example.test/");
+    bool tabbed = false;
+    QStringList tabs = {};
+    bool incognito = false;
+    bool dark = false;
+    bool routing = false;
+};
+
+// One start of the fake engine, as it recorded itself.
+struct EngineStart
+{
+    QString program; // argv[0]
+    QString workingFolder;
+    QStringList arguments;
+    qint64 pid = 0;
+};
+
+// A generated app laid out in a test folder as creation lays it out: the real launch program,
+// helper app, engine builder and tool stand-ins, the launcher script, a registry record, and the
+// recording fake engine as its browser (through the browser's path setting).
+class GeneratedApp final
+{
+public:
+    GeneratedApp(TestContext &test, const AppSpec &spec);
+    ~GeneratedApp();
+
+    QString bundle() const { return m_bundle; }
+    QString resources() const { return m_bundle + QStringLiteral("/Contents/Resources"); }
+    QString profile() const { return m_bundle + QStringLiteral("/Contents/Profile"); }
+    QString appId() const { return m_appId; }
+    QString scriptText() const { return m_script; }
+
+    // Environment of every start; tests add to it.
+    QProcessEnvironment &environment() { return m_environment; }
+
+    // Starts the app through its launch program and waits until the program, or the engine it
+    // became, and (unless an engine is kept running) the helper it started have finished.
+    LaunchTest::Outcome start(const QStringList &arguments = {});
+    // Starts the app with an engine that stays, and waits until both the engine and the helper run.
+    bool startAndKeepRunning(const QStringList &arguments = {});
+    // Stops a kept engine and waits until its helper has left too.
+    bool stop();
+
+    QList<EngineStart> engineStarts() const;
+    bool helperRunning() const;
+    // Moves the bundle into `folder` (created when missing).
+    bool moveInto(const QString &folder);
+
+private:
+    QString launchProgram() const;
+
+    QString m_recordsFolder;
+    QString m_name;
+    QString m_bundle;
+    QString m_appId;
+    QString m_script;
+    QProcessEnvironment m_environment;
+    std::unique_ptr<QProcess> m_running;
+};

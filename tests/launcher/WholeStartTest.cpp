@@ -1,0 +1,268 @@
+// Generated apps started as a user starts them: through the launch program in the bundle, with
+// the script building the engine (a link to the recording fake engine), seeding the profile,
+// stamping the registry and finally exec'ing the engine or handing a link to the running one.
+
+#include "GeneratedApp.h"
+
+#include "support/TestContext.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace LaunchTest;
+
+namespace {
+
+const QString Hostile = u"Q's \"Notes\" $(touch pwned) `touch pwned`; (x) & y|z"_s;
+const QString Profile = u"--user-data-dir=./../Profile"_s;
+const QString Extension = u"--load-extension=./../Resources/Sorvane_Extension"_s;
+const QString Flags = u"--no-default-browser-check"_s;
+const QStringList Dark{u"--force-dark-mode"_s, u"--enable-features=WebContentsForceDark"_s};
+const QStringList Tabs{u"https://a.example.test/"_s, u"https://b.example.test/?q=$HOME&r=`id`"_s};
+
+struct StartCase
+{
+    const char *label;
+    AppSpec spec;
+    QStringList given;    // the launch program's arguments
+    QStringList expected; // the engine's arguments
+};
+
+void PrintTo(const StartCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class WholeStart : public testing::TestWithParam<StartCase>
+{
+};
+
+// Files that a value run as a command would have made.
+QStringList strayFiles(const QString &root)
+{
+    QStringList found;
+    QDirIterator it(root, {u"pwned*"_s}, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        found.append(it.next());
+    return found;
+}
+
+QStringList tabsFiles(const GeneratedApp &app)
+{
+    return QDir(app.resources()).entryList({u"tabs-*.json"_s}, QDir::Files);
+}
+
+// What the companion extension leaves in Resources when a tabbed app closes.
+void writeLastTabs(const GeneratedApp &app, const QString &name, const QStringList &tabs)
+{
+    writeExecutable(app.resources() + u'/' + name,
+                    "{\"tabs\":{\"urls\":[\"" + tabs.join(u"\",\""_s).toUtf8() + "\"]}}");
+}
+
+QJsonObject trackerRecord(const TestContext &test, const GeneratedApp &app)
+{
+    const QJsonDocument tracker = QJsonDocument::fromJson(plistAsJsonFromPython(test.supportFolder() + u"/tracker.plist"_s));
+    return tracker.object().value(app.appId()).toObject();
+}
+
+} // namespace
+
+TEST_P(WholeStart, ExecsTheEngineWithTheAppsSwitches)
+{
+    const StartCase &c = GetParam();
+    TestContext test;
+    GeneratedApp app(test, c.spec);
+    if (!c.spec.tabbed) // tabbed apps restore these; their own test covers that
+        writeLastTabs(app, u"tabs-1.json"_s, {u"https://stale.example.test/"_s});
+
+    const Outcome result = app.start(c.given);
+
+    ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+    const QList<EngineStart> starts = app.engineStarts();
+    ASSERT_EQ(starts.size(), 1) << result.err.constData();
+    EXPECT_EQ(QDir::cleanPath(starts[0].program), app.bundle() + u"/Contents/MacOS/"_s + c.spec.name + u" Engine"_s);
+    EXPECT_EQ(starts[0].workingFolder, app.resources());
+    EXPECT_EQ(starts[0].arguments, c.expected);
+    EXPECT_TRUE(QFileInfo(app.bundle() + u"/Contents/MacOS/"_s + c.spec.name + u" Engine"_s).isSymLink());
+    EXPECT_EQ(tabsFiles(app), QStringList());
+    EXPECT_EQ(strayFiles(test.root()), QStringList());
+    EXPECT_FALSE(app.helperRunning());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Corpus, WholeStart,
+    testing::Values(
+        StartCase{"chrome_single", {.name = u"Mail"_s, .typeKey = u"chrome"_s, .url = u"https://mail.example.test/inbox"_s},
+                  {},
+                  {u"--args"_s, Profile, u"--app=https://mail.example.test/inbox"_s, Flags}},
+        StartCase{"canary_incognito_with_link",
+                  {.name = u"Mail Canary"_s, .typeKey = u"canary"_s, .incognito = true},
+                  {u"https://mail.example.test/m?id=1&x=$(touch pwned)"_s},
+                  {u"--args"_s, Profile, u"--app=https://mail.example.test/m?id=1&x=$(touch pwned)"_s,
+                   u"--incognito"_s, Flags}},
+        StartCase{"brave_tabbed_dark_routing",
+                  {.name = u"Team Chat"_s, .typeKey = u"brave"_s, .tabbed = true, .tabs = Tabs, .dark = true, .routing = true},
+                  {},
+                  QStringList{u"https://a.example.test/"_s, u"https://b.example.test/?q=$HOME&r=%60id%60"_s, u"--args"_s} +
+                      Dark + QStringList{Extension, Profile, Flags, u"--disable-brave-update"_s}},
+        StartCase{"edge_tabbed_incognito_with_link",
+                  {.name = u"Office"_s, .typeKey = u"edge"_s, .tabbed = true, .tabs = Tabs, .incognito = true},
+                  {u"https://c.example.test/x"_s},
+                  {u"https://c.example.test/x"_s, u"https://a.example.test/"_s, u"https://b.example.test/?q=$HOME&r=%60id%60"_s,
+                   u"--args"_s, u"--incognito"_s, Profile, Flags}},
+        StartCase{"opera_hostile_name_dark", {.name = Hostile, .typeKey = u"opera"_s, .url = u"https://x.test/a b\"c"_s, .dark = true},
+                  {},
+                  QStringList{u"--args"_s, Profile, u"--app=https://x.test/a%20b%22c"_s} + Dark + QStringList{Flags}},
+        StartCase{"chromium_non_latin_routing",
+                  {.name = u"Почта 日本語"_s, .typeKey = u"chromium"_s, .url = u"https://почта.example.test/ящик"_s, .routing = true},
+                  {},
+                  {u"--args"_s, Profile, u"--app=https://почта.example.test/ящик"_s, Extension, Flags}},
+        StartCase{"vivaldi_tabbed_parentheses",
+                  {.name = u"C++ Notes (beta)"_s, .typeKey = u"vivaldi"_s, .tabbed = true, .tabs = {u"https://n.example.test/"_s}},
+                  {},
+                  {u"https://n.example.test/"_s, u"--args"_s, Profile, Flags}},
+        StartCase{"helium_always_routes", {.name = u"Team; rm -rf ~"_s, .typeKey = u"helium"_s, .incognito = true},
+                  {u"-psn_0_4711"_s},
+                  {u"--args"_s, Profile, u"--app=https://app.example.test/"_s, u"--incognito"_s, Extension, Flags}}),
+    [](const testing::TestParamInfo<StartCase> &p) { return std::string(p.param.label); });
+
+// A second start finds the running engine: without a link it brings the engine forward and
+// starts nothing; with a link it hands the link over through a second engine start, which a real
+// engine forwards to the running one.
+TEST(WholeStartWhileRunning, BringsForwardOrHandsTheLinkOver)
+{
+    for (const bool tabbed : {false, true}) {
+        SCOPED_TRACE(tabbed ? "tabbed" : "single window");
+        TestContext test;
+        GeneratedApp app(test, {.name = u"Chat $x"_s, .tabbed = tabbed, .tabs = Tabs, .incognito = true});
+        const QString standIns = test.root() + u"/bin"_s;
+        QDir().mkpath(standIns);
+        writeExecutable(standIns + u"/xdotool"_s, recordingScript(test.root() + u"/xdotool.args"_s));
+        app.environment().insert(u"PATH"_s, standIns + u':' + app.environment().value(u"PATH"_s));
+        app.environment().insert(u"DISPLAY"_s, u":97"_s);
+
+        ASSERT_TRUE(app.startAndKeepRunning());
+        const qint64 engine = app.engineStarts().at(0).pid;
+
+        const Outcome again = app.start();
+        EXPECT_EQ(again.exitCode, 0) << again.err.constData();
+        EXPECT_EQ(app.engineStarts().size(), 1);
+        EXPECT_EQ(recorded(test.root() + u"/xdotool.args"_s).mid(1),
+                  (QStringList{u"search"_s, u"--pid"_s, QString::number(engine), u"windowactivate"_s}));
+
+        const QString link = u"https://chat.example.test/room?id=7&q=$(touch pwned)"_s;
+        const Outcome handOff = app.start({link});
+        EXPECT_EQ(handOff.exitCode, 0) << handOff.err.constData();
+        const QList<EngineStart> starts = app.engineStarts();
+        ASSERT_EQ(starts.size(), 2);
+        EXPECT_EQ(starts[1].arguments, QStringList({link, u"--args"_s, Profile, u"--incognito"_s, Flags}));
+        EXPECT_TRUE(app.stop());
+        EXPECT_EQ(strayFiles(test.root()), QStringList());
+    }
+}
+
+// The last open tabs come back unless restore.json says "false" or there are none; the files
+// are consumed either way.
+TEST(WholeStartTabs, RestoresTheLastTabsUnlessTurnedOff)
+{
+    struct Case
+    {
+        const char *label;
+        QStringList lastTabs; // saved into a tabs-*.json when not empty
+        QByteArray restoreFile;
+        QStringList expectedTabs;
+    };
+    const QStringList configured{u"https://a.example.test/"_s};
+    const QList<Case> cases{
+        {"restored", {u"https://x.example.test/\\/p"_s, u"https://y.example.test/"_s}, {}, {u"https://x.example.test//p"_s, u"https://y.example.test/"_s}},
+        {"restore_off", {u"https://x.example.test/"_s}, "{\"restore\": false}\n", configured},
+        {"nothing_saved", {}, {}, configured},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.label);
+        TestContext test;
+        GeneratedApp app(test, {.name = u"Tabs"_s, .tabbed = true, .tabs = configured});
+        if (!c.lastTabs.isEmpty())
+            writeLastTabs(app, u"tabs-1.json"_s, c.lastTabs);
+        if (!c.restoreFile.isNull())
+            writeExecutable(app.resources() + u"/restore.json"_s, c.restoreFile);
+
+        ASSERT_EQ(app.start().exitCode, 0);
+        const QList<EngineStart> starts = app.engineStarts();
+        ASSERT_EQ(starts.size(), 1);
+        EXPECT_EQ(starts[0].arguments, c.expectedTabs + QStringList({u"--args"_s, Profile, Flags}));
+        EXPECT_EQ(tabsFiles(app), QStringList());
+    }
+}
+
+TEST(WholeStartTabs, EmptyTabListStartsInTheNoTabsMode)
+{
+    TestContext test;
+    GeneratedApp app(test, {.name = u"No Tabs"_s, .tabbed = true, .tabs = {}});
+    EXPECT_TRUE(app.scriptText().contains(u"\nNEEDTAB=0\n"_s));
+    writeLastTabs(app, u"tabs-1.json"_s, {u"https://x.example.test/"_s});
+
+    EXPECT_EQ(app.start().exitCode, 0);
+    EXPECT_EQ(app.engineStarts().size(), 0);
+    EXPECT_EQ(tabsFiles(app), QStringList());
+}
+
+// The store page: an extra address of a tabbed app's first start; a second window six seconds
+// after a single-window app's first start. Later starts never show it.
+TEST(WholeStartFirstLaunch, OpensTheStorePageOnTheFirstStartOnly)
+{
+    const QString store = u"https://chromewebstore.google.com/"_s;
+    for (const bool tabbed : {true, false}) {
+        SCOPED_TRACE(tabbed ? "tabbed" : "single window");
+        TestContext test;
+        GeneratedApp app(test, {.name = u"Fresh"_s, .tabbed = tabbed, .tabs = Tabs});
+        writeExecutable(app.profile() + u"/First Run"_s, {});
+
+        ASSERT_EQ(app.start().exitCode, 0);
+        if (tabbed) {
+            ASSERT_EQ(app.engineStarts().size(), 1);
+            EXPECT_EQ(app.engineStarts()[0].arguments.mid(0, 2), QStringList({store, Tabs[0]}));
+        } else {
+            ASSERT_TRUE(waitFor([&] { return app.engineStarts().size() == 2; }, 10000));
+            EXPECT_EQ(app.engineStarts()[1].arguments, (QStringList{u"--new-window"_s, store, Profile, Flags}));
+        }
+        EXPECT_TRUE(QFile::exists(app.profile() + u"/First Launch Complete"_s));
+
+        const qsizetype before = app.engineStarts().size();
+        ASSERT_EQ(app.start().exitCode, 0);
+        const QList<EngineStart> starts = app.engineStarts();
+        ASSERT_EQ(starts.size(), before + 1);
+        EXPECT_FALSE(starts.last().arguments.contains(store));
+    }
+}
+
+// Every start stamps the app's registry record with the time and where the bundle now is.
+TEST(WholeStartRegistry, RecordFollowsTheBundle)
+{
+    TestContext test;
+    test.setNow(QDateTime(QDate(2001, 2, 3), QTime(4, 5, 6)));
+    GeneratedApp app(test, {.name = u"Moving \"App\""_s});
+    const QString created = trackerRecord(test, app).value(u"lastActivity"_s).toString();
+    const QString firstPlace = app.bundle();
+
+    ASSERT_EQ(app.start().exitCode, 0);
+    QJsonObject record = trackerRecord(test, app);
+    EXPECT_EQ(record.value(u"appPath"_s).toString(), firstPlace);
+    const QString stamped = record.value(u"lastActivity"_s).toString();
+    EXPECT_NE(stamped, created);
+    const QDateTime parsed = QDateTime::fromString(stamped.simplified(), u"yyyy-MM-dd h:mm:ss AP"_s);
+    EXPECT_LT(qAbs(parsed.secsTo(QDateTime::currentDateTime())), 120) << qPrintable(stamped);
+
+    ASSERT_TRUE(app.moveInto(test.root() + u"/Elsewhere/Sub folder"_s));
+    ASSERT_EQ(app.start().exitCode, 0);
+    record = trackerRecord(test, app);
+    EXPECT_EQ(record.value(u"appPath"_s).toString(), app.bundle());
+    EXPECT_EQ(record.value(u"appID"_s).toString(), app.appId());
+    EXPECT_EQ(app.engineStarts().size(), 2);
+}
