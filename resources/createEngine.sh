@@ -8,7 +8,7 @@
 #
 # The app runs this at every start, so it returns at once when the engine is up to date, and it
 # rebuilds the engine when the browser was updated in place. Portable sh only: it runs under
-# dash and under bash in sh mode. SORVANE_ENGINE_PLATFORM=mac|linux overrides uname.
+# dash and under bash in sh mode. SORVANE_ENGINE_PLATFORM=mac|linux overrides the detection.
 
 if [ "$#" -lt 6 ]; then
     echo "usage: createEngine.sh <app name> <work folder> <browser> <display name> <short name> <framework folder>" >&2
@@ -36,7 +36,14 @@ case $APP_NAME in
     '' | */*) fail "invalid app name: $APP_NAME" ;;
 esac
 
-RESOURCES=$(cd "$WORK_DIR" 2>/dev/null && pwd) || fail "no work folder at $WORK_DIR"
+# A built engine costs this script no process beyond its own shell: no command substitution, no
+# external tool, until something has to change.
+case $BROWSER in
+    /*) ;;
+    *) BROWSER=$PWD/$BROWSER ;;
+esac
+cd "$WORK_DIR" 2>/dev/null || fail "no work folder at $WORK_DIR"
+RESOURCES=$PWD
 CONTENTS=${RESOURCES%/*}
 ENGINE="$CONTENTS/MacOS/$APP_NAME Engine"
 
@@ -53,23 +60,17 @@ trap 'exit 1' HUP INT TERM
 
 PLATFORM=${SORVANE_ENGINE_PLATFORM:-}
 if [ -z "$PLATFORM" ]; then
-    case $(uname -s) in
-        Darwin) PLATFORM=mac ;;
-        *) PLATFORM=linux ;;
-    esac
+    if [ -f /System/Library/CoreServices/SystemVersion.plist ]; then PLATFORM=mac; else PLATFORM=linux; fi
 fi
 
 # Linux: there is no browser bundle; the engine is a link to the browser's real binary, which
 # finds its own files through /proc/self/exe and keeps the link's name on its command line.
 build_linux() {
-    case $BROWSER in
-        /*) ;;
-        *) BROWSER=$(pwd)/$BROWSER ;;
-    esac
     if [ ! -f "$BROWSER" ] || [ ! -x "$BROWSER" ]; then
         fail "no engine executable at $BROWSER"
     fi
-    if [ -L "$ENGINE" ] && [ "$(readlink "$ENGINE")" = "$BROWSER" ]; then
+    # -ef: the link leads to the browser's file (the same one, whichever path named it).
+    if [ -L "$ENGINE" ] && [ "$ENGINE" -ef "$BROWSER" ]; then
         return 0
     fi
     if [ -d "$ENGINE" ] && [ ! -L "$ENGINE" ]; then
