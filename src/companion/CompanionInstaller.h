@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+#include <QVariantMap>
+
+class Context;
+
+// Puts the companion extension, the native-messaging host and the routing data into a generated
+// bundle, from the generator's resources folder ("extension.bundle", "sorvanemessaginghost").
+// Failures of single files are not reported: the remaining steps still run.
+class CompanionInstaller final
+{
+public:
+    explicit CompanionInstaller(Context &context);
+
+    // RES/Sorvane_Extension: every entry of the shipped extension folder whose name does not begin
+    // with "." (".000" becomes ".js"), and nativeHost.js. Creates the folder when missing.
+    void copyExtensionFiles(const QString &resourceDirectory) const;
+    // PROFILE/NativeMessagingHosts/<host>.json from the template with the host path in RES, and a
+    // fresh copy of the host program in RES.
+    void configureNativeMessaging(const QString &profileDirectory, const QString &resourceDirectory) const;
+    // RES/data.json: `data` as compact JSON.
+    void writeRoutingDataJSON(const QString &resourceDirectory, const QVariantMap &data) const;
+
+    // Compact UTF-8 JSON of `object`; "[]" (logged) when it cannot be serialised.
+    static QByteArray jsonStringWithData(const QVariant &object);
+
+private:
+    Context &m_context;
+};

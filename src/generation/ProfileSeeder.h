@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/SNError.h"
+
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+#include <QVariantMap>
+
+#include <optional>
+
+class Context;
+
+// One profile of the installed browser, as profile discovery offers it for import.
+struct SNProfileEntry
+{
+    bool shouldImport = false;
+    QString profileKey; // the profile's folder name, e.g. "Default" or "Profile 1"
+    QVariantMap userDict; // the profile's entry for Local State's profile.info_cache
+};
+
+// Seeds a new app's own browser profile (Contents/Profile) from a profile of the installed
+// browser: its preferences and the data of its store-installed extensions, and whole profiles
+// the user chose to import, with the Local State that lists them.
+class ProfileSeeder final
+{
+public:
+    ProfileSeeder(Context &context, const QString &typeKey);
+
+    // The installed browser's user-data folder, ending in "/": on Linux
+    // "<home>/.config/<linux user-data folder>/", on macOS
+    // "<home>/Library/Application Support/<mac user-data folder>/" (catalogue columns).
+    QString sourceBrowserFolder() const;
+    // "<source browser folder><profileKey>/".
+    QString sourceProfileFolder(const QString &profileKey) const;
+
+    // Writes `preferenceJson` (compact) as <defaultUserDirectory>/Secure Preferences, then copies
+    // the store-installed extensions (from_webstore true) with their storage links and the
+    // extension folders that follow. Returns the first failing step's error.
+    std::optional<SNError> copyExctentions(const QJsonObject &preferenceJson, const QString &currentProfileKey,
+                                           const QString &defaultUserDirectory) const;
+    // Links every entry of the source profile's `folder` whose name contains `extensionId` into
+    // <defaultUserDirectory>/<folder>/.
+    std::optional<SNError> copyFromFolder(const QString &folder, const QString &extensionId,
+                                          const QString &currentProfileKey, const QString &defaultUserDirectory) const;
+    // Copies the profiles marked for import into `profileDirectory` and writes its Local State.
+    void createProfiles(const QList<SNProfileEntry> &usersArray, const QString &profileDirectory) const;
+
+private:
+    Context &m_context;
+    QString m_typeKey;
+};
