@@ -1,0 +1,184 @@
+#include "companion/CompanionInstaller.h"
+
+#include "core/AtomicWriter.h"
+#include "core/Constants.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString ExtensionFolderName = u"Sorvane_Extension"_s;
+const QString ShippedExtensionFolder = u"extension.bundle/Sorvane_Extension"_s;
+const QString HostProgramName = u"sorvanemessaginghost"_s;
+const QString NativeHostsFolderName = u"NativeMessagingHosts"_s;
+const QString RoutingDataFileName = u"data.json"_s;
+
+// Scripts ship with the suffix "000" and take their real one, ".js", in the bundle.
+const QString ShippedScriptSuffix = u"000"_s;
+
+void logFailure(const QString &what, const QString &path, const QString &reason)
+{
+    Logger::log(u"Warning: cannot %1 %2: %3"_s.arg(what, path, reason));
+}
+
+bool writeFile(const QString &path, const QByteArray &data)
+{
+    QString error;
+    if (AtomicWriter::write(path, data, &error))
+        return true;
+    logFailure(u"write"_s, path, error);
+    return false;
+}
+
+// Copies one file atomically with the source's permissions; false when nothing was copied.
+bool copyFile(const QString &source, const QString &destination)
+{
+    QFile file(source);
+    if (!file.open(QIODevice::ReadOnly)) {
+        logFailure(u"read"_s, source, file.errorString());
+        return false;
+    }
+    QString error;
+    if (!AtomicWriter::write(destination, file.readAll(), &error)) {
+        logFailure(u"write"_s, destination, error);
+        return false;
+    }
+    if (!QFile::setPermissions(destination, file.permissions())) {
+        logFailure(u"set the permissions of"_s, destination, u"permission change refused"_s);
+        return false;
+    }
+    return true;
+}
+
+// Folders inside the extension are copied as they are, hidden entries included.
+void copyTree(const QString &source, const QString &destination)
+{
+    if (!QDir().mkpath(destination)) {
+        logFailure(u"create"_s, destination, u"mkpath failed"_s);
+        return;
+    }
+    const QFileInfoList entries = QDir(source).entryInfoList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+    for (const QFileInfo &entry : entries) {
+        const QString target = destination + u'/' + entry.fileName();
+        if (entry.isDir())
+            copyTree(entry.filePath(), target);
+        else
+            copyFile(entry.filePath(), target);
+    }
+}
+
+QString installedName(const QFileInfo &entry)
+{
+    if (entry.isFile() && entry.suffix() == ShippedScriptSuffix)
+        return entry.completeBaseName() + u".js"_s;
+    return entry.fileName();
+}
+
+// The path as the inside of a JSON string literal (without the quotes).
+QString jsonStringContents(const QString &text)
+{
+    const QByteArray literal = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    // ["..."]: drop the bracket and quote on either side.
+    return QString::fromUtf8(literal.mid(2, literal.size() - 4));
+}
+
+} // namespace
+
+CompanionInstaller::CompanionInstaller(Context &context) : m_context(context) {}
+
+void CompanionInstaller::copyExtensionFiles(const QString &resourceDirectory) const
+{
+    const QString destination = resourceDirectory + u'/' + ExtensionFolderName;
+    if (!QDir().mkpath(destination)) {
+        logFailure(u"create"_s, destination, u"mkpath failed"_s);
+        return;
+    }
+
+    const QString shipped = m_context.resourcesFolder() + u'/' + ShippedExtensionFolder;
+    const QFileInfoList entries = QDir(shipped).entryInfoList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+    if (entries.isEmpty())
+        logFailure(u"find the extension files in"_s, shipped, u"missing or empty"_s);
+    for (const QFileInfo &entry : entries) {
+        if (entry.fileName().startsWith(u'.'))
+            continue;
+        const QString target = destination + u'/' + installedName(entry);
+        if (entry.isDir())
+            copyTree(entry.filePath(), target);
+        else
+            copyFile(entry.filePath(), target);
+    }
+
+    // Written per app, so that the shipped scripts never spell the host's name themselves.
+    writeFile(destination + u"/nativeHost.js"_s,
+              (u"export var nativeHost = '"_s + Constants::NativeHostName + u"';"_s).toUtf8());
+}
+
+void CompanionInstaller::configureNativeMessaging(const QString &profileDirectory,
+                                                  const QString &resourceDirectory) const
+{
+    const QString hostsFolder = profileDirectory + u'/' + NativeHostsFolderName;
+    if (!QDir().mkpath(hostsFolder))
+        logFailure(u"create"_s, hostsFolder, u"mkpath failed"_s);
+
+    const QString hostPath = resourceDirectory + u'/' + HostProgramName;
+    const QString templatePath =
+        m_context.resourcesFolder() + u"/extension.bundle/"_s + Constants::NativeHostName + u".json"_s;
+    QFile templateFile(templatePath);
+    if (templateFile.open(QIODevice::ReadOnly)) {
+        // A plain text substitution keeps the template's layout, which the app's start script
+        // edits line by line. The bundle path may hold `"` or `\`, so it goes in JSON-escaped.
+        QString manifest = QString::fromUtf8(templateFile.readAll());
+        manifest.replace(HostProgramName, jsonStringContents(hostPath));
+        const QString manifestPath = hostsFolder + u'/' + Constants::NativeHostName + u".json"_s;
+        if (writeFile(manifestPath, manifest.toUtf8()))
+            Logger::log(u"Native messaging host manifest: %1"_s.arg(manifestPath));
+    } else {
+        logFailure(u"read"_s, templatePath, templateFile.errorString());
+    }
+
+    const QString shippedHost = m_context.resourcesFolder() + u'/' + HostProgramName;
+    if (!QFileInfo::exists(shippedHost)) {
+        logFailure(u"find"_s, shippedHost, u"missing"_s);
+        return;
+    }
+    // Removed first, so that a link or a folder left at that place does not get in the way.
+    if (QFileInfo(hostPath).isDir() && !QFileInfo(hostPath).isSymLink())
+        QDir(hostPath).removeRecursively();
+    else
+        QFile::remove(hostPath);
+    if (copyFile(shippedHost, hostPath))
+        Logger::log(u"Native messaging host program: %1"_s.arg(hostPath));
+}
+
+void CompanionInstaller::writeRoutingDataJSON(const QString &resourceDirectory, const QVariantMap &data) const
+{
+    writeFile(resourceDirectory + u'/' + RoutingDataFileName, jsonStringWithData(data));
+}
+
+QByteArray CompanionInstaller::jsonStringWithData(const QVariant &object)
+{
+    const QJsonValue value = QJsonValue::fromVariant(object);
+    if (value.isObject())
+        return QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact);
+    if (value.isArray())
+        return QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact);
+
+    const char *typeName = object.typeName();
+    const QString description =
+        u"a %1 cannot be written as a JSON document; only dictionaries and arrays can"_s.arg(
+            typeName ? QString::fromLatin1(typeName) : u"invalid value"_s);
+    Logger::log(u"+[SNUpdaterHelper jsonStringWithData:]: error: "_s + description);
+    return "[]";
+}

@@ -1,0 +1,233 @@
+#include "companion/CompanionInstaller.h"
+
+#include "support/TestContext.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+void writeFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << qPrintable(path);
+    file.write(data);
+}
+
+// A TestContext over a copy of the build's companion resources, with dot-files in the extension.
+class InstallFixture
+{
+public:
+    InstallFixture()
+    {
+        const std::filesystem::path built = Context::locateResources().toStdString();
+        const QString resources = m_scratch.path() + u"/resources"_s;
+        const std::filesystem::path copy = resources.toStdString();
+        std::filesystem::create_directories(copy);
+        std::filesystem::copy(built / "extension.bundle", copy / "extension.bundle",
+                              std::filesystem::copy_options::recursive);
+        std::filesystem::copy(built / "sorvanemessaginghost", copy / "sorvanemessaginghost");
+        writeFile(resources + u"/extension.bundle/Sorvane_Extension/.DS_Store"_s, "x");
+        QDir().mkpath(resources + u"/extension.bundle/Sorvane_Extension/.git"_s);
+        qputenv("SORVANE_RESOURCES_DIR", resources.toUtf8());
+        m_test = std::make_unique<TestContext>();
+        qunsetenv("SORVANE_RESOURCES_DIR");
+    }
+    TestContext &test() { return *m_test; }
+    QString resources() const { return m_test->context().resourcesFolder(); }
+
+private:
+    QTemporaryDir m_scratch;
+    std::unique_ptr<TestContext> m_test;
+};
+
+// The length header as the host reads it: 32 bits in this machine's byte order.
+QByteArray lengthHeader(std::uint32_t length)
+{
+    return QByteArray(reinterpret_cast<const char *>(&length), sizeof length);
+}
+
+QByteArray frame(const QByteArray &message)
+{
+    return lengthHeader(static_cast<std::uint32_t>(message.size())) + message;
+}
+
+struct HostRun
+{
+    int exitCode = -1;
+    QList<QJsonObject> replies;
+};
+
+// With `keepInputOpen` the host must stop by itself: a bad length claim ends it without waiting.
+HostRun runHost(const QString &program, const QByteArray &input, bool keepInputOpen = false)
+{
+    QProcess host;
+    host.start(program, {u"chrome-extension://oambkcfpnciomokmnpimlpjkhibgkcip/"_s});
+    host.write(input);
+    if (!keepInputOpen)
+        host.closeWriteChannel();
+    if (!host.waitForFinished(5000))
+        host.kill();
+    HostRun run{host.exitStatus() == QProcess::NormalExit ? host.exitCode() : -1, {}};
+    const QByteArray out = host.readAllStandardOutput();
+    for (qsizetype at = 0; at + 4 <= out.size();) {
+        std::uint32_t length = 0;
+        std::memcpy(&length, out.constData() + at, sizeof length);
+        run.replies.append(QJsonDocument::fromJson(out.mid(at + 4, length)).object());
+        at += 4 + length;
+    }
+    return run;
+}
+
+} // namespace
+
+// Bundle paths with blanks, quotes and a backslash must still give a valid host manifest.
+TEST(CompanionInstaller, InstallsExtensionManifestAndHost)
+{
+    for (const QString &name : {u"Plain"_s, u"Two \"Quoted\" Words \\ Café"_s}) {
+        SCOPED_TRACE(name.toStdString());
+        InstallFixture fixture;
+        const QString contents = fixture.test().root() + u'/' + name + u".app/Contents"_s;
+        const QString res = contents + u"/Resources"_s;
+        const QString host = res + u"/sorvanemessaginghost"_s;
+        QDir().mkpath(res);
+        writeFile(host, "stale host of an earlier generation");
+        CompanionInstaller installer(fixture.test().context());
+        installer.copyExtensionFiles(res);
+        installer.configureNativeMessaging(contents + u"/Profile"_s, res);
+
+        const QString extension = res + u"/Sorvane_Extension/"_s;
+        EXPECT_EQ(QDir(extension).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+                  (QStringList{u"background.js"_s, u"manifest.json"_s, u"nativeHost.js"_s}));
+        EXPECT_EQ(readAll(extension + u"background.js"_s),
+                  readAll(fixture.resources() + u"/extension.bundle/Sorvane_Extension/background.000"_s));
+        EXPECT_EQ(readAll(extension + u"nativeHost.js"_s),
+                  "export var nativeHost = 'com.ondrel.sorvane.helper';");
+
+        const QString manifest = contents + u"/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s;
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(readAll(manifest), &error);
+        EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(error.errorString());
+        EXPECT_EQ(document["path"_L1].toString(), host);
+        EXPECT_EQ(readAll(host), readAll(fixture.resources() + u"/sorvanemessaginghost"_s));
+        EXPECT_TRUE(QFileInfo(host).isExecutable());
+        const QString log = fixture.test().log().join(u'\n');
+        EXPECT_TRUE(log.contains(manifest) && log.contains(host)) << qPrintable(log);
+    }
+}
+
+// The host manifest admits the shipped extension, and its path line is one the start script can
+// rewrite (a line of its own, followed by more keys).
+TEST(CompanionResources, HostManifestTemplateFitsTheExtension)
+{
+    TestContext test;
+    const QString shipped = test.context().resourcesFolder() + u"/extension.bundle"_s;
+    const QJsonObject extension =
+        QJsonDocument::fromJson(readAll(shipped + u"/Sorvane_Extension/manifest.json"_s)).object();
+    const QByteArray publicKey = QByteArray::fromBase64(extension.value(u"key"_s).toString().toLatin1());
+    QByteArray id = QCryptographicHash::hash(publicKey, QCryptographicHash::Sha256).toHex().left(32);
+    for (char &digit : id)
+        digit = static_cast<char>('a' + QByteArray(1, digit).toInt(nullptr, 16));
+    const QByteArray text = readAll(shipped + u"/com.ondrel.sorvane.helper.json"_s);
+    EXPECT_TRUE(QJsonDocument::fromJson(text)["allowed_origins"_L1].toArray().contains(
+        QString(u"chrome-extension://"_s + QString::fromLatin1(id) + u'/')))
+        << id.constData();
+    EXPECT_EQ(text.count("sorvanemessaginghost"), 1);
+    EXPECT_TRUE(text.contains("\n    \"path\": \"sorvanemessaginghost\",\n"));
+}
+
+TEST(MessagingHost, AnswersFramedRequests)
+{
+    const QByteArray ping = frame(R"({"type":"ping"})");
+    const QByteArray pong = R"({"type":"pong","version":")" SORVANE_EXPECTED_VERSION R"("})";
+    const QByteArray getData = frame(R"({"type":"getRoutingData"})");
+    const QVariantMap data{{u"rules"_s, QVariantList{QVariantMap{{u"pattern"_s, u"*.example.test"_s}}}},
+                           {u"name"_s, u"Café ☕"_s}};
+    const QByteArray routingData =
+        R"({"type":"routingData","data":{"name":"Café ☕","rules":[{"pattern":"*.example.test"}]}})";
+    const QByteArray unknownType = R"({"type":"error","message":"unknown message type"})";
+    enum Setup
+    {
+        Plain,
+        WithData,
+        InputKeptOpen
+    };
+    struct Case
+    {
+        const char *name;
+        Setup setup;
+        QByteArray input;
+        int exitCode;
+        QList<QByteArray> replies; // "error" stands for any error reply
+    };
+    // clang-format off
+    const QList<Case> cases{
+        {"ping", Plain, ping, 0, {pong}},
+        {"routing data", WithData, getData + ping, 0, {routingData, pong}},
+        {"no data.json", Plain, getData, 0, {"error"}},
+        {"not JSON, then on", Plain, frame("{nope") + frame("") + ping, 0, {"error", "error", pong}},
+        {"unknown type", Plain, frame(R"({"type":"launch"})"), 0, {unknownType}},
+        {"100 MB claim", InputKeptOpen, lengthHeader(100 * 1024 * 1024) + ping, 1, {}},
+        {"truncated body", Plain, ping.left(8), 1, {}},
+        {"truncated length", Plain, lengthHeader(5).left(2), 1, {}},
+        {"nothing", Plain, {}, 0, {}},
+    };
+    // clang-format on
+    TestContext test;
+    for (const Case &c : cases) {
+        QTemporaryDir folder;
+        const QString host = folder.path() + u"/sorvanemessaginghost"_s;
+        ASSERT_TRUE(QFile::copy(test.context().resourcesFolder() + u"/sorvanemessaginghost"_s, host));
+        if (c.setup == WithData)
+            CompanionInstaller(test.context()).writeRoutingDataJSON(folder.path(), data);
+        const HostRun run = runHost(host, c.input, c.setup == InputKeptOpen);
+        EXPECT_EQ(run.exitCode, c.exitCode) << c.name;
+        ASSERT_EQ(run.replies.size(), c.replies.size()) << c.name;
+        for (qsizetype i = 0; i < run.replies.size(); ++i) {
+            if (c.replies[i] == "error")
+                EXPECT_EQ(run.replies[i].value(u"type"_s), u"error"_s) << c.name;
+            else
+                EXPECT_EQ(run.replies[i], QJsonDocument::fromJson(c.replies[i]).object())
+                    << c.name << ' ' << i;
+        }
+    }
+}
+
+TEST(CompanionInstaller, SerialisesContainersOnly)
+{
+    TestContext test;
+    EXPECT_EQ(CompanionInstaller::jsonStringWithData(
+                  QVariantMap{{u"b"_s, 1}, {u"a"_s, QVariantList{u"é"_s, true}}}),
+              QByteArray(R"({"a":["é",true],"b":1})"));
+    EXPECT_EQ(CompanionInstaller::jsonStringWithData(QVariantList{}), "[]");
+    EXPECT_TRUE(test.log().isEmpty());
+    for (const QVariant &value : {QVariant(u"text"_s), QVariant(42), QVariant()}) {
+        test.clearLog();
+        EXPECT_EQ(CompanionInstaller::jsonStringWithData(value), "[]");
+        ASSERT_EQ(test.log().size(), 1);
+        EXPECT_TRUE(test.log().first().startsWith(u"+[SNUpdaterHelper jsonStringWithData:]: error: "_s))
+            << qPrintable(test.log().first());
+    }
+}
