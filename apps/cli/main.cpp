@@ -1,6 +1,8 @@
 // sorvane: the scripting face of the generator.
 
 #include "BrowsersCommand.h"
+#include "BulkCommand.h"
+#include "CreateCommand.h"
 #include "RegistryCommand.h"
 #include "ScriptCommand.h"
 
@@ -17,6 +19,8 @@ namespace {
 std::vector<std::unique_ptr<Command>> commands()
 {
     std::vector<std::unique_ptr<Command>> list;
+    list.push_back(std::make_unique<CreateCommand>());
+    list.push_back(std::make_unique<BulkCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());

@@ -1,5 +1,7 @@
 #include "generation/ApplicationManager.h"
 
+#include "companion/CompanionInstaller.h"
+#include "companion/SNRoutingConfig.h"
 #include "companion/SNWhiteListPatterns.h"
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
@@ -8,7 +10,9 @@
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "core/SNImage.h"
+#include "core/UserDefaults.h"
 #include "generation/AppConfigFile.h"
+#include "generation/AppCreator.h"
 #include "generation/EngineBuilder.h"
 #include "generation/IconConverter.h"
 #include "generation/SNPlistHelper.h"
@@ -160,4 +164,77 @@ std::optional<SNError> ApplicationManager::copyFilesFromChrome(const QString &ch
 std::optional<SNError> ApplicationManager::replaceChromeWithAppName(const QString &resourcesPath)
 {
     return EngineBuilder(*this).replaceChromeWithAppName(resourcesPath);
+}
+
+QString ApplicationManager::fetchApplicationsPath()
+{
+    return AppCreator(*this).fetchApplicationsPath();
+}
+
+QString ApplicationManager::generateAppNmeFor(const SNBulkApp &entry)
+{
+    return AppCreator(*this).generateAppNmeFor(entry);
+}
+
+bool ApplicationManager::createForReal(const std::function<void()> &completion, SNError *error)
+{
+    return AppCreator(*this).createForReal(completion, error);
+}
+
+bool ApplicationManager::createWithDirectories(const QStringList &directories, SNError *error)
+{
+    return AppCreator(*this).createWithDirectories(directories, error);
+}
+
+bool ApplicationManager::createExecutableWithDestinationDirectory(const QString &executablesFolder,
+                                                                  const QString &appUrl,
+                                                                  const QString &profileFolder, SNError *error)
+{
+    return AppCreator(*this).createExecutableWithDestinationDirectory(executablesFolder, appUrl, profileFolder, error);
+}
+
+void ApplicationManager::create(bool duplicate, const std::function<void(bool)> &callback)
+{
+    AppCreator(*this).create(duplicate, callback);
+}
+
+std::optional<SNError> ApplicationManager::copyExctentions()
+{
+    if (!preferenceJson)
+        return std::nullopt;
+    const ProfileSeeder seeder(m_context, BrowserCatalogue::byNumber(m_definition.applicationType).typeKey);
+    return seeder.copyExctentions(*preferenceJson, m_definition.currentProfileKey, defaultUserDirectory);
+}
+
+void ApplicationManager::createProfiles()
+{
+    const ProfileSeeder seeder(m_context, BrowserCatalogue::byNumber(m_definition.applicationType).typeKey);
+    seeder.createProfiles(usersArray, profileDirectory);
+}
+
+void ApplicationManager::copyExtension()
+{
+    CompanionInstaller(m_context).copyExtensionFiles(resourceDirectory);
+}
+
+void ApplicationManager::configureNativeMessaging()
+{
+    CompanionInstaller(m_context).configureNativeMessaging(profileDirectory, resourceDirectory);
+}
+
+void ApplicationManager::writeRoutingDataJSON()
+{
+    const QVariant destination =
+        m_definition.defaultDestination ? QVariant(*m_definition.defaultDestination) : QVariant();
+    const QVariantMap data = SNRoutingConfig::dataJSONDictionaryWithRules(
+        m_definition.routingRules, destination, m_definition.isWhitelistingEnabled, m_definition.restoreSession,
+        getWhiteListOptions());
+    CompanionInstaller(m_context).writeRoutingDataJSON(resourceDirectory, data);
+}
+
+bool ApplicationManager::includesCompanion() const
+{
+    return m_definition.isWhitelistingEnabled || !m_definition.routingRules.isEmpty() ||
+           m_definition.defaultDestination.has_value() ||
+           m_context.defaults().boolForKey(QStringLiteral("AutoIncludeWhitelisting"));
 }

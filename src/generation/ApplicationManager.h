@@ -1,11 +1,16 @@
 #pragma once
 
 #include "core/AppDefinition.h"
+#include "core/SNBulkApp.h"
 #include "core/SNError.h"
+#include "generation/ProfileSeeder.h"
 
+#include <QJsonObject>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 class Context;
@@ -36,6 +41,47 @@ public:
     QString defaultUserDirectory;
     QString extentionsDirectory;
     QString chromeExecLinkePath;
+
+    // Profile seeding inputs, filled by profile discovery when the user chose a browser profile.
+    std::optional<QJsonObject> preferenceJson;
+    QList<SNProfileEntry> usersArray;
+
+    // The bulk run's input and the entries it made. `bulkProgress`, when set, is told after each
+    // entry (its index, whether it was made) while the created* fields below describe it.
+    QList<SNBulkApp> bulkApps;
+    QList<SNBulkApp> bulkInstalledApps;
+    std::function<void(qsizetype index, bool made)> bulkProgress;
+
+    // What the last successful creation made.
+    QString createdBundlePath;
+    QString createdAppID;
+    QString createdUniqueID;
+
+    // --- Creation (AppCreator) ---------------------------------------------------------------
+
+    // Fills the definition's applicationsPath when empty: the user's setting, else the platform's.
+    QString fetchApplicationsPath();
+    // The entry's name, else "<name> 1", "<name> 2", ... : the first without a bundle in the
+    // applications folder.
+    QString generateAppNmeFor(const SNBulkApp &entry);
+    // Creates the bundle of the current definition; runs `completion` on success.
+    bool createForReal(const std::function<void()> &completion = {}, SNError *error = nullptr);
+    bool createWithDirectories(const QStringList &directories, SNError *error = nullptr);
+    bool createExecutableWithDestinationDirectory(const QString &executablesFolder, const QString &appUrl,
+                                                  const QString &profileFolder, SNError *error);
+    // Creates every entry of bulkApps in turn; `callback` gets whether all of them were made.
+    void create(bool duplicate, const std::function<void(bool)> &callback = {});
+
+    // Profile seeding of the current definition (ProfileSeeder).
+    std::optional<SNError> copyExctentions();
+    void createProfiles();
+    // Companion files of the bundle being made (CompanionInstaller).
+    void copyExtension();
+    void configureNativeMessaging();
+    void writeRoutingDataJSON();
+    // Whether the app loads the companion extension: the definition asks for routing, or the
+    // user's AutoIncludeWhitelisting setting includes it in every app.
+    bool includesCompanion() const;
 
     // The eight folders of a new bundle, in the order they are created.
     static QStringList newAppDirectories(const QString &applicationsFolder, const QString &appName);

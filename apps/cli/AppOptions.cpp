@@ -1,0 +1,180 @@
+#include "AppOptions.h"
+
+#include "companion/SNRoutingConfig.h"
+#include "core/BrowserCatalogue.h"
+#include "core/ShellEscaping.h"
+#include "generation/ApplicationManager.h"
+#include "generation/ProfileSeeder.h"
+#include "generation/SNAppScriptHelper.h"
+#include "generation/SNChromePrefsHelper.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace AppOptions {
+
+void addCreateOptions(QCommandLineParser &parser)
+{
+    parser.addOptions({
+        {u"name"_s, u"The app's name."_s, u"NAME"_s},
+        {u"url"_s, u"The address of a single-window app."_s, u"URL"_s},
+        {u"tab"_s, u"A tab of a tabbed app; repeat for more tabs."_s, u"URL"_s},
+        {u"browser"_s, u"The engine's browser (see `sorvane browsers`); chrome when not given."_s, u"KEY"_s,
+         u"chrome"_s},
+        {u"into"_s, u"The folder the app is created in; the applications folder when not given."_s, u"DIR"_s},
+        {u"icon"_s, u"An image file for the app's icon."_s, u"FILE"_s},
+        {u"incognito"_s, u"Run the engine in incognito mode."_s},
+        {u"dark"_s, u"Force dark mode."_s},
+        {u"register-as-browser"_s, u"Offer the app as a web browser to the system."_s},
+        {u"routing"_s, u"Keep only the app's own sites in the app (link routing)."_s},
+        {u"allow"_s, u"A site that stays in the app; repeat for more."_s, u"PATTERN"_s},
+        {u"route"_s, u"A site sent elsewhere: PATTERN=in-app|default|browser:<id>[:<name>]|app:<path>."_s,
+         u"PATTERN=DEST"_s},
+        {u"default-destination"_s, u"Where links that match no rule go."_s, u"DEST"_s},
+        {u"accent"_s, u"The engine's accent colour, six hexadecimal digits."_s, u"HEX"_s},
+        {u"no-restore-session"_s, u"Do not reopen the last tabs of a tabbed app."_s},
+        {u"password-manager-compatibility"_s, u"Let password managers recognise the app."_s},
+        {u"profile"_s, u"Start from this profile of the installed browser (its folder name)."_s, u"KEY"_s},
+        {u"extension"_s, u"With --profile: an extension id the app takes over; repeat for more."_s, u"ID"_s},
+        {u"replace"_s, u"Replace an existing app of that name (the old one goes to the Trash)."_s},
+        {u"keep-both"_s, u"Keep an existing app of that name and number the new one."_s},
+    });
+}
+
+std::optional<QVariantMap> parseDestination(const QString &text)
+{
+    QVariantMap destination;
+    if (text == SNRoutingConfig::typeInApp() || text == SNRoutingConfig::typeDefault()) {
+        destination.insert(SNRoutingConfig::keyType(), text);
+    } else if (text.startsWith(u"browser:"_s)) {
+        const QString rest = text.mid(8);
+        const qsizetype colon = rest.indexOf(u':');
+        destination.insert(SNRoutingConfig::keyType(), SNRoutingConfig::typeBrowser());
+        destination.insert(u"bundleId"_s, colon < 0 ? rest : rest.left(colon));
+        if (colon >= 0)
+            destination.insert(u"name"_s, rest.mid(colon + 1));
+    } else if (text.startsWith(u"app:"_s)) {
+        destination.insert(SNRoutingConfig::keyType(), SNRoutingConfig::typeSorvaneApp());
+        destination.insert(u"path"_s, QDir::cleanPath(QDir::current().absoluteFilePath(text.mid(4))));
+    } else {
+        return std::nullopt;
+    }
+    return SNRoutingConfig::sanitizedDestination(destination);
+}
+
+int browserNumber(const QString &key)
+{
+    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+        if (browser.typeKey == key)
+            return browser.number;
+    }
+    return -1;
+}
+
+std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error)
+{
+    const auto refuse = [error](const QString &text) {
+        *error = text;
+        return std::nullopt;
+    };
+    SNBulkApp app;
+    app.appName = parser.value(u"name"_s);
+    const QStringList tabs = parser.values(u"tab"_s);
+    for (const QString &tab : tabs)
+        app.tabsList.append(SNTabModel(tab));
+    app.tabbedApp = !tabs.isEmpty();
+    app.appURL = app.tabbedApp ? tabs.constFirst() : parser.value(u"url"_s);
+    app.creationPath = parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString();
+    app.incognito = parser.isSet(u"incognito"_s);
+    app.forceDarkMode = parser.isSet(u"dark"_s);
+    app.registerAsBrowser = parser.isSet(u"register-as-browser"_s);
+    app.whitelistingEnabled = parser.isSet(u"routing"_s);
+    app.restoreSession = !parser.isSet(u"no-restore-session"_s);
+    app.passwordManagerCompatibility = parser.isSet(u"password-manager-compatibility"_s);
+    app.accentColor = parser.value(u"accent"_s);
+
+    if (parser.isSet(u"icon"_s)) {
+        const QString path = parser.value(u"icon"_s);
+        app.appIcon = SNImage::fromFile(path);
+        if (app.appIcon.isNull())
+            return refuse(u"icon: cannot read an image from %1"_s.arg(path));
+    }
+    int ruleNumber = 0;
+    for (const QString &pattern : parser.values(u"allow"_s)) {
+        app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), u"rule-%1"_s.arg(++ruleNumber)},
+                                            {SNRoutingConfig::keyPattern(), pattern},
+                                            {SNRoutingConfig::keyAction(), SNRoutingConfig::actionAllow()}});
+    }
+    for (const QString &route : parser.values(u"route"_s)) {
+        const qsizetype equals = route.indexOf(u'=');
+        const std::optional<QVariantMap> destination =
+            equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
+        if (!destination)
+            return refuse(u"route: '%1' is not PATTERN=DEST with a valid destination"_s.arg(route));
+        app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), u"rule-%1"_s.arg(++ruleNumber)},
+                                            {SNRoutingConfig::keyPattern(), route.left(equals)},
+                                            {SNRoutingConfig::keyAction(), SNRoutingConfig::actionRoute()},
+                                            {SNRoutingConfig::keyDestination(), *destination}});
+    }
+    if (parser.isSet(u"default-destination"_s)) {
+        app.defaultDestination = parseDestination(parser.value(u"default-destination"_s));
+        if (!app.defaultDestination)
+            return refuse(u"default-destination: '%1' is not in-app, default, browser:<id>[:<name>] or app:<path>"_s.arg(
+                parser.value(u"default-destination"_s)));
+    }
+    if (!validate(app, error))
+        return std::nullopt;
+    return app;
+}
+
+bool validate(const SNBulkApp &app, QString *error)
+{
+    if (!ShellEscaping::isAcceptableAppName(app.appName)) {
+        *error = u"name: "_s + SNAppScriptHelper::InvalidNameMessage;
+        return false;
+    }
+    const QUrl address(app.appURL);
+    if (!address.isValid() || address.scheme().isEmpty() || address.host().isEmpty()) {
+        *error = u"appURL: '%1' is not an absolute web address"_s.arg(app.appURL);
+        return false;
+    }
+    if (SNRoutingConfig::sanitizedRules(app.routingRules).size() != app.routingRules.size()) {
+        *error = u"routingRules: a rule has no pattern, an unknown action or an invalid destination"_s;
+        return false;
+    }
+    if (!app.accentColor.isEmpty() && !SNChromePrefsHelper::storedColor(app.accentColor)) {
+        *error = u"accentColor: '%1' is not six hexadecimal digits"_s.arg(app.accentColor);
+        return false;
+    }
+    return true;
+}
+
+bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
+                 QString *error)
+{
+    if (profileKey.isEmpty() || profileKey.contains(u'/') || profileKey == u".."_s) {
+        *error = u"profile: '%1' is not a profile folder name"_s.arg(profileKey);
+        return false;
+    }
+    const ProfileSeeder seeder(manager.context(),
+                               BrowserCatalogue::byNumber(manager.definition().applicationType).typeKey);
+    const QString path = seeder.sourceProfileFolder(profileKey) + u"Preferences"_s;
+    QFile file(path);
+    QJsonParseError parseError;
+    const QJsonDocument preferences =
+        file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &parseError) : QJsonDocument();
+    if (!preferences.isObject()) {
+        *error = u"profile: cannot read the preferences of profile '%1' (%2)"_s.arg(profileKey, path);
+        return false;
+    }
+    manager.preferenceJson = preferences.object();
+    manager.definition().currentProfileKey = profileKey;
+    manager.definition().selectedExtensions = extensions;
+    return true;
+}
+
+} // namespace AppOptions

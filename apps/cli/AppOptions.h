@@ -1,0 +1,36 @@
+#pragma once
+
+#include "core/SNBulkApp.h"
+
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+class ApplicationManager;
+
+// The app-definition options of `sorvane create`, and the checks every definition passes before
+// anything is written. Errors name the field: "<field>: <what is wrong>".
+namespace AppOptions {
+
+void addCreateOptions(QCommandLineParser &parser);
+
+// The definition given by the options, or nothing with the error.
+std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error);
+
+// A destination in the command-line form: in-app, default, browser:<bundle id>[:<name>],
+// app:<bundle path>.
+std::optional<QVariantMap> parseDestination(const QString &text);
+
+// Checks that creation would refuse late: the name, the routing records, the accent colour.
+bool validate(const SNBulkApp &app, QString *error);
+
+// The catalogue number of a browser key, or -1.
+int browserNumber(const QString &key);
+
+// Fills the manager's profile seeding from a profile of the installed browser.
+bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
+                 QString *error);
+
+} // namespace AppOptions

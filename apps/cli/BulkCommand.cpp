@@ -1,0 +1,116 @@
+#include "BulkCommand.h"
+
+#include "AppOptions.h"
+#include "CliPrompter.h"
+
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "generation/ApplicationManager.h"
+
+#include <QFile>
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QJsonDocument>
+#include <QTextStream>
+
+#include <cstdio>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+void BulkCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"FILE"_s, u"A JSON array of app definitions (see examples/)."_s);
+    parser.addOptions({
+        {u"browser"_s, u"The engine's browser of every app; chrome when not given."_s, u"KEY"_s, u"chrome"_s},
+        {u"into"_s, u"The folder of apps whose entry names none; the applications folder when not given."_s,
+         u"DIR"_s},
+        {u"replace"_s, u"Replace existing apps of the same names (the old ones go to the Trash)."_s},
+        {u"keep-both"_s, u"Keep existing apps of the same names and number the new ones."_s},
+    });
+}
+
+int BulkCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QString usage = u"sorvane bulk: "_s;
+    if (parser.positionalArguments().size() != 1) {
+        printError(usage + u"give one FILE"_s);
+        return BadUsage;
+    }
+    if (parser.isSet(u"replace"_s) && parser.isSet(u"keep-both"_s)) {
+        printError(usage + u"--replace and --keep-both exclude each other"_s);
+        return BadUsage;
+    }
+    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s));
+    if (browser < 0) {
+        printError(u"browser: unknown browser '%1' (see `sorvane browsers`)"_s.arg(parser.value(u"browser"_s)));
+        return Failure;
+    }
+    const QString path = parser.positionalArguments().constFirst();
+    QFile file(path);
+    QJsonParseError parseError{};
+    const QJsonDocument document =
+        file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &parseError) : QJsonDocument();
+    if (!document.isArray()) {
+        printError(u"%1: not a readable JSON array of app definitions%2"_s.arg(
+            path, parseError.error ? u" (%1)"_s.arg(parseError.errorString()) : QString()));
+        return Failure;
+    }
+    if (!parser.isSet(u"quiet"_s))
+        Logger::setSink(Logger::Sink::StandardError);
+
+    // Every entry is checked first; a bad one is reported and left out, the rest are made.
+    const QString baseFolder = QFileInfo(path).absolutePath();
+    QList<SNBulkApp> apps;
+    QStringList labels;
+    bool allGood = true;
+    const QJsonArray entries = document.array();
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        const QVariantMap dictionary = entries.at(i).toObject().toVariantMap();
+        const QString label = u"entry %1 (%2)"_s.arg(i + 1).arg(dictionary.value(u"appName"_s).toString());
+        QString error;
+        std::optional<SNBulkApp> app = entries.at(i).isObject()
+                                           ? SNBulkApp::fromDictionary(dictionary, baseFolder, &error)
+                                           : std::nullopt;
+        if (!entries.at(i).isObject())
+            error = u"not an object"_s;
+        if (app && AppOptions::validate(*app, &error)) {
+            apps.append(*app);
+            labels.append(label);
+        } else {
+            allGood = false;
+            printError(u"%1: %2"_s.arg(label, error));
+        }
+    }
+
+    context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
+    ApplicationManager manager(context);
+    manager.definition().applicationType = browser;
+    if (parser.isSet(u"into"_s))
+        manager.definition().applicationsPath = QDir(parser.value(u"into"_s)).absolutePath();
+    manager.bulkApps = apps;
+    const bool terminal = isatty(STDERR_FILENO) && !parser.isSet(u"quiet"_s) && !parser.isSet(u"json"_s);
+    QVariantList results;
+    manager.bulkProgress = [&](qsizetype index, bool made) {
+        if (made)
+            results.append(QVariantMap{{u"appID"_s, manager.createdAppID},
+                                       {u"uniqueID"_s, manager.createdUniqueID},
+                                       {u"path"_s, manager.createdBundlePath}});
+        else
+            printError(u"%1: not created"_s.arg(labels.at(index)));
+        if (terminal)
+            QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(apps.size()).arg(manager.definition().appName);
+    };
+    bool allMade = true;
+    manager.create(parser.isSet(u"keep-both"_s), [&](bool made) { allMade = made; });
+
+    if (parser.isSet(u"json"_s)) {
+        printJson(results);
+    } else {
+        for (const QVariant &result : results)
+            print(result.toMap().value(u"path"_s).toString());
+    }
+    return allGood && allMade ? Success : Failure;
+}

@@ -1,0 +1,71 @@
+#include "CreateCommand.h"
+
+#include "AppOptions.h"
+#include "CliPrompter.h"
+
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "generation/ApplicationManager.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+void CreateCommand::addOptions(QCommandLineParser &parser)
+{
+    AppOptions::addCreateOptions(parser);
+}
+
+int CreateCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QString usage = u"sorvane create: "_s;
+    if (!parser.isSet(u"name"_s) || parser.isSet(u"url"_s) == parser.isSet(u"tab"_s)) {
+        printError(usage + u"give --name and either --url or one or more --tab"_s);
+        return BadUsage;
+    }
+    if (parser.isSet(u"replace"_s) && parser.isSet(u"keep-both"_s)) {
+        printError(usage + u"--replace and --keep-both exclude each other"_s);
+        return BadUsage;
+    }
+    if (parser.isSet(u"extension"_s) && !parser.isSet(u"profile"_s)) {
+        printError(usage + u"--extension needs --profile"_s);
+        return BadUsage;
+    }
+    if (!parser.isSet(u"quiet"_s))
+        Logger::setSink(Logger::Sink::StandardError); // standard output is for the result
+
+    QString error;
+    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s));
+    if (browser < 0) {
+        printError(u"browser: unknown browser '%1' (see `sorvane browsers`)"_s.arg(parser.value(u"browser"_s)));
+        return Failure;
+    }
+    const std::optional<SNBulkApp> app = AppOptions::definitionFromOptions(parser, &error);
+    if (!app) {
+        printError(error);
+        return Failure;
+    }
+
+    context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
+    ApplicationManager manager(context);
+    manager.definition().applicationType = browser;
+    if (parser.isSet(u"profile"_s) &&
+        !AppOptions::loadProfile(manager, parser.value(u"profile"_s), parser.values(u"extension"_s), &error)) {
+        printError(error);
+        return Failure;
+    }
+    manager.bulkApps = {*app};
+    QVariantMap result;
+    manager.bulkProgress = [&](qsizetype, bool made) {
+        if (made)
+            result = {{u"appID"_s, manager.createdAppID},
+                      {u"uniqueID"_s, manager.createdUniqueID},
+                      {u"path"_s, manager.createdBundlePath}};
+    };
+    manager.create(parser.isSet(u"keep-both"_s));
+    if (result.isEmpty())
+        return Failure;
+    if (parser.isSet(u"json"_s))
+        printJson(result);
+    else
+        print(result.value(u"path"_s).toString());
+    return Success;
+}
