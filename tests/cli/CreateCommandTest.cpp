@@ -1,0 +1,252 @@
+// `sorvane create` and `sorvane bulk` as a user runs them: real bundles in a temporary home,
+// read back with Python's plistlib and json, started through their launch program with the
+// recording fake engine as the browser.
+
+#include "support/TestContext.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct CliRun
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+CliRun runProgram(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    process.closeWriteChannel(); // no terminal: questions are answered Cancel
+    process.waitForFinished(60000);
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+// A temporary home whose Sorvane settings make the recording fake engine the chromium engine.
+class Home
+{
+public:
+    Home()
+        : apps(test.root() + u"/Apps"_s), records(test.root() + u"/engine-starts"_s)
+    {
+        environment.insert(u"HOME"_s, test.home());
+        environment.insert(u"XDG_DATA_HOME"_s, test.home() + u"/.local/share"_s);
+        environment.insert(u"XDG_CONFIG_HOME"_s, test.home() + u"/.config"_s);
+        environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, records);
+        environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);
+        QDir().mkpath(test.home() + u"/.config/ondrel"_s);
+        QDir().mkpath(records);
+        QFile settings(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
+        if (settings.open(QIODevice::WriteOnly))
+            settings.write("[General]\nchromiumPath=" SORVANE_FAKE_ENGINE "\n");
+    }
+
+    CliRun sorvane(const QStringList &arguments) const { return runProgram(QStringLiteral(SORVANE_CLI), arguments, environment); }
+    CliRun create(const QString &name, const QStringList &more = {}) const
+    {
+        return sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--url"_s, u"https://mail.example.org/"_s,
+                                   u"--browser"_s, u"chromium"_s, u"--into"_s, apps, u"--json"_s} + more);
+    }
+    QString bundle(const QString &name) const { return apps + u'/' + name + u".app"_s; }
+    QJsonObject tracker() const
+    {
+        return QJsonDocument::fromJson(plistAsJsonFromPython(test.home() + u"/.local/share/Sorvane/tracker.plist"_s)).object();
+    }
+
+    TestContext test;
+    QString apps;
+    QString records;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+};
+
+QJsonValue jsonFromPython(const QString &path)
+{
+    QProcess python;
+    python.start(QStringLiteral(SORVANE_PYTHON3),
+                 {u"-c"_s, u"import json,sys; print(json.dumps(json.load(open(sys.argv[1], encoding='utf-8'))))"_s, path});
+    python.waitForFinished();
+    return QJsonDocument::fromJson(u"[%1]"_s.arg(QString::fromUtf8(python.readAllStandardOutput())).toUtf8()).array().at(0);
+}
+
+QStringList entriesUnder(const QString &folder)
+{
+    QStringList entries;
+    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext())
+        entries.append(it.next().mid(folder.size() + 1));
+    return entries;
+}
+
+} // namespace
+
+TEST(CreateCommand, WritesACompleteBundleThatReadsBackToTheDefinition)
+{
+    Home home;
+    const CliRun run = home.create(u"Team \"Mail\" $x"_s,
+                                {u"--icon"_s, QStringLiteral(SORVANE_EXAMPLES "/example-icon.png"), u"--routing"_s,
+                                 u"--route"_s, u"news.example.org=default"_s, u"--allow"_s, u"*.example.org"_s,
+                                 u"--default-destination"_s, u"in-app"_s, u"--accent"_s, u"#1e90ff"_s, u"--dark"_s});
+    ASSERT_EQ(run.exitCode, 0) << run.err.constData();
+    const QJsonObject result = QJsonDocument::fromJson(run.out).object();
+    const QString bundle = home.bundle(u"Team \"Mail\" $x"_s);
+    EXPECT_EQ(result.value(u"path"_s).toString(), bundle);
+    EXPECT_EQ(result.value(u"uniqueID"_s).toString().size(), 32);
+
+    const QStringList entries = entriesUnder(bundle);
+    for (const char *expected :
+         {"Contents/Info.plist", "Contents/MacOS/Team \"Mail\" $x", "Contents/MacOS/Team \"Mail\" $x Engine",
+          "Contents/Resources/script", "Contents/Resources/icon.icns", "Contents/Resources/createEngine.sh",
+          "Contents/Resources/SorvaneHelper.app/Contents/MacOS/SorvaneHelper", "Contents/Resources/data.json",
+          "Contents/Resources/sorvanemessaginghost", "Contents/Resources/Sorvane_Extension/background.js",
+          "Contents/Resources/Sorvane_Extension/nativeHost.js", "Contents/Resources/Sorvane_Extension/manifest.json",
+          "Contents/Profile/First Run", "Contents/Profile/Local State", "Contents/Profile/Default/Preferences",
+          "Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json", "Contents/Profile/Default/Extensions"})
+        EXPECT_TRUE(entries.contains(QString::fromUtf8(expected))) << expected;
+
+    const QString appID = result.value(u"appID"_s).toString();
+    const QJsonObject record = home.tracker().value(appID).toObject();
+    EXPECT_EQ(record.value(u"appPath"_s).toString(), bundle);
+    const QJsonObject config = QJsonDocument::fromJson(
+        plistAsJsonFromPython(home.test.home() + u"/.local/share/Sorvane/"_s + appID + u".config"_s)).object();
+    EXPECT_EQ(config.value(u"appName"_s).toString(), u"Team \"Mail\" $x"_s);
+    EXPECT_EQ(config.value(u"browserType"_s).toString(), u"chromium"_s);
+    EXPECT_EQ(config.value(u"accentColor"_s).toString(), u"#1e90ff"_s);
+    EXPECT_TRUE(config.value(u"forceDarkMode"_s).toBool());
+    const QJsonObject info = QJsonDocument::fromJson(plistAsJsonFromPython(bundle + u"/Contents/Info.plist"_s)).object();
+    EXPECT_EQ(info.value(u"CFBundleExecutable"_s).toString(), u"Team \"Mail\" $x"_s);
+
+    const QJsonObject data = jsonFromPython(bundle + u"/Contents/Resources/data.json"_s).toObject();
+    EXPECT_EQ(data.value(u"rule_list"_s).toArray(), QJsonArray{u"news.example.org"_s});
+    EXPECT_EQ(data.value(u"default_destination"_s).toObject().value(u"type"_s).toString(), u"in-app"_s);
+    EXPECT_EQ(data.value(u"rules"_s).toArray().size(), 2);
+    const QJsonObject manifest =
+        jsonFromPython(bundle + u"/Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s).toObject();
+    EXPECT_EQ(manifest.value(u"path"_s).toString(), bundle + u"/Contents/Resources/sorvanemessaginghost"_s);
+    const QJsonObject preferences = jsonFromPython(bundle + u"/Contents/Profile/Default/Preferences"_s).toObject();
+    EXPECT_EQ(preferences.value(u"browser"_s)[u"theme"_s][u"user_color"_s].toInteger(), -14774017);
+}
+
+// An app of the same name: --keep-both numbers the new one, no flag changes nothing, --replace
+// sends the old one to the Trash and drops its registry record.
+TEST(CreateCommand, ExistingAppIsKeptOrReplacedButNeverOverwritten)
+{
+    Home home;
+    ASSERT_EQ(home.create(u"Mail"_s).exitCode, 0);
+    const QString oldID = home.tracker().keys().constFirst();
+    QFile marker(home.bundle(u"Mail"_s) + u"/Contents/Resources/user-file"_s);
+    ASSERT_TRUE(marker.open(QIODevice::WriteOnly));
+    marker.close();
+
+    CliRun run = home.create(u"Mail"_s);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains("An App with this name already exists. Do you want to replace it?"));
+    EXPECT_TRUE(marker.exists());
+    EXPECT_EQ(home.tracker().keys(), QStringList{oldID});
+
+    run = home.create(u"Mail"_s, {u"--keep-both"_s});
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+    EXPECT_EQ(QJsonDocument::fromJson(run.out).object().value(u"path"_s).toString(), home.bundle(u"Mail 1"_s));
+    EXPECT_TRUE(marker.exists());
+
+    run = home.create(u"Mail"_s, {u"--replace"_s});
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+    EXPECT_FALSE(marker.exists());
+    const QString trash = home.test.home() + u"/.local/share/Trash"_s;
+    EXPECT_TRUE(QFile::exists(trash + u"/files/Mail.app/Contents/Resources/user-file"_s));
+    EXPECT_TRUE(QFile::exists(trash + u"/info/Mail.app.trashinfo"_s));
+    const QStringList ids = home.tracker().keys();
+    EXPECT_FALSE(ids.contains(oldID));
+    EXPECT_EQ(ids.size(), 2); // "Mail 1" and the new "Mail"
+}
+
+TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
+{
+    struct Case
+    {
+        QString name;
+        QStringList options;
+        QByteArray field;
+    };
+    const QList<Case> cases{
+        {u"a/b"_s, {}, "name:"},
+        {u"Mail"_s, {u"--browser"_s, u"netscape"_s}, "browser:"},
+        {u"Mail"_s, {u"--default-destination"_s, u"elsewhere"_s}, "default-destination:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=browser:"_s}, "route:"},
+        {u"Mail"_s, {u"--icon"_s, u"/nonexistent/icon.png"_s}, "icon:"},
+        {u"Mail"_s, {u"--accent"_s, u"#FFF"_s}, "accentColor:"},
+        {u"Mail"_s, {u"--profile"_s, u"Missing"_s}, "profile:"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.field.constData());
+        Home home;
+        const CliRun run = home.create(c.name, c.options);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.err.startsWith(c.field)) << run.err.constData();
+        EXPECT_FALSE(QFile::exists(home.apps));
+        EXPECT_FALSE(QFile::exists(home.test.home() + u"/.local/share/Sorvane/tracker.plist"_s));
+    }
+}
+
+// The example file plus one bad entry: the bad one fails alone with its error, the twenty others
+// become bundles that start their engine on their own address.
+TEST(BulkCommand, MakesEveryGoodEntryOfTheExampleFile)
+{
+    Home home;
+    QFile examples(QStringLiteral(SORVANE_EXAMPLES "/apps.json"));
+    ASSERT_TRUE(examples.open(QIODevice::ReadOnly));
+    QJsonArray entries = QJsonDocument::fromJson(examples.readAll()).array();
+    entries.insert(3, QJsonObject{{u"appName"_s, u"Broken"_s}, {u"appURL"_s, u"https://b.example.org/"_s},
+                                  {u"tabbedApp"_s, u"yes"_s}});
+    const QString file = home.test.root() + u"/apps.json"_s;
+    QFile out(file);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+    out.write(QJsonDocument(entries).toJson());
+    out.close();
+    QFile::copy(QStringLiteral(SORVANE_EXAMPLES "/example-icon.png"), home.test.root() + u"/example-icon.png"_s);
+
+    const CliRun run = home.sorvane({u"bulk"_s, file, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps, u"--json"_s});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains("entry 4 (Broken): tabbedApp")) << run.err.constData();
+    const QJsonArray made = QJsonDocument::fromJson(run.out).array();
+    ASSERT_EQ(made.size(), 20) << run.err.constData();
+
+    QHash<QString, QString> addresses;
+    for (const QJsonValue &entry : entries)
+        addresses.insert(entry[u"appName"_s].toString(), entry[u"appURL"_s].toString());
+    for (const QJsonValue &app : made) {
+        const QString bundle = app[u"path"_s].toString();
+        const QString name = QFileInfo(bundle).completeBaseName();
+        QFile::remove(bundle + u"/Contents/Profile/First Run"_s); // no store window six seconds later
+        QDir(home.records).removeRecursively();
+        QDir().mkpath(home.records);
+        const CliRun start = runProgram(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
+        EXPECT_EQ(start.exitCode, 0) << qPrintable(name) << start.err.constData();
+        const QStringList records = QDir(home.records).entryList({u"*.args"_s}, QDir::Files);
+        QByteArray seen;
+        for (const QString &recordName : records) {
+            QFile recordFile(home.records + u'/' + recordName);
+            seen += (recordFile.open(QIODevice::ReadOnly) ? recordFile.readAll().replace('\0', ' ') : QByteArray()) + '\n';
+        }
+        ASSERT_EQ(records.size(), 1) << qPrintable(name) << '\n' << seen.constData();
+        QFile record(home.records + u'/' + records.constFirst());
+        ASSERT_TRUE(record.open(QIODevice::ReadOnly));
+        const QList<QByteArray> arguments = record.readAll().split('\0');
+        EXPECT_TRUE(arguments.contains("--user-data-dir=./../Profile")) << qPrintable(name);
+        const QByteArray address = addresses.value(name).toUtf8();
+        EXPECT_TRUE(arguments.contains(address) || arguments.contains("--app=" + address)) << qPrintable(name);
+    }
+}

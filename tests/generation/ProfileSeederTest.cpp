@@ -1,0 +1,257 @@
+#include "generation/ProfileSeeder.h"
+
+#include "core/Platform.h"
+#include "support/TestContext.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#ifdef Q_OS_LINUX
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString StoreId = u"abcdefghijklmnopabcdefghijklmnop"_s;
+const QString UnpackedId = u"ponmlkjihgfedcbaponmlkjihgfedcba"_s;
+
+// Puts the fixture user-data folder where the installed browser keeps its own; returns that folder.
+QString installBrowserFolder(const ProfileSeeder &seeder)
+{
+    const QDir fixture(fixturePath(u"profiles/user-data"_s));
+    QDirIterator it(fixture.path(), QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString to = seeder.sourceBrowserFolder() + fixture.relativeFilePath(it.next());
+        QDir().mkpath(QFileInfo(to).path());
+        QFile::copy(it.filePath(), to);
+    }
+    return seeder.sourceBrowserFolder();
+}
+
+QJsonObject preferences()
+{
+    const QString text = uR"({"extensions": {"settings": {"%1": {"from_webstore": true},
+                          "%2": {"from_webstore": false}}}, "v": 2})"_s;
+    return QJsonDocument::fromJson(text.arg(StoreId, UnpackedId).toUtf8()).object();
+}
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+QString rawLinkTarget(const QString &path)
+{
+    return QString::fromStdString(std::filesystem::read_symlink(path.toStdString()).string());
+}
+
+// Takes the permissions of `path` away while it lives. Root ignores them, so the test thread also
+// gives up that override meanwhile (Linux keeps capabilities per thread).
+class Locked
+{
+public:
+    Locked(const QString &path, QFile::Permissions mode) : m_path(path)
+    {
+        QFile::setPermissions(m_path, mode);
+#ifdef Q_OS_LINUX
+        __user_cap_data_struct lowered[2];
+        m_lowered = syscall(SYS_capget, &m_header, m_saved) == 0;
+        std::copy(std::begin(m_saved), std::end(m_saved), lowered);
+        lowered[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
+        m_lowered = m_lowered && syscall(SYS_capset, &m_header, lowered) == 0;
+#endif
+    }
+    ~Locked()
+    {
+#ifdef Q_OS_LINUX
+        if (m_lowered)
+            syscall(SYS_capset, &m_header, m_saved);
+#endif
+        QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+private:
+    QString m_path;
+#ifdef Q_OS_LINUX
+    __user_cap_header_struct m_header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct m_saved[2]{};
+    bool m_lowered = false;
+#endif
+};
+
+} // namespace
+
+TEST(ProfileSeeder, FindsTheBrowserFolderThroughTheCatalogue)
+{
+    TestContext test;
+    // clang-format off
+    const struct { QString typeKey, onLinux, onMac; } rows[] = {
+        {u"brave"_s, u"/.config/BraveSoftware/Brave-Browser/"_s, u"/Library/Application Support/BraveSoftware/Brave-Browser/"_s},
+        {u"no-such-browser"_s, u"/.config/google-chrome/"_s, u"/Library/Application Support/Google/Chrome/"_s},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
+        const ProfileSeeder seeder(test.context(), row.typeKey);
+        const QString expected = test.home() + (Platform::isMac() ? row.onMac : row.onLinux);
+        EXPECT_EQ(seeder.sourceBrowserFolder(), expected) << row.typeKey.toStdString();
+        EXPECT_EQ(seeder.sourceProfileFolder(u"Profile 1"_s), expected + u"Profile 1/"_s);
+    }
+}
+
+TEST(ProfileSeeder, CopiesStoreExtensionsAndLinksTheirStorage)
+{
+    TestContext test;
+    const ProfileSeeder seeder(test.context(), u"vivaldi"_s);
+    const QString source = installBrowserFolder(seeder) + u"Default/"_s;
+    const QString extension = source + u"Extensions/"_s + StoreId;
+    QDir().mkpath(test.root() + u"/elsewhere"_s);
+    QFile::link(u"1.0_0"_s, extension + u"/current"_s);
+    QFile::link(test.root() + u"/elsewhere"_s, extension + u"/elsewhere"_s);
+    const QString target = test.root() + u"/App.app/Contents/Profile/Default/"_s;
+
+    for (int seeding = 0; seeding < 2; ++seeding) { // the second replaces what the first left
+        const std::optional<SNError> error = seeder.copyExctentions(preferences(), u"Default"_s, target);
+        ASSERT_FALSE(error) << error->description.toStdString();
+    }
+
+    // clang-format off
+    enum Kind { File, Link, Absent };
+    const struct { QString path; Kind kind; } rows[] = {
+        {u"Extensions/"_s + StoreId + u"/1.0_0/manifest.json"_s, File},
+        {u"Extensions/"_s + StoreId + u"/current"_s, Link},
+        {u"Extensions/"_s + StoreId + u"/elsewhere"_s, Link},
+        {u"Extensions/"_s + UnpackedId, Absent},
+        {u"Local Storage/chrome-extension_"_s + StoreId + u"_0.localstorage"_s, Link},
+        {u"Local Storage/chrome-extension_"_s + UnpackedId + u"_0.localstorage"_s, Absent},
+        {u"Local Storage/leveldb"_s, Absent},
+        {u"IndexedDB/chrome-extension_"_s + StoreId + u"_0.indexeddb.leveldb"_s, Link},
+        {u"IndexedDB/https_example.test_0.indexeddb.leveldb"_s, Absent},
+        {u"Local Extension Settings/"_s + StoreId + u"/000003.log"_s, File},
+        {u"Extension State/CURRENT"_s, File},
+        {u"Shortcuts"_s, File},
+        {u"Extension Rules"_s, Absent},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
+        const QFileInfo copy(target + row.path);
+        const QFileInfo original(source + row.path);
+        SCOPED_TRACE(row.path.toStdString());
+        ASSERT_EQ(copy.exists() || copy.isSymLink(), row.kind != Absent);
+        EXPECT_EQ(copy.isSymLink(), row.kind == Link);
+        if (row.kind == File) {
+            EXPECT_EQ(contents(copy.filePath()), contents(original.filePath()));
+        } else if (row.kind == Link) {
+            // Storage is linked to its absolute place; links inside a copy keep their own target.
+            EXPECT_EQ(rawLinkTarget(copy.filePath()),
+                      original.isSymLink() ? rawLinkTarget(original.filePath()) : original.filePath());
+        }
+    }
+    const QByteArray written = contents(target + u"Secure Preferences"_s);
+    EXPECT_FALSE(written.contains('\n'));
+    EXPECT_EQ(QJsonDocument::fromJson(written).object(), preferences());
+}
+
+TEST(ProfileSeeder, ImportsChosenProfilesAndListsThemInLocalState)
+{
+    const QVariantMap person{{u"name"_s, u"Person 1"_s}};
+    const QString fre = uR"("fre":{"has_user_seen_fre":true})"_s;
+    // clang-format off
+    const struct { const char *name; QList<SNProfileEntry> users; QString infoCache; QStringList copied; } rows[] = {
+        {"no import", {{false, u"Default"_s, person}}, u"{}"_s, {}},
+        {"two imports", {{true, u"Default"_s, person}, {true, u"Profile 1"_s, {{u"name"_s, u"Work"_s}}}},
+         uR"({"Default":{"name":"Person 1"},"Profile 1":{"name":"Work"}})"_s, {u"Default"_s, u"Profile 1"_s}},
+        {"hostile key", {{true, u"../x"_s, person}, {true, u"Default"_s, {}}}, uR"({"Default":{}})"_s, {u"Default"_s}},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        TestContext test;
+        const ProfileSeeder seeder(test.context(), u"chrome"_s);
+        const QString browserFolder = installBrowserFolder(seeder);
+        QDir().mkpath(browserFolder + u"../x"_s); // what "../x" would bring along
+        QFile::copy(browserFolder + u"Default/Preferences"_s, browserFolder + u"../x/Preferences"_s);
+        const QString profileDirectory = test.root() + u"/App.app/Contents/Profile"_s;
+
+        seeder.createProfiles(row.users, profileDirectory);
+
+        const QByteArray localState = contents(profileDirectory + u"/Local State"_s);
+        EXPECT_TRUE(localState.contains("\n    "));
+        const QString expected = uR"({"profile":{"info_cache":%1},%2})"_s.arg(row.infoCache, fre);
+        EXPECT_EQ(QJsonDocument::fromJson(localState), QJsonDocument::fromJson(expected.toUtf8()));
+        ASSERT_FALSE(test.log().isEmpty());
+        EXPECT_TRUE(test.log().first().startsWith(u"usersArray:"_s));
+        for (const SNProfileEntry &user : row.users) {
+            const bool copied = row.copied.contains(user.profileKey);
+            const QString copy = profileDirectory + u'/' + user.profileKey + u"/Preferences"_s;
+            EXPECT_EQ(contents(copy), copied ? contents(browserFolder + user.profileKey + u"/Preferences"_s)
+                                             : QByteArray("<unreadable>"));
+            const QString copyLine = QDir::cleanPath(browserFolder + user.profileKey);
+            EXPECT_EQ(test.log().contains(u"profileToCopyPath:%1 "_s.arg(copyLine)), copied);
+            EXPECT_EQ(test.log().contains(u"profile IMPORT:%1 "_s.arg(user.profileKey)), copied);
+        }
+    }
+}
+
+TEST(ProfileSeeder, ReportsWhatItCouldNotWriteOrRead)
+{
+    TestContext test;
+    const ProfileSeeder seeder(test.context(), u"chrome"_s);
+    const QString source = installBrowserFolder(seeder) + u"Default/"_s;
+    const QString manifest = source + u"Extensions/"_s + StoreId + u"/1.0_0/manifest.json"_s;
+    const QString root = test.root();
+    QDir().mkpath(root + u"/p2/Extensions"_s);
+    QFile(root + u"/file"_s).open(QIODevice::WriteOnly);
+    const QFile::Permissions readOnly = QFile::ReadOwner | QFile::ExeOwner;
+
+    // clang-format off
+    const struct { const char *name; QString target, locked; QFile::Permissions mode; QString named; } rows[] = {
+        {"read-only profile folder", root + u"/p2"_s, root + u"/p2"_s, readOnly, root + u"/p2/Secure Preferences"_s},
+        {"read-only Extensions folder", root + u"/p2"_s, root + u"/p2/Extensions"_s, readOnly, root + u"/p2/Extensions/"_s + StoreId},
+        {"unreadable extension file", root + u"/p3"_s, manifest, {}, manifest},
+        {"unreadable storage folder", root + u"/p4"_s, source + u"Local Storage"_s, {}, source + u"Local Storage"_s},
+        {"profile beneath a file", root + u"/file/Default"_s, root + u"/file"_s, readOnly, root + u"/file/Default"_s},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        std::optional<SNError> error;
+        {
+            const Locked locked(row.locked, row.mode);
+            error = seeder.copyExctentions(preferences(), u"Default"_s, row.target);
+        }
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->code, 1);
+        EXPECT_TRUE(error->description.contains(row.named)) << error->description.toStdString();
+    }
+}
+
+TEST(ProfileSeeder, ImportGoesOnPastUnreadableFiles)
+{
+    TestContext test;
+    const ProfileSeeder seeder(test.context(), u"chrome"_s);
+    const QString source = installBrowserFolder(seeder) + u"Profile 1"_s;
+    const QString copy = test.root() + u"/Profile/Profile 1/"_s;
+    // The entry listed first is locked, so a copy that stopped there would leave the other behind.
+    const QStringList names = QDir(source).entryList(QDir::Files, QDir::Unsorted);
+    ASSERT_EQ(names.size(), 2);
+    {
+        const Locked locked(source + u'/' + names.first(), {});
+        seeder.createProfiles({{true, u"Profile 1"_s, {}}}, test.root() + u"/Profile"_s);
+    }
+    EXPECT_FALSE(QFileInfo::exists(copy + names.first()));
+    EXPECT_TRUE(QFileInfo::exists(copy + names.last()));
+    EXPECT_TRUE(contents(test.root() + u"/Profile/Local State"_s).contains("Profile 1"));
+}

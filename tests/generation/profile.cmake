@@ -1,0 +1,1 @@
+sorvane_add_test(profile_tests SOURCES ProfileSeederTest.cpp LIBRARIES Sorvane::generation)
