@@ -14,3 +14,11 @@ function(sorvane_target_defaults target)
     target_compile_definitions(${target} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER)
 endfunction()
+
+# Programs that are copied into every generated bundle: stripped outside debug and sanitizer
+# builds, since each creation copies them (their debug information is twenty times their code).
+function(sorvane_shipped_program target)
+    if(NOT APPLE AND NOT SORVANE_SANITIZE)
+        target_link_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-s>)
+    endif()
+endfunction()

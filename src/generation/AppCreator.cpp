@@ -19,6 +19,7 @@
 #include "generation/SNChromePrefsHelper.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
@@ -251,13 +252,25 @@ bool AppCreator::createExecutableWithDestinationDirectory(const QString &execDir
 
 void AppCreator::signApp(const QString &bundlePath) const
 {
-    ProcessRunner &processes = m_manager.context().processes();
     if (Platform::isMac()) {
+        ProcessRunner &processes = m_manager.context().processes();
         processes.run(u"/usr/bin/xattr"_s, {u"-dr"_s, u"com.apple.FinderInfo"_s, bundlePath});
         processes.run(u"/usr/bin/xattr"_s, {u"-dr"_s, u"com.apple.ResourceFork"_s, bundlePath});
         processes.run(u"/usr/bin/xattr"_s, {u"-rd"_s, u"com.apple.quarantine"_s, bundlePath});
     }
-    processes.run(u"/bin/chmod"_s, {u"-R"_s, u"755"_s, bundlePath});
+    // What `chmod -R 755` does, without starting a process for it. Links are left alone: their
+    // targets (the browser's engine) are not the bundle's.
+    constexpr QFile::Permissions Mode755 = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
+                                           QFile::ReadUser | QFile::WriteUser | QFile::ExeUser |
+                                           QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+    QFile::setPermissions(bundlePath, Mode755);
+    QDirIterator it(bundlePath, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!it.fileInfo().isSymLink())
+            QFile::setPermissions(path, Mode755);
+    }
 }
 
 void AppCreator::copyIntoDefinition(const SNBulkApp &entry, bool duplicate)

@@ -36,7 +36,8 @@ public:
 
     // Writes `preferenceJson` (compact) as <defaultUserDirectory>/Secure Preferences, then copies
     // the store-installed extensions (from_webstore true) with their storage links and the
-    // extension folders that follow. Returns the first failing step's error.
+    // extension folders that follow. Returns the first failing step's error; an entry the browser
+    // profile lacks is nothing to copy. Copies keep links as links.
     std::optional<SNError> copyExctentions(const QJsonObject &preferenceJson, const QString &currentProfileKey,
                                            const QString &defaultUserDirectory) const;
     // Links every entry of the source profile's `folder` whose name contains `extensionId` into
@@ -44,6 +45,7 @@ public:
     std::optional<SNError> copyFromFolder(const QString &folder, const QString &extensionId,
                                           const QString &currentProfileKey, const QString &defaultUserDirectory) const;
     // Copies the profiles marked for import into `profileDirectory` and writes its Local State.
+    // Keys that are not plain folder names are refused; what cannot be copied is left out.
     void createProfiles(const QList<SNProfileEntry> &usersArray, const QString &profileDirectory) const;
 
 private:
