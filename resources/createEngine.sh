@@ -76,8 +76,13 @@ build_linux() {
     if [ -d "$ENGINE" ] && [ ! -L "$ENGINE" ]; then
         fail "$ENGINE is a folder"
     fi
-    mkdir -p "$CONTENTS/MacOS" || fail "cannot create $CONTENTS/MacOS"
-    rm -f "$ENGINE"
+    # Each tool run is a process; only `ln` is always needed.
+    if [ ! -d "$CONTENTS/MacOS" ]; then
+        mkdir -p "$CONTENTS/MacOS" || fail "cannot create $CONTENTS/MacOS"
+    fi
+    if [ -e "$ENGINE" ] || [ -L "$ENGINE" ]; then
+        rm -f "$ENGINE"
+    fi
     ln -s "$BROWSER" "$ENGINE" || fail "cannot link $ENGINE"
     printf 'Engine for %s linked to %s\n' "$APP_NAME" "$BROWSER"
 }
