@@ -31,9 +31,9 @@ QList<QByteArray> commandLines()
 
 } // namespace
 
-GeneratedApp::GeneratedApp(TestContext &test, const AppSpec &spec)
+GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
     : m_recordsFolder(test.root() + u"/engine-starts"_s),
-      m_name(spec.name), m_bundle(test.root() + u"/Apps/"_s + spec.name + u".app"_s),
+      m_name(traits.name), m_bundle(test.root() + u"/Apps/"_s + traits.name + u".app"_s),
       m_environment(QProcessEnvironment::systemEnvironment())
 {
     QDir().mkpath(m_recordsFolder);
@@ -41,25 +41,25 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppSpec &spec)
         QDir().mkpath(m_bundle + QLatin1String(folder));
 
     Context &context = test.context();
-    const BrowserInfo browser = BrowserCatalogue::byTypeKey(spec.typeKey);
+    const BrowserInfo browser = BrowserCatalogue::byTypeKey(traits.typeKey);
     context.defaults().setValue(browser.settingsKey, QStringLiteral(SORVANE_FAKE_ENGINE));
     SNError error;
-    LaunchProgramInstaller(context).installInto(m_bundle, spec.name, &error);
+    LaunchProgramInstaller(context).installInto(m_bundle, traits.name, &error);
 
     SNAppTracker tracker(context);
     m_appId = tracker.addAppTracker(m_bundle).value(u"appID"_s).toString();
     SNScriptInputs inputs;
-    inputs.appName = spec.name;
-    inputs.appURL = spec.url;
-    inputs.needTab = spec.tabbed;
-    inputs.tabsList = spec.tabs;
-    inputs.incognito = spec.incognito;
-    inputs.forceDarkMode = spec.dark;
-    inputs.shouldIncludeWLExt = spec.routing;
-    inputs.typeKey = spec.typeKey;
+    inputs.appName = traits.name;
+    inputs.appURL = traits.url;
+    inputs.needTab = traits.tabbed;
+    inputs.tabsList = traits.tabs;
+    inputs.incognito = traits.incognito;
+    inputs.forceDarkMode = traits.dark;
+    inputs.shouldIncludeWLExt = traits.routing;
+    inputs.typeKey = traits.typeKey;
     inputs.trackerFragment = tracker.shellUpdateCode(m_appId);
     inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
-        SNAppScriptHelper::getBrowserPath(spec.typeKey, context.defaults()), false);
+        SNAppScriptHelper::getBrowserPath(traits.typeKey, context.defaults()), false);
     inputs.targetIsMac = false;
     m_script = SNAppScriptHelper::scriptText(inputs);
     writeExecutable(resources() + u"/script"_s, m_script.toUtf8());

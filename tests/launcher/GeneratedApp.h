@@ -11,7 +11,7 @@
 class TestContext;
 
 // What a test app is made from.
-struct AppSpec
+struct AppTraits
 {
     QString name;
     QString typeKey = QStringLiteral("chromium");
@@ -38,7 +38,7 @@ struct EngineStart
 class GeneratedApp final
 {
 public:
-    GeneratedApp(TestContext &test, const AppSpec &spec);
+    GeneratedApp(TestContext &test, const AppTraits &traits);
     ~GeneratedApp();
 
     QString bundle() const { return m_bundle; }

@@ -29,7 +29,7 @@ const QStringList Tabs{u"https://a.example.test/"_s, u"https://b.example.test/?q
 struct StartCase
 {
     const char *label;
-    AppSpec spec;
+    AppTraits traits;
     QStringList given;    // the launch program's arguments
     QStringList expected; // the engine's arguments
 };
@@ -77,8 +77,8 @@ TEST_P(WholeStart, ExecsTheEngineWithTheAppsSwitches)
 {
     const StartCase &c = GetParam();
     TestContext test;
-    GeneratedApp app(test, c.spec);
-    if (!c.spec.tabbed) // tabbed apps restore these; their own test covers that
+    GeneratedApp app(test, c.traits);
+    if (!c.traits.tabbed) // tabbed apps restore these; their own test covers that
         writeLastTabs(app, u"tabs-1.json"_s, {u"https://stale.example.test/"_s});
 
     const Outcome result = app.start(c.given);
@@ -86,10 +86,10 @@ TEST_P(WholeStart, ExecsTheEngineWithTheAppsSwitches)
     ASSERT_EQ(result.exitCode, 0) << result.err.constData();
     const QList<EngineStart> starts = app.engineStarts();
     ASSERT_EQ(starts.size(), 1) << result.err.constData();
-    EXPECT_EQ(QDir::cleanPath(starts[0].program), app.bundle() + u"/Contents/MacOS/"_s + c.spec.name + u" Engine"_s);
+    EXPECT_EQ(QDir::cleanPath(starts[0].program), app.bundle() + u"/Contents/MacOS/"_s + c.traits.name + u" Engine"_s);
     EXPECT_EQ(starts[0].workingFolder, app.resources());
     EXPECT_EQ(starts[0].arguments, c.expected);
-    EXPECT_TRUE(QFileInfo(app.bundle() + u"/Contents/MacOS/"_s + c.spec.name + u" Engine"_s).isSymLink());
+    EXPECT_TRUE(QFileInfo(app.bundle() + u"/Contents/MacOS/"_s + c.traits.name + u" Engine"_s).isSymLink());
     EXPECT_EQ(tabsFiles(app), QStringList());
     EXPECT_EQ(strayFiles(test.root()), QStringList());
     EXPECT_FALSE(app.helperRunning());
