@@ -66,12 +66,13 @@ std::optional<QVariantMap> parseDestination(const QString &text)
     return SNRoutingConfig::sanitizedDestination(destination);
 }
 
-int browserNumber(const QString &key)
+int browserNumber(const QString &key, QString *error)
 {
     for (const BrowserInfo &browser : BrowserCatalogue::all()) {
         if (browser.typeKey == key)
             return browser.number;
     }
+    *error = u"browser: unknown browser '%1' (see `sorvane browsers`)"_s.arg(key);
     return -1;
 }
 

@@ -26,8 +26,8 @@ std::optional<QVariantMap> parseDestination(const QString &text);
 // Checks that creation would refuse late: the name, the routing records, the accent colour.
 bool validate(const SNBulkApp &app, QString *error);
 
-// The catalogue number of a browser key, or -1.
-int browserNumber(const QString &key);
+// The catalogue number of a browser key, or -1 with the error naming the field.
+int browserNumber(const QString &key, QString *error);
 
 // Fills the manager's profile seeding from a profile of the installed browser.
 bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,

@@ -43,9 +43,10 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         printError(usage + u"--replace and --keep-both exclude each other"_s);
         return BadUsage;
     }
-    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s));
+    QString error;
+    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s), &error);
     if (browser < 0) {
-        printError(u"browser: unknown browser '%1' (see `sorvane browsers`)"_s.arg(parser.value(u"browser"_s)));
+        printError(error);
         return Failure;
     }
     const QString path = parser.positionalArguments().constFirst();
@@ -70,7 +71,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
     for (qsizetype i = 0; i < entries.size(); ++i) {
         const QVariantMap dictionary = entries.at(i).toObject().toVariantMap();
         const QString label = u"entry %1 (%2)"_s.arg(i + 1).arg(dictionary.value(u"appName"_s).toString());
-        QString error;
+        error.clear();
         std::optional<SNBulkApp> app = entries.at(i).isObject()
                                            ? SNBulkApp::fromDictionary(dictionary, baseFolder, &error)
                                            : std::nullopt;

@@ -33,9 +33,9 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         Logger::setSink(Logger::Sink::StandardError); // standard output is for the result
 
     QString error;
-    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s));
+    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s), &error);
     if (browser < 0) {
-        printError(u"browser: unknown browser '%1' (see `sorvane browsers`)"_s.arg(parser.value(u"browser"_s)));
+        printError(error);
         return Failure;
     }
     const std::optional<SNBulkApp> app = AppOptions::definitionFromOptions(parser, &error);
