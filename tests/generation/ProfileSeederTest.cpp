@@ -1,6 +1,5 @@
 #include "generation/ProfileSeeder.h"
 
-#include "core/Platform.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -93,23 +92,6 @@ private:
 };
 
 } // namespace
-
-TEST(ProfileSeeder, FindsTheBrowserFolderThroughTheCatalogue)
-{
-    TestContext test;
-    // clang-format off
-    const struct { QString typeKey, onLinux, onMac; } rows[] = {
-        {u"brave"_s, u"/.config/BraveSoftware/Brave-Browser/"_s, u"/Library/Application Support/BraveSoftware/Brave-Browser/"_s},
-        {u"no-such-browser"_s, u"/.config/google-chrome/"_s, u"/Library/Application Support/Google/Chrome/"_s},
-    };
-    // clang-format on
-    for (const auto &row : rows) {
-        const ProfileSeeder seeder(test.context(), row.typeKey);
-        const QString expected = test.home() + (Platform::isMac() ? row.onMac : row.onLinux);
-        EXPECT_EQ(seeder.sourceBrowserFolder(), expected) << row.typeKey.toStdString();
-        EXPECT_EQ(seeder.sourceProfileFolder(u"Profile 1"_s), expected + u"Profile 1/"_s);
-    }
-}
 
 TEST(ProfileSeeder, CopiesStoreExtensionsAndLinksTheirStorage)
 {

@@ -61,56 +61,7 @@ QStringList runInstalled(const QString &bundle, const QString &name, const QStri
     return recorded(record);
 }
 
-class LaunchProgramInstallerNames : public testing::TestWithParam<const char *>
-{
-};
-
 } // namespace
-
-TEST_P(LaunchProgramInstallerNames, InstallsAWorkingLaunchProgramAndHelperFiles)
-{
-    InstallerTest fixture;
-    const QString name = QString::fromUtf8(GetParam());
-    const QString bundle = fixture.bundle(name);
-    LaunchProgramInstaller installer(fixture.test().context());
-    SNError error;
-    ASSERT_TRUE(installer.installInto(bundle, name, &error)) << qPrintable(error.description);
-
-    const QString program = bundle + u"/Contents/MacOS/"_s + name;
-    EXPECT_EQ(readAll(program), readAll(fixture.resources() + u"/sorvanelauncher"_s));
-    EXPECT_EQ(QFile::permissions(program), Mode0755);
-    EXPECT_EQ(
-        QDir(bundle + u"/Contents/MacOS"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-        QStringList{name});
-    EXPECT_TRUE(fixture.test().log().isEmpty()) << qPrintable(fixture.test().log().join(u'\n'));
-
-    const QString resources = bundle + u"/Contents/Resources"_s;
-    EXPECT_EQ(readAll(resources + u"/createEngine.sh"_s), EngineScript);
-    const QString helper = resources + u"/SorvaneHelper.app/Contents/MacOS/SorvaneHelper"_s;
-    EXPECT_EQ(readAll(helper),
-              readAll(fixture.resources() + u"/SorvaneHelper.app/Contents/MacOS/SorvaneHelper"_s));
-    EXPECT_TRUE(QFileInfo(helper).isExecutable());
-    EXPECT_EQ(
-        plistAsJsonFromPython(resources + u"/SorvaneHelper.app/Contents/Info.plist"_s),
-        QByteArray(
-            R"({"CFBundleExecutable":"SorvaneHelper","CFBundleIdentifier":"com.ondrel.sorvane.helperapp",)"
-            R"("CFBundleName":"SorvaneHelper","CFBundlePackageType":"APPL","CFBundleShortVersionString":")" SORVANE_EXPECTED_VERSION
-            R"(","CFBundleVersion":")" SORVANE_EXPECTED_VERSION R"(","LSUIElement":true})"));
-    for (const char *tool : {"plutil", "osascript", "open", "sed"}) {
-        const QFileInfo link(resources + u"/compat/"_s + QString::fromUtf8(tool));
-        EXPECT_TRUE(link.isSymLink()) << tool;
-        EXPECT_EQ(link.canonicalFilePath(),
-                  QFileInfo(resources + u"/compat/sorvanecompat"_s).canonicalFilePath());
-    }
-
-    // The installed program runs the script with the stand-ins first on PATH.
-    EXPECT_EQ(runInstalled(bundle, name, {u"-psn_0_1"_s, u"https://a.test/x y"_s}),
-              (QStringList{resources + u"/compat/sed"_s, u"https://a.test/x y"_s}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, LaunchProgramInstallerNames,
-                         testing::Values("Sample", "Two Words", "Quote \"and\" $dollar `tick`", "Café ☕"),
-                         [](const auto &p) { return "name" + std::to_string(p.index); });
 
 // A regeneration with the launch program back in place replaces the stub.
 TEST(LaunchProgramInstaller, WritesTheLegacyStubWhenTheLaunchProgramIsMissing)
