@@ -3,6 +3,7 @@
 # Idempotent and non-interactive: it asks apt only for what is missing, and refreshes the
 # package lists only when something is.
 set -euo pipefail
+repo="$(cd "$(dirname "$0")/.." && pwd)"
 
 packages=(
     cmake ninja-build g++ pkg-config git
@@ -11,7 +12,20 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools
     procps
+    chromium
 )
+# The extension's tests and the end-to-end harness run on Node; any recent Node will do.
+if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+    packages+=(nodejs npm)
+fi
+
+# Node packages of the tests (playwright-core, pinned by package-lock.json), when missing.
+install_node_packages() {
+    if [ ! -f "$repo/node_modules/playwright-core/package.json" ]; then
+        echo "setup: installing the Node packages of package-lock.json"
+        (cd "$repo" && npm ci --no-audit --no-fund --loglevel=error)
+    fi
+}
 
 missing=()
 for pkg in "${packages[@]}"; do
@@ -22,6 +36,7 @@ done
 
 if [ ${#missing[@]} -eq 0 ]; then
     echo "setup: all ${#packages[@]} packages present"
+    install_node_packages
     exit 0
 fi
 
@@ -34,3 +49,4 @@ echo "setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 "${sudo[@]}" apt-get update -q
 "${sudo[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"
+install_node_packages

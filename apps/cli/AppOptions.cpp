@@ -104,22 +104,29 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
         if (app.appIcon.isNull())
             return refuse(u"icon: cannot read an image from %1"_s.arg(path));
     }
-    int ruleNumber = 0;
-    for (const QString &pattern : parser.values(u"allow"_s)) {
-        app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), u"rule-%1"_s.arg(++ruleNumber)},
-                                            {SNRoutingConfig::keyPattern(), pattern},
-                                            {SNRoutingConfig::keyAction(), SNRoutingConfig::actionAllow()}});
-    }
-    for (const QString &route : parser.values(u"route"_s)) {
-        const qsizetype equals = route.indexOf(u'=');
-        const std::optional<QVariantMap> destination =
-            equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
-        if (!destination)
-            return refuse(u"route: '%1' is not PATTERN=DEST with a valid destination"_s.arg(route));
-        app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), u"rule-%1"_s.arg(++ruleNumber)},
-                                            {SNRoutingConfig::keyPattern(), route.left(equals)},
-                                            {SNRoutingConfig::keyAction(), SNRoutingConfig::actionRoute()},
-                                            {SNRoutingConfig::keyDestination(), *destination}});
+    // Rules apply top-down, so they keep the order in which --allow and --route were given.
+    const QStringList allows = parser.values(u"allow"_s);
+    const QStringList routes = parser.values(u"route"_s);
+    qsizetype allowIndex = 0;
+    qsizetype routeIndex = 0;
+    for (const QString &option : parser.optionNames()) {
+        const QString ruleId = u"rule-%1"_s.arg(allowIndex + routeIndex + 1);
+        if (option == u"allow"_s && allowIndex < allows.size()) {
+            app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
+                                                {SNRoutingConfig::keyPattern(), allows[allowIndex++]},
+                                                {SNRoutingConfig::keyAction(), SNRoutingConfig::actionAllow()}});
+        } else if (option == u"route"_s && routeIndex < routes.size()) {
+            const QString &route = routes[routeIndex++];
+            const qsizetype equals = route.indexOf(u'=');
+            const std::optional<QVariantMap> destination =
+                equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
+            if (!destination)
+                return refuse(u"route: '%1' is not PATTERN=DEST with a valid destination"_s.arg(route));
+            app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
+                                                {SNRoutingConfig::keyPattern(), route.left(equals)},
+                                                {SNRoutingConfig::keyAction(), SNRoutingConfig::actionRoute()},
+                                                {SNRoutingConfig::keyDestination(), *destination}});
+        }
     }
     if (parser.isSet(u"default-destination"_s)) {
         app.defaultDestination = parseDestination(parser.value(u"default-destination"_s));

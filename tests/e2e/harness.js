@@ -1,0 +1,194 @@
+// The end-to-end harness: apps made by the real `sorvane create` for the chromium engine, started
+// through their own launch programs, driven over the DevTools protocol, with test pages served on
+// loopback under several host names and a recording `xdg-open` first on PATH.
+import { execFile, spawn, spawnSync } from 'node:child_process';
+import fs from 'node:fs';
+import http from 'node:http';
+import os from 'node:os';
+import path from 'node:path';
+import { setTimeout as sleep } from 'node:timers/promises';
+import { fileURLToPath } from 'node:url';
+
+import { chromium } from 'playwright-core';
+
+const here = path.dirname(fileURLToPath(import.meta.url));
+export const engineWrapper = path.join(here, 'engine-wrapper.sh');
+
+function required(name) {
+  const value = process.env[name];
+  if (!value) {
+    throw new Error(`${name} is not set (ctest sets it; see tests/e2e/CMakeLists.txt)`);
+  }
+  return value;
+}
+
+// Polls until check() returns something other than undefined/false, or fails after timeoutMs.
+export async function waitFor(what, check, timeoutMs = 20000) {
+  const deadline = Date.now() + timeoutMs;
+  for (;;) {
+    const result = await check();
+    if (result !== undefined && result !== false) {
+      return result;
+    }
+    if (Date.now() > deadline) {
+      throw new Error(`timed out waiting for ${what}`);
+    }
+    await sleep(100);
+  }
+}
+
+function processExists(pid) {
+  try {
+    process.kill(pid, 0);
+    return true;
+  } catch {
+    return false;
+  }
+}
+
+// Test pages for any *.test host: every page shows its own address and the links the tests click.
+export async function startPageServer() {
+  const server = http.createServer((request, response) => {
+    const host = request.headers.host ?? '';
+    const port = server.address().port;
+    const link = (id, href, target = '') =>
+      `<a id="${id}" href="http://${href.replace('{port}', port)}"${target ? ` target="${target}"` : ''}>${id}</a>`;
+    response.writeHead(200, { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' });
+    response.end(`<!doctype html><html><head><title>${host}${request.url}</title></head><body>
+<h1 id="where">${host}${request.url}</h1>
+${link('docs', 'docs.example.test:{port}/guide')}
+${link('news', 'news.example.test:{port}/today?story=1&lang=en')}
+${link('other', 'other.test:{port}/page?q=a%20b', '_blank')}
+${link('b', 'b.test:{port}/from-a?x=1')}
+</body></html>`);
+  });
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  const port = server.address().port;
+  return {
+    port,
+    url: (host, pathAndQuery = '/') => `http://${host}:${port}${pathAndQuery}`,
+    close: () => new Promise((resolve) => server.close(resolve)),
+  };
+}
+
+// One user's world: a home folder with Sorvane's settings, an applications folder, and a bin
+// folder with the recording xdg-open. Every app of one sandbox shares them.
+export class Sandbox {
+  constructor({ settings = {} } = {}) {
+    this.root = fs.mkdtempSync(path.join(os.tmpdir(), 'sorvane-e2e-'));
+    this.home = path.join(this.root, 'home');
+    this.apps = path.join(this.root, 'Applications');
+    this.bin = path.join(this.root, 'bin');
+    this.records = path.join(this.root, 'records');
+    for (const folder of [this.home, this.apps, this.bin, this.records, path.join(this.home, '.config', 'ondrel')]) {
+      fs.mkdirSync(folder, { recursive: true });
+    }
+    const values = { chromiumPath: engineWrapper, ...settings };
+    fs.writeFileSync(path.join(this.home, '.config', 'ondrel', 'Sorvane.conf'),
+      `[General]\n${Object.entries(values).map(([key, value]) => `${key}=${value}`).join('\n')}\n`);
+    const opener = path.join(this.bin, 'xdg-open');
+    fs.writeFileSync(opener, '#!/bin/sh\nprintf \'%s\\n\' "$*" >> "$SORVANE_E2E_RECORDS/xdg-open"\n', { mode: 0o755 });
+    this.env = {
+      ...process.env,
+      HOME: this.home,
+      XDG_CONFIG_HOME: path.join(this.home, '.config'),
+      XDG_DATA_HOME: path.join(this.home, '.local', 'share'),
+      PATH: `${this.bin}:${process.env.PATH}`,
+      SORVANE_E2E_RECORDS: this.records,
+    };
+    this.running = [];
+  }
+
+  sorvane(args) {
+    return new Promise((resolve) => {
+      execFile(required('SORVANE_CLI'), args, { env: this.env }, (error, stdout, stderr) =>
+        resolve({ code: error ? error.code ?? 1 : 0, stdout, stderr }));
+    });
+  }
+
+  // `sorvane create ... --json` into this sandbox's applications folder; returns the bundle path.
+  async createApp(args) {
+    const result = await this.sorvane(['create', ...args, '--into', this.apps, '--json']);
+    if (result.code !== 0) {
+      throw new Error(`sorvane create failed (${result.code}): ${result.stderr}`);
+    }
+    return JSON.parse(result.stdout).path;
+  }
+
+  openedLinks() {
+    const file = path.join(this.records, 'xdg-open');
+    return fs.existsSync(file) ? fs.readFileSync(file, 'utf8').split('\n').filter(Boolean) : [];
+  }
+
+  // Runs the app's launch program, as the desktop would; resolves when it has exited (a second
+  // start hands its link over and ends) or with the pid of the engine it became.
+  launch(appPath, ...args) {
+    const executable = path.join(appPath, 'Contents', 'MacOS', path.basename(appPath, '.app'));
+    const child = spawn(executable, args, { env: this.env, stdio: 'ignore', detached: true });
+    child.unref();
+    return child;
+  }
+
+  // Starts the app and connects to its engine over the DevTools protocol.
+  async startApp(appPath, ...args) {
+    const portFile = path.join(appPath, 'Contents', 'Profile', 'DevToolsActivePort');
+    fs.rmSync(portFile, { force: true });
+    const child = this.launch(appPath, ...args);
+    const port = await waitFor(`${path.basename(appPath)} to listen for DevTools`, () => {
+      const text = fs.existsSync(portFile) ? fs.readFileSync(portFile, 'utf8') : '';
+      return text.includes('\n') ? text.split('\n')[0] : undefined;
+    });
+    const browser = await chromium.connectOverCDP(`http://127.0.0.1:${port}`);
+    const app = new RunningApp(appPath, child.pid, browser);
+    this.running.push(app);
+    return app;
+  }
+
+  async dispose() {
+    for (const app of this.running) {
+      await app.stop();
+    }
+    // Whatever the apps started themselves (helpers, a second app's engine) runs from in here.
+    spawnSync('pkill', ['-TERM', '-f', this.root]);
+    await sleep(200);
+    fs.rmSync(this.root, { recursive: true, force: true });
+  }
+}
+
+export class RunningApp {
+  constructor(appPath, pid, browser) {
+    this.appPath = appPath;
+    this.pid = pid;
+    this.browser = browser;
+    this.context = browser.contexts()[0];
+  }
+
+  pages() {
+    return this.context.pages();
+  }
+
+  async waitForPage(predicate, what) {
+    return waitFor(what, () => this.pages().find((page) => predicate(page.url())));
+  }
+
+  // The companion's service worker has the routing data once it has heard from the native host.
+  async waitForRoutingData() {
+    const worker = await waitFor('the companion service worker',
+      () => this.context.serviceWorkers().find((w) => w.url().endsWith('/background.js')));
+    await waitFor('the routing data from the native host',
+      () => worker.evaluate(async () => (await chrome.storage.session.get('routingData')).routingData != null));
+    return worker;
+  }
+
+  // Quits the engine the way the desktop does (SIGTERM lets it write its session and profile).
+  async stop() {
+    if (this.browser.isConnected()) {
+      await this.browser.close().catch(() => {});
+    }
+    if (processExists(this.pid)) {
+      process.kill(this.pid, 'SIGTERM');
+      await waitFor(`${path.basename(this.appPath)} to quit`, () => !processExists(this.pid), 20000)
+        .catch(() => process.kill(this.pid, 'SIGKILL'));
+    }
+  }
+}

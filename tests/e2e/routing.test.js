@@ -1,0 +1,103 @@
+// Link routing in a real engine: apps made by `sorvane create`, started through their launch
+// programs, their companion extension deciding clicks, their native host opening routed links.
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
+import { after, before, test } from 'node:test';
+import { setTimeout as sleep } from 'node:timers/promises';
+
+import { Sandbox, startPageServer, waitFor } from './harness.js';
+
+let server;
+let sandbox;
+
+before(async () => {
+  server = await startPageServer();
+  // The second app's engine records its command lines instead of showing pages.
+  const fakeEngine = process.env.SORVANE_FAKE_ENGINE;
+  sandbox = new Sandbox({ settings: { bravePath: fakeEngine } });
+  sandbox.env.SORVANE_FAKE_ENGINE_RECORDS = path.join(sandbox.records, 'engine');
+  sandbox.env.SORVANE_FAKE_ENGINE_STAY = '1';
+  fs.mkdirSync(sandbox.env.SORVANE_FAKE_ENGINE_RECORDS);
+});
+
+after(async () => {
+  await sandbox?.dispose();
+  await server?.close();
+});
+
+// The fake engine's records: one NUL-separated argument list per start.
+function fakeEngineStarts() {
+  const folder = sandbox.env.SORVANE_FAKE_ENGINE_RECORDS;
+  return fs.readdirSync(folder).filter((name) => name.endsWith('.args')).sort()
+    .map((name) => fs.readFileSync(path.join(folder, name), 'utf8').split('\0').filter(Boolean));
+}
+
+async function clickAndSettle(page, selector) {
+  await page.click(selector, { noWaitAfter: true });
+  // Give a navigation that should not happen the time to show itself.
+  await sleep(500);
+}
+
+test('rules keep, route and default links from a real app window', async () => {
+  const appUrl = server.url('app.example.test', '/');
+  const bPath = await sandbox.createApp(['--name', 'B Reader', '--url', server.url('b.test', '/'), '--browser', 'brave']);
+  const appPath = await sandbox.createApp([
+    '--name', 'Example', '--url', appUrl, '--browser', 'chromium',
+    '--route', 'news.example.test=default',
+    '--allow', '*.example.test',
+    '--route', `b.test=app:${bPath}`,
+    '--default-destination', 'in-app',
+  ]);
+
+  const app = await sandbox.startApp(appPath);
+  const page = await app.waitForPage((url) => url === appUrl, 'the app page');
+  await page.waitForSelector('#docs');
+  await app.waitForRoutingData();
+
+  const newsLink = await page.getAttribute('#news', 'href');
+  await clickAndSettle(page, '#news');
+  await waitFor('xdg-open to get the news link', () => sandbox.openedLinks().length === 1);
+  assert.deepEqual(sandbox.openedLinks(), [newsLink]);
+  assert.equal(page.url(), appUrl, 'the app page stays where it was');
+
+  // A second app named by a rule is started with the link, then handed the next one.
+  const bLink = await page.getAttribute('#b', 'href');
+  await clickAndSettle(page, '#b');
+  await waitFor('the second app to start', () => fakeEngineStarts().length === 1);
+  assert.ok(fakeEngineStarts()[0].includes(`--app=${bLink}`), fakeEngineStarts()[0].join(' '));
+  await clickAndSettle(page, '#b');
+  await waitFor('the link to be handed to the running second app', () => fakeEngineStarts().length === 2);
+  assert.ok(fakeEngineStarts()[1].includes(bLink), fakeEngineStarts()[1].join(' '));
+  assert.equal(page.url(), appUrl);
+
+  // Allowed by the wildcard: the app navigates there itself; nothing else is opened.
+  await Promise.all([page.waitForURL(server.url('docs.example.test', '/guide')), page.click('#docs')]);
+  assert.deepEqual(sandbox.openedLinks(), [newsLink]);
+  assert.equal(app.pages().length, 1);
+});
+
+test('a new-window link that no rule claims goes to the default browser and leaves no window', async () => {
+  const appUrl = server.url('app.example.test', '/');
+  const appPath = await sandbox.createApp([
+    '--name', 'Example Two', '--url', appUrl, '--browser', 'chromium',
+    '--allow', '*.example.test', '--default-destination', 'default',
+  ]);
+  const app = await sandbox.startApp(appPath);
+  const page = await app.waitForPage((url) => url === appUrl, 'the app page');
+  await page.waitForSelector('#other');
+  await app.waitForRoutingData();
+  const before = sandbox.openedLinks().length;
+
+  const otherLink = await page.getAttribute('#other', 'href');
+  await clickAndSettle(page, '#other');
+  await waitFor('xdg-open to get the other.test link', () => sandbox.openedLinks().length === before + 1);
+  assert.equal(sandbox.openedLinks().at(-1), otherLink);
+
+  // Opened by the page's script instead of a click: the worker closes the window it got.
+  await page.evaluate((link) => window.open(link), `${otherLink}&by=script`);
+  await waitFor('xdg-open to get the scripted link', () => sandbox.openedLinks().length === before + 2);
+  assert.equal(sandbox.openedLinks().at(-1), `${otherLink}&by=script`);
+  await waitFor('no window but the app', () => app.pages().length === 1);
+  assert.equal(app.pages()[0].url(), appUrl);
+});
