@@ -1,6 +1,10 @@
 #include "HostResponder.h"
 
+#include "AppRoutingData.h"
+#include "LinkDestination.h"
+#include "LinkOpener.h"
 #include "MessageChannel.h"
+#include "TabStore.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -27,8 +31,9 @@ QByteArray compact(const QJsonObject &reply)
 
 } // namespace
 
-HostResponder::HostResponder(QString routingDataPath, QString version)
-    : m_routingDataPath(std::move(routingDataPath)), m_version(std::move(version))
+HostResponder::HostResponder(QString resourcesFolder, QString version, ProgramStarter startProgram)
+    : m_resourcesFolder(std::move(resourcesFolder)), m_version(std::move(version)),
+      m_startProgram(std::move(startProgram))
 {
 }
 
@@ -42,6 +47,10 @@ QByteArray HostResponder::replyTo(const QByteArray &message) const
     const QString type = request.object().value(u"type"_s).toString();
     if (type == u"ping"_s)
         return compact({{u"type"_s, u"pong"_s}, {u"version"_s, m_version}});
+    if (type == u"openLink"_s)
+        return compact(openLinkReply(request.object()));
+    if (type == u"saveTabs"_s)
+        return compact(saveTabsReply(request.object()));
     if (type != u"getRoutingData"_s)
         return compact(errorReply(u"unknown message type"_s));
 
@@ -51,18 +60,61 @@ QByteArray HostResponder::replyTo(const QByteArray &message) const
     return reply;
 }
 
+QString HostResponder::routingDataPath() const
+{
+    return m_resourcesFolder + u"/data.json"_s;
+}
+
 QJsonObject HostResponder::routingDataReply() const
 {
     // Read at every request: a regeneration may rewrite it while the browser keeps the host.
-    QFile file(m_routingDataPath);
+    const QString path = routingDataPath();
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return errorReply(
-            u"cannot read the routing data %1: %2"_s.arg(m_routingDataPath, file.errorString()));
+        return errorReply(u"cannot read the routing data %1: %2"_s.arg(path, file.errorString()));
     QJsonParseError parseError;
     const QJsonDocument data = QJsonDocument::fromJson(file.readAll(), &parseError);
     if (parseError.error != QJsonParseError::NoError)
-        return errorReply(
-            u"the routing data %1 is not JSON: %2"_s.arg(m_routingDataPath, parseError.errorString()));
+        return errorReply(u"the routing data %1 is not JSON: %2"_s.arg(path, parseError.errorString()));
     const QJsonValue value = data.isArray() ? QJsonValue(data.array()) : QJsonValue(data.object());
     return {{u"type"_s, u"routingData"_s}, {u"data"_s, value}};
+}
+
+QJsonObject HostResponder::openLinkReply(const QJsonObject &request) const
+{
+    const QJsonValue url = request.value(u"url"_s);
+    if (!url.isString())
+        return errorReply(u"openLink needs a \"url\" string"_s);
+    const std::optional<LinkDestination> destination =
+        LinkDestination::fromJson(request.value(u"destination"_s));
+    if (!destination)
+        return errorReply(u"openLink needs a \"destination\" record"_s);
+
+    const LinkOpener::Decision decision =
+        LinkOpener(AppRoutingData::read(routingDataPath())).decide(url.toString(), *destination);
+    if (!decision.launch)
+        return errorReply(decision.refusal);
+    if (!m_startProgram(*decision.launch))
+        return errorReply(u"cannot start %1"_s.arg(decision.launch->program));
+    return {{u"type"_s, u"opened"_s}};
+}
+
+QJsonObject HostResponder::saveTabsReply(const QJsonObject &request) const
+{
+    const QJsonValue tabsValue = request.value(u"tabs"_s);
+    if (!tabsValue.isArray())
+        return errorReply(u"saveTabs needs a \"tabs\" list"_s);
+    QStringList tabs;
+    for (const QJsonValue &tab : tabsValue.toArray()) {
+        if (!tab.isString())
+            return errorReply(u"every tab must be an address string"_s);
+        tabs.append(tab.toString());
+    }
+    // Without data.json the tabs still come back, as an app made before the setting did.
+    const std::optional<AppRoutingData> routing = AppRoutingData::read(routingDataPath());
+    const TabStore::Result result =
+        TabStore(m_resourcesFolder).save(tabs, !routing || routing->restoresSession());
+    if (result.saved < 0)
+        return errorReply(result.error);
+    return {{u"type"_s, u"saved"_s}, {u"count"_s, result.saved}};
 }

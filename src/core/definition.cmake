@@ -1,6 +1,5 @@
-# App definition, tab model, editor item and the browser catalogue.
+# App definition, tab model and editor item (the browser catalogue is in catalogue.cmake).
 target_sources(sorvane_core PRIVATE
-    BrowserCatalogue.cpp
     SNBulkApp.cpp
     SNEditorItem.cpp
 )

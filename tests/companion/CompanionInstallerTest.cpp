@@ -9,13 +9,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 
@@ -63,44 +60,6 @@ private:
     std::unique_ptr<TestContext> m_test;
 };
 
-// The length header as the host reads it: 32 bits in this machine's byte order.
-QByteArray lengthHeader(std::uint32_t length)
-{
-    return QByteArray(reinterpret_cast<const char *>(&length), sizeof length);
-}
-
-QByteArray frame(const QByteArray &message)
-{
-    return lengthHeader(static_cast<std::uint32_t>(message.size())) + message;
-}
-
-struct HostRun
-{
-    int exitCode = -1;
-    QList<QJsonObject> replies;
-};
-
-// With `keepInputOpen` the host must stop by itself: a bad length claim ends it without waiting.
-HostRun runHost(const QString &program, const QByteArray &input, bool keepInputOpen = false)
-{
-    QProcess host;
-    host.start(program, {u"chrome-extension://oambkcfpnciomokmnpimlpjkhibgkcip/"_s});
-    host.write(input);
-    if (!keepInputOpen)
-        host.closeWriteChannel();
-    if (!host.waitForFinished(5000))
-        host.kill();
-    HostRun run{host.exitStatus() == QProcess::NormalExit ? host.exitCode() : -1, {}};
-    const QByteArray out = host.readAllStandardOutput();
-    for (qsizetype at = 0; at + 4 <= out.size();) {
-        std::uint32_t length = 0;
-        std::memcpy(&length, out.constData() + at, sizeof length);
-        run.replies.append(QJsonDocument::fromJson(out.mid(at + 4, length)).object());
-        at += 4 + length;
-    }
-    return run;
-}
-
 } // namespace
 
 // Bundle paths with blanks, quotes and a backslash must still give a valid host manifest.
@@ -120,7 +79,8 @@ TEST(CompanionInstaller, InstallsExtensionManifestAndHost)
 
         const QString extension = res + u"/Sorvane_Extension/"_s;
         EXPECT_EQ(QDir(extension).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-                  (QStringList{u"background.js"_s, u"manifest.json"_s, u"nativeHost.js"_s}));
+                  (QStringList{u"background.js"_s, u"content.js"_s, u"manifest.json"_s, u"nativeHost.js"_s,
+                               u"routing.js"_s}));
         EXPECT_EQ(readAll(extension + u"background.js"_s),
                   readAll(fixture.resources() + u"/extension.bundle/Sorvane_Extension/background.000"_s));
         EXPECT_EQ(readAll(extension + u"nativeHost.js"_s),
@@ -156,63 +116,6 @@ TEST(CompanionResources, HostManifestTemplateFitsTheExtension)
         << id.constData();
     EXPECT_EQ(text.count("sorvanemessaginghost"), 1);
     EXPECT_TRUE(text.contains("\n    \"path\": \"sorvanemessaginghost\",\n"));
-}
-
-TEST(MessagingHost, AnswersFramedRequests)
-{
-    const QByteArray ping = frame(R"({"type":"ping"})");
-    const QByteArray pong = R"({"type":"pong","version":")" SORVANE_EXPECTED_VERSION R"("})";
-    const QByteArray getData = frame(R"({"type":"getRoutingData"})");
-    const QVariantMap data{{u"rules"_s, QVariantList{QVariantMap{{u"pattern"_s, u"*.example.test"_s}}}},
-                           {u"name"_s, u"Café ☕"_s}};
-    const QByteArray routingData =
-        R"({"type":"routingData","data":{"name":"Café ☕","rules":[{"pattern":"*.example.test"}]}})";
-    const QByteArray unknownType = R"({"type":"error","message":"unknown message type"})";
-    enum Setup
-    {
-        Plain,
-        WithData,
-        InputKeptOpen
-    };
-    struct Case
-    {
-        const char *name;
-        Setup setup;
-        QByteArray input;
-        int exitCode;
-        QList<QByteArray> replies; // "error" stands for any error reply
-    };
-    // clang-format off
-    const QList<Case> cases{
-        {"ping", Plain, ping, 0, {pong}},
-        {"routing data", WithData, getData + ping, 0, {routingData, pong}},
-        {"no data.json", Plain, getData, 0, {"error"}},
-        {"not JSON, then on", Plain, frame("{nope") + frame("") + ping, 0, {"error", "error", pong}},
-        {"unknown type", Plain, frame(R"({"type":"launch"})"), 0, {unknownType}},
-        {"100 MB claim", InputKeptOpen, lengthHeader(100 * 1024 * 1024) + ping, 1, {}},
-        {"truncated body", Plain, ping.left(8), 1, {}},
-        {"truncated length", Plain, lengthHeader(5).left(2), 1, {}},
-        {"nothing", Plain, {}, 0, {}},
-    };
-    // clang-format on
-    TestContext test;
-    for (const Case &c : cases) {
-        QTemporaryDir folder;
-        const QString host = folder.path() + u"/sorvanemessaginghost"_s;
-        ASSERT_TRUE(QFile::copy(test.context().resourcesFolder() + u"/sorvanemessaginghost"_s, host));
-        if (c.setup == WithData)
-            CompanionInstaller(test.context()).writeRoutingDataJSON(folder.path(), data);
-        const HostRun run = runHost(host, c.input, c.setup == InputKeptOpen);
-        EXPECT_EQ(run.exitCode, c.exitCode) << c.name;
-        ASSERT_EQ(run.replies.size(), c.replies.size()) << c.name;
-        for (qsizetype i = 0; i < run.replies.size(); ++i) {
-            if (c.replies[i] == "error")
-                EXPECT_EQ(run.replies[i].value(u"type"_s), u"error"_s) << c.name;
-            else
-                EXPECT_EQ(run.replies[i], QJsonDocument::fromJson(c.replies[i]).object())
-                    << c.name << ' ' << i;
-        }
-    }
 }
 
 TEST(CompanionInstaller, SerialisesContainersOnly)
