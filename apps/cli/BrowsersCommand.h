@@ -2,8 +2,8 @@
 
 #include "Command.h"
 
-// `sorvane browsers`: the engine catalogue with each browser's resolved engine path and whether
-// it is installed here.
+// `sorvane browsers`: the engine catalogue with each browser's resolved engine path, whether it is
+// installed here, its version, and whether apps on it can route links.
 class BrowsersCommand final : public Command
 {
 public:

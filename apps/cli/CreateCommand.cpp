@@ -58,7 +58,10 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         if (made)
             result = {{u"appID"_s, manager.createdAppID},
                       {u"uniqueID"_s, manager.createdUniqueID},
-                      {u"path"_s, manager.createdBundlePath}};
+                      {u"path"_s, manager.createdBundlePath},
+                      // null when the app has no companion, so nothing to route
+                      {u"linkRouting"_s, manager.createdLinkRouting.isEmpty() ? QVariant()
+                                                                              : QVariant(manager.createdLinkRouting)}};
     };
     manager.create(parser.isSet(u"keep-both"_s));
     if (result.isEmpty())

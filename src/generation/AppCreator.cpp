@@ -247,7 +247,22 @@ bool AppCreator::createExecutableWithDestinationDirectory(const QString &execDir
     manager.createdBundlePath = bundle;
     manager.createdAppID = appID;
     manager.createdUniqueID = uniqueID;
+    // Without the companion there is nothing to route, and the engine is not asked.
+    manager.createdLinkRouting = inputs.shouldIncludeWLExt ? reportLinkRouting(browser, enginePath) : QString();
     return true;
+}
+
+QString AppCreator::reportLinkRouting(const BrowserInfo &browser, const QString &enginePath)
+{
+    const QString engine = browser.typeKey + u'\n' + enginePath;
+    if (m_assessedEngine != engine) {
+        m_engineVerdict = CompanionSupport(m_manager.context()).assess(browser, enginePath);
+        m_assessedEngine = engine;
+    }
+    const QString warning = CompanionSupport::creationWarning(m_manager.definition().appName, m_engineVerdict);
+    if (!warning.isEmpty())
+        Logger::log(warning);
+    return CompanionSupport::routingKey(m_engineVerdict.routing);
 }
 
 void AppCreator::signApp(const QString &bundlePath) const
@@ -309,6 +324,7 @@ void AppCreator::create(bool duplicate, const std::function<void(bool)> &callbac
         m_manager.createdBundlePath.clear();
         m_manager.createdAppID.clear();
         m_manager.createdUniqueID.clear();
+        m_manager.createdLinkRouting.clear();
         try {
             definition.applicationsPath = defaultFolder;
             copyIntoDefinition(entry, duplicate);

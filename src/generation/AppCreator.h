@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/CompanionSupport.h"
 #include "core/SNBulkApp.h"
 #include "core/SNError.h"
 
@@ -38,6 +39,11 @@ private:
     bool creationSteps(const QStringList &directories, bool *madeBundle, SNError *error);
     void copyIntoDefinition(const SNBulkApp &entry, bool duplicate);
     void signApp(const QString &bundlePath) const;
+    // Logs a warning when the app's companion cannot route links on its engine; returns the
+    // verdict's key. One engine is asked once per run, however many apps a bulk run makes.
+    QString reportLinkRouting(const BrowserInfo &browser, const QString &enginePath);
 
     ApplicationManager &m_manager;
+    QString m_assessedEngine;
+    CompanionSupport::Verdict m_engineVerdict;
 };

@@ -56,6 +56,8 @@ public:
     QString createdBundlePath;
     QString createdAppID;
     QString createdUniqueID;
+    // Whether its links will be routed ("yes", "no", "unknown"); empty when it has no companion.
+    QString createdLinkRouting;
 
     // --- Creation (AppCreator) ---------------------------------------------------------------
 

@@ -1,0 +1,132 @@
+// `sorvane browsers` and `sorvane create` on engines whose settings point at stand-ins that answer
+// `--version` like Google Chrome 137, Chrome 136 and Chromium.
+
+#include "support/TestContext.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct CliRun
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// A temporary home whose settings make the chrome, canary and chromium engines stand-ins and
+// point edge at nothing.
+class Home
+{
+public:
+    Home()
+    {
+        environment.insert(u"HOME"_s, test.home());
+        environment.insert(u"XDG_DATA_HOME"_s, test.home() + u"/.local/share"_s);
+        environment.insert(u"XDG_CONFIG_HOME"_s, test.home() + u"/.config"_s);
+        QDir().mkpath(test.home() + u"/.config/ondrel"_s);
+        QFile settings(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
+        if (settings.open(QIODevice::WriteOnly))
+            settings.write(u"[General]\nchromePath=%1\ncanaryPath=%2\nchromiumPath=%3\nedgePath=%4\n"_s
+                               .arg(engine(u"chrome"_s, u"Google Chrome 137.0.7151.55"_s),
+                                    engine(u"canary"_s, u"Google Chrome 136.0.7103.113"_s),
+                                    engine(u"chromium"_s, u"Chromium 156.0.8078.73 built on Debian"_s),
+                                    test.root() + u"/no-edge"_s)
+                               .toUtf8());
+    }
+
+    CliRun sorvane(const QStringList &arguments) const
+    {
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(SORVANE_CLI), arguments);
+        process.closeWriteChannel();
+        process.waitForFinished(60000);
+        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    }
+
+    TestContext test;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+
+private:
+    QString engine(const QString &name, const QString &versionLine) const
+    {
+        const QString path = test.root() + u"/engines/"_s + name;
+        QDir().mkpath(QFileInfo(path).path());
+        QFile script(path);
+        if (script.open(QIODevice::WriteOnly))
+            script.write(u"#!/bin/sh\necho '%1'\n"_s.arg(versionLine).toUtf8());
+        script.close();
+        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        return path;
+    }
+};
+
+} // namespace
+
+TEST(LinkRouting, BrowsersReportsEachEnginesVersionAndVerdict)
+{
+    Home home;
+    const CliRun run = home.sorvane({u"browsers"_s, u"--json"_s});
+    ASSERT_EQ(run.exitCode, 0) << run.err.constData();
+    QJsonObject byKey;
+    for (const QJsonValue &value : QJsonDocument::fromJson(run.out).array())
+        byKey.insert(value[u"key"_s].toString(), value);
+
+    struct Expected
+    {
+        const char *key;
+        QJsonValue version;
+        const char *linkRouting;
+    };
+    for (const Expected &expected : {Expected{"chrome", u"137.0.7151.55"_s, "no"},
+                                     Expected{"canary", u"136.0.7103.113"_s, "yes"},
+                                     Expected{"chromium", u"156.0.8078.73"_s, "yes"},
+                                     Expected{"edge", QJsonValue::Null, "yes"}}) {
+        const QJsonObject browser = byKey.value(QString::fromUtf8(expected.key)).toObject();
+        EXPECT_EQ(browser.value(u"version"_s), expected.version) << expected.key;
+        EXPECT_EQ(browser.value(u"linkRouting"_s).toString(), QString::fromUtf8(expected.linkRouting)) << expected.key;
+        EXPECT_FALSE(browser.value(u"linkRoutingReason"_s).toString().isEmpty()) << expected.key;
+    }
+    EXPECT_TRUE(byKey.value(u"chrome"_s)[u"linkRoutingReason"_s].toString().contains(u"--load-extension"_s));
+
+    const CliRun text = home.sorvane({u"browsers"_s});
+    ASSERT_EQ(text.exitCode, 0);
+    const QString chromeLine = QString::fromUtf8(text.out).split(u'\n').constFirst();
+    EXPECT_TRUE(chromeLine.contains(u"137.0.7151.55"_s) && chromeLine.contains(u"links: no"_s))
+        << qPrintable(chromeLine);
+}
+
+TEST(LinkRouting, AppWithARouteIsStillCreatedOnChrome137)
+{
+    Home home;
+    const QString apps = home.test.root() + u"/Apps"_s;
+    const QStringList create{u"create"_s, u"--name"_s, u"Mail"_s, u"--url"_s, u"https://mail.example.org/"_s,
+                             u"--into"_s, apps, u"--json"_s};
+    const CliRun routed = home.sorvane(create + QStringList{u"--browser"_s, u"chrome"_s, u"--route"_s,
+                                                            u"news.example.org=default"_s});
+    ASSERT_EQ(routed.exitCode, 0) << routed.err.constData();
+    const QJsonObject result = QJsonDocument::fromJson(routed.out).object();
+    EXPECT_EQ(result.value(u"linkRouting"_s).toString(), u"no"_s);
+    EXPECT_TRUE(QFileInfo(result.value(u"path"_s).toString() + u"/Contents/Resources/script"_s).isFile());
+    const QStringList warnings = QString::fromUtf8(routed.err).split(u'\n').filter(u"⚠️ "_s);
+    ASSERT_EQ(warnings.size(), 1) << routed.err.constData();
+    EXPECT_TRUE(warnings.constFirst().startsWith(u"⚠️ "_s) &&
+                warnings.constFirst().contains(u"Google Chrome 137.0.7151.55"_s)) << qPrintable(warnings.constFirst());
+
+    // Without the companion there is nothing to route: no verdict and no warning.
+    const CliRun plain = home.sorvane(create + QStringList{u"--browser"_s, u"chrome"_s, u"--keep-both"_s});
+    ASSERT_EQ(plain.exitCode, 0) << plain.err.constData();
+    EXPECT_TRUE(QJsonDocument::fromJson(plain.out).object().value(u"linkRouting"_s).isNull());
+    EXPECT_FALSE(plain.err.contains("⚠️")) << plain.err.constData();
+}
