@@ -25,16 +25,33 @@ function required(name) {
 // Polls until check() returns something other than undefined/false, or fails after timeoutMs.
 export async function waitFor(what, check, timeoutMs = 20000) {
   const deadline = Date.now() + timeoutMs;
+  const timedOut = () => new Error(`timed out waiting for ${what}`);
   for (;;) {
-    const result = await check();
+    // A check that talks to the engine can hang (a worker that went away); it gets no more time.
+    let timer;
+    const result = await Promise.race([
+      check(),
+      new Promise((resolve, reject) => { timer = setTimeout(() => reject(timedOut()), Math.max(deadline - Date.now(), 0)); }),
+    ]).finally(() => clearTimeout(timer));
     if (result !== undefined && result !== false) {
       return result;
     }
     if (Date.now() > deadline) {
-      throw new Error(`timed out waiting for ${what}`);
+      throw timedOut();
     }
     await sleep(100);
   }
+}
+
+// Processes whose command line mentions the folder: an app's engine, its helper and children.
+function processesUnder(folder) {
+  return fs.readdirSync('/proc').filter((name) => /^\d+$/.test(name)).filter((pid) => {
+    try {
+      return fs.readFileSync(`/proc/${pid}/cmdline`, 'utf8').includes(folder);
+    } catch {
+      return false;
+    }
+  });
 }
 
 function processExists(pid) {
@@ -112,7 +129,11 @@ export class Sandbox {
     if (result.code !== 0) {
       throw new Error(`sorvane create failed (${result.code}): ${result.stderr}`);
     }
-    return JSON.parse(result.stdout).path;
+    const appPath = JSON.parse(result.stdout).path;
+    // The store window of an app's first start would come six seconds in, in the middle of a
+    // test (the launcher's own tests cover it): these apps start as if they had run before.
+    fs.writeFileSync(path.join(appPath, 'Contents', 'Profile', 'First Launch Complete'), '');
+    return appPath;
   }
 
   openedLinks() {
@@ -134,10 +155,15 @@ export class Sandbox {
     const portFile = path.join(appPath, 'Contents', 'Profile', 'DevToolsActivePort');
     fs.rmSync(portFile, { force: true });
     const child = this.launch(appPath, ...args);
+    let exit = null;
+    child.on('exit', (code, signal) => { exit = `exit status ${code}, signal ${signal}`; });
     const port = await waitFor(`${path.basename(appPath)} to listen for DevTools`, () => {
+      if (exit !== null) {
+        throw new Error(`${path.basename(appPath)} ended before its engine listened (${exit})`);
+      }
       const text = fs.existsSync(portFile) ? fs.readFileSync(portFile, 'utf8') : '';
       return text.includes('\n') ? text.split('\n')[0] : undefined;
-    });
+    }, 60000);
     const browser = await chromium.connectOverCDP(`http://127.0.0.1:${port}`);
     const app = new RunningApp(appPath, child.pid, browser);
     this.running.push(app);
@@ -183,12 +209,19 @@ export class RunningApp {
   // Quits the engine the way the desktop does (SIGTERM lets it write its session and profile).
   async stop() {
     if (this.browser.isConnected()) {
-      await this.browser.close().catch(() => {});
+      await Promise.race([this.browser.close().catch(() => {}), sleep(5000)]);
     }
     if (processExists(this.pid)) {
       process.kill(this.pid, 'SIGTERM');
       await waitFor(`${path.basename(this.appPath)} to quit`, () => !processExists(this.pid), 20000)
         .catch(() => process.kill(this.pid, 'SIGKILL'));
     }
+    // Until its helper and the engine's children are gone too, a new start would take the app
+    // for running and only bring it forward.
+    await waitFor(`${path.basename(this.appPath)} to leave no process`, () => {
+      const left = processesUnder(`${this.appPath}/Contents/`);
+      left.forEach((pid) => { try { process.kill(Number(pid), 'SIGTERM'); } catch { /* gone */ } });
+      return left.length === 0;
+    }, 20000);
   }
 }

@@ -39,7 +39,7 @@ async function clickAndSettle(page, selector) {
   await sleep(500);
 }
 
-test('rules keep, route and default links from a real app window', async () => {
+test('rules keep, route and default links from a real app window', { timeout: 120000 }, async () => {
   const appUrl = server.url('app.example.test', '/');
   const bPath = await sandbox.createApp(['--name', 'B Reader', '--url', server.url('b.test', '/'), '--browser', 'brave']);
   const appPath = await sandbox.createApp([
@@ -75,9 +75,20 @@ test('rules keep, route and default links from a real app window', async () => {
   await Promise.all([page.waitForURL(server.url('docs.example.test', '/guide')), page.click('#docs')]);
   assert.deepEqual(sandbox.openedLinks(), [newsLink]);
   assert.equal(app.pages().length, 1);
+
+  // A sign-in pop-up the app opens to an allowed host opens in the app, its opener intact.
+  const signIn = server.url('login.example.test', '/sign-in');
+  const [popup] = await Promise.all([
+    app.context.waitForEvent('page'),
+    page.evaluate((link) => { window.signInWindow = window.open(link, 'signin', 'popup,width=400,height=500'); }, signIn),
+  ]);
+  await popup.waitForURL(signIn);
+  assert.equal(await popup.evaluate(() => window.opener !== null), true);
+  assert.equal(await page.evaluate(() => window.signInWindow.closed), false);
+  assert.deepEqual(sandbox.openedLinks(), [newsLink]);
 });
 
-test('a new-window link that no rule claims goes to the default browser and leaves no window', async () => {
+test('a new-window link that no rule claims goes to the default browser and leaves no window', { timeout: 120000 }, async () => {
   const appUrl = server.url('app.example.test', '/');
   const appPath = await sandbox.createApp([
     '--name', 'Example Two', '--url', appUrl, '--browser', 'chromium',

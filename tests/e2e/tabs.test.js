@@ -35,7 +35,7 @@ const cases = [
 ];
 
 for (const { name, restore } of cases) {
-  test(`a tabbed app with restore ${restore ? 'on' : 'off'} reopens ${restore ? 'its last tabs' : 'its configured tabs'}`, async () => {
+  test(`a tabbed app with restore ${restore ? 'on' : 'off'} reopens ${restore ? 'its last tabs' : 'its configured tabs'}`, { timeout: 120000 }, async () => {
     const first = server.url('app.example.test', `/${restore}/first`);
     const second = server.url('app.example.test', `/${restore}/second`);
     const moved = server.url('docs.example.test', `/${restore}/moved`);
