@@ -111,4 +111,13 @@ test('a new-window link that no rule claims goes to the default browser and leav
   assert.equal(sandbox.openedLinks().at(-1), `${otherLink}&by=script`);
   await waitFor('no window but the app', () => app.pages().length === 1);
   assert.equal(app.pages()[0].url(), appUrl);
+
+  // A navigation of the page's own script is stopped in place and routed all the same.
+  await page.evaluate((link) => { window.location.href = link; }, `${otherLink}&by=location`);
+  await waitFor('xdg-open to get the scripted navigation', () => sandbox.openedLinks().length === before + 3);
+  assert.equal(sandbox.openedLinks().at(-1), `${otherLink}&by=location`);
+  await waitFor('the app page to be back', () => page.url() === appUrl);
+  await page.waitForLoadState('load');
+  assert.equal(await page.textContent('#where'), `${new URL(appUrl).host}/`);
+  assert.equal(app.pages().length, 1);
 });
