@@ -21,6 +21,12 @@ fi
 
 # Node packages of the tests (playwright-core, pinned by package-lock.json), when missing.
 install_node_packages() {
+    local node_major
+    node_major="$(node -p 'process.versions.node.split(".")[0]')"
+    if [ "$node_major" -lt 20 ]; then
+        echo "setup: the end-to-end tests need Node 20 or later (playwright-core); found $(node --version)" >&2
+        exit 1
+    fi
     if [ ! -f "$repo/node_modules/playwright-core/package.json" ]; then
         echo "setup: installing the Node packages of package-lock.json"
         (cd "$repo" && npm ci --no-audit --no-fund --loglevel=error)

@@ -1,2 +1,1 @@
 sorvane_add_test(companion_install_tests SOURCES CompanionInstallerTest.cpp LIBRARIES Sorvane::companion)
-target_compile_definitions(companion_install_tests PRIVATE SORVANE_EXPECTED_VERSION="${PROJECT_VERSION}")
