@@ -98,7 +98,10 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         if (made)
             results.append(QVariantMap{{u"appID"_s, manager.createdAppID},
                                        {u"uniqueID"_s, manager.createdUniqueID},
-                                       {u"path"_s, manager.createdBundlePath}});
+                                       {u"path"_s, manager.createdBundlePath},
+                                       {u"linkRouting"_s, manager.createdLinkRouting.isEmpty()
+                                                              ? QVariant()
+                                                              : QVariant(manager.createdLinkRouting)}});
         else
             printError(u"%1: not created"_s.arg(labels.at(index)));
         if (terminal)

@@ -129,4 +129,19 @@ TEST(LinkRouting, AppWithARouteIsStillCreatedOnChrome137)
     ASSERT_EQ(plain.exitCode, 0) << plain.err.constData();
     EXPECT_TRUE(QJsonDocument::fromJson(plain.out).object().value(u"linkRouting"_s).isNull());
     EXPECT_FALSE(plain.err.contains("⚠️")) << plain.err.constData();
+
+    // A bulk run reports each app's verdict the same way.
+    const QString list = home.test.root() + u"/apps.json"_s;
+    QFile file(list);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(R"([{"appName": "Routed", "appURL": "https://a.example.org/",
+                    "defaultDestination": {"type": "default"}},
+                   {"appName": "Plain", "appURL": "https://b.example.org/"}])");
+    file.close();
+    const CliRun bulk = home.sorvane({u"bulk"_s, list, u"--browser"_s, u"chrome"_s, u"--into"_s, apps, u"--json"_s});
+    ASSERT_EQ(bulk.exitCode, 0) << bulk.err.constData();
+    const QJsonArray made = QJsonDocument::fromJson(bulk.out).array();
+    ASSERT_EQ(made.size(), 2) << bulk.out.constData();
+    EXPECT_EQ(made[0][u"linkRouting"_s].toString(), u"no"_s);
+    EXPECT_TRUE(made[1][u"linkRouting"_s].isNull());
 }
