@@ -1,62 +1,33 @@
-#include "support/TestContext.h"
+#include "CliSandbox.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QProcessEnvironment>
 
 #include <gtest/gtest.h>
 
-namespace {
-
-struct CliRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-// Runs the built sorvane with HOME and the XDG folders inside the test's temporary folder.
-CliRun sorvane(const TestContext &test, const QStringList &arguments)
-{
-    QProcess process;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("HOME"), test.home());
-    env.insert(QStringLiteral("XDG_DATA_HOME"), test.home() + QStringLiteral("/.local/share"));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), test.home() + QStringLiteral("/.config"));
-    process.setProcessEnvironment(env);
-    process.start(QStringLiteral(SORVANE_CLI), arguments);
-    process.waitForFinished(60000);
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-} // namespace
-
 TEST(Cli, VersionAndHelp)
 {
-    TestContext test;
-    CliRun run = sorvane(test, {QStringLiteral("--version")});
+    const CliSandbox cli;
+    CliRun run = cli.sorvane({QStringLiteral("--version")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, QByteArray("sorvane " SORVANE_EXPECTED_VERSION "\n"));
 
-    run = sorvane(test, {QStringLiteral("--help")});
+    run = cli.sorvane({QStringLiteral("--help")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.contains("browsers")) << run.out.constData();
 
-    run = sorvane(test, {QStringLiteral("browsers"), QStringLiteral("--help")});
+    run = cli.sorvane({QStringLiteral("browsers"), QStringLiteral("--help")});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.contains("--json"));
 }
 
 TEST(Cli, BadUsageExitsWithTwo)
 {
-    TestContext test;
+    const CliSandbox cli;
     for (const QStringList &arguments : {QStringList{}, QStringList{QStringLiteral("frobnicate")},
                                          QStringList{QStringLiteral("browsers"), QStringLiteral("--bogus")}}) {
-        const CliRun run = sorvane(test, arguments);
+        const CliRun run = cli.sorvane(arguments);
         EXPECT_EQ(run.exitCode, 2) << qPrintable(arguments.join(u' '));
         EXPECT_TRUE(run.out.isEmpty());
         EXPECT_FALSE(run.err.isEmpty());
@@ -65,15 +36,11 @@ TEST(Cli, BadUsageExitsWithTwo)
 
 TEST(Cli, BrowsersJsonListsTheEightWithResolvedPaths)
 {
-    TestContext test;
+    const CliSandbox cli;
     // A browser whose setting points at a real executable counts as installed.
-    QDir().mkpath(test.home() + QStringLiteral("/.config/ondrel"));
-    QFile settings(test.home() + QStringLiteral("/.config/ondrel/Sorvane.conf"));
-    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-    settings.write("[General]\nvivaldiPath=/bin/sh\n");
-    settings.close();
+    cli.writeSettings(QStringLiteral("vivaldiPath=/bin/sh\n"));
 
-    const CliRun run = sorvane(test, {QStringLiteral("browsers"), QStringLiteral("--json")});
+    const CliRun run = cli.sorvane({QStringLiteral("browsers"), QStringLiteral("--json")});
     ASSERT_EQ(run.exitCode, 0) << run.err.constData();
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(run.out, &error);
@@ -99,13 +66,13 @@ TEST(Cli, BrowsersJsonListsTheEightWithResolvedPaths)
 
 TEST(Cli, RegistryNamesTheSupportFolder)
 {
-    TestContext test;
-    const CliRun run = sorvane(test, {QStringLiteral("registry"), QStringLiteral("--json")});
+    const CliSandbox cli;
+    const CliRun run = cli.sorvane({QStringLiteral("registry"), QStringLiteral("--json")});
     ASSERT_EQ(run.exitCode, 0) << run.err.constData();
     const QJsonObject registry = QJsonDocument::fromJson(run.out).object();
     EXPECT_EQ(registry.value(QStringLiteral("supportFolder")).toString(),
-              test.home() + QStringLiteral("/.local/share/Sorvane"));
+              cli.test.home() + QStringLiteral("/.local/share/Sorvane"));
     EXPECT_EQ(registry.value(QStringLiteral("tracker")).toString(),
-              test.home() + QStringLiteral("/.local/share/Sorvane/tracker.plist"));
+              cli.test.home() + QStringLiteral("/.local/share/Sorvane/tracker.plist"));
     EXPECT_EQ(registry.value(QStringLiteral("apps")).toArray().size(), 0);
 }

@@ -2,7 +2,7 @@
 // read back with Python's plistlib and json, started through their launch program with the
 // recording fake engine as the browser.
 
-#include "support/TestContext.h"
+#include "CliSandbox.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -18,43 +18,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct CliRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-CliRun runProgram(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    process.closeWriteChannel(); // no terminal: questions are answered Cancel
-    process.waitForFinished(60000);
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
 // A temporary home whose Sorvane settings make the recording fake engine the chromium engine.
-class Home
+class Home : public CliSandbox
 {
 public:
-    Home()
-        : apps(test.root() + u"/Apps"_s), records(test.root() + u"/engine-starts"_s)
+    Home() : apps(test.root() + u"/Apps"_s), records(test.root() + u"/engine-starts"_s)
     {
-        environment.insert(u"HOME"_s, test.home());
-        environment.insert(u"XDG_DATA_HOME"_s, test.home() + u"/.local/share"_s);
-        environment.insert(u"XDG_CONFIG_HOME"_s, test.home() + u"/.config"_s);
+        writeSettings(u"chromiumPath=" SORVANE_FAKE_ENGINE "\n"_s);
         environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, records);
         environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);
-        QDir().mkpath(test.home() + u"/.config/ondrel"_s);
         QDir().mkpath(records);
-        QFile settings(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
-        if (settings.open(QIODevice::WriteOnly))
-            settings.write("[General]\nchromiumPath=" SORVANE_FAKE_ENGINE "\n");
     }
 
-    CliRun sorvane(const QStringList &arguments) const { return runProgram(QStringLiteral(SORVANE_CLI), arguments, environment); }
     CliRun create(const QString &name, const QStringList &more = {}) const
     {
         return sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--url"_s, u"https://mail.example.org/"_s,
@@ -66,10 +41,8 @@ public:
         return QJsonDocument::fromJson(plistAsJsonFromPython(test.home() + u"/.local/share/Sorvane/tracker.plist"_s)).object();
     }
 
-    TestContext test;
     QString apps;
     QString records;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 };
 
 QJsonValue jsonFromPython(const QString &path)
@@ -233,7 +206,7 @@ TEST(BulkCommand, MakesEveryGoodEntryOfTheExampleFile)
         QFile::remove(bundle + u"/Contents/Profile/First Run"_s); // no store window six seconds later
         QDir(home.records).removeRecursively();
         QDir().mkpath(home.records);
-        const CliRun start = runProgram(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
+        const CliRun start = CliSandbox::run(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
         EXPECT_EQ(start.exitCode, 0) << qPrintable(name) << start.err.constData();
         const QStringList records = QDir(home.records).entryList({u"*.args"_s}, QDir::Files);
         QByteArray seen;

@@ -1,7 +1,7 @@
 // `sorvane browsers` and `sorvane create` on engines whose settings point at stand-ins that answer
 // `--version` like Google Chrome 137, Chrome 136 and Chromium.
 
-#include "support/TestContext.h"
+#include "CliSandbox.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,7 +9,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -17,46 +16,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct CliRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-// A temporary home whose settings make the chrome, canary and chromium engines stand-ins and
+// Settings that make the chrome, canary and chromium engines stand-ins answering `--version`, and
 // point edge at nothing.
-class Home
+class Home : public CliSandbox
 {
 public:
     Home()
     {
-        environment.insert(u"HOME"_s, test.home());
-        environment.insert(u"XDG_DATA_HOME"_s, test.home() + u"/.local/share"_s);
-        environment.insert(u"XDG_CONFIG_HOME"_s, test.home() + u"/.config"_s);
-        QDir().mkpath(test.home() + u"/.config/ondrel"_s);
-        QFile settings(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
-        if (settings.open(QIODevice::WriteOnly))
-            settings.write(u"[General]\nchromePath=%1\ncanaryPath=%2\nchromiumPath=%3\nedgePath=%4\n"_s
-                               .arg(engine(u"chrome"_s, u"Google Chrome 137.0.7151.55"_s),
-                                    engine(u"canary"_s, u"Google Chrome 136.0.7103.113"_s),
-                                    engine(u"chromium"_s, u"Chromium 156.0.8078.73 built on Debian"_s),
-                                    test.root() + u"/no-edge"_s)
-                               .toUtf8());
+        writeSettings(u"chromePath=%1\ncanaryPath=%2\nchromiumPath=%3\nedgePath=%4\n"_s.arg(
+            engine(u"chrome"_s, u"Google Chrome 137.0.7151.55"_s),
+            engine(u"canary"_s, u"Google Chrome 136.0.7103.113"_s),
+            engine(u"chromium"_s, u"Chromium 156.0.8078.73 built on Debian"_s), test.root() + u"/no-edge"_s));
     }
-
-    CliRun sorvane(const QStringList &arguments) const
-    {
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(SORVANE_CLI), arguments);
-        process.closeWriteChannel();
-        process.waitForFinished(60000);
-        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-    }
-
-    TestContext test;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
 private:
     QString engine(const QString &name, const QString &versionLine) const

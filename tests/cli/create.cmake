@@ -1,5 +1,5 @@
 sorvane_add_test(create_tests
-    SOURCES CreateCommandTest.cpp
+    SOURCES CreateCommandTest.cpp CliSandbox.cpp
     LIBRARIES Sorvane::core)
 target_compile_definitions(create_tests PRIVATE
     SORVANE_CLI="$<TARGET_FILE:sorvane>"

@@ -20,17 +20,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray readAll(const QString &path)
+// Like readAll, but two missing files never compare equal.
+QByteArray contentOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
-
-void writeFile(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << qPrintable(path);
-    file.write(data);
 }
 
 // A TestContext over a copy of the build's companion resources, with dot-files in the extension.
@@ -81,17 +75,17 @@ TEST(CompanionInstaller, InstallsExtensionManifestAndHost)
         EXPECT_EQ(QDir(extension).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
                   (QStringList{u"background.js"_s, u"content.js"_s, u"manifest.json"_s, u"nativeHost.js"_s,
                                u"routing.js"_s}));
-        EXPECT_EQ(readAll(extension + u"background.js"_s),
-                  readAll(fixture.resources() + u"/extension.bundle/Sorvane_Extension/background.000"_s));
-        EXPECT_EQ(readAll(extension + u"nativeHost.js"_s),
+        EXPECT_EQ(contentOf(extension + u"background.js"_s),
+                  contentOf(fixture.resources() + u"/extension.bundle/Sorvane_Extension/background.000"_s));
+        EXPECT_EQ(contentOf(extension + u"nativeHost.js"_s),
                   "export var nativeHost = 'com.ondrel.sorvane.helper';");
 
         const QString manifest = contents + u"/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s;
         QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(readAll(manifest), &error);
+        const QJsonDocument document = QJsonDocument::fromJson(contentOf(manifest), &error);
         EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(error.errorString());
         EXPECT_EQ(document["path"_L1].toString(), host);
-        EXPECT_EQ(readAll(host), readAll(fixture.resources() + u"/sorvanemessaginghost"_s));
+        EXPECT_EQ(contentOf(host), contentOf(fixture.resources() + u"/sorvanemessaginghost"_s));
         EXPECT_TRUE(QFileInfo(host).isExecutable());
         const QString log = fixture.test().log().join(u'\n');
         EXPECT_TRUE(log.contains(manifest) && log.contains(host)) << qPrintable(log);
@@ -105,12 +99,12 @@ TEST(CompanionResources, HostManifestTemplateFitsTheExtension)
     TestContext test;
     const QString shipped = test.context().resourcesFolder() + u"/extension.bundle"_s;
     const QJsonObject extension =
-        QJsonDocument::fromJson(readAll(shipped + u"/Sorvane_Extension/manifest.json"_s)).object();
+        QJsonDocument::fromJson(contentOf(shipped + u"/Sorvane_Extension/manifest.json"_s)).object();
     const QByteArray publicKey = QByteArray::fromBase64(extension.value(u"key"_s).toString().toLatin1());
     QByteArray id = QCryptographicHash::hash(publicKey, QCryptographicHash::Sha256).toHex().left(32);
     for (char &digit : id)
         digit = static_cast<char>('a' + QByteArray(1, digit).toInt(nullptr, 16));
-    const QByteArray text = readAll(shipped + u"/com.ondrel.sorvane.helper.json"_s);
+    const QByteArray text = contentOf(shipped + u"/com.ondrel.sorvane.helper.json"_s);
     EXPECT_TRUE(QJsonDocument::fromJson(text)["allowed_origins"_L1].toArray().contains(
         QString(u"chrome-extension://"_s + QString::fromLatin1(id) + u'/')))
         << id.constData();

@@ -2,6 +2,7 @@
 // a copy in an app's Resources folder, with recording stand-ins for every program it may start.
 
 #include "core/Context.h"
+#include "support/TestContext.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -23,22 +24,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeFile(const QString &path, const QByteArray &data, bool executable = false)
-{
-    QDir().mkpath(path.section(u'/', 0, -2));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << qPrintable(path);
-    file.write(data);
-    if (executable)
-        file.setPermissions(file.permissions() | QFile::ExeOwner);
-}
 
 // The length header as the host reads it: 32 bits in this machine's byte order.
 QByteArray lengthHeader(std::uint32_t length)
@@ -180,7 +165,7 @@ private:
         const QString record = records() + u'/' + name;
         writeFile(path,
                   u"#!/bin/sh\nprintf '%s\\n' \"$@\" > '%1.tmp' && mv '%1.tmp' '%1'\n"_s.arg(record).toUtf8(),
-                  true);
+                  QFile::ExeOwner);
     }
 
     void writeApp(const QString &bundle, const QString &executable, const QString &recordName) const

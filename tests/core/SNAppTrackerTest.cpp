@@ -32,14 +32,6 @@ QJsonObject record(const QString &id, const QString &path, const QString &lastAc
     return {{u"appID"_s, id}, {u"appPath"_s, path}, {u"lastActivity"_s, lastActivity}};
 }
 
-void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra = {})
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(data) == data.size()
-                && file.setPermissions(file.permissions() | extra)) << path.toStdString();
-}
-
 // A stand-in for the platform's property-list editor: `plutil -replace ID.KEY -string VALUE FILE`.
 const QByteArray fakePlutil = "#!" SORVANE_PYTHON3 R"PY(
 import plistlib, sys

@@ -75,24 +75,7 @@ Exec exec(const QStringList &command, const QString &folder = {}, const QString 
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-const QFile::Permissions executable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-
-void writeFile(const QString &path, const QByteArray &data, QFile::Permissions permissions = {})
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    file.write(data);
-    file.close();
-    if (permissions)
-        file.setPermissions(permissions);
-}
+const QFile::Permissions executable = QFile::ExeOwner;
 
 // What a program prints for "--probe"; an engine must print what its browser prints.
 QByteArray probe(const QString &program)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/TestContext.h" // readAll, writeFile
+
 #include <QByteArray>
 #include <QProcessEnvironment>
 #include <QString>
@@ -26,7 +28,6 @@ Outcome runProgram(const QString &program, const QStringList &arguments,
 QProcessEnvironment environmentWith(const QString &firstOnPath = {});
 
 void writeExecutable(const QString &path, const QByteArray &text);
-QByteArray readAll(const QString &path);
 // Waits up to `timeoutMs` until `condition` holds.
 bool waitFor(const std::function<bool()> &condition, int timeoutMs = 5000);
 

@@ -4,7 +4,11 @@
 #include "core/UserDefaults.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -60,6 +64,21 @@ QString TestContext::applicationsFolder() const
 void TestContext::setNow(const QDateTime &time)
 {
     m_context->setClock(std::make_unique<FixedClock>(time));
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(data) != data.size() ||
+        !file.setPermissions(file.permissions() | extra))
+        ADD_FAILURE() << "cannot write " << path.toStdString();
 }
 
 QByteArray plistAsJsonFromPython(const QString &path)

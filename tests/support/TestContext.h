@@ -5,6 +5,7 @@
 #include "support/QtPrinters.h"
 
 #include <QDateTime>
+#include <QFileDevice>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -41,6 +42,13 @@ private:
 // so tests check our files with a reader that shares no code with ours. Dates and data are
 // rendered as strings ("date:<iso>", "data:<base64>").
 QByteArray plistAsJsonFromPython(const QString &path);
+
+// A file's bytes; empty when it cannot be read.
+QByteArray readAll(const QString &path);
+
+// Writes a test file, making its folder first, and adds `extra` to its permissions; a failure is
+// recorded as a test failure.
+void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra = {});
 
 // The test fixtures folder of the source tree.
 QString fixturePath(const QString &relative);

@@ -1,0 +1,37 @@
+#include "CliSandbox.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+
+using namespace Qt::Literals::StringLiterals;
+
+CliSandbox::CliSandbox()
+{
+    environment.insert(u"HOME"_s, test.home());
+    environment.insert(u"XDG_DATA_HOME"_s, test.home() + u"/.local/share"_s);
+    environment.insert(u"XDG_CONFIG_HOME"_s, test.home() + u"/.config"_s);
+}
+
+void CliSandbox::writeSettings(const QString &lines) const
+{
+    QDir().mkpath(test.home() + u"/.config/ondrel"_s);
+    QFile file(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(u"[General]\n"_s.append(lines).toUtf8());
+}
+
+CliRun CliSandbox::sorvane(const QStringList &arguments) const
+{
+    return run(QStringLiteral(SORVANE_CLI), arguments, environment);
+}
+
+CliRun CliSandbox::run(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    process.waitForFinished(60000);
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
