@@ -185,4 +185,13 @@ bool loadProfile(ApplicationManager &manager, const QString &profileKey, const Q
     return true;
 }
 
+QVariantMap createdApp(const ApplicationManager &manager)
+{
+    return {{u"appID"_s, manager.createdAppID},
+            {u"uniqueID"_s, manager.createdUniqueID},
+            {u"path"_s, manager.createdBundlePath},
+            {u"linkRouting"_s,
+             manager.createdLinkRouting.isEmpty() ? QVariant() : QVariant(manager.createdLinkRouting)}};
+}
+
 } // namespace AppOptions

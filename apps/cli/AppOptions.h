@@ -33,4 +33,8 @@ int browserNumber(const QString &key, QString *error);
 bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
                  QString *error);
 
+// What `--json` reports of the app the manager made last: appID, uniqueID, path and linkRouting
+// (null when the app has no companion, so nothing to route).
+QVariantMap createdApp(const ApplicationManager &manager);
+
 } // namespace AppOptions

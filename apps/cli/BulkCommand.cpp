@@ -96,12 +96,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
     QVariantList results;
     manager.bulkProgress = [&](qsizetype index, bool made) {
         if (made)
-            results.append(QVariantMap{{u"appID"_s, manager.createdAppID},
-                                       {u"uniqueID"_s, manager.createdUniqueID},
-                                       {u"path"_s, manager.createdBundlePath},
-                                       {u"linkRouting"_s, manager.createdLinkRouting.isEmpty()
-                                                              ? QVariant()
-                                                              : QVariant(manager.createdLinkRouting)}});
+            results.append(AppOptions::createdApp(manager));
         else
             printError(u"%1: not created"_s.arg(labels.at(index)));
         if (terminal)

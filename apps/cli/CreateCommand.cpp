@@ -56,12 +56,7 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
     QVariantMap result;
     manager.bulkProgress = [&](qsizetype, bool made) {
         if (made)
-            result = {{u"appID"_s, manager.createdAppID},
-                      {u"uniqueID"_s, manager.createdUniqueID},
-                      {u"path"_s, manager.createdBundlePath},
-                      // null when the app has no companion, so nothing to route
-                      {u"linkRouting"_s, manager.createdLinkRouting.isEmpty() ? QVariant()
-                                                                              : QVariant(manager.createdLinkRouting)}};
+            result = AppOptions::createdApp(manager);
     };
     manager.create(parser.isSet(u"keep-both"_s));
     if (result.isEmpty())
