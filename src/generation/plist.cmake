@@ -1,2 +1,0 @@
-# The Info.plist of a generated app.
-target_sources(sorvane_generation PRIVATE SNPlistHelper.cpp)

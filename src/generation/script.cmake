@@ -1,2 +1,0 @@
-# The launcher script of a generated app.
-target_sources(sorvane_generation PRIVATE SNAppScriptHelper.cpp)

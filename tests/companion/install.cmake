@@ -1,1 +1,0 @@
-sorvane_add_test(companion_install_tests SOURCES CompanionInstallerTest.cpp LIBRARIES Sorvane::companion)

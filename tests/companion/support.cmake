@@ -1,1 +1,0 @@
-sorvane_add_test(companion_support_tests SOURCES CompanionSupportTest.cpp LIBRARIES Sorvane::companion)

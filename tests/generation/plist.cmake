@@ -1,3 +1,0 @@
-sorvane_add_test(plist_tests
-    SOURCES SNPlistHelperTest.cpp
-    LIBRARIES Sorvane::generation)
