@@ -3,13 +3,18 @@
 #include "companion/SNRoutingConfig.h"
 #include "core/BrowserCatalogue.h"
 #include "core/ShellEscaping.h"
+#include "Command.h"
+
+#include "core/Context.h"
 #include "generation/ApplicationManager.h"
+#include "generation/DefinitionValidator.h"
 #include "generation/ProfileSeeder.h"
 #include "generation/SNAppScriptHelper.h"
 #include "generation/SNChromePrefsHelper.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QUrl>
 
@@ -23,8 +28,9 @@ void addCreateOptions(QCommandLineParser &parser)
         {u"name"_s, u"The app's name."_s, u"NAME"_s},
         {u"url"_s, u"The address of a single-window app."_s, u"URL"_s},
         {u"tab"_s, u"A tab of a tabbed app; repeat for more tabs."_s, u"URL"_s},
-        {u"browser"_s, u"The engine's browser (see `sorvane browsers`); chrome when not given."_s, u"KEY"_s,
-         u"chrome"_s},
+        {u"browser"_s, u"The engine's browser (see `sorvane browsers`); the first installed when not given."_s,
+         u"KEY"_s},
+        {u"allow-missing-browser"_s, u"Make the app even when its browser is not installed."_s},
         {u"into"_s, u"The folder the app is created in; the applications folder when not given."_s, u"DIR"_s},
         {u"icon"_s, u"An image file for the app's icon."_s, u"FILE"_s},
         {u"incognito"_s, u"Run the engine in incognito mode."_s},
@@ -59,11 +65,11 @@ std::optional<QVariantMap> parseDestination(const QString &text)
             destination.insert(u"name"_s, rest.mid(colon + 1));
     } else if (text.startsWith(u"app:"_s)) {
         destination.insert(SNRoutingConfig::keyType(), SNRoutingConfig::typeSorvaneApp());
-        destination.insert(u"path"_s, QDir::cleanPath(QDir::current().absoluteFilePath(text.mid(4))));
+        destination.insert(u"path"_s, text.mid(4));
     } else {
         return std::nullopt;
     }
-    return SNRoutingConfig::sanitizedDestination(destination);
+    return destination;
 }
 
 int browserNumber(const QString &key, QString *error)
@@ -72,7 +78,7 @@ int browserNumber(const QString &key, QString *error)
         if (browser.typeKey == key)
             return browser.number;
     }
-    *error = u"browser: unknown browser '%1' (see `sorvane browsers`)"_s.arg(key);
+    *error = u"browser: unknown browser %1 (see `sorvane browsers`)"_s.arg(DefinitionValidator::quoted(key));
     return -1;
 }
 
@@ -102,7 +108,7 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
         const QString path = parser.value(u"icon"_s);
         app.appIcon = SNImage::fromFile(path);
         if (app.appIcon.isNull())
-            return refuse(u"icon: cannot read an image from %1"_s.arg(path));
+            return refuse(u"icon: cannot read an image from %1"_s.arg(DefinitionValidator::quoted(path)));
     }
     // Rules apply top-down, so they keep the order in which --allow and --route were given.
     const QStringList allows = parser.values(u"allow"_s);
@@ -121,7 +127,8 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
             const std::optional<QVariantMap> destination =
                 equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
             if (!destination)
-                return refuse(u"route: '%1' is not PATTERN=DEST with a valid destination"_s.arg(route));
+                return refuse(u"route: %1 is not PATTERN=DEST with a valid destination"_s.arg(
+                    DefinitionValidator::quoted(route)));
             app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
                                                 {SNRoutingConfig::keyPattern(), route.left(equals)},
                                                 {SNRoutingConfig::keyAction(), SNRoutingConfig::actionRoute()},
@@ -131,41 +138,56 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
     if (parser.isSet(u"default-destination"_s)) {
         app.defaultDestination = parseDestination(parser.value(u"default-destination"_s));
         if (!app.defaultDestination)
-            return refuse(u"default-destination: '%1' is not in-app, default, browser:<id>[:<name>] or app:<path>"_s.arg(
-                parser.value(u"default-destination"_s)));
+            return refuse(u"default-destination: %1 is not in-app, default, browser:<id>[:<name>] or app:<path>"_s.arg(
+                DefinitionValidator::quoted(parser.value(u"default-destination"_s))));
     }
-    if (!validate(app, error))
-        return std::nullopt;
     return app;
 }
 
-bool validate(const SNBulkApp &app, QString *error)
+int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *error)
 {
-    if (!ShellEscaping::isAcceptableAppName(app.appName)) {
-        *error = u"name: "_s + SNAppScriptHelper::InvalidNameMessage;
-        return false;
+    const auto installed = [&](const BrowserInfo &browser) {
+        const QFileInfo engine(SNAppScriptHelper::getBrowserPath(browser.typeKey, context.defaults()));
+        return engine.isFile() && engine.isExecutable();
+    };
+    if (!parser.isSet(u"browser"_s)) {
+        for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+            if (installed(browser)) {
+                Command::printNote(u"browser: %1 (%2), the first installed"_s.arg(browser.typeKey, browser.browserName),
+                                   parser);
+                return browser.number;
+            }
+        }
+        if (!parser.isSet(u"allow-missing-browser"_s)) {
+            *error = u"browser: no supported browser is installed (see `sorvane browsers`)"_s;
+            return -1;
+        }
+        Command::printWarning(u"browser: none installed; the app uses chrome and starts once it is"_s, parser);
+        return BrowserCatalogue::byTypeKey(u"chrome"_s).number;
     }
-    const QUrl address(app.appURL);
-    if (!address.isValid() || address.scheme().isEmpty() || address.host().isEmpty()) {
-        *error = u"appURL: '%1' is not an absolute web address"_s.arg(app.appURL);
-        return false;
+    const int number = browserNumber(parser.value(u"browser"_s), error);
+    if (number < 0)
+        return -1;
+    const BrowserInfo &browser = BrowserCatalogue::byNumber(number);
+    if (!installed(browser)) {
+        const QString engine = SNAppScriptHelper::getBrowserPath(browser.typeKey, context.defaults());
+        if (!parser.isSet(u"allow-missing-browser"_s)) {
+            *error = u"browser: %1 is not installed (no engine at %2); --allow-missing-browser makes the app anyway"_s
+                         .arg(browser.browserName, engine);
+            return -1;
+        }
+        Command::printWarning(u"browser: %1 is not installed (no engine at %2); the app starts once it is"_s.arg(
+                                  browser.browserName, engine),
+                              parser);
     }
-    if (SNRoutingConfig::sanitizedRules(app.routingRules).size() != app.routingRules.size()) {
-        *error = u"routingRules: a rule has no pattern, an unknown action or an invalid destination"_s;
-        return false;
-    }
-    if (!app.accentColor.isEmpty() && !SNChromePrefsHelper::storedColor(app.accentColor)) {
-        *error = u"accentColor: '%1' is not six hexadecimal digits"_s.arg(app.accentColor);
-        return false;
-    }
-    return true;
+    return number;
 }
 
 bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
                  QString *error)
 {
     if (profileKey.isEmpty() || profileKey.contains(u'/') || profileKey == u".."_s) {
-        *error = u"profile: '%1' is not a profile folder name"_s.arg(profileKey);
+        *error = u"profile: %1 is not a profile folder name"_s.arg(DefinitionValidator::quoted(profileKey));
         return false;
     }
     const ProfileSeeder seeder(manager.context(),
@@ -176,10 +198,10 @@ bool loadProfile(ApplicationManager &manager, const QString &profileKey, const Q
     const QJsonDocument preferences =
         file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &parseError) : QJsonDocument();
     if (!preferences.isObject()) {
-        *error = u"profile: cannot read the preferences of profile '%1' (%2)"_s.arg(profileKey, path);
+        *error = u"profile: cannot read the preferences of profile %1 (%2)"_s.arg(DefinitionValidator::quoted(profileKey), path);
         return false;
     }
-    manager.preferenceJson = preferences.object();
+    manager.profileSource.preferenceJson = preferences.object();
     manager.definition().currentProfileKey = profileKey;
     manager.definition().selectedExtensions = extensions;
     return true;
@@ -187,11 +209,11 @@ bool loadProfile(ApplicationManager &manager, const QString &profileKey, const Q
 
 QVariantMap createdApp(const ApplicationManager &manager)
 {
-    return {{u"appID"_s, manager.createdAppID},
-            {u"uniqueID"_s, manager.createdUniqueID},
-            {u"path"_s, manager.createdBundlePath},
-            {u"linkRouting"_s,
-             manager.createdLinkRouting.isEmpty() ? QVariant() : QVariant(manager.createdLinkRouting)}};
+    const CreatedApp &created = manager.created();
+    return {{u"appID"_s, created.appID},
+            {u"uniqueID"_s, created.uniqueID},
+            {u"path"_s, created.bundlePath},
+            {u"linkRouting"_s, created.linkRouting.isEmpty() ? QVariant() : QVariant(created.linkRouting)}};
 }
 
 } // namespace AppOptions

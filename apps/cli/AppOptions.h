@@ -9,6 +9,7 @@
 #include <optional>
 
 class ApplicationManager;
+class Context;
 
 // The app-definition options of `sorvane create`, and the checks every definition passes before
 // anything is written. Errors name the field: "<field>: <what is wrong>".
@@ -20,11 +21,12 @@ void addCreateOptions(QCommandLineParser &parser);
 std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error);
 
 // A destination in the command-line form: in-app, default, browser:<bundle id>[:<name>],
-// app:<bundle path>.
+// app:<bundle path> (checked, with the rest of the definition, by DefinitionValidator).
 std::optional<QVariantMap> parseDestination(const QString &text);
 
-// Checks that creation would refuse late: the name, the routing records, the accent colour.
-bool validate(const SNBulkApp &app, QString *error);
+// The engine of --browser (or the first installed one), or -1 with the error. A browser that
+// is not installed is refused unless --allow-missing-browser says otherwise.
+int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *error);
 
 // The catalogue number of a browser key, or -1 with the error naming the field.
 int browserNumber(const QString &key, QString *error);

@@ -6,6 +6,7 @@
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "generation/ApplicationManager.h"
+#include "generation/DefinitionValidator.h"
 
 #include <QFile>
 #include <QDir>
@@ -24,7 +25,8 @@ void BulkCommand::addOptions(QCommandLineParser &parser)
 {
     parser.addPositionalArgument(u"FILE"_s, u"A JSON array of app definitions (see examples/)."_s);
     parser.addOptions({
-        {u"browser"_s, u"The engine's browser of every app; chrome when not given."_s, u"KEY"_s, u"chrome"_s},
+        {u"browser"_s, u"The engine's browser of every app; the first installed when not given."_s, u"KEY"_s},
+        {u"allow-missing-browser"_s, u"Make the apps even when their browser is not installed."_s},
         {u"into"_s, u"The folder of apps whose entry names none; the applications folder when not given."_s,
          u"DIR"_s},
         {u"replace"_s, u"Replace existing apps of the same names (the old ones go to the Trash)."_s},
@@ -35,6 +37,10 @@ void BulkCommand::addOptions(QCommandLineParser &parser)
 int BulkCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane bulk: "_s;
+    if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
+        printError(usage + u"--into needs a folder"_s);
+        return BadUsage;
+    }
     if (parser.positionalArguments().size() != 1) {
         printError(usage + u"give one FILE"_s);
         return BadUsage;
@@ -44,7 +50,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         return BadUsage;
     }
     QString error;
-    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s), &error);
+    const int browser = AppOptions::chooseBrowser(parser, context, &error);
     if (browser < 0) {
         printError(error);
         return Failure;
@@ -59,25 +65,25 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
             path, parseError.error ? u" (%1)"_s.arg(parseError.errorString()) : QString()));
         return Failure;
     }
-    if (!parser.isSet(u"quiet"_s))
-        Logger::setSink(Logger::Sink::StandardError);
 
     // Every entry is checked first; a bad one is reported and left out, the rest are made.
     const QString baseFolder = QFileInfo(path).absolutePath();
+    const DefinitionValidator validator(context, baseFolder);
     QList<SNBulkApp> apps;
     QStringList labels;
     bool allGood = true;
     const QJsonArray entries = document.array();
     for (qsizetype i = 0; i < entries.size(); ++i) {
         const QVariantMap dictionary = entries.at(i).toObject().toVariantMap();
-        const QString label = u"entry %1 (%2)"_s.arg(i + 1).arg(dictionary.value(u"appName"_s).toString());
+        const QString label =
+            u"entry %1 (%2)"_s.arg(i + 1).arg(DefinitionValidator::quoted(dictionary.value(u"appName"_s).toString()));
         error.clear();
         std::optional<SNBulkApp> app = entries.at(i).isObject()
                                            ? SNBulkApp::fromDictionary(dictionary, baseFolder, &error)
                                            : std::nullopt;
         if (!entries.at(i).isObject())
             error = u"not an object"_s;
-        if (app && AppOptions::validate(*app, &error)) {
+        if (app && validator.validate(*app, &error)) {
             apps.append(*app);
             labels.append(label);
         } else {

@@ -13,4 +13,5 @@ public:
 protected:
     void addOptions(QCommandLineParser &parser) override;
     int run(const QCommandLineParser &parser, Context &context) override;
+    int positionalArguments() const override { return 1; }
 };

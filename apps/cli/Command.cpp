@@ -1,6 +1,9 @@
 #include "Command.h"
 
+#include "core/Context.h"
 #include "core/Logger.h"
+#include "core/Platform.h"
+#include "generation/DefinitionValidator.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -17,14 +20,24 @@ int Command::execute(const QStringList &arguments, Context &context)
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     parser.addHelpOption();
     parser.addOption({QStringLiteral("json"), QStringLiteral("Print one JSON document; diagnostics go to standard error.")});
-    parser.addOption({QStringLiteral("quiet"), QStringLiteral("Hide diagnostic lines.")});
+    parser.addOption({QStringLiteral("quiet"), QStringLiteral("Hide diagnostic lines and warnings.")});
+    parser.addOption({QStringLiteral("verbose"), QStringLiteral("Show diagnostic lines on standard error.")});
     addOptions(parser);
 
-    if (!parser.parse(arguments)) {
-        printError(QStringLiteral("sorvane %1: %2").arg(name(), parser.errorText()));
+    const auto usageError = [&](const QString &text) {
+        printError(QStringLiteral("sorvane %1: %2").arg(name(), text));
         return BadUsage;
+    };
+    if (!parser.parse(arguments))
+        return usageError(parser.errorText());
+    if (parser.positionalArguments().size() > positionalArguments())
+        return usageError(QStringLiteral("unexpected argument %1")
+                              .arg(DefinitionValidator::quoted(parser.positionalArguments().at(positionalArguments()))));
+    for (const QString &optionName : parser.optionNames()) {
+        if (parser.values(optionName).size() > 1 && !repeatableOptions().contains(optionName))
+            return usageError(QStringLiteral("--%1 may be given only once").arg(optionName));
     }
-    if (parser.isSet(QStringLiteral("help"))) {
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all"))) {
         // Qt names the program by its path in the usage line; name the subcommand instead.
         QString help = parser.helpText();
         const qsizetype endOfUsage = help.indexOf(u'\n');
@@ -34,10 +47,10 @@ int Command::execute(const QStringList &arguments, Context &context)
         print(help);
         return Success;
     }
-    if (parser.isSet(QStringLiteral("quiet")))
-        Logger::setSink(Logger::Sink::Silent);
-    else if (parser.isSet(QStringLiteral("json")))
-        Logger::setSink(Logger::Sink::StandardError);
+    Logger::setLogFile(Platform::logFolder(context.homeFolder()) + QStringLiteral("/sorvane.log"));
+    const bool verbose = parser.isSet(QStringLiteral("verbose")) && !parser.isSet(QStringLiteral("quiet"));
+    Logger::setSink(verbose ? Logger::Sink::StandardError : Logger::Sink::Silent);
+    Logger::setEchoWarnings(!parser.isSet(QStringLiteral("quiet")));
     return run(parser, context);
 }
 
@@ -64,4 +77,16 @@ void Command::print(const QString &text)
 void Command::printError(const QString &text)
 {
     QTextStream(stderr) << text << '\n';
+}
+
+void Command::printNote(const QString &text, const QCommandLineParser &parser)
+{
+    if (!parser.isSet(QStringLiteral("quiet")) && !parser.isSet(QStringLiteral("json")))
+        printError(text);
+}
+
+void Command::printWarning(const QString &text, const QCommandLineParser &parser)
+{
+    if (!parser.isSet(QStringLiteral("quiet")))
+        printError(QString::fromUtf8("\u26a0\ufe0f ") + text);
 }

@@ -6,12 +6,20 @@
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "generation/ApplicationManager.h"
+#include "generation/DefinitionValidator.h"
+
+#include <QDir>
 
 using namespace Qt::Literals::StringLiterals;
 
 void CreateCommand::addOptions(QCommandLineParser &parser)
 {
     AppOptions::addCreateOptions(parser);
+}
+
+QStringList CreateCommand::repeatableOptions() const
+{
+    return {u"tab"_s, u"allow"_s, u"route"_s, u"extension"_s};
 }
 
 int CreateCommand::run(const QCommandLineParser &parser, Context &context)
@@ -29,17 +37,19 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(usage + u"--extension needs --profile"_s);
         return BadUsage;
     }
-    if (!parser.isSet(u"quiet"_s))
-        Logger::setSink(Logger::Sink::StandardError); // standard output is for the result
+    if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
+        printError(usage + u"--into needs a folder"_s);
+        return BadUsage;
+    }
 
     QString error;
-    const int browser = AppOptions::browserNumber(parser.value(u"browser"_s), &error);
+    const int browser = AppOptions::chooseBrowser(parser, context, &error);
     if (browser < 0) {
         printError(error);
         return Failure;
     }
-    const std::optional<SNBulkApp> app = AppOptions::definitionFromOptions(parser, &error);
-    if (!app) {
+    std::optional<SNBulkApp> app = AppOptions::definitionFromOptions(parser, &error);
+    if (!app || !DefinitionValidator(context, QDir::currentPath()).validate(*app, &error)) {
         printError(error);
         return Failure;
     }

@@ -12,4 +12,5 @@ public:
 protected:
     void addOptions(QCommandLineParser &parser) override;
     int run(const QCommandLineParser &parser, Context &context) override;
+    QStringList repeatableOptions() const override;
 };

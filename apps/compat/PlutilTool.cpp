@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -154,8 +155,33 @@ bool writeAtomically(const std::string &path, const char *data, size_t size, mod
     return ok;
 }
 
+// Held while a file is read, changed and written back: Sorvane itself edits the app registry
+// under the same "<file>.lock", so an app's start never undoes a record another process just
+// added. The kernel drops the lock when the process ends.
+class EditLock
+{
+public:
+    explicit EditLock(const std::string &path)
+        : m_fd(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+    {
+        while (m_fd >= 0 && flock(m_fd, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    ~EditLock()
+    {
+        if (m_fd >= 0)
+            close(m_fd);
+    }
+    EditLock(const EditLock &) = delete;
+    EditLock &operator=(const EditLock &) = delete;
+
+private:
+    int m_fd;
+};
+
 bool editFile(const std::string &path, const Replacement &replacement)
 {
+    const EditLock lock(path);
     std::string data;
     struct stat info
     {

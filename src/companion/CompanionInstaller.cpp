@@ -126,7 +126,8 @@ void CompanionInstaller::copyExtensionFiles(const QString &resourceDirectory) co
 }
 
 void CompanionInstaller::configureNativeMessaging(const QString &profileDirectory,
-                                                  const QString &resourceDirectory) const
+                                                  const QString &resourceDirectory,
+                                                  const QString &installedResourceDirectory) const
 {
     const QString hostsFolder = profileDirectory + u'/' + NativeHostsFolderName;
     if (!QDir().mkpath(hostsFolder))
@@ -140,7 +141,9 @@ void CompanionInstaller::configureNativeMessaging(const QString &profileDirector
         // A plain text substitution keeps the template's layout, which the app's start script
         // edits line by line. The bundle path may hold `"` or `\`, so it goes in JSON-escaped.
         QString manifest = QString::fromUtf8(templateFile.readAll());
-        manifest.replace(HostProgramName, jsonStringContents(hostPath));
+        const QString installedFolder =
+            installedResourceDirectory.isEmpty() ? resourceDirectory : installedResourceDirectory;
+        manifest.replace(HostProgramName, jsonStringContents(installedFolder + u'/' + HostProgramName));
         const QString manifestPath = hostsFolder + u'/' + Constants::NativeHostName + u".json"_s;
         if (writeFile(manifestPath, manifest.toUtf8()))
             Logger::log(u"Native messaging host manifest: %1"_s.arg(manifestPath));

@@ -19,8 +19,10 @@ public:
     // with "." (".000" becomes ".js"), and nativeHost.js. Creates the folder when missing.
     void copyExtensionFiles(const QString &resourceDirectory) const;
     // PROFILE/NativeMessagingHosts/<host>.json from the template with the host path in RES, and a
-    // fresh copy of the host program in RES.
-    void configureNativeMessaging(const QString &profileDirectory, const QString &resourceDirectory) const;
+    // fresh copy of the host program in RES. A bundle built elsewhere and moved into place later
+    // names the folder it will have there as `installedResourceDirectory`.
+    void configureNativeMessaging(const QString &profileDirectory, const QString &resourceDirectory,
+                                  const QString &installedResourceDirectory = {}) const;
     // RES/data.json: `data` as compact JSON.
     void writeRoutingDataJSON(const QString &resourceDirectory, const QVariantMap &data) const;
 

@@ -1,5 +1,8 @@
 #include "core/Logger.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -10,6 +13,23 @@ namespace {
 QMutex mutex;
 Logger::Sink currentSink = Logger::Sink::StandardOutput;
 Logger::Handler currentHandler;
+QString logFile;
+bool echoWarnings = false;
+constexpr qint64 RotationSize = 1024 * 1024;
+
+void appendToLogFile(const QByteArray &bytes)
+{
+    if (logFile.isEmpty())
+        return;
+    if (QFileInfo(logFile).size() >= RotationSize) {
+        QFile::remove(logFile + QStringLiteral(".1"));
+        QFile::rename(logFile, logFile + QStringLiteral(".1"));
+    }
+    QFile file(logFile);
+    // Each line in one append, so that lines of processes logging at once never mix.
+    if (file.open(QIODevice::Append | QIODevice::Unbuffered))
+        file.write(bytes + '\n');
+}
 
 } // namespace
 
@@ -20,10 +40,11 @@ void Logger::log(const QString &line)
         currentHandler(line);
         return;
     }
-    if (currentSink == Sink::Silent)
-        return;
-    FILE *stream = currentSink == Sink::StandardError ? stderr : stdout;
     const QByteArray bytes = line.toUtf8();
+    appendToLogFile(bytes);
+    if (currentSink == Sink::Silent && !(echoWarnings && isWarning(line)))
+        return;
+    FILE *stream = currentSink == Sink::StandardOutput ? stdout : stderr;
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
     std::fputc('\n', stream);
     std::fflush(stream);
@@ -39,4 +60,23 @@ void Logger::setHandler(Handler handler)
 {
     QMutexLocker locker(&mutex);
     currentHandler = std::move(handler);
+}
+
+void Logger::setLogFile(const QString &path)
+{
+    QMutexLocker locker(&mutex);
+    logFile = path;
+    if (!path.isEmpty())
+        QDir().mkpath(QFileInfo(path).path());
+}
+
+void Logger::setEchoWarnings(bool echo)
+{
+    QMutexLocker locker(&mutex);
+    echoWarnings = echo;
+}
+
+bool Logger::isWarning(const QString &line)
+{
+    return line.startsWith(QStringLiteral("\u26a0"));
 }

@@ -5,8 +5,9 @@
 #include <functional>
 
 // The one logger for diagnostic lines. Lines go to standard output by default; the command line
-// moves them to standard error when it prints JSON and hides them with --quiet. Tests install a
-// handler to read what was logged.
+// writes them to Sorvane's log file and shows them on standard error only when asked (--verbose),
+// keeping the warnings, which the user must act on. Tests install a handler to read what was
+// logged.
 class Logger final
 {
 public:
@@ -16,6 +17,12 @@ public:
     static void log(const QString &line);
 
     static void setSink(Sink sink);
+    // Every line is appended to this file as well (folders made as needed); at 1 MB it is
+    // rotated to "<file>.1". An empty path stops writing it.
+    static void setLogFile(const QString &path);
+    // Lines that begin with the warning sign also go to standard error when the sink is silent.
+    static void setEchoWarnings(bool echo);
+    static bool isWarning(const QString &line);
     // Replaces the sink while set; pass an empty handler to go back to the sink.
     static void setHandler(Handler handler);
 };

@@ -9,3 +9,8 @@ QString Platform::defaultApplicationsFolder(const QString &)
 {
     return QStringLiteral("/Applications");
 }
+
+QString Platform::logFolder(const QString &homeFolder)
+{
+    return homeFolder + QStringLiteral("/Library/Logs/Sorvane");
+}

@@ -2,15 +2,20 @@
 
 #include "core/Clock.h"
 #include "core/Context.h"
+#include "core/FileLock.h"
 #include "core/Ids.h"
+#include "core/Logger.h"
 #include "core/NotificationCenter.h"
 #include "core/PropertyList.h"
 #include "core/ShellEscaping.h"
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocale>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -24,6 +29,17 @@ const QString AppUpdateNotification = QStringLiteral("AppUpdateNotification");
 SNAppTracker::SNAppTracker(Context &context)
     : m_context(context)
 {
+}
+
+SNAppTracker::FileState SNAppTracker::fileState() const
+{
+    const QFileInfo info(trackerPath());
+    if (!info.exists() && !info.isSymLink())
+        return FileState::Missing;
+    if (!info.isFile())
+        return FileState::NotAFile;
+    return PropertyList::readFile(info.filePath()).typeId() == QMetaType::QVariantMap ? FileState::Readable
+                                                                                       : FileState::Unreadable;
 }
 
 QVariantMap SNAppTracker::getTracker() const
@@ -47,21 +63,18 @@ QString SNAppTracker::trackerPath() const
     return m_context.supportFolder() + QStringLiteral("/tracker.plist");
 }
 
-QVariantMap SNAppTracker::addAppTracker(const QString &path)
+QVariantMap SNAppTracker::addAppTracker(const QString &path, QString *error)
 {
     const QVariantMap added = record(Ids::newRegistryId(), path);
-    QVariantMap tracker = getTracker();
-    tracker.insert(added.value(AppIdKey).toString(), added);
-    write(tracker);
+    if (!modify([&](QVariantMap &tracker) { tracker.insert(added.value(AppIdKey).toString(), added); }, error))
+        return {};
     m_context.notifications().post(AppUpdateNotification);
     return added;
 }
 
 void SNAppTracker::updateAppTracker(const QString &appId, const QString &path)
 {
-    QVariantMap tracker = getTracker();
-    tracker.insert(appId, record(appId, path));
-    write(tracker);
+    modify([&](QVariantMap &tracker) { tracker.insert(appId, record(appId, path)); });
     m_context.notifications().post(AppUpdateNotification);
 }
 
@@ -70,9 +83,7 @@ void SNAppTracker::deleteAppFromTracker(const QString &appId)
     getAppBundle();
     if (!QFileInfo::exists(trackerPath()))
         return;
-    QVariantMap tracker = getTracker();
-    tracker.remove(appId);
-    write(tracker);
+    modify([&](QVariantMap &tracker) { tracker.remove(appId); });
 }
 
 QString SNAppTracker::shellUpdateCode(const QString &appId) const
@@ -116,11 +127,43 @@ QString SNAppTracker::activityStamp(const QDateTime &time)
     return QLocale::c().toString(time.toLocalTime(), QStringLiteral("yyyy-MM-dd hh:mm:ss AP"));
 }
 
-void SNAppTracker::write(const QVariantMap &tracker) const
+bool SNAppTracker::modify(const std::function<void(QVariantMap &)> &change, QString *error) const
 {
-    // Nothing to do about a failed write: the next change rewrites the whole file.
+    const auto fail = [error](const QString &reason) {
+        if (error)
+            *error = reason;
+        Logger::log(u"⚠️ "_s + reason);
+        return false;
+    };
     getAppBundle();
-    PropertyList::writeFile(trackerPath(), tracker);
+    const QString path = trackerPath();
+    const FileLock lock(FileLock::lockPathFor(path));
+    if (!lock.isLocked())
+        return fail(lock.errorString());
+    QVariantMap tracker;
+    switch (fileState()) {
+    case FileState::Missing:
+        break;
+    case FileState::NotAFile:
+        return fail(u"The app registry %1 is not a file."_s.arg(path));
+    case FileState::Readable:
+        tracker = PropertyList::readFile(path).toMap();
+        break;
+    case FileState::Unreadable: {
+        // Kept, never overwritten: its records may still be recovered by hand.
+        const QString kept = path + u".corrupt-"_s
+                             + m_context.clock().now().toString(u"yyyyMMdd-HHmmss-zzz"_s);
+        if (!QFile::rename(path, kept))
+            return fail(u"The app registry %1 is unreadable and could not be set aside."_s.arg(path));
+        Logger::log(u"⚠️ The app registry %1 was unreadable; it was kept as %2."_s.arg(path, kept));
+        break;
+    }
+    }
+    change(tracker);
+    QString reason;
+    if (!PropertyList::writeFile(path, tracker, &reason))
+        return fail(u"The app registry %1 could not be written: %2"_s.arg(path, reason));
+    return true;
 }
 
 QVariantMap SNAppTracker::record(const QString &appId, const QString &path) const

@@ -5,15 +5,24 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <functional>
+
 class QDateTime;
 
 // The registry of generated apps: "tracker.plist" in the support folder, a dictionary from each
 // app's registry id (appID) to the record {appID, appPath, lastActivity}, all three strings.
-// Every change rewrites the whole file atomically; a missing or unreadable file reads as empty.
+// Every change rewrites the whole file atomically while holding "tracker.plist.lock", the lock
+// the generated apps' plutil stand-in takes too, so that concurrent writers never lose records.
+// A missing or unreadable file reads as empty; an unreadable one is kept as
+// "tracker.plist.corrupt-<timestamp>" before a change replaces it.
 class SNAppTracker final
 {
 public:
     explicit SNAppTracker(Context &context = Context::shared());
+
+    enum class FileState { Missing, Readable, Unreadable, NotAFile };
+    // What is at the tracker's path now.
+    FileState fileState() const;
 
     // The tracker's records; empty when the file is missing, unreadable or not a dictionary.
     QVariantMap getTracker() const;
@@ -23,8 +32,9 @@ public:
     QString trackerPath() const;
 
     // Registers a new app at `path` under a fresh registry id, posts "AppUpdateNotification"
-    // and returns the record (callers read its appID).
-    QVariantMap addAppTracker(const QString &path);
+    // and returns the record (callers read its appID). Empty, with the reason, when the tracker
+    // cannot be written.
+    QVariantMap addAppTracker(const QString &path, QString *error = nullptr);
     // Replaces (or creates) the record under `appId` and posts "AppUpdateNotification".
     void updateAppTracker(const QString &appId, const QString &path);
     // Removes the record under `appId`; nothing when the tracker does not exist. No notification.
@@ -41,7 +51,9 @@ public:
     static QString activityStamp(const QDateTime &time);
 
 private:
-    void write(const QVariantMap &tracker) const;
+    // Reads, changes and writes the tracker under its lock; false with the reason when it
+    // cannot be written.
+    bool modify(const std::function<void(QVariantMap &)> &change, QString *error = nullptr) const;
     QVariantMap record(const QString &appId, const QString &path) const;
 
     Context &m_context;

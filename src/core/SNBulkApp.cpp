@@ -91,6 +91,9 @@ std::optional<SNBulkApp> SNBulkApp::fromDictionary(const QVariantMap &dictionary
         }
     }
 
+    // A relative folder is the list's own business: it means a folder beside the list.
+    if (!app.creationPath.isEmpty())
+        app.creationPath = QDir::cleanPath(QDir(baseFolder).absoluteFilePath(app.creationPath));
     const QVariant rules = dictionary.value(QStringLiteral("routingRules"));
     if (rules.isValid() && !rules.isNull()) {
         if (!isList(rules)) {

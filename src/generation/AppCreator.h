@@ -1,49 +1,90 @@
 #pragma once
 
 #include "companion/CompanionSupport.h"
+#include "core/AppDefinition.h"
 #include "core/SNBulkApp.h"
 #include "core/SNError.h"
+#include "generation/BundleLayout.h"
+#include "generation/ProfileSeeder.h"
 
+#include <QJsonObject>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
-class ApplicationManager;
+class Context;
 
-// Turns the generation manager's definition into an installed bundle: the folders, icon,
-// Info.plist, profile seed, launcher script, companion files, launch program and engine, and
-// the registry record. Questions (replace an existing app?) and errors go to the context's
-// Prompter; the manager's public creation calls forward here.
+// What one successful creation made.
+struct CreatedApp
+{
+    QString bundlePath;
+    QString appID;
+    QString uniqueID;
+    // Whether its links will be routed ("yes", "no", "unknown"); empty when it has no companion.
+    QString linkRouting;
+};
+
+// The user's browser profile a new app starts from, when one was chosen.
+struct ProfileSource
+{
+    std::optional<QJsonObject> preferenceJson;
+    QList<SNProfileEntry> usersArray;
+};
+
+// Turns a definition into an installed bundle. The bundle is built in a locked staging folder
+// beside its target and renamed into place last (StagedBundle), so a failure or a kill never
+// leaves half an app at its name; the registry record and the configuration of a failed creation
+// are taken back. Questions (replace an existing app?) and errors go to the context's Prompter.
 class AppCreator final
 {
 public:
-    explicit AppCreator(ApplicationManager &manager);
+    AppCreator(Context &context, AppDefinition &definition, const ProfileSource &profile = {});
 
     // The alert shown when the bundle already exists.
     static const QString ReplaceMessage;
     static const QString ReplaceInformativeText;
     static const QStringList ReplaceButtons;
+    // The longest name a bundle can have: its engine, "<name> Engine", must fit a file name.
+    static constexpr int MaximumNameBytes = 255 - 7;
 
+    // Fills the definition's applicationsPath when empty: the user's setting, else the platform's.
     QString fetchApplicationsPath();
+    // The entry's name, else "<name> 1", "<name> 2", ...: the first without a bundle in the
+    // applications folder.
     QString generateAppNmeFor(const SNBulkApp &entry);
-    bool createForReal(const std::function<void()> &completion, SNError *error);
-    bool createWithDirectories(const QStringList &directories, SNError *error);
-    bool createExecutableWithDestinationDirectory(const QString &execDirectory, const QString &appUrl,
-                                                  const QString &profileFolder, SNError *error);
-    void create(bool duplicate, const std::function<void(bool)> &callback);
+
+    // Creates the definition's app. With `numberIfTaken`, a name that is taken (or being
+    // created by another process) becomes the first free "<name> N", reserved atomically;
+    // without it an existing app is replaced only when the user says so.
+    bool createForReal(bool numberIfTaken, SNError *error);
+    // Creates the app into the given (still missing) bundle folder.
+    bool createAt(const BundleLayout &layout, SNError *error);
+    const CreatedApp &created() const { return m_created; }
+
+    // Creates every entry in turn; `progress` is told after each (index, made) while created()
+    // describes it. True when all were made.
+    bool createAll(const QList<SNBulkApp> &entries, bool duplicate,
+                   const std::function<void(qsizetype, bool)> &progress, QList<SNBulkApp> *installed);
 
 private:
-    // Asks before an existing bundle is replaced; true when creation may go on.
-    bool replaceExistingApp(const QStringList &directories, SNError *error);
-    bool creationSteps(const QStringList &directories, bool *madeBundle, SNError *error);
-    void copyIntoDefinition(const SNBulkApp &entry, bool duplicate);
-    void signApp(const QString &bundlePath) const;
+    bool finishCreation(const QString &target, bool numberIfTaken, bool replaceExisting, SNError *error);
+    bool build(const BundleLayout &layout, const BundleLayout &installed, SNError *error);
+    bool buildExecutable(const BundleLayout &layout, const BundleLayout &installed, SNError *error);
+    void rollBackRegistration();
+    bool failCreation(const SNError &value, SNError *error);
+    void copyIntoDefinition(const SNBulkApp &entry);
     // Logs a warning when the app's companion cannot route links on its engine; returns the
-    // verdict's key. One engine is asked once per run, however many apps a bulk run makes.
-    QString reportLinkRouting(const BrowserInfo &browser, const QString &enginePath);
+    // verdict's key. One engine is asked once, however many apps a bulk run makes.
+    QString reportLinkRouting();
 
-    ApplicationManager &m_manager;
+    Context &m_context;
+    AppDefinition &m_definition;
+    ProfileSource m_profile;
+    CreatedApp m_created;
+    QString m_registeredAppID;
     QString m_assessedEngine;
     CompanionSupport::Verdict m_engineVerdict;
 };

@@ -7,7 +7,8 @@
 #include "core/Platform.h"
 #include "core/ProcessRunner.h"
 #include "core/PropertyList.h"
-#include "generation/ApplicationManager.h"
+#include "core/UserDefaults.h"
+#include "generation/BundleWriter.h"
 #include "generation/IconConverter.h"
 
 #include <QDir>
@@ -122,20 +123,23 @@ bool copyFolder(const QString &source, const QString &destination, QString *erro
 
 } // namespace
 
-EngineBuilder::EngineBuilder(ApplicationManager &manager) : m_manager(manager) {}
+EngineBuilder::EngineBuilder(Context &context, const AppDefinition &definition, const QString &resourceDirectory)
+    : m_context(context), m_definition(definition), m_resourceDirectory(resourceDirectory)
+{
+}
 
 std::optional<SNError> EngineBuilder::createInternalApplication()
 {
     const QString browserName =
-        BrowserCatalogue::byNumber(m_manager.definition().applicationType).browserName;
-    const QString bundle = QStringLiteral("%1/%2.app").arg(m_manager.resourceDirectory, browserName);
+        BrowserCatalogue::byNumber(m_definition.applicationType).browserName;
+    const QString bundle = QStringLiteral("%1/%2.app").arg(m_resourceDirectory, browserName);
     const QString newContents = bundle + QStringLiteral("/Contents/");
     SNError error;
-    if (!m_manager.makeNewAppDirectoriesWithDirectories(
+    if (!BundleWriter::makeDirectories(
             {bundle, newContents, newContents + QStringLiteral("MacOS/")}, &error))
         return error;
 
-    const QString chromePath = m_manager.getCromePath();
+    const QString chromePath = BrowserCatalogue::enginePathForGenerator(m_definition.applicationType, m_context.defaults());
     const QString chromeContents = withSlash(QFileInfo(QFileInfo(chromePath).path()).path());
     Logger::log(QStringLiteral("chromePath:") + chromePath);
     Logger::log(QStringLiteral("chromeContentPath:") + chromeContents);
@@ -156,7 +160,7 @@ std::optional<SNError> EngineBuilder::createSymlinkFromGoogleChrome(const QStrin
     const QString from = withSlash(chromeContentsPath);
     const QString to = withSlash(newContentsPath);
     const QString executable =
-        QStringLiteral("MacOS/") + executableLinkName(m_manager.definition().applicationType);
+        QStringLiteral("MacOS/") + executableLinkName(m_definition.applicationType);
     for (const QString &entry : {QStringLiteral("Versions"), QStringLiteral("PkgInfo"),
                                  QStringLiteral("Helpers"), QStringLiteral("_CodeSignature"), executable}) {
         if (!QFile::link(from + entry, to + entry))
@@ -185,7 +189,7 @@ std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeC
     const bool readable = loaded.typeId() == QMetaType::QVariantMap;
     QVariantMap info = loaded.toMap();
 
-    const SNImage &icon = m_manager.definition().appIcon;
+    const SNImage &icon = m_definition.appIcon;
     if (!icon.isNull()) {
         info.insert(QStringLiteral("CFBundleIconFile"), QStringLiteral("icon.icns"));
         for (const char *key : iconKeys)
@@ -211,8 +215,8 @@ std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeC
 
 std::optional<SNError> EngineBuilder::replaceChromeWithAppName(const QString &resourcesPath)
 {
-    const auto [displayName, name] = searchedNames(m_manager.definition().applicationType);
-    const QString appName = stringsQuoted(m_manager.definition().appName);
+    const auto [displayName, name] = searchedNames(m_definition.applicationType);
+    const QString appName = stringsQuoted(m_definition.appName);
     const QStringList entries =
         QDir(resourcesPath).entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
     for (const QString &entry : entries) {

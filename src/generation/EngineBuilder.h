@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/AppDefinition.h"
 #include "core/SNError.h"
 
 #include <QString>
@@ -7,7 +8,6 @@
 
 #include <optional>
 
-class ApplicationManager;
 class Context;
 struct BrowserInfo;
 
@@ -16,13 +16,13 @@ struct BrowserInfo;
 // Apps get their engine from createEngine.sh, which clones it into the app's own bundle;
 // runEngineScript runs that script. The in-process route assembles an inner "<Browser>.app" in the
 // app's Resources from links into the browser and a rewritten copy of its resources; it works on
-// the manager's definition (name, browser type, icon) and resources folder.
+// a definition (name, browser type, icon) and the bundle's resources folder.
 //
 // Every step of the route returns the first error it met, or nothing on success.
 class EngineBuilder final
 {
 public:
-    explicit EngineBuilder(ApplicationManager &manager);
+    EngineBuilder(Context &context, const AppDefinition &definition, const QString &resourceDirectory);
 
     // Makes "<resources>/<Browser>.app/Contents/MacOS/", then links and copies the browser found
     // through the manager's engine path into it.
@@ -51,5 +51,7 @@ public:
                                 const QString &typeKey);
 
 private:
-    ApplicationManager &m_manager;
+    Context &m_context;
+    const AppDefinition &m_definition;
+    QString m_resourceDirectory;
 };

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+// Renames a file or folder only when nothing exists at the new path, in one step of the file
+// system, so that two processes can never both claim one name.
+class ExclusiveRename final
+{
+public:
+    // False with the reason when the rename failed; `exists` tells whether that was because
+    // something already is at `to`.
+    static bool rename(const QString &from, const QString &to, bool *exists = nullptr, QString *error = nullptr);
+};

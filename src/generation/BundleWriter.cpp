@@ -1,0 +1,204 @@
+#include "generation/BundleWriter.h"
+
+#include "companion/CompanionInstaller.h"
+#include "companion/SNRoutingConfig.h"
+#include "companion/SNWhiteListPatterns.h"
+#include "core/AtomicWriter.h"
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/Platform.h"
+#include "core/ProcessRunner.h"
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "core/UserDefaults.h"
+#include "generation/EngineBuilder.h"
+#include "generation/IconConverter.h"
+#include "generation/LaunchProgramInstaller.h"
+#include "generation/SNAppScriptHelper.h"
+#include "generation/SNChromePrefsHelper.h"
+#include "generation/SNPlistHelper.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool fail(SNError *error, const QString &description)
+{
+    if (error)
+        *error = {1, description};
+    return false;
+}
+
+} // namespace
+
+BundleWriter::BundleWriter(Context &context, const AppDefinition &definition, const BundleLayout &layout,
+                           const BundleLayout &installed)
+    : m_context(context), m_definition(definition), m_layout(layout), m_installed(installed)
+{
+}
+
+bool BundleWriter::makeDirectories(SNError *error) const
+{
+    // A staged bundle's first folder is the empty staging folder made for it.
+    return makeDirectories(m_layout.directories(), error, m_layout.bundle != m_installed.bundle);
+}
+
+bool BundleWriter::makeDirectories(const QStringList &directories, SNError *error, bool emptyFirst)
+{
+    for (qsizetype i = 0; i < directories.size(); ++i) {
+        const QString &directory = directories.at(i);
+        const QFileInfo info(directory);
+        const bool made = i == 0 && emptyFirst && info.isDir() && !info.isSymLink() &&
+                          QDir(directory).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        if ((info.exists() || info.isSymLink()) && !made) {
+            Logger::log(u"File already exists at that path."_s);
+            return fail(error, u"Application already exists with that name."_s);
+        }
+        if (!made && !QDir().mkpath(directory)) {
+            Logger::log(u"Error creating new directory:%1"_s.arg(directory));
+            return fail(error, u"The folder %1 could not be created."_s.arg(directory));
+        }
+        Logger::log(u"New directory created successfully."_s);
+    }
+    return true;
+}
+
+bool BundleWriter::writeIcon(SNError *error) const
+{
+    if (m_definition.appIcon.isNull())
+        return true;
+    return IconConverter::convertImagesWithSourceImage(m_definition.appIcon, m_layout.resources, error);
+}
+
+bool BundleWriter::writeFirstRunMarker(SNError *error) const
+{
+    QString reason;
+    return AtomicWriter::write(m_layout.profile + u"/First Run"_s, QByteArray(), &reason) || fail(error, reason);
+}
+
+bool BundleWriter::writeInfoPlist(SNError *error) const
+{
+    const QVariantMap info = SNPlistHelper::infoDictionary(m_definition.appName, m_definition.registerAsBrowser,
+                                                           m_definition.passwordManagerCompatibility,
+                                                           m_context.version(), m_context.bundleIdentifier());
+    QString reason;
+    const QByteArray xml = PropertyList::toXml(info, &reason);
+    if (xml.isEmpty())
+        return fail(error, reason);
+    const bool written = AtomicWriter::write(m_layout.infoPlist(), xml, &reason);
+    Logger::log(written ? u"Plist created successfully."_s : u"Error creating Plist."_s);
+    return written || fail(error, reason);
+}
+
+QString BundleWriter::scriptText(const QString &appID, QString *error) const
+{
+    const BrowserInfo &browser = BrowserCatalogue::byNumber(m_definition.applicationType);
+    SNScriptInputs inputs;
+    inputs.appName = m_definition.appName;
+    inputs.appURL = m_definition.appURL;
+    inputs.needTab = m_definition.needTab;
+    for (const SNTabModel &tab : m_definition.tabsList)
+        inputs.tabsList.append(tab.tabUrlString);
+    inputs.incognito = m_definition.incognito;
+    inputs.forceDarkMode = m_definition.forceDarkMode;
+    inputs.shouldIncludeWLExt = includesCompanion();
+    inputs.typeKey = browser.typeKey;
+    inputs.trackerFragment = SNAppTracker(m_context).shellUpdateCode(appID);
+    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
+        SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults()), Platform::isMac());
+    return SNAppScriptHelper::scriptText(inputs, error);
+}
+
+bool BundleWriter::writeScript(const QString &text, SNError *error) const
+{
+    QString reason;
+    if (!AtomicWriter::write(m_layout.script(), text.toUtf8(), &reason)) {
+        Logger::log(u"Error creating executable."_s);
+        return fail(error, reason);
+    }
+    Logger::log(u"Executable created successfully."_s);
+    return true;
+}
+
+void BundleWriter::writeCompanionFiles() const
+{
+    const CompanionInstaller installer(m_context);
+    installer.copyExtensionFiles(m_layout.resources);
+    installer.configureNativeMessaging(m_layout.profile, m_layout.resources, m_installed.resources);
+    const QVariant destination =
+        m_definition.defaultDestination ? QVariant(*m_definition.defaultDestination) : QVariant();
+    installer.writeRoutingDataJSON(
+        m_layout.resources,
+        SNRoutingConfig::dataJSONDictionaryWithRules(m_definition.routingRules, destination,
+                                                     m_definition.isWhitelistingEnabled,
+                                                     m_definition.restoreSession, whiteListOptions()));
+}
+
+void BundleWriter::applyAccentColor() const
+{
+    if (!m_definition.accentColor.isEmpty())
+        SNChromePrefsHelper::applyAccentColor(m_definition.accentColor, m_layout.profile);
+}
+
+bool BundleWriter::installLaunchPrograms(SNError *error) const
+{
+    return LaunchProgramInstaller(m_context).installInto(m_layout.bundle, m_definition.appName, error);
+}
+
+bool BundleWriter::buildEngine() const
+{
+    return EngineBuilder::runEngineScript(m_context, m_layout.resources, m_definition.appName,
+                                          BrowserCatalogue::byNumber(m_definition.applicationType).typeKey);
+}
+
+void BundleWriter::setPermissions() const
+{
+    // 0777 as the generated scripts always had; the pass below narrows the bundle to 0755.
+    const bool permitted = QFile::setPermissions(m_layout.script(), QFile::Permissions(0x7777));
+    Logger::log(permitted ? u"Permissions changed successfully."_s : u"Error changing permissions."_s);
+    const QString bundle = m_layout.bundle;
+    if (Platform::isMac()) {
+        ProcessRunner &processes = m_context.processes();
+        processes.run(u"/usr/bin/xattr"_s, {u"-dr"_s, u"com.apple.FinderInfo"_s, bundle});
+        processes.run(u"/usr/bin/xattr"_s, {u"-dr"_s, u"com.apple.ResourceFork"_s, bundle});
+        processes.run(u"/usr/bin/xattr"_s, {u"-rd"_s, u"com.apple.quarantine"_s, bundle});
+    }
+    // What `chmod -R 755` does, without starting a process for it. Links are left alone: their
+    // targets (the browser's engine) are not the bundle's.
+    constexpr QFile::Permissions Mode755 = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
+                                           QFile::ReadUser | QFile::WriteUser | QFile::ExeUser |
+                                           QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+    QFile::setPermissions(bundle, Mode755);
+    QDirIterator it(bundle, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!it.fileInfo().isSymLink())
+            QFile::setPermissions(path, Mode755);
+    }
+}
+
+bool BundleWriter::includesCompanion() const
+{
+    return m_definition.isWhitelistingEnabled || !m_definition.routingRules.isEmpty() ||
+           m_definition.defaultDestination.has_value() ||
+           m_context.defaults().boolForKey(u"AutoIncludeWhitelisting"_s);
+}
+
+QStringList BundleWriter::whiteListOptions() const
+{
+    QStringList addresses;
+    if (m_definition.needTab && !m_definition.tabsList.isEmpty()) {
+        for (const SNTabModel &tab : m_definition.tabsList)
+            addresses.append(tab.tabUrlString);
+    } else {
+        addresses.append(m_definition.appURL);
+    }
+    return SNWhiteListPatterns::legacyPatterns(addresses, false);
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "core/AppDefinition.h"
+#include "core/SNError.h"
+#include "generation/BundleLayout.h"
+
+#include <QString>
+
+class Context;
+
+// Writes the parts of a generated bundle from an app definition. Every step stands alone and can
+// be run by itself, so creation runs them all and regeneration or editing only those it needs.
+// Steps that can fail return false and fill the error; companion files are best effort (the
+// app starts without them, it just does not route links).
+//
+// `layout` is where the files are written; `installed` is where the bundle will live when it is
+// used (paths written into files name that place). Both are the same unless the bundle is built
+// in a staging folder.
+class BundleWriter final
+{
+public:
+    BundleWriter(Context &context, const AppDefinition &definition, const BundleLayout &layout,
+                 const BundleLayout &installed);
+    BundleWriter(Context &context, const AppDefinition &definition, const BundleLayout &layout)
+        : BundleWriter(context, definition, layout, layout)
+    {
+    }
+
+    // The bundle's eight folders, in order; fails when something is already at one of them.
+    bool makeDirectories(SNError *error) const;
+    // Creates the folders in order; stops with code 1 when something already exists at a path
+    // (`emptyFirst`: the first may be an empty folder made for it).
+    static bool makeDirectories(const QStringList &directories, SNError *error, bool emptyFirst = false);
+    // Contents/Resources/icon.icns from the definition's icon (nothing without an icon).
+    bool writeIcon(SNError *error) const;
+    // Contents/Profile/First Run, the marker of the script's first-start block.
+    bool writeFirstRunMarker(SNError *error) const;
+    bool writeInfoPlist(SNError *error) const;
+    // The launcher script of the app registered as `appID`; empty with the reason when refused.
+    QString scriptText(const QString &appID, QString *error) const;
+    // Writes the script text.
+    bool writeScript(const QString &text, SNError *error) const;
+    // The companion extension, the messaging host with its manifest, and data.json.
+    void writeCompanionFiles() const;
+    // The accent colour, when the definition has one, into the profile's preferences.
+    void applyAccentColor() const;
+    // The launch program, the helper app, createEngine.sh and the tool stand-ins.
+    bool installLaunchPrograms(SNError *error) const;
+    // Runs createEngine.sh; a failure is only logged (the app builds its engine at its start).
+    bool buildEngine() const;
+    // The script's mode, then 0755 through the bundle (links left alone); on macOS the extended
+    // attributes go.
+    void setPermissions() const;
+
+    // Whether the app loads the companion: it asks for routing, or the user's
+    // AutoIncludeWhitelisting setting includes it everywhere.
+    bool includesCompanion() const;
+    // The legacy whitelist patterns of the definition's addresses.
+    QStringList whiteListOptions() const;
+
+private:
+    Context &m_context;
+    const AppDefinition &m_definition;
+    BundleLayout m_layout;
+    BundleLayout m_installed;
+};
