@@ -249,10 +249,10 @@ TEST_P(EngineFamily, ScriptClonesTheBrowserStaysPutAndFollowsItsUpdates)
 TEST_P(EngineFamily, InProcessRouteBuildsTheInnerEngineBundle)
 {
     App app(QLatin1String(GetParam().typeKey), u"Team \"Chat\""_s);
-    ApplicationManager manager(app.test.context());
-    manager.definition().appName = app.name;
-    manager.definition().applicationType = app.browser.number;
-    manager.resourceDirectory = app.resources;
+    AppDefinition definition;
+    EngineBuilder manager(app.test.context(), definition, app.resources);
+    definition.appName = app.name;
+    definition.applicationType = app.browser.number;
     // The generator's own lookup: Chromium goes through Google Chrome's setting and bundle.
     const BrowserInfo &engineBrowser =
         BrowserCatalogue::byNumber(app.browser.number == BrowserCatalogue::Chromium ? 0 : app.browser.number);
@@ -265,7 +265,7 @@ TEST_P(EngineFamily, InProcessRouteBuildsTheInnerEngineBundle)
 
     const QString created = u"New directory created successfully."_s;
     EXPECT_EQ(app.test.log(),
-              (QStringList{created, created, created, u"chromePath:"_s + manager.getCromePath(),
+              (QStringList{created, created, created, u"chromePath:"_s + BrowserCatalogue::enginePathForGenerator(definition.applicationType, app.test.context().defaults()),
                            u"chromeContentPath:"_s + from, u"0:"_s + from, u"1:"_s + from, u"2:"_s + from,
                            u"resourcesPath:"_s + from + u"Resources"_s,
                            u"resourcesCopyPath:"_s + to + u"Resources"_s, u"copyFilesFromChrome 1.5"_s,
@@ -377,9 +377,10 @@ TEST(InProcessRoute, StringsRenameOnlyTheLinesOfTheirBrowserKeepingTheEncoding)
     for (const auto &[type, displayName, shortName] : types) {
         SCOPED_TRACE(type);
         TestContext test;
-        ApplicationManager manager(test.context());
-        manager.definition().applicationType = type;
-        manager.definition().appName = u"Ops \\ \"Desk\""_s;
+        AppDefinition definition;
+        EngineBuilder manager(test.context(), definition, QString());
+        definition.applicationType = type;
+        definition.appName = u"Ops \\ \"Desk\""_s;
         QString text, expected;
         const auto line = [&](const QString &key, const QString &value, const char *searched) {
             text += u"%1 = \"%2\";\n"_s.arg(key, value);
@@ -416,9 +417,10 @@ TEST(InProcessRoute, StringsRenameOnlyTheLinesOfTheirBrowserKeepingTheEncoding)
 TEST(InProcessRoute, EachFailureEndsItsStep)
 {
     App app(u"brave"_s, u"Mail"_s);
-    ApplicationManager manager(app.test.context());
-    manager.definition().appName = app.name;
-    manager.definition().applicationType = BrowserCatalogue::Brave;
+    AppDefinition definition;
+    EngineBuilder manager(app.test.context(), definition, app.resources);
+    definition.appName = app.name;
+    definition.applicationType = BrowserCatalogue::Brave;
     const QString from = app.bundle + u"/Contents/"_s;
     const QString to = app.resources + u"/Inner.app/Contents/"_s;
     QDir().mkpath(to);
@@ -434,7 +436,6 @@ TEST(InProcessRoute, EachFailureEndsItsStep)
     EXPECT_TRUE(QFileInfo(to + u"PkgInfo"_s).isSymLink());
     EXPECT_FALSE(QFileInfo::exists(to + u"_CodeSignature"_s));
     // An existing inner bundle stops the whole route before the browser is looked at.
-    manager.resourceDirectory = app.resources;
     QDir().mkpath(app.resources + u"/Brave Browser.app"_s);
     EXPECT_EQ(manager.createInternalApplication()->description,
               u"Application already exists with that name."_s);

@@ -1,4 +1,5 @@
 #include "generation/ApplicationManager.h"
+#include "generation/BundleWriter.h"
 
 #include "support/TestContext.h"
 
@@ -29,9 +30,9 @@ TEST(ApplicationManager, LaysOutTheBundleFoldersInOrder)
         EXPECT_TRUE(QFileInfo(folder).isDir()) << qPrintable(folder);
     EXPECT_EQ(test.log(), QStringList(8, QStringLiteral("New directory created successfully.")));
 
-    manager.setBundleDirectories(folders);
-    EXPECT_EQ(manager.contentsDirectory, bundle + QStringLiteral("/Contents"));
-    EXPECT_EQ(manager.extentionsDirectory, bundle + QStringLiteral("/Contents/Profile/Default/Extensions"));
+    const BundleLayout layout = BundleLayout::forApp(apps, QStringLiteral("My App"));
+    EXPECT_EQ(layout.contents, bundle + QStringLiteral("/Contents"));
+    EXPECT_EQ(layout.extensions, bundle + QStringLiteral("/Contents/Profile/Default/Extensions"));
 }
 
 TEST(ApplicationManager, AnExistingBundleStopsBeforeAnythingIsMade)
@@ -78,13 +79,13 @@ TEST(ApplicationManager, WritesInfoPlistThroughTheIndependentReader)
 TEST(ApplicationManager, LegacyPatternsComeFromTabsOnlyInTabbedMode)
 {
     TestContext test;
-    ApplicationManager manager(test.context());
-    AppDefinition &app = manager.definition();
+    AppDefinition app;
+    const BundleWriter writer(test.context(), app, BundleLayout::forApp(test.root(), QStringLiteral("App")));
     app.appURL = QStringLiteral("https://www.example.test/inbox");
     app.tabsList = {SNTabModel(QStringLiteral("https://a.b.c")), SNTabModel(QStringLiteral("http://d.e"))};
-    EXPECT_EQ(manager.getWhiteListOptions(), QStringList{QStringLiteral("example.test/inbox")});
+    EXPECT_EQ(writer.whiteListOptions(), QStringList{QStringLiteral("example.test/inbox")});
     app.needTab = true;
-    EXPECT_EQ(manager.getWhiteListOptions(), (QStringList{QStringLiteral("b.c"), QStringLiteral("d.e")}));
+    EXPECT_EQ(writer.whiteListOptions(), (QStringList{QStringLiteral("b.c"), QStringLiteral("d.e")}));
     app.tabsList.clear();
-    EXPECT_EQ(manager.getWhiteListOptions(), QStringList{QStringLiteral("example.test/inbox")});
+    EXPECT_EQ(writer.whiteListOptions(), QStringList{QStringLiteral("example.test/inbox")});
 }
