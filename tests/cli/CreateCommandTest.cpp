@@ -11,8 +11,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
+#include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -146,6 +150,7 @@ TEST(CreateCommand, ExistingAppIsKeptOrReplacedButNeverOverwritten)
     EXPECT_EQ(ids.size(), 2); // "Mail 1" and the new "Mail"
 }
 
+// Every refused definition or usage names what is wrong on its first line and writes nothing.
 TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
 {
     struct Case
@@ -153,13 +158,22 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         QString name;
         QStringList options;
         QByteArray field;
+        int exitCode = 1;
     };
     const QList<Case> cases{
         {u"a/b"_s, {}, "name:"},
-        {u"Mail"_s, {u"--browser"_s, u"netscape"_s}, "browser:"},
+        {u".."_s, {}, "name:"},
+        {QString(249, u'n'), {}, "name: too long"},
+        {u"Mail"_s, {u"--browser"_s, u"netscape"_s}, "sorvane create: --browser may be given only once", 2},
+        {u"Mail"_s, {u"extra"_s}, "sorvane create: unexpected argument 'extra'", 2},
         {u"Mail"_s, {u"--default-destination"_s, u"elsewhere"_s}, "default-destination:"},
-        {u"Mail"_s, {u"--route"_s, u"x.org=browser:"_s}, "route:"},
-        {u"Mail"_s, {u"--icon"_s, u"/nonexistent/icon.png"_s}, "icon:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=browser:"_s}, "routingRules[0].destination:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=app:"_s}, "routingRules[0].destination:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=app:../../etc"_s}, "routingRules[0].destination:"},
+        {u"Mail"_s, {u"--allow"_s, u"a b"_s}, "routingRules[0].pattern:"},
+        {u"Mail"_s, {u"--allow"_s, u"http://x/y"_s}, "routingRules[0].pattern:"},
+        {u"Mail"_s, {u"--allow"_s, u"example.com:99999"_s}, "routingRules[0].pattern:"},
+        {u"Mail"_s, {u"--icon"_s, u"/nonexistent/icon\x1b[2J.png"_s}, "icon:"},
         {u"Mail"_s, {u"--accent"_s, u"#FFF"_s}, "accentColor:"},
         {u"Mail"_s, {u"--profile"_s, u"Missing"_s}, "profile:"},
     };
@@ -167,10 +181,23 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         SCOPED_TRACE(c.field.constData());
         Home home;
         const CliRun run = home.create(c.name, c.options);
-        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.exitCode, c.exitCode);
         EXPECT_TRUE(run.err.startsWith(c.field)) << run.err.constData();
+        EXPECT_FALSE(run.err.contains('\x1b'));
         EXPECT_FALSE(QFile::exists(home.apps));
         EXPECT_FALSE(QFile::exists(home.test.home() + u"/.local/share/Sorvane/tracker.plist"_s));
+    }
+    // Start addresses and tabs are web addresses with a host, whichever option gives them.
+    for (const QStringList &address : {QStringList{u"--url"_s, u"javascript://host/%0aalert(1)"_s},
+                                       QStringList{u"--url"_s, u"file://localhost/etc/passwd"_s},
+                                       QStringList{u"--tab"_s, u"https://ok.example/"_s, u"--tab"_s, u"*"_s},
+                                       QStringList{u"--tab"_s, u"--renderer-cmd-prefix=/tmp/evil.sh"_s}}) {
+        Home home;
+        const CliRun run = home.sorvane(QStringList{u"create"_s, u"--name"_s, u"Mail"_s, u"--browser"_s,
+                                                    u"chromium"_s, u"--into"_s, home.apps} + address);
+        EXPECT_EQ(run.exitCode, 1) << qPrintable(address.join(u' '));
+        EXPECT_TRUE(run.err.startsWith("appURL:") || run.err.startsWith("tabsList[")) << run.err.constData();
+        EXPECT_FALSE(QFile::exists(home.apps));
     }
 }
 
@@ -193,7 +220,7 @@ TEST(BulkCommand, MakesEveryGoodEntryOfTheExampleFile)
 
     const CliRun run = home.sorvane({u"bulk"_s, file, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps, u"--json"_s});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_TRUE(run.err.contains("entry 4 (Broken): tabbedApp")) << run.err.constData();
+    EXPECT_TRUE(run.err.contains("entry 4 ('Broken'): tabbedApp")) << run.err.constData();
     const QJsonArray made = QJsonDocument::fromJson(run.out).array();
     ASSERT_EQ(made.size(), 20) << run.err.constData();
 
@@ -222,4 +249,83 @@ TEST(BulkCommand, MakesEveryGoodEntryOfTheExampleFile)
         const QByteArray address = addresses.value(name).toUtf8();
         EXPECT_TRUE(arguments.contains(address) || arguments.contains("--app=" + address)) << qPrintable(name);
     }
+}
+
+// Many creations at once: every one gets its bundle and its record, numbered names never clash,
+// and a creation killed at any moment leaves either nothing or a whole app at its name.
+TEST(CreateCommand, ParallelAndKilledCreationsKeepTheRegistryAndTheNames)
+{
+    Home home;
+    const auto start = [&](const QStringList &arguments) {
+        auto *process = new QProcess;
+        process->setProcessEnvironment(home.environment);
+        process->start(QStringLiteral(SORVANE_CLI), arguments);
+        return process;
+    };
+    const auto createArguments = [&](const QString &name, const QStringList &more) {
+        return QStringList{u"create"_s, u"--name"_s, name, u"--url"_s, u"https://mail.example.org/"_s,
+                           u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps, u"--quiet"_s} + more;
+    };
+    QList<QProcess *> runs;
+    for (int i = 0; i < 20; ++i)
+        runs.append(start(createArguments(u"App %1"_s.arg(i), {})));
+    for (int i = 0; i < 20; ++i)
+        runs.append(start(createArguments(u"Mail"_s, {u"--keep-both"_s})));
+    for (QProcess *run : runs) {
+        EXPECT_TRUE(run->waitForFinished(120000));
+        EXPECT_EQ(run->exitCode(), 0) << run->readAllStandardError().constData();
+        delete run;
+    }
+    QStringList bundles = QDir(home.apps).entryList({u"*.app"_s}, QDir::Dirs);
+    EXPECT_EQ(bundles.size(), 40);
+    QStringList recorded;
+    for (const QJsonValue &record : home.tracker())
+        recorded.append(QFileInfo(record[u"appPath"_s].toString()).fileName());
+    recorded.sort();
+    bundles.sort();
+    EXPECT_EQ(recorded, bundles);
+
+    // Killed at random moments: the name is either free or holds a whole app.
+    QRandomGenerator random(7);
+    for (int i = 0; i < 12; ++i) {
+        std::unique_ptr<QProcess> run(start(createArguments(u"Killed"_s, {u"--replace"_s})));
+        QThread::msleep(random.bounded(5, 120));
+        run->kill();
+        run->waitForFinished();
+        const QString bundle = home.bundle(u"Killed"_s);
+        if (QFileInfo::exists(bundle)) {
+            for (const char *part : {"/Contents/Info.plist", "/Contents/Resources/script", "/Contents/MacOS/Killed",
+                                     "/Contents/Resources/data.json"})
+                EXPECT_TRUE(QFileInfo::exists(bundle + QLatin1String(part))) << part;
+        }
+    }
+    const CliRun again = home.create(u"Killed"_s, {u"--replace"_s});
+    EXPECT_EQ(again.exitCode, 0) << again.err.constData();
+    EXPECT_EQ(QDir(home.apps).entryList({u".sorvane-*"_s}, QDir::Dirs | QDir::Hidden), QStringList());
+}
+
+// An unreadable registry is reported, kept aside before the next change, and never emptied
+// silently; a registry that is a folder stops creation.
+TEST(CreateCommand, UnreadableRegistryIsKeptAndReported)
+{
+    Home home;
+    const QString support = home.test.home() + u"/.local/share/Sorvane"_s;
+    QDir().mkpath(support);
+    writeFile(support + u"/tracker.plist"_s, "<plist><dict><key>X</key>");
+    const CliRun registry = home.sorvane({u"registry"_s});
+    EXPECT_EQ(registry.exitCode, 1);
+    EXPECT_TRUE(registry.err.contains("unreadable")) << registry.err.constData();
+
+    EXPECT_EQ(home.create(u"Mail"_s).exitCode, 0);
+    const QStringList kept = QDir(support).entryList({u"tracker.plist.corrupt-*"_s});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(readAll(support + u'/' + kept.first()), "<plist><dict><key>X</key>");
+    EXPECT_EQ(home.tracker().size(), 1);
+
+    QFile::remove(support + u"/tracker.plist"_s);
+    QDir().mkpath(support + u"/tracker.plist"_s);
+    const CliRun blocked = home.create(u"Post"_s);
+    EXPECT_EQ(blocked.exitCode, 1);
+    EXPECT_TRUE(blocked.err.contains("not a file")) << blocked.err.constData();
+    EXPECT_FALSE(QFileInfo::exists(home.bundle(u"Post"_s)));
 }

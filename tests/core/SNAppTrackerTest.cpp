@@ -80,9 +80,9 @@ TEST(SNAppTracker, AddsUpdatesAndDeletesWholeRecordsPostingOnlyOnAddAndUpdate)
     const QString later = u"2024-03-07 12:30:00 PM"_s;
     EXPECT_EQ(trackerAsJson(tracker), (QJsonObject{{a, record(a, u"/Apps/Post.app"_s, later)},
                                                    {u"NEW"_s, record(u"NEW"_s, u"/Apps/New.app"_s, later)}}));
-    // Atomic writes leave no temporary files beside the tracker.
+    // Atomic writes leave no temporary files beside the tracker, only the lock they share.
     EXPECT_EQ(QDir(test.supportFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-              QStringList{u"tracker.plist"_s});
+              (QStringList{u"tracker.plist"_s, u"tracker.plist.lock"_s}));
 }
 
 TEST(SNAppTracker, StampsWithTheTwelveHourClock)
