@@ -40,7 +40,11 @@ class LaunchProgram : public testing::TestWithParam<LaunchCase>
 };
 
 const QString Psn = u"-psn_0_123"_s;
-const QStringList ShellText{u"two words"_s, u"$HOME"_s, u"it's \"quoted\""_s, u"`id`;|&"_s, QString()};
+// Links with shell text, and what the script gets: one word each, whatever the shell would read.
+const QStringList ShellText{u"https://a.test/two words"_s, u"mailto:x@a.test?s=$HOME"_s,
+                            u"https://a.test/it's \"quoted\""_s, u"https://a.test/`id`;|&"_s};
+const QStringList ShellTextPassed{u"https://a.test/two%20words"_s, u"mailto:x@a.test?s=$HOME"_s,
+                                  u"https://a.test/it's%20%22quoted%22"_s, u"https://a.test/%60id%60;%7C&"_s};
 
 } // namespace
 
@@ -94,17 +98,15 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, LaunchProgram,
     testing::Values(
         LaunchCase{"none", "Plain.app", Setup::Plain, {}, {}},
-        LaunchCase{
-            "address", "Plain.app", Setup::Plain, {u"https://a.test/?b=c&d"_s}, {u"https://a.test/?b=c&d"_s}},
-        LaunchCase{"shellText", "Two Words.app", Setup::Plain, ShellText, ShellText},
-        LaunchCase{"processSerialNumberDropped",
+        LaunchCase{"shellText", "Two Words.app", Setup::Plain, ShellText, ShellTextPassed},
+        LaunchCase{"notLinksDropped",
                    "Odd $Name \"q\".app",
                    Setup::Plain,
-                   {Psn, u"x-psn_1"_s, u"-psn"_s},
-                   {u"x-psn_1"_s, u"-psn"_s}},
-        LaunchCase{"nonLatin", "Café ☕.app", Setup::Plain, {u"ünï ☕"_s, Psn}, {u"ünï ☕"_s}},
-        LaunchCase{"throughALink", "Linked.app", Setup::StartedThroughLink, {u"a"_s}, {u"a"_s}},
-        LaunchCase{"scriptNotExecutable", "Modes.app", Setup::ScriptNotExecutable, ShellText, ShellText},
+                   {Psn, u"-psn"_s, u"https://a.test/-psn_1"_s, QString(), u"*"_s},
+                   {u"https://a.test/-psn_1"_s}},
+        LaunchCase{"nonLatin", "Café ☕.app", Setup::Plain, {u"https://ü.test/ünï ☕"_s, Psn}, {u"https://ü.test/ünï%20☕"_s}},
+        LaunchCase{"throughALink", "Linked.app", Setup::StartedThroughLink, {u"https://a.test/"_s}, {u"https://a.test/"_s}},
+        LaunchCase{"scriptNotExecutable", "Modes.app", Setup::ScriptNotExecutable, ShellText, ShellTextPassed},
         LaunchCase{"noCompatFolder", "Mac Like.app", Setup::NoCompatFolder, {}, {}},
-        LaunchCase{"noScript", "Broken App.app", Setup::NoScript, {u"x"_s}, {}}),
+        LaunchCase{"noScript", "Broken App.app", Setup::NoScript, {u"https://a.test/"_s}, {}}),
     [](const auto &p) { return std::string(p.param.label); });

@@ -4,6 +4,7 @@
 
 #include "GeneratedApp.h"
 
+#include "companion/CompanionInstaller.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -11,6 +12,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QJsonParseError>
 
 #include <gtest/gtest.h>
 
@@ -101,11 +103,6 @@ INSTANTIATE_TEST_SUITE_P(
         StartCase{"chrome_single", {.name = u"Mail"_s, .typeKey = u"chrome"_s, .url = u"https://mail.example.test/inbox"_s},
                   {},
                   {u"--args"_s, Profile, u"--app=https://mail.example.test/inbox"_s, Flags}},
-        StartCase{"canary_incognito_with_link",
-                  {.name = u"Mail Canary"_s, .typeKey = u"canary"_s, .incognito = true},
-                  {u"https://mail.example.test/m?id=1&x=$(touch pwned)"_s},
-                  {u"--args"_s, Profile, u"--app=https://mail.example.test/m?id=1&x=$(touch pwned)"_s,
-                   u"--incognito"_s, Flags}},
         StartCase{"brave_tabbed_dark_routing",
                   {.name = u"Team Chat"_s, .typeKey = u"brave"_s, .tabbed = true, .tabs = Tabs, .dark = true, .routing = true},
                   {},
@@ -132,6 +129,91 @@ INSTANTIATE_TEST_SUITE_P(
                   {u"--args"_s, Profile, u"--app=https://app.example.test/"_s, u"--incognito"_s, Extension, Flags}}),
     [](const testing::TestParamInfo<StartCase> &p) { return std::string(p.param.label); });
 
+struct LinkCase
+{
+    const char *label;
+    QString given;
+    QString passed; // empty: the launch program drops the link
+};
+
+void PrintTo(const LinkCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class WholeStartLinks : public testing::TestWithParam<std::tuple<bool, LinkCase>>
+{
+};
+
+// A link is a value from anywhere: it reaches the engine as one intact address or not at all,
+// never as a switch, a file pattern or two words.
+TEST_P(WholeStartLinks, ReachTheEngineAsOneAddressOrNotAtAll)
+{
+    const auto &[tabbed, c] = GetParam();
+    TestContext test;
+    const QString home = u"https://app.example.test/"_s;
+    // The tab "*" matches every file in Resources, were it read as a file pattern.
+    GeneratedApp app(test, {.name = u"Links"_s, .url = home, .tabbed = tabbed, .tabs = {home, u"*"_s}});
+
+    const Outcome result = app.start({c.given});
+
+    ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+    const QList<EngineStart> starts = app.engineStarts();
+    ASSERT_EQ(starts.size(), 1) << result.err.constData();
+    const QStringList &arguments = starts[0].arguments;
+    QStringList expected = tabbed ? QStringList{home, u"*"_s, u"--args"_s, Profile, Flags}
+                                  : QStringList{u"--args"_s, Profile, u"--app="_s + home, Flags};
+    if (c.passed.isEmpty())
+        EXPECT_TRUE(result.err.contains(QByteArray("not a web or mail link: " + c.given.toUtf8()))) << result.err.constData();
+    else if (tabbed)
+        expected.prepend(c.passed);
+    else
+        expected[2] = u"--app="_s + c.passed;
+    EXPECT_EQ(arguments, expected);
+    const QStringList resourceNames = QDir(app.resources()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    for (const QString &argument : arguments) {
+        EXPECT_FALSE(resourceNames.contains(argument)) << qPrintable(argument);
+        EXPECT_TRUE(!argument.startsWith(u'-') || QStringList({u"--args"_s, Profile, Flags}).contains(argument) ||
+                    argument.startsWith(u"--app=https://"_s))
+            << qPrintable(argument);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hostile, WholeStartLinks,
+    testing::Combine(testing::Bool(),
+                     testing::Values(LinkCase{"glob", u"*"_s, {}},
+                                     LinkCase{"blank", u"https://x/a b"_s, u"https://x/a%20b"_s},
+                                     LinkCase{"switch", u"--flag=x"_s, {}},
+                                     LinkCase{"program_switch", u"--renderer-cmd-prefix=/tmp/evil.sh"_s, {}},
+                                     LinkCase{"script_link", u"javascript:alert(1)"_s, {}},
+                                     LinkCase{"query_globs", u"https://example.com/p?q=a*b[1]"_s,
+                                              u"https://example.com/p?q=a%2Ab%5B1%5D"_s})),
+    [](const auto &p) {
+        return std::string(std::get<0>(p.param) ? "tabbed_" : "single_") + std::get<1>(p.param).label;
+    });
+
+// Each start points the host manifest at the bundle's host program, wherever the bundle now is.
+TEST(WholeStartManifest, NamesTheHostProgramInAnyFolder)
+{
+    TestContext test;
+    GeneratedApp app(test, {.name = u"Host"_s});
+    CompanionInstaller(test.context()).configureNativeMessaging(app.profile(), app.resources());
+    ASSERT_TRUE(app.moveInto(test.root() + u"/A&B \"q\" \\1\\&2 #3\t4"_s));
+    const QString manifest = app.profile() + u"/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s;
+
+    for (int start = 0; start < 3; ++start) {
+        const Outcome result = app.start();
+        ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(readAll(manifest), &error);
+        ASSERT_EQ(error.error, QJsonParseError::NoError) << readAll(manifest).constData();
+        EXPECT_EQ(document.object().value(u"path"_s).toString(), app.resources() + u"/sorvanemessaginghost"_s);
+        EXPECT_EQ(document.object().value(u"type"_s).toString(), u"stdio"_s);
+    }
+    EXPECT_EQ(app.engineStarts().size(), 3);
+}
+
 // A second start finds the running engine: without a link it brings the engine forward and
 // starts nothing; with a link it hands the link over through a second engine start, which a real
 // engine forwards to the running one.
@@ -156,11 +238,11 @@ TEST(WholeStartWhileRunning, BringsForwardOrHandsTheLinkOver)
         EXPECT_EQ(recorded(test.root() + u"/xdotool.args"_s).mid(1),
                   (QStringList{u"search"_s, u"--pid"_s, QString::number(engine), u"windowactivate"_s}));
 
-        const QString link = u"https://chat.example.test/room?id=7&q=$(touch pwned)"_s;
-        const Outcome handOff = app.start({link});
+        const Outcome handOff = app.start({u"https://chat.example.test/room?id=7&q=$(touch pwned)"_s});
         EXPECT_EQ(handOff.exitCode, 0) << handOff.err.constData();
         const QList<EngineStart> starts = app.engineStarts();
         ASSERT_EQ(starts.size(), 2);
+        const QString link = u"https://chat.example.test/room?id=7&q=$(touch%20pwned)"_s;
         EXPECT_EQ(starts[1].arguments, QStringList({link, u"--args"_s, Profile, u"--incognito"_s, Flags}));
         EXPECT_TRUE(app.stop());
         EXPECT_EQ(strayFiles(test.root()), QStringList());
