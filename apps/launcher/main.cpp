@@ -12,6 +12,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -78,8 +79,7 @@ int main(int argc, char **argv)
     // before the script changes folder itself, so it must start in Contents/Resources.
     const std::string resources = contents + "/Resources";
     if (chdir(resources.c_str()) != 0) {
-        std::fprintf(stderr, "sorvanelauncher: cannot enter %s: %s\n", resources.c_str(),
-                     std::strerror(errno));
+        std::fprintf(stderr, "sorvanelauncher: cannot enter %s: %s\n", resources.c_str(), std::strerror(errno));
         return ScriptNotRunnableStatus;
     }
     execv(script.c_str(), arguments.data());
