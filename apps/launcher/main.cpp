@@ -3,13 +3,16 @@
 // a real binary while the app's logic stays a readable script.
 
 #include "LauncherPlatform.h"
+#include "LinkArgument.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -52,14 +55,23 @@ int main(int argc, char **argv)
         return ScriptMissingStatus;
     }
 
-    // The arguments go on untouched except the process serial number that older macOS
-    // releases add when the app is opened from the Finder.
+    // The arguments are links for the engine. Anything else could reach it as a switch, so it
+    // is left out; the process serial number that older macOS releases add when the app is
+    // opened from the Finder goes silently.
+    std::vector<std::string> links;
+    for (int i = 1; i < argc; ++i) {
+        if (startsWith(argv[i], "-psn_"))
+            continue;
+        if (std::optional<std::string> link = LinkArgument::accepted(argv[i]))
+            links.push_back(std::move(*link));
+        else
+            std::fprintf(stderr, "sorvanelauncher: ignoring an argument that is not a web or mail link: %s\n",
+                         LinkArgument::printable(argv[i]).c_str());
+    }
     std::vector<char *> arguments;
     arguments.push_back(const_cast<char *>(script.c_str()));
-    for (int i = 1; i < argc; ++i) {
-        if (!startsWith(argv[i], "-psn_"))
-            arguments.push_back(argv[i]);
-    }
+    for (std::string &link : links)
+        arguments.push_back(link.data());
     arguments.push_back(nullptr);
 
     LauncherPlatform::prepareEnvironment(contents);

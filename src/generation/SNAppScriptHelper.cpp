@@ -57,8 +57,13 @@ cd Resources;
 
 )sh";
 
+// The bundle's folder may hold any character: the host's path is escaped for a JSON string, then
+// for the replacement of a sed command whose delimiter is #.
 const char16_t ManifestRepair[] = uR"sh(
-sed -i '' "s#.*\"path\":.*#\"path\": \"$PWD/sorvanemessaginghost\",#g" "$DIR"/../Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json 2>/dev/null
+HOST_PATH="$PWD/sorvanemessaginghost"
+HOST_PATH=${HOST_PATH//\\/\\\\}; HOST_PATH=${HOST_PATH//\"/\\\"}; HOST_PATH=${HOST_PATH//$'\n'/\\n}; HOST_PATH=${HOST_PATH//$'\t'/\\t}
+HOST_PATH=${HOST_PATH//\\/\\\\}; HOST_PATH=${HOST_PATH//&/\\&}; HOST_PATH=${HOST_PATH//\#/\\#}
+sed -i '' "s#.*\"path\":.*#\"path\": \"$HOST_PATH\",#g" "$DIR"/../Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json 2>/dev/null
 )sh";
 
 // %@ is the browser's user-data folder, escaped as one unquoted word after the home folder.
@@ -195,6 +200,9 @@ const char16_t StoreWindowHead[] = uR"sh(
 if [ ${#CHROME_WEBSTORE_URL} -ne 0 ]; then
     ( sleep 6; "$PWD/../MacOS/%@" --new-window "$CHROME_WEBSTORE_URL" --user-data-dir=./../Profile $ENGINE_EXTRA_FLAGS)sh";
 
+// NEWLAUNCHSTR is split into the engine's words unquoted. Its addresses hold no blanks (tabs are
+// stored percent-encoded, the launch program encodes the link); `set -f` keeps a * or [ in one
+// from being read as a file pattern.
 const char16_t RestoreRequest[] = uR"sh(
 if [ $NEEDTAB -ne 0 ] && [ -f "$PWD/../Profile/Sorvane Restore Session" ]; then
     rm -f "$PWD/../Profile/Sorvane Restore Session"
@@ -224,6 +232,7 @@ if [ $NEEDTAB -ne 0 ]; then
     for ((i=1; i<=%@; i++)); do
         NEWLAUNCHSTR+=" ${launchArray[i]}"
     done
+    set -f
     exec "${launchArray[0]}" $NEWLAUNCHSTR $ENGINE_EXTRA_FLAGS >/dev/null 2>&1 
 fi
 )sh";

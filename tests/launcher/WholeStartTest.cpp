@@ -4,6 +4,7 @@
 
 #include "GeneratedApp.h"
 
+#include "companion/CompanionInstaller.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -11,6 +12,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QJsonParseError>
 
 #include <gtest/gtest.h>
 
@@ -101,21 +103,11 @@ INSTANTIATE_TEST_SUITE_P(
         StartCase{"chrome_single", {.name = u"Mail"_s, .typeKey = u"chrome"_s, .url = u"https://mail.example.test/inbox"_s},
                   {},
                   {u"--args"_s, Profile, u"--app=https://mail.example.test/inbox"_s, Flags}},
-        StartCase{"canary_incognito_with_link",
-                  {.name = u"Mail Canary"_s, .typeKey = u"canary"_s, .incognito = true},
-                  {u"https://mail.example.test/m?id=1&x=$(touch pwned)"_s},
-                  {u"--args"_s, Profile, u"--app=https://mail.example.test/m?id=1&x=$(touch pwned)"_s,
-                   u"--incognito"_s, Flags}},
         StartCase{"brave_tabbed_dark_routing",
                   {.name = u"Team Chat"_s, .typeKey = u"brave"_s, .tabbed = true, .tabs = Tabs, .dark = true, .routing = true},
                   {},
                   QStringList{u"https://a.example.test/"_s, u"https://b.example.test/?q=$HOME&r=%60id%60"_s, u"--args"_s} +
                       Dark + QStringList{Extension, Profile, Flags, u"--disable-brave-update"_s}},
-        StartCase{"edge_tabbed_incognito_with_link",
-                  {.name = u"Office"_s, .typeKey = u"edge"_s, .tabbed = true, .tabs = Tabs, .incognito = true},
-                  {u"https://c.example.test/x"_s},
-                  {u"https://c.example.test/x"_s, u"https://a.example.test/"_s, u"https://b.example.test/?q=$HOME&r=%60id%60"_s,
-                   u"--args"_s, u"--incognito"_s, Profile, Flags}},
         StartCase{"opera_hostile_name_dark", {.name = Hostile, .typeKey = u"opera"_s, .url = u"https://x.test/a b\"c"_s, .dark = true},
                   {},
                   QStringList{u"--args"_s, Profile, u"--app=https://x.test/a%20b%22c"_s} + Dark + QStringList{Flags}},
@@ -131,6 +123,71 @@ INSTANTIATE_TEST_SUITE_P(
                   {u"-psn_0_4711"_s},
                   {u"--args"_s, Profile, u"--app=https://app.example.test/"_s, u"--incognito"_s, Extension, Flags}}),
     [](const testing::TestParamInfo<StartCase> &p) { return std::string(p.param.label); });
+
+// A link is a value from anywhere: it reaches the engine as one intact address or not at all,
+// never as a switch, a file pattern or two words.
+TEST(WholeStartLinks, ReachTheEngineAsOneAddressOrNotAtAll)
+{
+    const QString home = u"https://app.example.test/"_s;
+    // The link given, and what reaches the engine (empty: dropped).
+    const std::pair<QString, QString> links[] = {
+        {u"*"_s, {}},
+        {u"https://x/a b?$(touch pwned)"_s, u"https://x/a%20b?$(touch%20pwned)"_s},
+        {u"--flag=x"_s, {}},
+        {u"--renderer-cmd-prefix=/tmp/evil.sh"_s, {}},
+        {u"javascript:alert(1)"_s, {}},
+        {u"https://example.com/p?q=a*b[1]"_s, u"https://example.com/p?q=a%2Ab%5B1%5D"_s},
+    };
+    for (const bool tabbed : {false, true}) {
+        for (const auto &[given, passed] : links) {
+            SCOPED_TRACE(qPrintable((tabbed ? u"tabbed: "_s : u"single window: "_s) + given));
+            TestContext test;
+            // The tab "*" would match every file in Resources, were it read as a file pattern.
+            GeneratedApp app(test,
+                             {.name = u"Links"_s, .url = home, .tabbed = tabbed, .tabs = {home, u"*"_s}});
+
+            const Outcome result = app.start({given});
+
+            ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+            ASSERT_EQ(app.engineStarts().size(), 1) << result.err.constData();
+            const QStringList arguments = app.engineStarts()[0].arguments;
+            QStringList expected = tabbed ? QStringList{home, u"*"_s, u"--args"_s, Profile, Flags}
+                                          : QStringList{u"--args"_s, Profile, u"--app="_s + home, Flags};
+            if (passed.isEmpty())
+                EXPECT_TRUE(result.err.contains(QByteArray("not a web or mail link: " + given.toUtf8())))
+                    << result.err.constData();
+            else if (tabbed)
+                expected.prepend(passed);
+            else
+                expected[2] = u"--app="_s + passed;
+            // The exact list also rules out switches made from the link; a glob would show as file names.
+            EXPECT_EQ(arguments, expected);
+            for (const QString &argument : arguments)
+                EXPECT_FALSE(QFile::exists(app.resources() + u'/' + argument)) << qPrintable(argument);
+            EXPECT_EQ(strayFiles(test.root()), QStringList());
+        }
+    }
+}
+
+// Each start points the host manifest at the bundle's host program, wherever the bundle now is.
+TEST(WholeStartManifest, NamesTheHostProgramInAnyFolder)
+{
+    TestContext test;
+    GeneratedApp app(test, {.name = u"Host"_s});
+    CompanionInstaller(test.context()).configureNativeMessaging(app.profile(), app.resources());
+    ASSERT_TRUE(app.moveInto(test.root() + u"/A&B \"q\" \\1\\&2 #3\t4"_s));
+    const QString manifest = app.profile() + u"/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s;
+
+    for (int start = 0; start < 3; ++start) {
+        const Outcome result = app.start();
+        ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(readAll(manifest), &error);
+        ASSERT_EQ(error.error, QJsonParseError::NoError) << readAll(manifest).constData();
+        EXPECT_EQ(document.object().value(u"path"_s).toString(),
+                  app.resources() + u"/sorvanemessaginghost"_s);
+    }
+}
 
 // A second start finds the running engine: without a link it brings the engine forward and
 // starts nothing; with a link it hands the link over through a second engine start, which a real
@@ -156,11 +213,11 @@ TEST(WholeStartWhileRunning, BringsForwardOrHandsTheLinkOver)
         EXPECT_EQ(recorded(test.root() + u"/xdotool.args"_s).mid(1),
                   (QStringList{u"search"_s, u"--pid"_s, QString::number(engine), u"windowactivate"_s}));
 
-        const QString link = u"https://chat.example.test/room?id=7&q=$(touch pwned)"_s;
-        const Outcome handOff = app.start({link});
+        const Outcome handOff = app.start({u"https://chat.example.test/room?id=7&q=$(touch pwned)"_s});
         EXPECT_EQ(handOff.exitCode, 0) << handOff.err.constData();
         const QList<EngineStart> starts = app.engineStarts();
         ASSERT_EQ(starts.size(), 2);
+        const QString link = u"https://chat.example.test/room?id=7&q=$(touch%20pwned)"_s;
         EXPECT_EQ(starts[1].arguments, QStringList({link, u"--args"_s, Profile, u"--incognito"_s, Flags}));
         EXPECT_TRUE(app.stop());
         EXPECT_EQ(strayFiles(test.root()), QStringList());
