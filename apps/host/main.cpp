@@ -1,43 +1,39 @@
 // sorvanemessaginghost: the native-messaging host of a generated app. The browser starts it for
 // the companion extension and talks to it over standard input and output; it answers with the
 // app's routing data (data.json beside this program in Contents/Resources), opens links the
-// app's routing sends elsewhere and keeps the app's last tabs.
+// app's routing sends elsewhere and keeps the app's last tabs. The answers come from
+// Sorvane::host (src/companion/host); this is the framing loop around them.
 
-#include "HostResponder.h"
-#include "LinkLaunch.h"
-#include "MessageChannel.h"
+#include "companion/host/HostResponder.h"
+#include "companion/host/LinkLaunch.h"
+#include "companion/host/MessageChannel.h"
 
 #include <QCoreApplication>
-#include <QProcess>
+#include <QFile>
 #include <QString>
 
 #include <cstdio>
 
-namespace {
-
-// Detached and without a shell. Standard input and output are the browser's message pipe, so
-// the started program must not inherit them.
-bool startDetached(const LinkLaunch &launch)
-{
-    QProcess process;
-    process.setProgram(launch.program);
-    process.setArguments(launch.arguments);
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    return process.startDetached();
-}
-
-} // namespace
+#include <unistd.h>
 
 int main(int argc, char **argv)
 {
     // The browser passes the caller's origin (and on some systems a window handle); nothing here
     // depends on them.
     const QCoreApplication application(argc, argv);
+    ProgramStarter starter;
     const HostResponder responder(QCoreApplication::applicationDirPath(),
-                                  QStringLiteral(SORVANE_HOST_VERSION), startDetached);
-    MessageChannel channel(stdin, stdout);
+                                  QStringLiteral(SORVANE_HOST_VERSION), starter);
+    // Unbuffered: a buffered read would wait for more than one message while the browser waits
+    // for the reply.
+    QFile input;
+    QFile output;
+    if (!input.open(STDIN_FILENO, QIODevice::ReadOnly | QIODevice::Unbuffered) ||
+        !output.open(STDOUT_FILENO, QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        std::fprintf(stderr, "sorvanemessaginghost: cannot open standard input and output; stopping\n");
+        return 1;
+    }
+    MessageChannel channel(input, output);
     for (;;) {
         QByteArray message;
         switch (channel.read(&message)) {

@@ -1,17 +1,20 @@
-// The built messaging host, run as the browser runs it: framed requests on standard input, from
-// a copy in an app's Resources folder, with recording stand-ins for every program it may start.
+// The messaging host: its framing (MessageChannel) and its answers (HostResponder) fed with byte
+// strings, with a starter that records the programs links would be opened with instead of
+// starting them; and the built program once, as the browser runs it, to prove its wiring.
 
-#include "core/Context.h"
+#include "companion/host/HostResponder.h"
+#include "companion/host/LinkLaunch.h"
+#include "companion/host/MessageChannel.h"
+#include "core/UserDefaults.h"
 #include "support/TestContext.h"
 
+#include <QBuffer>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -19,13 +22,13 @@
 
 #include <cstdint>
 #include <cstring>
-#include <optional>
 
 using namespace Qt::StringLiterals;
+using Status = MessageChannel::ReadStatus;
 
 namespace {
 
-// The length header as the host reads it: 32 bits in this machine's byte order.
+// The length header as the browser writes it: 32 bits in this machine's byte order.
 QByteArray lengthHeader(std::uint32_t length)
 {
     return QByteArray(reinterpret_cast<const char *>(&length), sizeof length);
@@ -41,148 +44,121 @@ QByteArray frame(const QJsonObject &message)
     return frame(QJsonDocument(message).toJson(QJsonDocument::Compact));
 }
 
-struct HostRun
+QList<QJsonObject> unframe(const QByteArray &replies)
 {
-    int exitCode = -1;
-    QList<QJsonObject> replies;
+    QList<QJsonObject> objects;
+    for (qsizetype at = 0; at + 4 <= replies.size();) {
+        std::uint32_t length = 0;
+        std::memcpy(&length, replies.constData() + at, sizeof length);
+        objects.append(QJsonDocument::fromJson(replies.mid(at + 4, length)).object());
+        at += 4 + length;
+    }
+    return objects;
+}
+
+// Hands its bytes over one at a time, as a pipe may.
+class Trickle final : public QBuffer
+{
+protected:
+    qint64 readData(char *data, qint64 size) override
+    {
+        return QBuffer::readData(data, qMin<qint64>(size, 1));
+    }
 };
 
-// An app "Self.app" holding the host and its data.json; beside it "Other.app" (named by a route
-// rule), "Stranger.app" (named nowhere) and "Escape.app" (named, but its program is a link out of
-// it). xdg-open, the Chromium and Vivaldi engines (set in Sorvane's settings) and the apps'
-// programs are recorders: each writes its arguments, one a line, to records/<name>.
-class HostSandbox
+// Records each program with its arguments instead of starting it.
+class RecordingStarter final : public ProgramStarter
 {
 public:
-    explicit HostSandbox(std::optional<QJsonValue> restoreSession = QJsonValue(true), bool withData = true)
+    bool start(const LinkLaunch &launch) override
     {
-        QDir().mkpath(records());
-        writeRecorder(root() + u"/bin/xdg-open"_s, u"xdg-open"_s);
-        writeRecorder(root() + u"/bin/chromium-engine"_s, u"chromium"_s);
-        writeRecorder(root() + u"/bin/vivaldi-engine"_s, u"vivaldi"_s);
-        writeApp(otherApp(), u"Other Launcher"_s, u"other-app"_s);
-        writeApp(strangerApp(), u"Stranger"_s, u"stranger-app"_s);
-        writeApp(escapeApp(), u"Escape"_s, {});
-        QFile::link(root() + u"/bin/xdg-open"_s, escapeApp() + u"/Contents/MacOS/Escape"_s);
+        launches.append(QStringList{launch.program} + launch.arguments);
+        return starts;
+    }
 
-        QSettings settings(root() + u"/config/ondrel/Sorvane.conf"_s, QSettings::IniFormat);
-        settings.setValue(u"chromiumPath"_s, QString(root() + u"/bin/chromium-engine"_s));
-        settings.setValue(u"vivaldiPath"_s, QString(root() + u"/bin/vivaldi-engine"_s));
-        settings.sync();
+    QList<QStringList> launches;
+    bool starts = true;
+};
 
+// An app "Self.app" whose Resources folder holds data.json (with `restore` as its restore_session,
+// if any); beside it "Other.app" (named by a route rule), "Stranger.app" (named nowhere) and
+// "Escape.app" (named, but its program is a link out of it). xdg-open and the Chromium and Vivaldi
+// engines are executables in bin/, which exchange() puts first on PATH and into the settings.
+class HostFolder
+{
+public:
+    explicit HostFolder(const char *restore = "true", bool withData = true)
+    {
+        for (const char *program : {"xdg-open", "chromium-engine", "vivaldi-engine"})
+            writeFile(bin(QString::fromLatin1(program)), "#!/bin/sh\n", QFile::ExeOwner);
+        writeApp(u"Other"_s, u"Other Launcher"_s);
+        writeApp(u"Stranger"_s, u"Stranger"_s);
+        writeApp(u"Escape"_s, {});
+        QFile::link(bin(u"xdg-open"_s), app(u"Escape"_s) + u"/Contents/MacOS/Escape"_s);
         QDir().mkpath(resources());
-        EXPECT_TRUE(QFile::copy(Context::locateResources() + u"/sorvanemessaginghost"_s, host()));
+        // An allow rule's destination is no routing target.
+        const QString data =
+            uR"({"schema_version":2,"name":"Café ☕","default_destination":{"type":"default"},"rules":[
+{"pattern":"*.chromium.test","action":"route","destination":{"type":"browser","bundleId":"org.chromium.Chromium"}},
+{"pattern":"*.vivaldi.test","action":"route","destination":{"type":"browser","bundleId":"com.vivaldi.Vivaldi"}},
+{"pattern":"*.unknown.test","action":"route","destination":{"type":"browser","bundleId":"com.example.Unknown"}},
+{"pattern":"*.other.test","action":"route","destination":{"type":"sorvaneApp","path":"%1/Other.app","name":"Other"}},
+{"pattern":"*.escape.test","action":"route","destination":{"type":"sorvaneApp","path":"%1/Escape.app"}},
+{"pattern":"*.inapp.test","action":"route","destination":{"type":"in-app"}},
+{"pattern":"*.chrome.test","action":"allow","destination":{"type":"browser","bundleId":"com.google.Chrome"}}]%2}
+)"_s;
+        const QString restoreSession =
+            restore ? u",\"restore_session\":"_s + QLatin1String(restore) : QString();
         if (withData)
-            writeFile(resources() + u"/data.json"_s, QJsonDocument(routingData(restoreSession)).toJson());
+            writeFile(resources() + u"/data.json"_s, data.arg(root(), restoreSession).toUtf8());
     }
 
-    QString root() const { return m_dir.path(); }
+    QString root() const { return QFileInfo(m_dir.path()).canonicalFilePath(); }
     QString resources() const { return root() + u"/Self.app/Contents/Resources"_s; }
-    QString host() const { return resources() + u"/sorvanemessaginghost"_s; }
-    QString records() const { return root() + u"/records"_s; }
-    QString otherApp() const { return root() + u"/Other.app"_s; }
-    QString strangerApp() const { return root() + u"/Stranger.app"_s; }
-    QString escapeApp() const { return root() + u"/Escape.app"_s; }
+    QString bin(const QString &program) const { return root() + u"/bin/"_s + program; }
+    QString app(const QString &name) const { return root() + u'/' + name + u".app"_s; }
 
-    // With `keepInputOpen` the host must stop by itself: a bad length claim ends it without waiting.
-    HostRun run(const QByteArray &input, bool keepInputOpen = false) const
+    // The replies to framed requests, run through a channel into the responder as the host does;
+    // error replies without their message.
+    QList<QJsonObject> exchange(const QByteArray &requests, ProgramStarter &starter) const
     {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"PATH"_s, root() + u"/bin:"_s + environment.value(u"PATH"_s));
-        environment.insert(u"HOME"_s, root());
-        environment.insert(u"XDG_CONFIG_HOME"_s, root() + u"/config"_s);
-        process.setProcessEnvironment(environment);
-        process.start(host(), {u"chrome-extension://oambkcfpnciomokmnpimlpjkhibgkcip/"_s});
-        process.write(input);
-        if (!keepInputOpen)
-            process.closeWriteChannel();
-        if (!process.waitForFinished(5000))
-            process.kill();
-        HostRun result{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, {}};
-        const QByteArray out = process.readAllStandardOutput();
-        for (qsizetype at = 0; at + 4 <= out.size();) {
-            std::uint32_t length = 0;
-            std::memcpy(&length, out.constData() + at, sizeof length);
-            result.replies.append(QJsonDocument::fromJson(out.mid(at + 4, length)).object());
-            at += 4 + length;
-        }
-        return result;
-    }
-
-    QStringList recordings() const { return QDir(records()).entryList(QDir::Files); }
-
-    // The arguments a recorder was started with, once it has written them (startDetached does not wait).
-    std::optional<QStringList> waitForRecording(const QString &name) const
-    {
-        const QString path = records() + u'/' + name;
-        for (QDeadlineTimer deadline(5000); !deadline.hasExpired(); QThread::msleep(20)) {
-            if (QFile::exists(path))
-                return QString::fromUtf8(readAll(path)).split(u'\n', Qt::SkipEmptyParts);
-        }
-        return std::nullopt;
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(root() + u"/bin:"_s) + path);
+        UserDefaults defaults;
+        defaults.setValue(u"chromiumPath"_s, bin(u"chromium-engine"_s));
+        defaults.setValue(u"vivaldiPath"_s, bin(u"vivaldi-engine"_s));
+        defaults.synchronize();
+        QBuffer in;
+        QBuffer out;
+        in.setData(requests);
+        EXPECT_TRUE(in.open(QIODevice::ReadOnly) && out.open(QIODevice::WriteOnly));
+        MessageChannel channel(in, out);
+        const HostResponder responder(resources(), u"1.2.3"_s, starter);
+        for (QByteArray message; channel.read(&message) == Status::Message;)
+            EXPECT_TRUE(channel.write(responder.replyTo(message)));
+        qputenv("PATH", path);
+        QList<QJsonObject> replies = unframe(out.data());
+        for (QJsonObject &reply : replies)
+            reply.remove(u"message"_s);
+        return replies;
     }
 
 private:
-    QJsonObject routingData(const std::optional<QJsonValue> &restoreSession) const
-    {
-        const auto route = [](const QString &pattern, const QJsonObject &destination) {
-            return QJsonObject{{u"id"_s, pattern},
-                               {u"pattern"_s, pattern},
-                               {u"action"_s, u"route"_s},
-                               {u"destination"_s, destination}};
-        };
-        QJsonObject data{
-            {u"schema_version"_s, 2},
-            {u"name"_s, u"Café ☕"_s},
-            {u"default_destination"_s, QJsonObject{{u"type"_s, u"default"_s}}},
-            {u"rules"_s,
-             QJsonArray{
-                 route(u"*.chromium.test"_s,
-                       {{u"type"_s, u"browser"_s}, {u"bundleId"_s, u"org.chromium.Chromium"_s}}),
-                 route(u"*.vivaldi.test"_s,
-                       {{u"type"_s, u"browser"_s}, {u"bundleId"_s, u"com.vivaldi.Vivaldi"_s}}),
-                 route(u"*.unknown.test"_s,
-                       {{u"type"_s, u"browser"_s}, {u"bundleId"_s, u"com.example.Unknown"_s}}),
-                 route(u"*.other.test"_s,
-                       {{u"type"_s, u"sorvaneApp"_s}, {u"path"_s, otherApp()}, {u"name"_s, u"Other"_s}}),
-                 route(u"*.escape.test"_s, {{u"type"_s, u"sorvaneApp"_s}, {u"path"_s, escapeApp()}}),
-                 route(u"*.inapp.test"_s, {{u"type"_s, u"in-app"_s}}),
-                 // An allow rule's destination is no routing target.
-                 QJsonObject{{u"pattern"_s, u"*.chrome.test"_s},
-                             {u"action"_s, u"allow"_s},
-                             {u"destination"_s, QJsonObject{{u"type"_s, u"browser"_s},
-                                                            {u"bundleId"_s, u"com.google.Chrome"_s}}}},
-             }},
-        };
-        if (restoreSession)
-            data.insert(u"restore_session"_s, *restoreSession);
-        return data;
-    }
-
-    void writeRecorder(const QString &path, const QString &name) const
-    {
-        const QString record = records() + u'/' + name;
-        writeFile(path,
-                  u"#!/bin/sh\nprintf '%s\\n' \"$@\" > '%1.tmp' && mv '%1.tmp' '%1'\n"_s.arg(record).toUtf8(),
-                  QFile::ExeOwner);
-    }
-
-    void writeApp(const QString &bundle, const QString &executable, const QString &recordName) const
+    void writeApp(const QString &name, const QString &executable) const
     {
         // A nested dictionary with the same key comes first: only the top one names the program.
         const QString infoPlist = uR"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0"><dict>
-<key>CFBundleIdentifier</key><string>test.app</string>
 <key>LSEnvironment</key><dict><key>CFBundleExecutable</key><string>Wrong</string></dict>
 <key>CFBundleExecutable</key><string>%1</string>
 </dict></plist>
 )"_s;
-        writeFile(bundle + u"/Contents/Info.plist"_s, infoPlist.arg(executable).toUtf8());
-        QDir().mkpath(bundle + u"/Contents/MacOS"_s);
-        if (!recordName.isEmpty())
-            writeRecorder(bundle + u"/Contents/MacOS/"_s + executable, recordName);
+        writeFile(app(name) + u"/Contents/Info.plist"_s,
+                  infoPlist.arg(executable.isEmpty() ? name : executable).toUtf8());
+        QDir().mkpath(app(name) + u"/Contents/MacOS"_s);
+        if (!executable.isEmpty())
+            writeFile(app(name) + u"/Contents/MacOS/"_s + executable, "#!/bin/sh\n", QFile::ExeOwner);
     }
 
     QTemporaryDir m_dir;
@@ -204,163 +180,139 @@ QJsonObject sorvaneApp(const QString &path)
 }
 
 const QJsonObject DefaultBrowser{{u"type"_s, u"default"_s}};
+const QJsonObject Opened{{u"type"_s, u"opened"_s}};
+const QJsonObject Error{{u"type"_s, u"error"_s}}; // any error reply, as exchange() gives it
 
 } // namespace
 
-TEST(MessagingHost, AnswersFramedRequests)
+TEST(MessageChannel, ReadsFramesUntilTheEndOrABrokenOne)
 {
-    const QByteArray ping = frame(R"({"type":"ping"})");
-    const QJsonObject pong{{u"type"_s, u"pong"_s}, {u"version"_s, QStringLiteral(SORVANE_EXPECTED_VERSION)}};
-    const QJsonObject error{{u"type"_s, u"error"_s}}; // stands for any error reply
+    const QByteArray largest(MessageChannel::MaximumMessageSize, 'x');
+    const QByteArray ping = R"({"type":"ping"})";
     struct Case
     {
         const char *name;
-        bool withData;
         QByteArray input;
-        int exitCode;
-        QList<QJsonObject> replies;
-        bool keepInputOpen = false;
+        QList<QByteArray> messages;
+        Status end;
     };
     // clang-format off
     const QList<Case> cases{
-        {"ping", false, ping, 0, {pong}},
-        {"no data.json", false, frame(R"({"type":"getRoutingData"})"), 0, {error}},
-        {"not JSON, then on", false, frame("{nope") + frame("") + ping, 0, {error, error, pong}},
-        {"invalid UTF-8", false, frame("{\"type\":\"ping\",\"x\":\"\xff\xfe\"}") + ping, 0, {error, pong}},
-        {"not an object", false, frame("[1]") + frame(R"("ping")"), 0, {error, error}},
-        {"unknown or non-text type", false, frame(R"({"type":"launch"})") + frame(R"({"type":1})"), 0, {error, error}},
-        {"100 MB claim", false, lengthHeader(100 * 1024 * 1024) + ping, 1, {}, true},
-        {"truncated body", false, ping.left(8), 1, {}},
-        {"truncated length", false, lengthHeader(5).left(2), 1, {}},
-        {"nothing", false, {}, 0, {}},
+        {"messages", frame(ping) + frame("") + frame(largest), {ping, "", largest}, Status::EndOfInput},
+        {"nothing", {}, {}, Status::EndOfInput},
+        {"over the maximum", lengthHeader(MessageChannel::MaximumMessageSize + 1) + largest + "x", {}, Status::Broken},
+        {"truncated body", frame(ping) + frame(ping).left(8), {ping}, Status::Broken},
+        {"truncated length", lengthHeader(5).left(2), {}, Status::Broken},
     };
     // clang-format on
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        const HostSandbox sandbox(QJsonValue(true), c.withData);
-        const HostRun run = sandbox.run(c.input, c.keepInputOpen);
-        EXPECT_EQ(run.exitCode, c.exitCode);
-        ASSERT_EQ(run.replies.size(), c.replies.size());
-        for (qsizetype i = 0; i < run.replies.size(); ++i) {
-            if (c.replies[i] == error)
-                EXPECT_EQ(run.replies[i].value(u"type"_s), u"error"_s) << i;
-            else
-                EXPECT_EQ(run.replies[i], c.replies[i]) << i;
-        }
+        Trickle in;
+        in.setData(c.input);
+        QBuffer out;
+        ASSERT_TRUE(in.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && out.open(QIODevice::WriteOnly));
+        MessageChannel channel(in, out);
+        QList<QByteArray> messages;
+        Status status = Status::Message;
+        for (QByteArray message; (status = channel.read(&message)) == Status::Message;)
+            messages.append(message);
+        EXPECT_EQ(messages, c.messages);
+        EXPECT_EQ(status, c.end);
     }
 
-    const HostSandbox sandbox;
-    const HostRun run = sandbox.run(frame(R"({"type":"getRoutingData"})"));
-    ASSERT_EQ(run.replies.size(), 1);
-    EXPECT_EQ(run.replies[0].value(u"data"_s).toObject(),
-              QJsonDocument::fromJson(readAll(sandbox.resources() + u"/data.json"_s)).object());
+    // Writing up to the maximum and nothing beyond it; every exchange below checks the frames.
+    QBuffer out;
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+    MessageChannel channel(out, out);
+    EXPECT_TRUE(channel.write(largest));
+    EXPECT_FALSE(channel.write(largest + 'x'));
+    EXPECT_EQ(out.data(), frame(largest));
 }
 
-// Each destination of the app's routing opens exactly the re-encoded link with exactly its program.
-TEST(MessagingHost, OpensLinksWithTheRoutedProgram)
+// Each request gets its reply, and each destination of the app's routing exactly its program with
+// the re-encoded link. Links that are no web or mail address, and destinations the app's routing
+// does not name or that lead nowhere, are refused with an error reply and start nothing.
+TEST(HostResponder, AnswersRequestsAndOpensRoutedLinksOnly)
 {
-    struct Case
-    {
-        const char *name;
-        QString url;
-        QJsonObject destination;
-        QString recorder;
-        QString expectedArgument;
-    };
-    const HostSandbox sandbox;
-    // clang-format off
-    const QList<Case> cases{
-        {"default browser", u"HTTPS://Example.TEST/path?q=1#top"_s, DefaultBrowser, u"xdg-open"_s, u"https://example.test/path?q=1#top"_s},
-        {"mail", u"mailto:someone@example.test?subject=Hi%20there"_s, DefaultBrowser, u"xdg-open"_s, u"mailto:someone@example.test?subject=Hi%20there"_s},
-        {"catalogue browser", u"https://straße.chromium.test/ü?q=ö"_s, browser(u"org.chromium.Chromium"_s), u"chromium"_s, u"https://xn--strae-oqa.chromium.test/%C3%BC?q=%C3%B6"_s},
-        {"browser by its real identifier", u"http://vivaldi.test/"_s, browser(u"com.vivaldi.Vivaldi"_s), u"vivaldi"_s, u"http://vivaldi.test/"_s},
-        {"another app", u"https://a.other.test/x'y"_s, sorvaneApp(sandbox.otherApp()), u"other-app"_s, u"https://a.other.test/x'y"_s},
-    };
-    // clang-format on
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        const HostRun run = sandbox.run(frame(openLink(c.url, c.destination)));
-        EXPECT_EQ(run.exitCode, 0);
-        ASSERT_EQ(run.replies.size(), 1);
-        EXPECT_EQ(run.replies[0], (QJsonObject{{u"type"_s, u"opened"_s}}));
-        EXPECT_EQ(sandbox.waitForRecording(c.recorder), QStringList{c.expectedArgument});
-        EXPECT_EQ(sandbox.recordings(), QStringList{c.recorder});
-        QFile::remove(sandbox.records() + u'/' + c.recorder);
-    }
-}
-
-// Links that are no web or mail address, and destinations the app's routing does not name or that
-// lead nowhere, are refused with an error reply; the host goes on and starts nothing.
-TEST(MessagingHost, RefusesHostileLinksAndDestinations)
-{
-    const HostSandbox sandbox;
-    const HostSandbox withoutData(QJsonValue(true), false);
+    const HostFolder folder;
+    const HostFolder withoutData("true", false);
+    const HostFolder hugeData;
+    writeFile(hugeData.resources() + u"/data.json"_s, "{\"name\":\"" + QByteArray(1024 * 1024, 'x') + "\"}");
+    const QByteArray ping = frame(R"({"type":"ping"})");
+    const QByteArray getRoutingData = frame(R"({"type":"getRoutingData"})");
+    const QJsonObject pong{{u"type"_s, u"pong"_s}, {u"version"_s, u"1.2.3"_s}};
+    const QJsonObject routingData{
+        {u"type"_s, u"routingData"_s},
+        {u"data"_s, QJsonDocument::fromJson(readAll(folder.resources() + u"/data.json"_s)).object()}};
     const QJsonObject chromium = browser(u"org.chromium.Chromium"_s);
     const QString link = u"https://example.test/"_s;
     struct Case
     {
         const char *name;
-        QJsonObject request;
-        const HostSandbox *in = nullptr;
+        QByteArray input;
+        QList<QJsonObject> replies;
+        QStringList launch = {}; // the program started and its arguments
+        const HostFolder *in = nullptr;
     };
     // clang-format off
     const QList<Case> cases{
-        {"option", openLink(u"--help"_s, DefaultBrowser)},
-        {"short option", openLink(u"-x"_s, chromium)},
-        {"file", openLink(u"file:///etc/passwd"_s, DefaultBrowser)},
-        {"script", openLink(u"javascript:alert(1)"_s, DefaultBrowser)},
-        {"data", openLink(u"data:text/html,<b>hi</b>"_s, DefaultBrowser)},
-        {"browser page", openLink(u"chrome://settings"_s, DefaultBrowser)},
-        {"empty", openLink(u""_s, DefaultBrowser)},
-        {"relative", openLink(u"/etc/passwd"_s, DefaultBrowser)},
-        {"no host", openLink(u"http:///etc/passwd"_s, DefaultBrowser)},
-        {"blank in host", openLink(u"https://exa mple.test/"_s, DefaultBrowser)},
-        {"no recipient", openLink(u"mailto:"_s, DefaultBrowser)},
-        {"in-app", openLink(link, QJsonObject{{u"type"_s, u"in-app"_s}})},
-        {"browser of an allow rule only", openLink(link, browser(u"com.google.Chrome"_s))},
-        {"app not named", openLink(link, sorvaneApp(sandbox.strangerApp()))},
-        {"named app whose program leads out", openLink(link, sorvaneApp(sandbox.escapeApp()))},
-        {"named but unknown browser", openLink(link, browser(u"com.example.Unknown"_s))},
-        {"no data.json", openLink(link, DefaultBrowser), &withoutData},
-        {"url not text", openLink(42, DefaultBrowser)},
-        {"no url", QJsonObject{{u"type"_s, u"openLink"_s}, {u"destination"_s, DefaultBrowser}}},
-        {"destination not a record", openLink(link, u"default"_s)},
-        {"destination type not text", openLink(link, QJsonObject{{u"type"_s, 5}})},
-        {"browser without identifier", openLink(link, QJsonObject{{u"type"_s, u"browser"_s}})},
+        {"ping", ping, {pong}},
+        {"routing data", getRoutingData, {routingData}},
+        {"no data.json", getRoutingData, {Error}, {}, &withoutData},
+        {"routing data over one message", getRoutingData, {Error}, {}, &hugeData},
+        {"not JSON, then on", frame("{nope") + frame("") + ping, {Error, Error, pong}},
+        {"invalid UTF-8", frame("{\"type\":\"ping\",\"x\":\"\xff\xfe\"}") + ping, {Error, pong}},
+        {"not an object", frame("[1]") + frame(R"("ping")"), {Error, Error}},
+        {"unknown or non-text type", frame(R"({"type":"launch"})") + frame(R"({"type":1})"), {Error, Error}},
+        {"default browser", frame(openLink(u"HTTPS://Example.TEST/path?q=1#top"_s, DefaultBrowser)), {Opened}, {folder.bin(u"xdg-open"_s), u"https://example.test/path?q=1#top"_s}},
+        {"mail", frame(openLink(u"mailto:someone@example.test?subject=Hi%20there"_s, DefaultBrowser)), {Opened}, {folder.bin(u"xdg-open"_s), u"mailto:someone@example.test?subject=Hi%20there"_s}},
+        {"catalogue browser", frame(openLink(u"https://straße.chromium.test/ü?q=ö"_s, chromium)), {Opened}, {folder.bin(u"chromium-engine"_s), u"https://xn--strae-oqa.chromium.test/%C3%BC?q=%C3%B6"_s}},
+        {"browser by its real identifier", frame(openLink(u"http://vivaldi.test/"_s, browser(u"com.vivaldi.Vivaldi"_s))), {Opened}, {folder.bin(u"vivaldi-engine"_s), u"http://vivaldi.test/"_s}},
+        {"another app", frame(openLink(u"https://a.other.test/x'y"_s, sorvaneApp(folder.app(u"Other"_s)))), {Opened}, {folder.app(u"Other"_s) + u"/Contents/MacOS/Other Launcher"_s, u"https://a.other.test/x'y"_s}},
+        {"option", frame(openLink(u"--help"_s, DefaultBrowser)), {Error}},
+        {"short option", frame(openLink(u"-x"_s, chromium)), {Error}},
+        {"file", frame(openLink(u"file:///etc/passwd"_s, DefaultBrowser)), {Error}},
+        {"script", frame(openLink(u"javascript:alert(1)"_s, DefaultBrowser)), {Error}},
+        {"data", frame(openLink(u"data:text/html,<b>hi</b>"_s, DefaultBrowser)), {Error}},
+        {"browser page", frame(openLink(u"chrome://settings"_s, DefaultBrowser)), {Error}},
+        {"empty", frame(openLink(u""_s, DefaultBrowser)), {Error}},
+        {"relative", frame(openLink(u"/etc/passwd"_s, DefaultBrowser)), {Error}},
+        {"no host", frame(openLink(u"http:///etc/passwd"_s, DefaultBrowser)), {Error}},
+        {"blank in host", frame(openLink(u"https://exa mple.test/"_s, DefaultBrowser)), {Error}},
+        {"no recipient", frame(openLink(u"mailto:"_s, DefaultBrowser)), {Error}},
+        {"in-app", frame(openLink(link, QJsonObject{{u"type"_s, u"in-app"_s}})), {Error}},
+        {"browser of an allow rule only", frame(openLink(link, browser(u"com.google.Chrome"_s))), {Error}},
+        {"app not named", frame(openLink(link, sorvaneApp(folder.app(u"Stranger"_s)))), {Error}},
+        {"named app whose program leads out", frame(openLink(link, sorvaneApp(folder.app(u"Escape"_s)))), {Error}},
+        {"named but unknown browser", frame(openLink(link, browser(u"com.example.Unknown"_s))), {Error}},
+        {"link without data.json", frame(openLink(link, DefaultBrowser)), {Error}, {}, &withoutData},
+        {"url not text", frame(openLink(42, DefaultBrowser)), {Error}},
+        {"no url", frame(QJsonObject{{u"type"_s, u"openLink"_s}, {u"destination"_s, DefaultBrowser}}), {Error}},
+        {"destination not a record", frame(openLink(link, u"default"_s)), {Error}},
+        {"destination type not text", frame(openLink(link, QJsonObject{{u"type"_s, 5}})), {Error}},
+        {"browser without identifier", frame(openLink(link, QJsonObject{{u"type"_s, u"browser"_s}})), {Error}},
     };
     // clang-format on
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        const HostRun run = (c.in ? c.in : &sandbox)->run(frame(c.request) + frame(R"({"type":"ping"})"));
-        EXPECT_EQ(run.exitCode, 0);
-        ASSERT_EQ(run.replies.size(), 2);
-        EXPECT_EQ(run.replies[0].value(u"type"_s), u"error"_s);
-        EXPECT_EQ(run.replies[1].value(u"type"_s), u"pong"_s);
+        RecordingStarter starter;
+        EXPECT_EQ((c.in ? c.in : &folder)->exchange(c.input, starter), c.replies);
+        EXPECT_EQ(starter.launches, c.launch.isEmpty() ? QList<QStringList>() : QList<QStringList>{c.launch});
     }
-    // A program started by mistake would have had time to record itself.
-    QThread::msleep(300);
-    EXPECT_EQ(sandbox.recordings(), QStringList());
-    EXPECT_EQ(withoutData.recordings(), QStringList());
+
+    RecordingStarter failing;
+    failing.starts = false;
+    EXPECT_EQ(folder.exchange(frame(openLink(link, DefaultBrowser)), failing), QList<QJsonObject>{Error});
 }
 
-// The tabs file holds the kept tabs in the form the launcher script's cut and sed pipeline reads
-// back into the addresses; restore.json follows data.json's restore_session.
-TEST(MessagingHost, SavesTabsForTheLauncherScript)
+TEST(HostResponder, SavesTabsForTheLauncherScript)
 {
-    const QStringList mixed{
-        u"https://a.example.test/p?q=a,b&r=[1]"_s,
-        u"HTTP://B.example.test/a b\"c\\d"_s,
-        u"file:///etc/passwd"_s,
-        u"javascript:alert(1)"_s,
-        u"mailto:x@example.test"_s,
-        u"http://[::1]:8080/"_s,
-        u"https://straße.example.test/ü"_s,
-    };
-    const QStringList mixedKept{
-        u"https://a.example.test/p?q=a%2Cb&r=%5B1%5D"_s,
-        u"http://b.example.test/a%20b%22c%5Cd"_s,
-        u"https://xn--strae-oqa.example.test/%C3%BC"_s,
-    };
+    // clang-format off
+    const QStringList mixed{u"https://a.example.test/p?q=a,b&r=[1]"_s, u"HTTP://B.example.test/a b\"c\\d"_s, u"file:///etc/passwd"_s,
+                            u"javascript:alert(1)"_s, u"mailto:x@example.test"_s, u"http://[::1]:8080/"_s, u"https://straße.example.test/ü"_s};
+    const QStringList mixedKept{u"https://a.example.test/p?q=a%2Cb&r=%5B1%5D"_s, u"http://b.example.test/a%20b%22c%5Cd"_s,
+                                u"https://xn--strae-oqa.example.test/%C3%BC"_s};
+    // clang-format on
     const QByteArray oldSession = R"({"session":{"tabs":["https://old.example.test/"]}})";
     QStringList tooMany;
     for (int n = 0; n <= 500; ++n)
@@ -368,7 +320,7 @@ TEST(MessagingHost, SavesTabsForTheLauncherScript)
     struct Case
     {
         const char *name;
-        std::optional<QJsonValue> restoreSession; // nothing: no key
+        const char *restoreSession; // in data.json; nullptr: no key
         bool withData;
         QJsonValue tabs;
         int count;                              // -1: an error reply, nothing written
@@ -377,37 +329,31 @@ TEST(MessagingHost, SavesTabsForTheLauncherScript)
     };
     // clang-format off
     const QList<Case> cases{
-        {"kept and encoded", QJsonValue(false), true, QJsonArray::fromStringList(mixed), 3, mixedKept, "false"},
-        {"restore by default", std::nullopt, true, QJsonArray{u"https://one.test/"_s}, 1, QStringList{u"https://one.test/"_s}, "true"},
-        {"no data.json", QJsonValue(false), false, QJsonArray{u"https://one.test/"_s}, 1, QStringList{u"https://one.test/"_s}, "true"},
-        {"none kept", QJsonValue(true), true, QJsonArray{u"file:///x"_s}, 0, std::nullopt, "true"},
-        {"empty list", QJsonValue(false), true, QJsonArray{}, 0, std::nullopt, "false"},
-        {"too many", QJsonValue(true), true, QJsonArray::fromStringList(tooMany), -1, QStringList{u"https://old.example.test/"_s}, {}},
-        {"not a list", QJsonValue(true), true, u"https://one.test/"_s, -1, QStringList{u"https://old.example.test/"_s}, {}},
-        {"not text", QJsonValue(true), true, QJsonArray{u"https://one.test/"_s, 1}, -1, QStringList{u"https://old.example.test/"_s}, {}},
+        {"kept and encoded", "false", true, QJsonArray::fromStringList(mixed), 3, mixedKept, "false"},
+        {"restore by default", nullptr, true, QJsonArray{u"https://one.test/"_s}, 1, QStringList{u"https://one.test/"_s}, "true"},
+        {"no data.json", "false", false, QJsonArray{u"https://one.test/"_s}, 1, QStringList{u"https://one.test/"_s}, "true"},
+        {"none kept", "true", true, QJsonArray{u"file:///x"_s}, 0, std::nullopt, "true"},
+        {"empty list", "false", true, QJsonArray{}, 0, std::nullopt, "false"},
+        {"too many", "true", true, QJsonArray::fromStringList(tooMany), -1, QStringList{u"https://old.example.test/"_s}, {}},
+        {"not a list", "true", true, u"https://one.test/"_s, -1, QStringList{u"https://old.example.test/"_s}, {}},
+        {"not text", "true", true, QJsonArray{u"https://one.test/"_s, 1}, -1, QStringList{u"https://old.example.test/"_s}, {}},
     };
     // clang-format on
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        const HostSandbox sandbox(c.restoreSession, c.withData);
-        const QString session = sandbox.resources() + u"/tabs-session.json"_s;
+        const HostFolder folder(c.restoreSession, c.withData);
+        const QString session = folder.resources() + u"/tabs-session.json"_s;
         writeFile(session, oldSession);
-        const HostRun run = sandbox.run(frame(QJsonObject{{u"type"_s, u"saveTabs"_s}, {u"tabs"_s, c.tabs}}));
-        EXPECT_EQ(run.exitCode, 0);
-        ASSERT_EQ(run.replies.size(), 1);
-        if (c.count < 0)
-            EXPECT_EQ(run.replies[0].value(u"type"_s), u"error"_s);
-        else
-            EXPECT_EQ(run.replies[0], (QJsonObject{{u"type"_s, u"saved"_s}, {u"count"_s, c.count}}));
-        EXPECT_EQ(readAll(sandbox.resources() + u"/restore.json"_s), c.restore);
+        RecordingStarter starter;
+        const QJsonObject saved{{u"type"_s, u"saved"_s}, {u"count"_s, c.count}};
+        EXPECT_EQ(folder.exchange(frame({{u"type"_s, u"saveTabs"_s}, {u"tabs"_s, c.tabs}}), starter),
+                  QList<QJsonObject>{c.count < 0 ? Error : saved});
+        EXPECT_EQ(readAll(folder.resources() + u"/restore.json"_s), c.restore);
         ASSERT_EQ(QFile::exists(session), c.sessionTabs.has_value());
         if (!c.sessionTabs)
             continue;
-        EXPECT_EQ(
-            readAll(session),
-            QJsonDocument(QJsonObject{{u"session"_s,
-                                       QJsonObject{{u"tabs"_s, QJsonArray::fromStringList(*c.sessionTabs)}}}})
-                .toJson(QJsonDocument::Compact));
+        EXPECT_EQ(readAll(session),
+                  "{\"session\":{\"tabs\":[\"" + c.sessionTabs->join(u"\",\""_s).toUtf8() + "\"]}}");
         QProcess script;
         script.start(
             u"/bin/sh"_s,
@@ -417,4 +363,47 @@ TEST(MessagingHost, SavesTabsForTheLauncherScript)
         ASSERT_TRUE(script.waitForFinished(5000));
         EXPECT_EQ(QString::fromUtf8(script.readAllStandardOutput()).remove(u'\n'), c.sessionTabs->join(u' '));
     }
+}
+
+// The built program as the browser runs it: copied into an app's Resources folder, with a standard
+// input that stays open between requests, and a recording xdg-open first on PATH.
+TEST(MessagingHost, AnswersAndOpensLinksAsAProgram)
+{
+    const HostFolder folder;
+    const QString host = folder.resources() + u"/sorvanemessaginghost"_s;
+    const QString record = folder.root() + u"/xdg-open.args"_s;
+    ASSERT_TRUE(QFile::copy(QStringLiteral(SORVANE_HOST), host));
+    writeFile(folder.bin(u"xdg-open"_s),
+              u"#!/bin/sh\nprintf '%s\\n' \"$@\" > '%1.tmp' && mv '%1.tmp' '%1'\n"_s.arg(record).toUtf8());
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"PATH"_s, folder.root() + u"/bin:"_s + environment.value(u"PATH"_s));
+    process.setProcessEnvironment(environment);
+    process.start(host, {u"chrome-extension://oambkcfpnciomokmnpimlpjkhibgkcip/"_s});
+    const auto ask = [&process](const QJsonObject &request) {
+        process.write(frame(request));
+        QByteArray out;
+        while (unframe(out).isEmpty() && process.waitForReadyRead(5000))
+            out += process.readAllStandardOutput();
+        return unframe(out).value(0);
+    };
+    EXPECT_EQ(
+        ask({{u"type"_s, u"ping"_s}}),
+        (QJsonObject{{u"type"_s, u"pong"_s}, {u"version"_s, QStringLiteral(SORVANE_EXPECTED_VERSION)}}));
+    EXPECT_EQ(ask(openLink(u"HTTPS://Example.TEST/a?b=ü"_s, DefaultBrowser)), Opened);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished(5000));
+    EXPECT_EQ(process.exitCode(), 0);
+    for (QDeadlineTimer deadline(5000); !QFile::exists(record) && !deadline.hasExpired();)
+        QThread::msleep(20);
+    EXPECT_EQ(readAll(record), "https://example.test/a?b=%C3%BC\n");
+
+    // A broken frame ends it.
+    process.start(host, {});
+    process.write(lengthHeader(5).left(2));
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished(5000));
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_EQ(process.readAllStandardError(),
+              "sorvanemessaginghost: truncated or oversized message; stopping\n");
 }

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -33,4 +34,9 @@ inline void PrintTo(const QVariant &value, std::ostream *os)
 inline void PrintTo(const QVariantMap &value, std::ostream *os)
 {
     *os << QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact).toStdString();
+}
+
+inline void PrintTo(const QJsonObject &value, std::ostream *os)
+{
+    *os << QJsonDocument(value).toJson(QJsonDocument::Compact).toStdString();
 }

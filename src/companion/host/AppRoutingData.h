@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LinkDestination.h"
+#include "companion/host/LinkDestination.h"
 
 #include <QList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "AppRoutingData.h"
+#include "companion/host/AppRoutingData.h"
 
 #include <QFile>
 #include <QJsonArray>

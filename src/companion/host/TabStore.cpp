@@ -1,6 +1,6 @@
-#include "TabStore.h"
+#include "companion/host/TabStore.h"
 
-#include "LinkAddress.h"
+#include "companion/host/LinkAddress.h"
 
 #include <QFile>
 #include <QSaveFile>

@@ -3,10 +3,13 @@
 #include <QByteArray>
 
 #include <cstdint>
-#include <cstdio>
 
-// The native-messaging framing on a pair of streams: each message is a 32-bit length in the
-// machine's byte order followed by that many bytes of UTF-8 JSON.
+class QIODevice;
+
+// The native-messaging framing on a pair of open devices: each message is a 32-bit length in the
+// machine's byte order followed by that many bytes of UTF-8 JSON. The host runs it on its standard
+// input and output, opened unbuffered (a buffered read would wait for more input than one message
+// while the browser waits for the reply); tests feed it from QBuffers.
 class MessageChannel final
 {
 public:
@@ -20,13 +23,13 @@ public:
         Broken,     // a truncated message or a length over the maximum; nothing more is read
     };
 
-    MessageChannel(std::FILE *input, std::FILE *output);
+    MessageChannel(QIODevice &input, QIODevice &output);
 
     ReadStatus read(QByteArray *message);
-    // Writes one framed message and flushes it; false when it is too large or the stream failed.
+    // Writes one framed message and flushes it; false when it is too large or the device failed.
     bool write(const QByteArray &message);
 
 private:
-    std::FILE *m_input;
-    std::FILE *m_output;
+    QIODevice &m_input;
+    QIODevice &m_output;
 };

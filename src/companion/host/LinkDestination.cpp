@@ -1,4 +1,4 @@
-#include "LinkDestination.h"
+#include "companion/host/LinkDestination.h"
 
 #include <QJsonObject>
 

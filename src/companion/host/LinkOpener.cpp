@@ -1,6 +1,6 @@
-#include "LinkOpener.h"
+#include "companion/host/LinkOpener.h"
 
-#include "LinkAddress.h"
+#include "companion/host/LinkAddress.h"
 
 #include "core/BrowserCatalogue.h"
 

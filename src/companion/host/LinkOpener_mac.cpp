@@ -1,6 +1,6 @@
-#include "LinkOpener.h"
+#include "companion/host/LinkOpener.h"
 
-#include "AppBundle.h"
+#include "companion/host/AppBundle.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,10 +1,10 @@
-#include "HostResponder.h"
+#include "companion/host/HostResponder.h"
 
-#include "AppRoutingData.h"
-#include "LinkDestination.h"
-#include "LinkOpener.h"
-#include "MessageChannel.h"
-#include "TabStore.h"
+#include "companion/host/AppRoutingData.h"
+#include "companion/host/LinkDestination.h"
+#include "companion/host/LinkOpener.h"
+#include "companion/host/MessageChannel.h"
+#include "companion/host/TabStore.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -31,9 +31,8 @@ QByteArray compact(const QJsonObject &reply)
 
 } // namespace
 
-HostResponder::HostResponder(QString resourcesFolder, QString version, ProgramStarter startProgram)
-    : m_resourcesFolder(std::move(resourcesFolder)), m_version(std::move(version)),
-      m_startProgram(std::move(startProgram))
+HostResponder::HostResponder(QString resourcesFolder, QString version, ProgramStarter &starter)
+    : m_resourcesFolder(std::move(resourcesFolder)), m_version(std::move(version)), m_starter(starter)
 {
 }
 
@@ -44,20 +43,28 @@ QByteArray HostResponder::replyTo(const QByteArray &message) const
     if (parseError.error != QJsonParseError::NoError || !request.isObject())
         return compact(errorReply(u"message is not a JSON object"_s));
 
-    const QString type = request.object().value(u"type"_s).toString();
-    if (type == u"ping"_s)
-        return compact({{u"type"_s, u"pong"_s}, {u"version"_s, m_version}});
-    if (type == u"openLink"_s)
-        return compact(openLinkReply(request.object()));
-    if (type == u"saveTabs"_s)
-        return compact(saveTabsReply(request.object()));
-    if (type != u"getRoutingData"_s)
-        return compact(errorReply(u"unknown message type"_s));
-
-    const QByteArray reply = compact(routingDataReply());
-    if (static_cast<std::size_t>(reply.size()) > MessageChannel::MaximumMessageSize)
+    const QJsonObject object = request.object();
+    const QByteArray answer = compact(reply(object));
+    // The routing data grows with the app; any other answer that large is left to the channel,
+    // which refuses it.
+    if (static_cast<std::size_t>(answer.size()) > MessageChannel::MaximumMessageSize &&
+        object.value(u"type"_s).toString() == u"getRoutingData"_s)
         return compact(errorReply(u"routing data too large for one message"_s));
-    return reply;
+    return answer;
+}
+
+QJsonObject HostResponder::reply(const QJsonObject &request) const
+{
+    const QString type = request.value(u"type"_s).toString();
+    if (type == u"ping"_s)
+        return {{u"type"_s, u"pong"_s}, {u"version"_s, m_version}};
+    if (type == u"getRoutingData"_s)
+        return routingDataReply();
+    if (type == u"openLink"_s)
+        return openLinkReply(request);
+    if (type == u"saveTabs"_s)
+        return saveTabsReply(request);
+    return errorReply(u"unknown message type"_s);
 }
 
 QString HostResponder::routingDataPath() const
@@ -94,7 +101,7 @@ QJsonObject HostResponder::openLinkReply(const QJsonObject &request) const
         LinkOpener(AppRoutingData::read(routingDataPath())).decide(url.toString(), *destination);
     if (!decision.launch)
         return errorReply(decision.refusal);
-    if (!m_startProgram(*decision.launch))
+    if (!m_starter.start(*decision.launch))
         return errorReply(u"cannot start %1"_s.arg(decision.launch->program));
     return {{u"type"_s, u"opened"_s}};
 }

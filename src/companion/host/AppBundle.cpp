@@ -1,4 +1,4 @@
-#include "AppBundle.h"
+#include "companion/host/AppBundle.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "AppRoutingData.h"
-#include "LinkDestination.h"
-#include "LinkLaunch.h"
+#include "companion/host/AppRoutingData.h"
+#include "companion/host/LinkDestination.h"
+#include "companion/host/LinkLaunch.h"
 
 #include <QString>
 

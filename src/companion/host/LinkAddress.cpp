@@ -1,4 +1,4 @@
-#include "LinkAddress.h"
+#include "companion/host/LinkAddress.h"
 
 #include <QUrl>
 
