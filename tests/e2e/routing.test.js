@@ -41,7 +41,8 @@ async function clickAndSettle(page, selector) {
 
 test('rules keep, route and default links from a real app window', { timeout: 120000 }, async () => {
   const appUrl = server.url('app.example.test', '/');
-  const bPath = await sandbox.createApp(['--name', 'B Reader', '--url', server.url('b.test', '/'), '--browser', 'brave']);
+  const bPath = await sandbox.createApp(['--name', 'B Reader', '--url', server.url('b.test', '/'), '--browser', 'brave',
+    '--allow-missing-browser']);
   const appPath = await sandbox.createApp([
     '--name', 'Example', '--url', appUrl, '--browser', 'chromium',
     '--route', 'news.example.test=default',
