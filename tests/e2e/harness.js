@@ -54,6 +54,10 @@ function processesUnder(folder) {
   });
 }
 
+function devToolsPortFile(appPath) {
+  return path.join(appPath, 'Contents', 'Profile', 'DevToolsActivePort');
+}
+
 function processExists(pid) {
   try {
     process.kill(pid, 0);
@@ -64,9 +68,12 @@ function processExists(pid) {
 }
 
 // Test pages for any *.test host: every page shows its own address and the links the tests click.
+// `requested` lists the host and path of every request, so a test can tell that a page never loaded.
 export async function startPageServer() {
+  const requested = [];
   const server = http.createServer((request, response) => {
     const host = request.headers.host ?? '';
+    requested.push(`${host}${request.url}`);
     const port = server.address().port;
     const link = (id, href, target = '') =>
       `<a id="${id}" href="http://${href.replace('{port}', port)}"${target ? ` target="${target}"` : ''}>${id}</a>`;
@@ -83,6 +90,7 @@ ${link('b', 'b.test:{port}/from-a?x=1')}
   const port = server.address().port;
   return {
     port,
+    requested,
     url: (host, pathAndQuery = '/') => `http://${host}:${port}${pathAndQuery}`,
     close: () => new Promise((resolve) => server.close(resolve)),
   };
@@ -124,7 +132,8 @@ export class Sandbox {
   }
 
   // `sorvane create ... --json` into this sandbox's applications folder; returns the bundle path.
-  async createApp(args) {
+  // With firstStart, the app's first start opens the store page as a new app's does.
+  async createApp(args, { firstStart = false } = {}) {
     const result = await this.sorvane(['create', ...args, '--into', this.apps, '--json']);
     if (result.code !== 0) {
       throw new Error(`sorvane create failed (${result.code}): ${result.stderr}`);
@@ -132,7 +141,9 @@ export class Sandbox {
     const appPath = JSON.parse(result.stdout).path;
     // The store window of an app's first start would come six seconds in, in the middle of a
     // test (the launcher's own tests cover it): these apps start as if they had run before.
-    fs.writeFileSync(path.join(appPath, 'Contents', 'Profile', 'First Launch Complete'), '');
+    if (!firstStart) {
+      fs.writeFileSync(path.join(appPath, 'Contents', 'Profile', 'First Launch Complete'), '');
+    }
     return appPath;
   }
 
@@ -152,20 +163,30 @@ export class Sandbox {
 
   // Starts the app and connects to its engine over the DevTools protocol.
   async startApp(appPath, ...args) {
-    const portFile = path.join(appPath, 'Contents', 'Profile', 'DevToolsActivePort');
-    fs.rmSync(portFile, { force: true });
+    fs.rmSync(devToolsPortFile(appPath), { force: true });
     const child = this.launch(appPath, ...args);
     let exit = null;
     child.on('exit', (code, signal) => { exit = `exit status ${code}, signal ${signal}`; });
-    const port = await waitFor(`${path.basename(appPath)} to listen for DevTools`, () => {
+    return this.attachApp(appPath, () => {
       if (exit !== null) {
         throw new Error(`${path.basename(appPath)} ended before its engine listened (${exit})`);
       }
+    });
+  }
+
+  // Connects to the engine of an app that something else started (another app's link); its pid
+  // is the engine's own, as the engine tells it.
+  async attachApp(appPath, stillStarting = () => {}) {
+    const portFile = devToolsPortFile(appPath);
+    const port = await waitFor(`${path.basename(appPath)} to listen for DevTools`, () => {
+      stillStarting();
       const text = fs.existsSync(portFile) ? fs.readFileSync(portFile, 'utf8') : '';
       return text.includes('\n') ? text.split('\n')[0] : undefined;
     }, 60000);
     const browser = await chromium.connectOverCDP(`http://127.0.0.1:${port}`);
-    const app = new RunningApp(appPath, child.pid, browser);
+    const session = await browser.newBrowserCDPSession();
+    const { processInfo } = await session.send('SystemInfo.getProcessInfo');
+    const app = new RunningApp(appPath, processInfo.find((info) => info.type === 'browser').id, browser);
     this.running.push(app);
     return app;
   }

@@ -122,3 +122,48 @@ test('a new-window link that no rule claims goes to the default browser and leav
   assert.equal(await page.textContent('#where'), `${new URL(appUrl).host}/`);
   assert.equal(app.pages().length, 1);
 });
+
+test('an app started by another app\'s link runs under its own engine name', { timeout: 120000 }, async () => {
+  const appUrl = server.url('app.example.test', '/');
+  const bPath = await sandbox.createApp(['--name', 'B Chromium', '--url', server.url('b.test', '/'), '--browser', 'chromium']);
+  const appPath = await sandbox.createApp([
+    '--name', 'Example Three', '--url', appUrl, '--browser', 'chromium',
+    '--route', `b.test=app:${bPath}`, '--default-destination', 'in-app',
+  ]);
+  const app = await sandbox.startApp(appPath);
+  const page = await app.waitForPage((url) => url === appUrl, 'the app page');
+  await page.waitForSelector('#b');
+  await app.waitForRoutingData();
+
+  const bLink = await page.getAttribute('#b', 'href');
+  await clickAndSettle(page, '#b');
+  const other = await sandbox.attachApp(bPath);
+  await other.waitForPage((url) => url === bLink, 'the link in the second app');
+  // What the launcher's pgrep checks and the helper look for.
+  const engine = fs.readFileSync(`/proc/${other.pid}/cmdline`, 'utf8').split('\0')[0];
+  assert.equal(path.resolve(engine), path.join(bPath, 'Contents', 'MacOS', 'B Chromium Engine'));
+});
+
+const storeUrl = 'https://chromewebstore.google.com/';
+
+// Offline, the store page fails to load and the engine retries it: no attempt may be routed.
+for (const { kind, startArgs } of [
+  { kind: 'tabbed', startArgs: (url) => ['--tab', url] },
+  { kind: 'single-window', startArgs: (url) => ['--url', url] },
+]) {
+  test(`the first start's store page of a ${kind} app stays in the app`, { timeout: 120000 }, async () => {
+    const appUrl = server.url('app.example.test', `/${kind}`);
+    const appPath = await sandbox.createApp([
+      '--name', `First Start ${kind}`, ...startArgs(appUrl), '--browser', 'chromium',
+      '--allow', '*.example.test', '--default-destination', 'default',
+    ], { firstStart: true });
+    const app = await sandbox.startApp(appPath);
+    const isStorePage = (url) => url === storeUrl || url.startsWith('chrome-error:');
+    const store = await app.waitForPage(isStorePage, 'the store page');
+    await sleep(2500);
+    assert.ok(!sandbox.openedLinks().includes(storeUrl), sandbox.openedLinks().join(' '));
+    assert.equal(store.isClosed(), false);
+    assert.deepEqual(app.pages().map((page) => (isStorePage(page.url()) ? 'store' : page.url())).sort(),
+      [appUrl, 'store'].sort());
+  });
+}

@@ -3,15 +3,20 @@
 // opened for it; the service worker then has the native host open the link at its destination.
 // Everything else (links that stay, modified clicks, scripted navigations) is left to the page and
 // to the worker. A classic script, as content scripts are: the routing module is imported.
-(async () => {
-  const routingDataKey = 'routingData';
-  const { destinationFor, staysInApp } = await import(chrome.runtime.getURL('routing.js'));
-  let routingData = (await chrome.storage.session.get(routingDataKey))[routingDataKey] ?? null;
-  chrome.storage.session.onChanged.addListener((changes) => {
-    if (changes[routingDataKey] !== undefined) {
-      routingData = changes[routingDataKey].newValue ?? null;
-    }
+//
+// The click handler is in place before the page runs a line of its own. The routing data comes
+// from the worker a moment later; a click before then is held and decided once it has come.
+(() => {
+  let decide = null;
+  const ready = Promise.all([
+    import(chrome.runtime.getURL('routing.js')),
+    chrome.runtime.sendMessage({ type: 'getRoutingData' }),
+  ]).then(([{ destinationFor, staysInApp }, reply]) => {
+    const data = reply?.data ?? null;
+    decide = (link) => staysInApp(destinationFor(data, link));
   });
+  // A link let through after being held: its own click follows it as the page meant.
+  let released = null;
 
   function linkOf(event) {
     for (const node of event.composedPath()) {
@@ -31,6 +36,10 @@
     return target === '_blank' || !document.querySelector(`iframe[name="${CSS.escape(link.target)}"]`);
   }
 
+  function route(link, newWindow) {
+    chrome.runtime.sendMessage({ type: 'routeLink', url: link.href, newWindow });
+  }
+
   window.addEventListener('click', (event) => {
     if (event.button !== 0 || event.ctrlKey || event.metaKey || event.shiftKey || event.altKey) {
       return;
@@ -39,15 +48,33 @@
     if (link === null || link.hasAttribute('download') || !/^https?:$/.test(link.protocol)) {
       return;
     }
+    if (link === released) {
+      released = null;
+      return;
+    }
     const newWindow = opensNewWindow(link);
     if (!newWindow && window !== window.top) {
       return;
     }
-    if (staysInApp(destinationFor(routingData, link.href))) {
+    if (decide !== null) {
+      if (!decide(link.href)) {
+        event.preventDefault();
+        route(link, newWindow);
+      }
       return;
     }
     event.preventDefault();
-    chrome.runtime.sendMessage({ type: 'routeLink', url: link.href, newWindow });
+    ready.then(() => {
+      if (!decide(link.href)) {
+        route(link, newWindow);
+      } else if (link.isConnected) {
+        // Still within the click's user activation, so a new window is not taken for a pop-up.
+        released = link;
+        link.click();
+      } else {
+        route(link, newWindow);
+      }
+    }, () => route(link, newWindow));
   }, true);
 
   chrome.runtime.onMessage.addListener((message) => {

@@ -33,6 +33,10 @@ TabStore::Result TabStore::save(const QStringList &tabs, bool restoreSession) co
             kept.append(*address);
     }
 
+    // The setting first: whoever sees the tabs file can read the setting that goes with it.
+    if (const QString error = writeAtomically(m_folder + u"/restore.json"_s, restoreSession ? "true" : "false");
+        !error.isEmpty())
+        return {-1, error};
     const QString sessionPath = m_folder + u"/tabs-session.json"_s;
     if (kept.isEmpty()) {
         if (QFile::exists(sessionPath) && !QFile::remove(sessionPath))
@@ -44,8 +48,5 @@ TabStore::Result TabStore::save(const QStringList &tabs, bool restoreSession) co
         if (const QString error = writeAtomically(sessionPath, session.toUtf8()); !error.isEmpty())
             return {-1, error};
     }
-    const QString error = writeAtomically(m_folder + u"/restore.json"_s, restoreSession ? "true" : "false");
-    if (!error.isEmpty())
-        return {-1, error};
     return {kept.size(), {}};
 }
