@@ -163,26 +163,49 @@ export class Sandbox {
 
   // Starts the app and connects to its engine over the DevTools protocol.
   async startApp(appPath, ...args) {
+    return this.attachApp(appPath, this.#launchForDevTools(appPath, args));
+  }
+
+  // Starts the app without a protocol connection: a connection waits for every page to answer,
+  // and a page the engine keeps reloading (an offline first page) may never do so. The engine's
+  // HTTP endpoint lists its pages all the same.
+  async startAppUnattached(appPath, ...args) {
+    const port = await this.#devToolsPort(appPath, this.#launchForDevTools(appPath, args));
+    const app = new RunningApp(appPath, null, null);
+    app.pageUrls = async () => {
+      const response = await fetch(`http://127.0.0.1:${port}/json/list`);
+      return (await response.json()).filter((target) => target.type === 'page').map((target) => target.url);
+    };
+    this.running.push(app);
+    return app;
+  }
+
+  // Launches the app; the returned check throws once the launch program ended early.
+  #launchForDevTools(appPath, args) {
     fs.rmSync(devToolsPortFile(appPath), { force: true });
     const child = this.launch(appPath, ...args);
     let exit = null;
     child.on('exit', (code, signal) => { exit = `exit status ${code}, signal ${signal}`; });
-    return this.attachApp(appPath, () => {
+    return () => {
       if (exit !== null) {
         throw new Error(`${path.basename(appPath)} ended before its engine listened (${exit})`);
       }
-    });
+    };
+  }
+
+  async #devToolsPort(appPath, stillStarting) {
+    const portFile = devToolsPortFile(appPath);
+    return waitFor(`${path.basename(appPath)} to listen for DevTools`, () => {
+      stillStarting();
+      const text = fs.existsSync(portFile) ? fs.readFileSync(portFile, 'utf8') : '';
+      return text.includes('\n') ? text.split('\n')[0] : undefined;
+    }, 60000);
   }
 
   // Connects to the engine of an app that something else started (another app's link); its pid
   // is the engine's own, as the engine tells it.
   async attachApp(appPath, stillStarting = () => {}) {
-    const portFile = devToolsPortFile(appPath);
-    const port = await waitFor(`${path.basename(appPath)} to listen for DevTools`, () => {
-      stillStarting();
-      const text = fs.existsSync(portFile) ? fs.readFileSync(portFile, 'utf8') : '';
-      return text.includes('\n') ? text.split('\n')[0] : undefined;
-    }, 60000);
+    const port = await this.#devToolsPort(appPath, stillStarting);
     const browser = await chromium.connectOverCDP(`http://127.0.0.1:${port}`);
     const session = await browser.newBrowserCDPSession();
     const { processInfo } = await session.send('SystemInfo.getProcessInfo');
@@ -207,7 +230,7 @@ export class RunningApp {
     this.appPath = appPath;
     this.pid = pid;
     this.browser = browser;
-    this.context = browser.contexts()[0];
+    this.context = browser?.contexts()[0];
   }
 
   pages() {
@@ -229,10 +252,10 @@ export class RunningApp {
 
   // Quits the engine the way the desktop does (SIGTERM lets it write its session and profile).
   async stop() {
-    if (this.browser.isConnected()) {
+    if (this.browser?.isConnected()) {
       await Promise.race([this.browser.close().catch(() => {}), sleep(5000)]);
     }
-    if (processExists(this.pid)) {
+    if (this.pid !== null && processExists(this.pid)) {
       process.kill(this.pid, 'SIGTERM');
       await waitFor(`${path.basename(this.appPath)} to quit`, () => !processExists(this.pid), 20000)
         .catch(() => process.kill(this.pid, 'SIGKILL'));
