@@ -15,6 +15,8 @@
     const data = reply?.data ?? null;
     decide = (link) => staysInApp(destinationFor(data, link));
   });
+  // Without an answer every click goes to the worker, which decides again anyway.
+  ready.catch(() => {});
   // A link let through after being held: its own click follows it as the page meant.
   let released = null;
 

@@ -34,7 +34,8 @@ TabStore::Result TabStore::save(const QStringList &tabs, bool restoreSession) co
     }
 
     // The setting first: whoever sees the tabs file can read the setting that goes with it.
-    if (const QString error = writeAtomically(m_folder + u"/restore.json"_s, restoreSession ? "true" : "false");
+    if (const QString error =
+            writeAtomically(m_folder + u"/restore.json"_s, restoreSession ? "true" : "false");
         !error.isEmpty())
         return {-1, error};
     const QString sessionPath = m_folder + u"/tabs-session.json"_s;
