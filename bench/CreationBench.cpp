@@ -1,7 +1,9 @@
 // Creation costs on this machine, no network:
-//   CreateOne   one whole app with an icon (folders, icon.icns, Info.plist, script, companion
-//               files, launch program, helper, engine link, registry and configuration)
-//   Bulk100     a bulk run of 100 such apps without icons
+//   CreateOne/N  one whole app with an N x N icon (folders, icon.icns, Info.plist, script,
+//                companion files, launch program, helper, engine link, registry and configuration)
+//   Bulk100      a bulk run of 100 such apps without icons
+//   Cli/create   the whole `sorvane create` process, against Cli/version (`sorvane --version`):
+//                what a command costs beyond starting the program
 // Run: build/default/bench/creation_bench (medians of the repetitions are printed).
 
 #include "core/Context.h"
@@ -12,6 +14,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
@@ -45,15 +50,24 @@ private:
     std::unique_ptr<Context> m_context;
 };
 
-SNBulkApp app(const QString &name, bool withIcon)
+SNBulkApp app(const QString &name, const SNImage &icon = {})
 {
     SNBulkApp entry;
     entry.appName = name;
     entry.appURL = u"https://mail.example.org/inbox"_s;
     entry.whitelistingEnabled = true;
-    if (withIcon)
-        entry.appIcon = SNImage::fromFile(QStringLiteral(SORVANE_EXAMPLES "/example-icon.png"));
+    entry.appIcon = icon;
     return entry;
+}
+
+// The example icon scaled to size x size, as a user's PNG of that size would arrive.
+SNImage iconOfSize(const QString &folder, int size)
+{
+    const QString path = folder + u"/icon-%1.png"_s.arg(size);
+    QImage(QStringLiteral(SORVANE_EXAMPLES "/example-icon.png"))
+        .scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .save(path);
+    return SNImage::fromFile(path);
 }
 
 void CreateOne(benchmark::State &state)
@@ -62,9 +76,11 @@ void CreateOne(benchmark::State &state)
     ApplicationManager manager(home.context());
     manager.definition().applicationType = 5; // chromium
     manager.definition().applicationsPath = home.folder(u"Apps"_s);
+    QDir().mkpath(home.folder(u"icons"_s));
+    const SNImage icon = iconOfSize(home.folder(u"icons"_s), static_cast<int>(state.range(0)));
     int number = 0;
     for (auto _ : state) {
-        manager.bulkApps = {app(u"Mail %1"_s.arg(++number), true)};
+        manager.bulkApps = {app(u"Mail %1"_s.arg(++number), icon)};
         bool made = false;
         manager.create(false, [&](bool result) { made = result; });
         if (!made)
@@ -81,7 +97,7 @@ void Bulk100(benchmark::State &state)
         manager.definition().applicationType = 5;
         manager.definition().applicationsPath = home.folder(u"Run %1"_s.arg(++run));
         for (int i = 0; i < 100; ++i)
-            manager.bulkApps.append(app(u"App %1"_s.arg(i), false));
+            manager.bulkApps.append(app(u"App %1"_s.arg(i)));
         bool made = false;
         manager.create(false, [&](bool result) { made = result; });
         if (!made || manager.bulkInstalledApps.size() != 100)
@@ -89,9 +105,43 @@ void Bulk100(benchmark::State &state)
     }
 }
 
+// The built command line in a home of its own; `create` makes a new app at every iteration.
+void Cli(benchmark::State &state, bool create)
+{
+    QTemporaryDir root;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, root.path());
+    environment.insert(u"XDG_CONFIG_HOME"_s, root.path() + u"/.config"_s);
+    environment.insert(u"XDG_DATA_HOME"_s, root.path() + u"/.local/share"_s);
+    environment.insert(u"XDG_STATE_HOME"_s, root.path() + u"/.local/state"_s);
+    QDir().mkpath(root.path() + u"/.config/ondrel"_s);
+    QFile settings(root.path() + u"/.config/ondrel/Sorvane.conf"_s);
+    if (!settings.open(QIODevice::WriteOnly) ||
+        settings.write("[General]\nchromiumPath=" SORVANE_FAKE_ENGINE "\n") < 0) {
+        state.SkipWithError("settings not written");
+        return;
+    }
+    settings.close();
+    int number = 0;
+    for (auto _ : state) {
+        const QStringList arguments =
+            create ? QStringList{u"create"_s, u"--name"_s, u"Mail %1"_s.arg(++number), u"--url"_s,
+                                 u"https://mail.example.org/"_s, u"--browser"_s, u"chromium"_s, u"--into"_s,
+                                 root.path() + u"/Apps"_s, u"--quiet"_s}
+                   : QStringList{u"--version"_s};
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(SORVANE_CLI), arguments);
+        if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+            state.SkipWithError(process.readAllStandardError().constData());
+    }
+}
+
 } // namespace
 
-BENCHMARK(CreateOne)->Unit(benchmark::kMillisecond)->Iterations(20)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+BENCHMARK(CreateOne)->Arg(256)->Arg(1024)->Unit(benchmark::kMillisecond)->Iterations(20)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+BENCHMARK_CAPTURE(Cli, version, false)->Unit(benchmark::kMillisecond)->Iterations(20)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+BENCHMARK_CAPTURE(Cli, create, true)->Unit(benchmark::kMillisecond)->Iterations(20)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 BENCHMARK(Bulk100)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->ReportAggregatesOnly(true)->UseRealTime();
 
 int main(int argc, char **argv)

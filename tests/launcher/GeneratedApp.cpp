@@ -1,14 +1,14 @@
 #include "GeneratedApp.h"
 
 #include "core/BrowserCatalogue.h"
-#include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
-#include "generation/LaunchProgramInstaller.h"
-#include "generation/SNAppScriptHelper.h"
+#include "generation/AppCreator.h"
 #include "support/TestContext.h"
 
 #include <QDir>
 #include <QFile>
+
+#include <gtest/gtest.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace LaunchTest;
@@ -37,32 +37,28 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
       m_environment(QProcessEnvironment::systemEnvironment())
 {
     QDir().mkpath(m_recordsFolder);
-    for (const char *folder : {"/Contents/MacOS", "/Contents/Resources", "/Contents/Profile"})
-        QDir().mkpath(m_bundle + QLatin1String(folder));
-
     Context &context = test.context();
-    const BrowserInfo browser = BrowserCatalogue::byTypeKey(traits.typeKey);
-    context.defaults().setValue(browser.settingsKey, QStringLiteral(SORVANE_FAKE_ENGINE));
+    context.defaults().setValue(BrowserCatalogue::byTypeKey(traits.typeKey).settingsKey,
+                                QStringLiteral(SORVANE_FAKE_ENGINE));
+    AppDefinition definition;
+    definition.appName = traits.name;
+    definition.appURL = traits.url;
+    definition.needTab = traits.tabbed;
+    for (const QString &tab : traits.tabs)
+        definition.tabsList.append(SNTabModel(tab));
+    definition.incognito = traits.incognito;
+    definition.forceDarkMode = traits.dark;
+    definition.isWhitelistingEnabled = traits.routing;
+    definition.applicationType = BrowserCatalogue::numberForTypeKey(traits.typeKey);
+    definition.applicationsPath = test.root() + u"/Apps"_s;
+    AppCreator creator(context, definition);
     SNError error;
-    LaunchProgramInstaller(context).installInto(m_bundle, traits.name, &error);
-
-    SNAppTracker tracker(context);
-    m_appId = tracker.addAppTracker(m_bundle).value(u"appID"_s).toString();
-    SNScriptInputs inputs;
-    inputs.appName = traits.name;
-    inputs.appURL = traits.url;
-    inputs.needTab = traits.tabbed;
-    inputs.tabsList = traits.tabs;
-    inputs.incognito = traits.incognito;
-    inputs.forceDarkMode = traits.dark;
-    inputs.shouldIncludeWLExt = traits.routing;
-    inputs.typeKey = traits.typeKey;
-    inputs.trackerFragment = tracker.shellUpdateCode(m_appId);
-    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
-        SNAppScriptHelper::getBrowserPath(traits.typeKey, context.defaults()), false);
-    inputs.targetIsMac = false;
-    m_script = SNAppScriptHelper::scriptText(inputs);
-    writeExecutable(resources() + u"/script"_s, m_script.toUtf8());
+    if (!creator.createForReal(false, &error))
+        ADD_FAILURE() << "the test app was not created: " << qPrintable(error.description);
+    m_appId = creator.created().appID;
+    m_script = QString::fromUtf8(readAll(resources() + u"/script"_s));
+    if (!traits.firstStart)
+        writeExecutable(profile() + u"/First Launch Complete"_s, {});
 
     m_environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, m_recordsFolder);
     m_environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);

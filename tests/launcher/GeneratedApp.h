@@ -21,6 +21,8 @@ struct AppTraits
     bool incognito = false;
     bool dark = false;
     bool routing = false;
+    // Otherwise the app starts as if it had run before (no store page on its first start).
+    bool firstStart = false;
 };
 
 // One start of the fake engine, as it recorded itself.
@@ -32,9 +34,8 @@ struct EngineStart
     qint64 pid = 0;
 };
 
-// A generated app laid out in a test folder as creation lays it out: the real launch program,
-// helper app, engine builder and tool stand-ins, the launcher script, a registry record, and the
-// recording fake engine as its browser (through the browser's path setting).
+// An app made by the real creation in a test folder, with the recording fake engine as its
+// browser (through the browser's path setting).
 class GeneratedApp final
 {
 public:

@@ -4,7 +4,6 @@
 
 #include "GeneratedApp.h"
 
-#include "companion/CompanionInstaller.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -169,26 +168,6 @@ TEST(WholeStartLinks, ReachTheEngineAsOneAddressOrNotAtAll)
     }
 }
 
-// Each start points the host manifest at the bundle's host program, wherever the bundle now is.
-TEST(WholeStartManifest, NamesTheHostProgramInAnyFolder)
-{
-    TestContext test;
-    GeneratedApp app(test, {.name = u"Host"_s});
-    CompanionInstaller(test.context()).configureNativeMessaging(app.profile(), app.resources());
-    ASSERT_TRUE(app.moveInto(test.root() + u"/A&B \"q\" \\1\\&2 #3\t4"_s));
-    const QString manifest = app.profile() + u"/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s;
-
-    for (int start = 0; start < 3; ++start) {
-        const Outcome result = app.start();
-        ASSERT_EQ(result.exitCode, 0) << result.err.constData();
-        QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(readAll(manifest), &error);
-        ASSERT_EQ(error.error, QJsonParseError::NoError) << readAll(manifest).constData();
-        EXPECT_EQ(document.object().value(u"path"_s).toString(),
-                  app.resources() + u"/sorvanemessaginghost"_s);
-    }
-}
-
 // A second start finds the running engine: without a link it brings the engine forward and
 // starts nothing; with a link it hands the link over through a second engine start, which a real
 // engine forwards to the running one.
@@ -278,8 +257,7 @@ TEST(WholeStartFirstLaunch, OpensTheStorePageOnTheFirstStartOnly)
     for (const bool tabbed : {true, false}) {
         SCOPED_TRACE(tabbed ? "tabbed" : "single window");
         TestContext test;
-        GeneratedApp app(test, {.name = u"Fresh"_s, .tabbed = tabbed, .tabs = Tabs});
-        writeExecutable(app.profile() + u"/First Run"_s, {});
+        GeneratedApp app(test, {.name = u"Fresh"_s, .tabbed = tabbed, .tabs = Tabs, .firstStart = true});
 
         ASSERT_EQ(app.start().exitCode, 0);
         if (tabbed) {
@@ -299,12 +277,13 @@ TEST(WholeStartFirstLaunch, OpensTheStorePageOnTheFirstStartOnly)
     }
 }
 
-// Every start stamps the app's registry record with the time and where the bundle now is.
-TEST(WholeStartRegistry, RecordFollowsTheBundle)
+// Every start stamps the app's registry record with the time and where the bundle now is, and
+// points the host manifest at the bundle's host program, whatever the folder is called.
+TEST(WholeStartMoved, RecordAndManifestFollowTheBundle)
 {
     TestContext test;
     test.setNow(QDateTime(QDate(2001, 2, 3), QTime(4, 5, 6)));
-    GeneratedApp app(test, {.name = u"Moving \"App\""_s});
+    GeneratedApp app(test, {.name = u"Moving \"App\""_s, .routing = true});
     const QString created = trackerRecord(test, app).value(u"lastActivity"_s).toString();
     const QString firstPlace = app.bundle();
 
@@ -316,10 +295,18 @@ TEST(WholeStartRegistry, RecordFollowsTheBundle)
     const QDateTime parsed = QDateTime::fromString(stamped.simplified(), u"yyyy-MM-dd h:mm:ss AP"_s);
     EXPECT_LT(qAbs(parsed.secsTo(QDateTime::currentDateTime())), 120) << qPrintable(stamped);
 
-    ASSERT_TRUE(app.moveInto(test.root() + u"/Elsewhere/Sub folder"_s));
-    ASSERT_EQ(app.start().exitCode, 0);
-    record = trackerRecord(test, app);
-    EXPECT_EQ(record.value(u"appPath"_s).toString(), app.bundle());
-    EXPECT_EQ(record.value(u"appID"_s).toString(), app.appId());
-    EXPECT_EQ(app.engineStarts().size(), 2);
+    for (const QString &folder : {u"/Elsewhere/Sub folder"_s, u"/A&B \"q\" \\1\\&2 #3\t4"_s}) {
+        ASSERT_TRUE(app.moveInto(test.root() + folder));
+        const Outcome result = app.start();
+        ASSERT_EQ(result.exitCode, 0) << result.err.constData();
+        record = trackerRecord(test, app);
+        EXPECT_EQ(record.value(u"appPath"_s).toString(), app.bundle());
+        EXPECT_EQ(record.value(u"appID"_s).toString(), app.appId());
+        const QByteArray manifest = readAll(app.profile() + u"/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s);
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(manifest, &error);
+        ASSERT_EQ(error.error, QJsonParseError::NoError) << manifest.constData();
+        EXPECT_EQ(document.object().value(u"path"_s).toString(), app.resources() + u"/sorvanemessaginghost"_s);
+    }
+    EXPECT_EQ(app.engineStarts().size(), 3);
 }
