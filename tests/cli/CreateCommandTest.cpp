@@ -266,10 +266,11 @@ TEST(CreateCommand, ParallelAndKilledCreationsKeepTheRegistryAndTheNames)
         return QStringList{u"create"_s, u"--name"_s, name, u"--url"_s, u"https://mail.example.org/"_s,
                            u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps, u"--quiet"_s} + more;
     };
+    constexpr int Names = 50, KeepBoth = 20, Kills = 30;
     QList<QProcess *> runs;
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < Names; ++i)
         runs.append(start(createArguments(u"App %1"_s.arg(i), {})));
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < KeepBoth; ++i)
         runs.append(start(createArguments(u"Mail"_s, {u"--keep-both"_s})));
     for (QProcess *run : runs) {
         EXPECT_TRUE(run->waitForFinished(120000));
@@ -277,7 +278,7 @@ TEST(CreateCommand, ParallelAndKilledCreationsKeepTheRegistryAndTheNames)
         delete run;
     }
     QStringList bundles = QDir(home.apps).entryList({u"*.app"_s}, QDir::Dirs);
-    EXPECT_EQ(bundles.size(), 40);
+    EXPECT_EQ(bundles.size(), Names + KeepBoth);
     QStringList recorded;
     for (const QJsonValue &record : home.tracker())
         recorded.append(QFileInfo(record[u"appPath"_s].toString()).fileName());
@@ -287,7 +288,7 @@ TEST(CreateCommand, ParallelAndKilledCreationsKeepTheRegistryAndTheNames)
 
     // Killed at random moments: the name is either free or holds a whole app.
     QRandomGenerator random(7);
-    for (int i = 0; i < 12; ++i) {
+    for (int i = 0; i < Kills; ++i) {
         std::unique_ptr<QProcess> run(start(createArguments(u"Killed"_s, {u"--replace"_s})));
         QThread::msleep(random.bounded(5, 120));
         run->kill();
