@@ -1,4 +1,5 @@
 #include "generation/SNAppScriptHelper.h"
+#include "maintenance/AppScriptReader.h"
 
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
@@ -119,6 +120,11 @@ TEST_P(EveryBrowser, EveryCombinationIsValidBashWithItsReadBackMarkers)
                                         QString(browser.macUserDataFolder).replace(u" "_s, u"\\ "_s)
                                   : u"~/.config/"_s + browser.linuxUserDataFolder;
         EXPECT_EQ(text.count(hosts + u"/NativeMessagingHosts"_s), 3);
+        const QVariantMap readBack = AppScriptReader::appInfo(u"App"_s, text).value_or(QVariantMap());
+        EXPECT_EQ(readBack.value(u"isTabs"_s), QVariant(tabbed));
+        EXPECT_EQ(readBack.value(u"incognito"_s), QVariant(incognito));
+        EXPECT_EQ(readBack.value(u"shouldIncludeWLExt"_s), QVariant(routing || helium));
+        EXPECT_EQ(readBack.value(u"browserType"_s), QVariant(browser.typeKey));
     }
 }
 
@@ -178,6 +184,13 @@ TEST_P(HostileName, ReachesEveryCommandAsOneExactWordAndRunsNothing)
                                name + u" Engine"_s, cwd + u"/../MacOS/"_s + name + u" Engine"_s}));
         EXPECT_TRUE(tabbed || out.at(14) == u"--app="_s + encoded) << out.at(14).toStdString();
         EXPECT_EQ(QDir(cwd).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"pattern"_s});
+
+        // Read back: the addresses as the engine gets them, and the name, whatever it holds.
+        const QVariantMap readBack = AppScriptReader::appInfo(name, text).value_or(QVariantMap());
+        const QStringList tabs = tabbed ? QStringList{encoded, u"https://b.example/"_s} : QStringList();
+        EXPECT_EQ(readBack, (QVariantMap{{u"appName"_s, name}, {u"isTabs"_s, tabbed}, {u"appURL"_s, encoded},
+                                         {u"tabs"_s, tabs}, {u"incognito"_s, false}, {u"browserType"_s, u"chrome"_s},
+                                         {u"shouldIncludeWLExt"_s, false}}));
     }
 }
 
