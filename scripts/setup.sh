@@ -12,6 +12,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools
     procps
+    clang libclang-rt-14-dev
     chromium
 )
 # The extension's tests and the end-to-end harness run on Node; any recent Node will do.

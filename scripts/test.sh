@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every test, first in the normal build and then in the
-# address + undefined sanitizer build. The output ends with CTest's summary.
+# address + undefined sanitizer build, then runs each fuzz target for a bounded time over its
+# corpus (tests/fuzz). The output ends with the fuzzers' results.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
@@ -10,5 +11,22 @@ for preset in default asan; do
     bash scripts/build.sh "$preset"
     echo "== $preset tests =="
     ctest --preset "$preset" -j "$(nproc)" || status=1
+done
+echo "== fuzz targets =="
+cmake -S tests/fuzz -B build/fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ >/dev/null
+cmake --build build/fuzz
+findings="$(mktemp -d)"
+for target in app-script:app_script_reader_fuzz; do
+    corpus="${target%%:*}" program="build/fuzz/${target#*:}"
+    mkdir -p "$findings/new-$corpus"
+    # New inputs go to a scratch folder; the kept corpus is only read.
+    if "$program" -max_total_time="${SORVANE_FUZZ_SECONDS:-60}" -timeout=5 -rss_limit_mb=2048 \
+        -artifact_prefix="$findings/" "$findings/new-$corpus" "tests/fuzz/corpus/$corpus" >"$findings/log" 2>&1; then
+        echo "fuzz: ${target#*:}: $(tail -n 1 "$findings/log")"
+    else
+        tail -n 40 "$findings/log"
+        echo "fuzz: ${target#*:} failed; the input that did it is in $findings"
+        status=1
+    fi
 done
 exit $status
