@@ -11,6 +11,7 @@
 #include "core/UserDefaults.h"
 #include "generation/BundleWriter.h"
 #include "generation/IconConverter.h"
+#include "generation/SNAppScriptHelper.h"
 
 #include <QDir>
 #include <QFile>
@@ -218,17 +219,10 @@ QStringList EngineBuilder::engineScriptArguments(const QString &resourcesFolder,
                                                  const BrowserInfo &browser, const QString &enginePath,
                                                  bool forMac)
 {
-    // On macOS the script wants the browser's bundle: the executable path without
-    // Contents/MacOS/<name>. Elsewhere there is no bundle, only the executable.
-    QString browserLocation = enginePath;
-    if (forMac) {
-        for (int i = 0; i < 3; ++i)
-            browserLocation = QFileInfo(browserLocation).path();
-    }
     return {resourcesFolder + QStringLiteral("/createEngine.sh"),
             appName,
             resourcesFolder,
-            browserLocation,
+            SNAppScriptHelper::browserPathArgument(enginePath, forMac),
             browser.browserName,
             browser.browserShortName,
             browser.frameworkFolder};

@@ -4,7 +4,6 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
-#include "core/Platform.h"
 #include "core/TreeCopy.h"
 
 #include <QDir>
@@ -85,11 +84,8 @@ ProfileSeeder::ProfileSeeder(Context &context, const QString &typeKey)
 
 QString ProfileSeeder::sourceBrowserFolder() const
 {
-    const BrowserInfo &browser = BrowserCatalogue::byTypeKey(m_typeKey);
-    if (Platform::isMac())
-        return m_context.homeFolder() + QStringLiteral("/Library/Application Support/") +
-               browser.macUserDataFolder + u'/';
-    return m_context.homeFolder() + QStringLiteral("/.config/") + browser.linuxUserDataFolder + u'/';
+    return BrowserCatalogue::userDataFolder(BrowserCatalogue::byTypeKey(m_typeKey), m_context.homeFolder()) +
+           u'/';
 }
 
 QString ProfileSeeder::sourceProfileFolder(const QString &profileKey) const
