@@ -4,6 +4,7 @@
 #include "core/Constants.h"
 #include "core/Context.h"
 #include "core/Logger.h"
+#include "core/TreeCopy.h"
 
 #include <QDir>
 #include <QFile>
@@ -40,42 +41,18 @@ bool writeFile(const QString &path, const QByteArray &data)
     return false;
 }
 
-// Copies one file atomically with the source's permissions; false when nothing was copied.
-bool copyFile(const QString &source, const QString &destination)
+// Copies a companion file or folder. The extension is code the engine loads, so a link in it is
+// left out rather than let the engine reach outside the bundle. What fails is logged and the rest
+// still copied; false when anything failed.
+bool copyTree(const QString &source, const QString &destination)
 {
-    QFile file(source);
-    if (!file.open(QIODevice::ReadOnly)) {
-        logFailure(u"read"_s, source, file.errorString());
-        return false;
-    }
-    QString error;
-    if (!AtomicWriter::write(destination, file.readAll(), &error)) {
-        logFailure(u"write"_s, destination, error);
-        return false;
-    }
-    if (!QFile::setPermissions(destination, file.permissions())) {
-        logFailure(u"set the permissions of"_s, destination, u"permission change refused"_s);
-        return false;
-    }
-    return true;
-}
-
-// Folders inside the extension are copied as they are, hidden entries included.
-void copyTree(const QString &source, const QString &destination)
-{
-    if (!QDir().mkpath(destination)) {
-        logFailure(u"create"_s, destination, u"mkpath failed"_s);
-        return;
-    }
-    const QFileInfoList entries = QDir(source).entryInfoList(
-        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
-    for (const QFileInfo &entry : entries) {
-        const QString target = destination + u'/' + entry.fileName();
-        if (entry.isDir())
-            copyTree(entry.filePath(), target);
-        else
-            copyFile(entry.filePath(), target);
-    }
+    const std::optional<QString> error = TreeCopy::copy(source, destination,
+                                                        {.links = TreeCopy::Links::Skip,
+                                                         .existing = TreeCopy::Existing::ReplaceNonFolder,
+                                                         .errors = TreeCopy::Errors::KeepGoing});
+    if (error)
+        Logger::log(u"Warning: "_s + *error);
+    return !error;
 }
 
 QString installedName(const QFileInfo &entry)
@@ -111,13 +88,9 @@ void CompanionInstaller::copyExtensionFiles(const QString &resourceDirectory) co
     if (entries.isEmpty())
         logFailure(u"find the extension files in"_s, shipped, u"missing or empty"_s);
     for (const QFileInfo &entry : entries) {
-        if (entry.fileName().startsWith(u'.'))
+        if (entry.fileName().startsWith(u'.') || entry.isSymLink())
             continue;
-        const QString target = destination + u'/' + installedName(entry);
-        if (entry.isDir())
-            copyTree(entry.filePath(), target);
-        else
-            copyFile(entry.filePath(), target);
+        copyTree(entry.filePath(), destination + u'/' + installedName(entry));
     }
 
     // Written per app, so that the shipped scripts never spell the host's name themselves.
@@ -156,12 +129,10 @@ void CompanionInstaller::configureNativeMessaging(const QString &profileDirector
         logFailure(u"find"_s, shippedHost, u"missing"_s);
         return;
     }
-    // Removed first, so that a link or a folder left at that place does not get in the way.
+    // A folder left at that place goes first; a file or link there the copy replaces.
     if (QFileInfo(hostPath).isDir() && !QFileInfo(hostPath).isSymLink())
         QDir(hostPath).removeRecursively();
-    else
-        QFile::remove(hostPath);
-    if (copyFile(shippedHost, hostPath))
+    if (copyTree(shippedHost, hostPath))
         Logger::log(u"Native messaging host program: %1"_s.arg(hostPath));
 }
 

@@ -1,5 +1,6 @@
 #include "companion/CompanionSupport.h"
 
+#include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Platform.h"
 #include "core/ProcessRunner.h"
@@ -16,15 +17,6 @@ namespace {
 QString chromeCutOffNote()
 {
     return u"Chrome %1 and later ignore --load-extension"_s.arg(CompanionSupport::FirstChromeMajorIgnoringLoadExtension);
-}
-
-// The engine path without its last three components: ".../X.app/Contents/MacOS/X" -> ".../X.app".
-QString browserBundleOf(const QString &enginePath)
-{
-    QString path = enginePath;
-    for (int i = 0; i < 3; ++i)
-        path.truncate(qMax<qsizetype>(path.lastIndexOf(u'/'), 0));
-    return path;
 }
 
 } // namespace
@@ -47,7 +39,7 @@ CompanionSupport::Verdict CompanionSupport::assess(const BrowserInfo &browser, c
 CompanionSupport::EngineVersion CompanionSupport::installedVersion(const QString &enginePath) const
 {
     if (Platform::isMac())
-        return versionFromBundle(browserBundleOf(enginePath));
+        return versionFromBundle(BrowserCatalogue::bundleOfEngine(enginePath));
     const ProcessRunner::Result result =
         m_context.processes().run(enginePath, {u"--version"_s}, {}, VersionProbeTimeoutMs);
     if (!result.succeeded())

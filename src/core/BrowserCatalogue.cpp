@@ -142,9 +142,22 @@ QString BrowserCatalogue::defaultEnginePath(const BrowserInfo &browser)
 
 QString BrowserCatalogue::userDataFolder(const BrowserInfo &browser, const QString &homeFolder)
 {
-    if (Platform::isMac())
+    return userDataFolder(browser, homeFolder, Platform::isMac());
+}
+
+QString BrowserCatalogue::userDataFolder(const BrowserInfo &browser, const QString &homeFolder, bool onMac)
+{
+    if (onMac)
         return homeFolder + QStringLiteral("/Library/Application Support/") + browser.macUserDataFolder;
     return homeFolder + QStringLiteral("/.config/") + browser.linuxUserDataFolder;
+}
+
+QString BrowserCatalogue::bundleOfEngine(const QString &enginePath)
+{
+    QString path = enginePath;
+    for (int i = 0; i < 3; ++i)
+        path.truncate(qMax<qsizetype>(path.lastIndexOf(u'/'), 0));
+    return path;
 }
 
 QString BrowserCatalogue::enginePathForScript(const QString &typeKey, const UserDefaults &defaults)

@@ -33,6 +33,12 @@ public:
     // The platform's default engine executable and user-data folder of a browser.
     static QString defaultEnginePath(const BrowserInfo &browser);
     static QString userDataFolder(const BrowserInfo &browser, const QString &homeFolder);
+    // The user-data folder on the given platform, for scripts made for another one:
+    // "<home>/Library/Application Support/<mac folder>" or "<home>/.config/<linux folder>".
+    static QString userDataFolder(const BrowserInfo &browser, const QString &homeFolder, bool onMac);
+    // The browser bundle of a macOS engine path, which is the path without its last three
+    // components: ".../X.app/Contents/MacOS/X" -> ".../X.app".
+    static QString bundleOfEngine(const QString &enginePath);
 
     // Engine path for the launcher script: the user's setting for that browser, else its
     // default path. Not checked for existence: a missing browser is never swapped for another.

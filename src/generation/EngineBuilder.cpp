@@ -7,16 +7,16 @@
 #include "core/Platform.h"
 #include "core/ProcessRunner.h"
 #include "core/PropertyList.h"
+#include "core/TreeCopy.h"
 #include "core/UserDefaults.h"
 #include "generation/BundleWriter.h"
 #include "generation/IconConverter.h"
+#include "generation/SNAppScriptHelper.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringConverter>
-
-#include <unistd.h>
 
 #include <array>
 #include <utility>
@@ -86,41 +86,6 @@ QString stringsQuoted(QString value)
     return value.replace(u'\\', QStringLiteral("\\\\")).replace(u'"', QStringLiteral("\\\""));
 }
 
-// Copies a folder with everything in it; links stay links. Like a file manager's copy, it fails
-// when the destination exists.
-bool copyFolder(const QString &source, const QString &destination, QString *error)
-{
-    if (QFileInfo(destination).exists() || QFileInfo(destination).isSymLink()) {
-        *error = QStringLiteral("%1 already exists.").arg(destination);
-        return false;
-    }
-    if (!QDir().mkpath(destination)) {
-        *error = QStringLiteral("The folder %1 could not be created.").arg(destination);
-        return false;
-    }
-    const QFileInfoList entries =
-        QDir(source).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    for (const QFileInfo &entry : entries) {
-        const QString target = destination + u'/' + entry.fileName();
-        if (entry.isSymLink()) {
-            QByteArray link(4096, '\0');
-            const ssize_t length = ::readlink(QFile::encodeName(entry.filePath()).constData(), link.data(),
-                                              static_cast<size_t>(link.size()));
-            if (length < 0 || !QFile::link(QFile::decodeName(link.left(length)), target)) {
-                *error = QStringLiteral("The link %1 could not be copied.").arg(entry.filePath());
-                return false;
-            }
-        } else if (entry.isDir()) {
-            if (!copyFolder(entry.filePath(), target, error))
-                return false;
-        } else if (!QFile::copy(entry.filePath(), target)) {
-            *error = QStringLiteral("The file %1 could not be copied.").arg(entry.filePath());
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
 EngineBuilder::EngineBuilder(Context &context, const AppDefinition &definition, const QString &resourceDirectory)
@@ -178,9 +143,12 @@ std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeC
     const QString resourcesCopyPath = to + QStringLiteral("Resources");
     Logger::log(QStringLiteral("resourcesPath:") + resourcesPath);
     Logger::log(QStringLiteral("resourcesCopyPath:") + resourcesCopyPath);
-    QString reason;
-    if (!copyFolder(resourcesPath, resourcesCopyPath, &reason))
-        return failure(reason);
+    // Like a file manager's copy: links stay links, and an existing copy is never merged into.
+    if (const std::optional<QString> reason = TreeCopy::copy(resourcesPath, resourcesCopyPath,
+                                                             {.links = TreeCopy::Links::Keep,
+                                                              .existing = TreeCopy::Existing::Fail,
+                                                              .errors = TreeCopy::Errors::Stop}))
+        return failure(*reason);
     Logger::log(QStringLiteral("copyFilesFromChrome 1.5"));
 
     const QString browserInfo = from + QStringLiteral("Info.plist");
@@ -251,17 +219,10 @@ QStringList EngineBuilder::engineScriptArguments(const QString &resourcesFolder,
                                                  const BrowserInfo &browser, const QString &enginePath,
                                                  bool forMac)
 {
-    // On macOS the script wants the browser's bundle: the executable path without
-    // Contents/MacOS/<name>. Elsewhere there is no bundle, only the executable.
-    QString browserLocation = enginePath;
-    if (forMac) {
-        for (int i = 0; i < 3; ++i)
-            browserLocation = QFileInfo(browserLocation).path();
-    }
     return {resourcesFolder + QStringLiteral("/createEngine.sh"),
             appName,
             resourcesFolder,
-            browserLocation,
+            SNAppScriptHelper::browserPathArgument(enginePath, forMac),
             browser.browserName,
             browser.browserShortName,
             browser.frameworkFolder};

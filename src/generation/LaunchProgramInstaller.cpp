@@ -4,14 +4,12 @@
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/Platform.h"
+#include "core/TreeCopy.h"
 #include "generation/SNAppScriptHelper.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <filesystem>
-#include <system_error>
 
 namespace {
 
@@ -38,63 +36,6 @@ bool writeFile(const QString &path, const QByteArray &data, QFile::Permissions m
     if (!QFile::setPermissions(path, mode)) {
         *error = QStringLiteral("cannot set the permissions of %1").arg(path);
         return false;
-    }
-    return true;
-}
-
-bool copyFile(const QString &source, const QString &destination, QString *error)
-{
-    // A link left where a file now goes is replaced, not written through.
-    if (QFileInfo(destination).isSymLink())
-        QFile::remove(destination);
-    QFile file(source);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("cannot read %1: %2").arg(source, file.errorString());
-        return false;
-    }
-    return writeFile(destination, file.readAll(), file.permissions(), error);
-}
-
-// A link is made beside its place and renamed over it, like a file; its target is kept verbatim
-// so that relative links stay inside the bundle.
-bool copyLink(const QString &source, const QString &destination, QString *error)
-{
-    namespace fs = std::filesystem;
-    const auto native = [](const QString &path) { return fs::path(QFile::encodeName(path).toStdString()); };
-    std::error_code code;
-    const fs::path target = fs::read_symlink(native(source), code);
-    const fs::path temporary = native(destination + QStringLiteral(".sorvane-link"));
-    if (!code) {
-        fs::remove(temporary, code);
-        fs::create_symlink(target, temporary, code);
-    }
-    if (!code)
-        fs::rename(temporary, native(destination), code);
-    if (code) {
-        std::error_code ignored;
-        fs::remove(temporary, ignored);
-        *error =
-            QStringLiteral("cannot link %1: %2").arg(destination, QString::fromStdString(code.message()));
-        return false;
-    }
-    return true;
-}
-
-bool copyTree(const QString &source, const QString &destination, QString *error)
-{
-    if (!QDir().mkpath(destination)) {
-        *error = QStringLiteral("cannot create %1").arg(destination);
-        return false;
-    }
-    const QFileInfoList entries = QDir(source).entryInfoList(
-        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
-    for (const QFileInfo &entry : entries) {
-        const QString target = destination + u'/' + entry.fileName();
-        const bool copied = entry.isSymLink() ? copyLink(entry.filePath(), target, error)
-                            : entry.isDir()   ? copyTree(entry.filePath(), target, error)
-                                              : copyFile(entry.filePath(), target, error);
-        if (!copied)
-            return false;
     }
     return true;
 }
@@ -147,11 +88,14 @@ bool LaunchProgramInstaller::installHelperFiles(const QString &bundlePath, SNErr
         if (!source.exists())
             return fail(
                 error, QStringLiteral("%1 is missing from the Sorvane resources (%2).").arg(item, resources));
-        QString detail;
-        const bool copied = source.isDir() ? copyTree(source.filePath(), destination + u'/' + item, &detail)
-                                           : copyFile(source.filePath(), destination + u'/' + item, &detail);
-        if (!copied)
-            return fail(error, QStringLiteral("%1 could not be installed: %2").arg(item, detail));
+        // A regeneration copies over the last one; what it left in the way is replaced, not
+        // written through.
+        if (const std::optional<QString> detail =
+                TreeCopy::copy(source.filePath(), destination + u'/' + item,
+                               {.links = TreeCopy::Links::Keep,
+                                .existing = TreeCopy::Existing::ReplaceNonFolder,
+                                .errors = TreeCopy::Errors::Stop}))
+            return fail(error, QStringLiteral("%1 could not be installed: %2").arg(item, *detail));
     }
     return true;
 }

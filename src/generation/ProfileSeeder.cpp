@@ -4,7 +4,7 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
-#include "core/Platform.h"
+#include "core/TreeCopy.h"
 
 #include <QDir>
 #include <QFile>
@@ -42,21 +42,6 @@ std::optional<SNError> failure(const QString &description)
     return SNError{1, description};
 }
 
-fs::path nativePath(const QString &path)
-{
-    return fs::path(QFile::encodeName(path).toStdString());
-}
-
-QString qtPath(const fs::path &path)
-{
-    return QFile::decodeName(QByteArray::fromStdString(path.native()));
-}
-
-QString reason(const std::error_code &code)
-{
-    return QString::fromStdString(code.message());
-}
-
 // Profile keys and extension ids become folder names: anything that could leave the folder it is
 // joined to is refused.
 bool isPlainName(const QString &name)
@@ -64,142 +49,21 @@ bool isPlainName(const QString &name)
     return !name.isEmpty() && name != u"." && name != u".." && !name.contains(u'/');
 }
 
-// Makes `linkPath` a link to `target`, replacing a file or link already there. The link is made
-// beside its place and renamed over it, so a reader never sees the name missing; a real folder in
-// the way makes the rename fail rather than being deleted.
-std::optional<SNError> placeLink(const fs::path &target, const fs::path &linkPath)
+// Links stay links with their target unchanged, so nothing outside the copied folder is pulled
+// in; what an earlier seeding left is replaced, never written through (that would write into the
+// browser's own profile).
+std::optional<SNError> copyProfileData(const QString &source, const QString &destination,
+                                       TreeCopy::Errors errors)
 {
-    fs::path temporary = linkPath;
-    temporary += ".sorvane-link";
-    std::error_code code;
-    fs::remove(temporary, code);
-    fs::create_symlink(target, temporary, code);
-    if (!code)
-        fs::rename(temporary, linkPath, code);
-    if (code) {
-        std::error_code ignored;
-        fs::remove(temporary, ignored);
-        return failure(
-            QStringLiteral("The link %1 could not be created: %2").arg(qtPath(linkPath), reason(code)));
-    }
+    // Profiles often lack some entries (no extension ever synced, no rules): nothing to copy.
+    if (!QFileInfo::exists(source))
+        return std::nullopt;
+    if (const std::optional<QString> error = TreeCopy::copy(source, destination,
+                                                            {.links = TreeCopy::Links::Keep,
+                                                             .existing = TreeCopy::Existing::ReplaceNonFolder,
+                                                             .errors = errors}))
+        return failure(*error);
     return std::nullopt;
-}
-
-// One recursive copy. Links are copied as links with their target unchanged (never followed, so
-// nothing outside the copied folder is pulled in), folders are walked, regular files are copied
-// with their mode. Sockets and pipes (a running browser's lock and IPC files) are left out.
-// A copy that keeps going records its first error and carries on with the next entry.
-class TreeCopy
-{
-public:
-    explicit TreeCopy(bool keepGoing) : m_keepGoing(keepGoing) {}
-
-    // A missing source is nothing to copy.
-    bool copy(const fs::path &source, const fs::path &destination)
-    {
-        std::error_code code;
-        const fs::file_status status = fs::symlink_status(source, code);
-        if (status.type() == fs::file_type::not_found)
-            return true;
-        if (code)
-            return fail(QStringLiteral("%1 could not be read: %2").arg(qtPath(source), reason(code)));
-
-        switch (status.type()) {
-        case fs::file_type::symlink:
-            return copyLink(source, destination);
-        case fs::file_type::directory:
-            return copyFolder(source, destination);
-        case fs::file_type::regular:
-            return copyFile(source, destination);
-        default:
-            return true;
-        }
-    }
-
-    const std::optional<SNError> &firstError() const { return m_firstError; }
-
-private:
-    bool fail(const QString &description)
-    {
-        if (!m_firstError)
-            m_firstError = SNError{1, description};
-        return m_keepGoing;
-    }
-
-    // Anything but a real folder at the destination goes first: writing through a link left by an
-    // earlier seeding would write into the browser's own profile.
-    bool clearForFile(const fs::path &destination)
-    {
-        std::error_code code;
-        const fs::file_status status = fs::symlink_status(destination, code);
-        if (status.type() == fs::file_type::not_found || status.type() == fs::file_type::directory)
-            return true;
-        if (!code)
-            fs::remove(destination, code);
-        if (code)
-            return fail(
-                QStringLiteral("%1 could not be replaced: %2").arg(qtPath(destination), reason(code)));
-        return true;
-    }
-
-    bool copyLink(const fs::path &source, const fs::path &destination)
-    {
-        std::error_code code;
-        const fs::path target = fs::read_symlink(source, code);
-        if (code)
-            return fail(
-                QStringLiteral("The link %1 could not be read: %2").arg(qtPath(source), reason(code)));
-        if (const std::optional<SNError> error = placeLink(target, destination))
-            return fail(error->description);
-        return true;
-    }
-
-    bool copyFile(const fs::path &source, const fs::path &destination)
-    {
-        if (!clearForFile(destination))
-            return false;
-        std::error_code code;
-        fs::copy_file(source, destination, code);
-        if (code)
-            return fail(QStringLiteral("%1 could not be copied to %2: %3")
-                            .arg(qtPath(source), qtPath(destination), reason(code)));
-        return true;
-    }
-
-    bool copyFolder(const fs::path &source, const fs::path &destination)
-    {
-        if (!clearForFile(destination))
-            return false;
-        std::error_code code;
-        fs::create_directories(destination, code);
-        if (code)
-            return fail(QStringLiteral("The folder %1 could not be created: %2")
-                            .arg(qtPath(destination), reason(code)));
-
-        fs::directory_iterator entries(source, code);
-        if (code)
-            return fail(
-                QStringLiteral("The folder %1 could not be read: %2").arg(qtPath(source), reason(code)));
-        for (; entries != fs::directory_iterator(); entries.increment(code)) {
-            const fs::path name = entries->path().filename();
-            if (!copy(entries->path(), destination / name))
-                return false;
-        }
-        if (code)
-            return fail(
-                QStringLiteral("The folder %1 could not be read: %2").arg(qtPath(source), reason(code)));
-        return true;
-    }
-
-    bool m_keepGoing;
-    std::optional<SNError> m_firstError;
-};
-
-std::optional<SNError> copyStrictly(const QString &source, const QString &destination)
-{
-    TreeCopy copy(false);
-    copy.copy(nativePath(source), nativePath(destination));
-    return copy.firstError();
 }
 
 QString describeUsers(const QList<SNProfileEntry> &usersArray)
@@ -220,11 +84,8 @@ ProfileSeeder::ProfileSeeder(Context &context, const QString &typeKey)
 
 QString ProfileSeeder::sourceBrowserFolder() const
 {
-    const BrowserInfo &browser = BrowserCatalogue::byTypeKey(m_typeKey);
-    if (Platform::isMac())
-        return m_context.homeFolder() + QStringLiteral("/Library/Application Support/") +
-               browser.macUserDataFolder + u'/';
-    return m_context.homeFolder() + QStringLiteral("/.config/") + browser.linuxUserDataFolder + u'/';
+    return BrowserCatalogue::userDataFolder(BrowserCatalogue::byTypeKey(m_typeKey), m_context.homeFolder()) +
+           u'/';
 }
 
 QString ProfileSeeder::sourceProfileFolder(const QString &profileKey) const
@@ -265,7 +126,8 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
             continue;
         }
         const QString relative = ExtensionsFolder + u'/' + extensionId;
-        if (auto error = copyStrictly(sourceProfile + relative, defaultUserDirectory + u'/' + relative))
+        if (auto error = copyProfileData(sourceProfile + relative, defaultUserDirectory + u'/' + relative,
+                                         TreeCopy::Errors::Stop))
             return error;
         if (auto error = copyFromFolder(QStringLiteral("Local Storage"), extensionId, currentProfileKey,
                                         defaultUserDirectory))
@@ -275,10 +137,9 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
             return error;
     }
 
-    // Profiles often lack some of these (no extension ever synced, no rules): a missing source is
-    // nothing to copy, not an error.
     for (const QString &entry : FollowUpEntries) {
-        if (auto error = copyStrictly(sourceProfile + entry, defaultUserDirectory + u'/' + entry))
+        if (auto error = copyProfileData(sourceProfile + entry, defaultUserDirectory + u'/' + entry,
+                                         TreeCopy::Errors::Stop))
             return error;
     }
     return std::nullopt;
@@ -292,29 +153,30 @@ std::optional<SNError> ProfileSeeder::copyFromFolder(const QString &folder, cons
     if (extensionId.isEmpty() || !isPlainName(currentProfileKey))
         return std::nullopt;
     // Links point at absolute paths, so they hold wherever the app is moved.
-    const fs::path source = nativePath(
-        QDir::cleanPath(QFileInfo(sourceProfileFolder(currentProfileKey) + folder).absoluteFilePath()));
+    const QString source =
+        QDir::cleanPath(QFileInfo(sourceProfileFolder(currentProfileKey) + folder).absoluteFilePath());
     std::error_code code;
-    if (fs::symlink_status(source, code).type() == fs::file_type::not_found)
+    if (fs::symlink_status(QFile::encodeName(source).toStdString(), code).type() == fs::file_type::not_found)
         return std::nullopt;
 
     const QString destination = defaultUserDirectory + u'/' + folder;
     const auto unreadable = [&] {
-        return failure(
-            QStringLiteral("The folder %1 could not be read: %2").arg(qtPath(source), reason(code)));
+        return failure(QStringLiteral("The folder %1 could not be read: %2")
+                           .arg(source, QString::fromStdString(code.message())));
     };
-    fs::directory_iterator entries(source, code);
+    fs::directory_iterator entries(QFile::encodeName(source).toStdString(), code);
     if (code)
         return unreadable();
     for (; entries != fs::directory_iterator(); entries.increment(code)) {
-        const QString name = qtPath(entries->path().filename());
+        const QString name =
+            QFile::decodeName(QByteArray::fromStdString(entries->path().filename().native()));
         if (!name.contains(extensionId))
             continue;
         if (!QDir().mkpath(destination))
             return failure(QStringLiteral("The folder %1 could not be created.").arg(destination));
         // Linked, not copied: the app and the browser keep using one storage.
-        if (auto error = placeLink(entries->path(), nativePath(destination + u'/' + name)))
-            return error;
+        if (auto error = TreeCopy::placeLink(source + u'/' + name, destination + u'/' + name))
+            return failure(*error);
     }
     if (code)
         return unreadable();
@@ -336,8 +198,8 @@ void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
         const QString profileToCopyPath = QDir::cleanPath(sourceBrowserFolder() + entry.profileKey);
         Logger::log(QStringLiteral("profileToCopyPath:%1 ").arg(profileToCopyPath));
         // Whatever cannot be copied (locked or unreadable files) the browser rebuilds or does without.
-        TreeCopy copy(true);
-        copy.copy(nativePath(profileToCopyPath), nativePath(profileDirectory + u'/' + entry.profileKey));
+        copyProfileData(profileToCopyPath, profileDirectory + u'/' + entry.profileKey,
+                        TreeCopy::Errors::KeepGoing);
     }
 
     QJsonObject localState = QJsonDocument::fromJson(InitialLocalState).object();

@@ -27,9 +27,7 @@ class ProfileSeeder final
 public:
     ProfileSeeder(Context &context, const QString &typeKey);
 
-    // The installed browser's user-data folder, ending in "/": on Linux
-    // "<home>/.config/<linux user-data folder>/", on macOS
-    // "<home>/Library/Application Support/<mac user-data folder>/" (catalogue columns).
+    // The installed browser's user-data folder (BrowserCatalogue::userDataFolder), ending in "/".
     QString sourceBrowserFolder() const;
     // "<source browser folder><profileKey>/".
     QString sourceProfileFolder(const QString &profileKey) const;

@@ -319,9 +319,9 @@ QString withLiteralFolderPattern(const QString &text, const QString &engineName)
 
 QString userDataWord(const BrowserInfo &browser, bool targetIsMac)
 {
-    if (targetIsMac)
-        return u"~/Library/Application\\ Support/"_s + ShellEscaping::unquoted(browser.macUserDataFolder);
-    return u"~/.config/"_s + ShellEscaping::unquoted(browser.linuxUserDataFolder);
+    // "~" stays outside the escaping, so the shell still expands it.
+    return u"~"_s +
+           ShellEscaping::unquoted(BrowserCatalogue::userDataFolder(browser, QString(), targetIsMac));
 }
 
 QString handOffExec(const QString &engine, bool incognito)
@@ -418,12 +418,7 @@ QString SNAppScriptHelper::getBrowserPath(const QString &typeKey, const UserDefa
 
 QString SNAppScriptHelper::browserPathArgument(const QString &enginePath, bool targetIsMac)
 {
-    if (!targetIsMac)
-        return enginePath;
-    QString path = enginePath;
-    for (int i = 0; i < 3; ++i)
-        path.truncate(qMax<qsizetype>(path.lastIndexOf(u'/'), 0));
-    return path;
+    return targetIsMac ? BrowserCatalogue::bundleOfEngine(enginePath) : enginePath;
 }
 
 QString SNAppScriptHelper::extraEngineFlagsForBrowser(const QString &typeKey)

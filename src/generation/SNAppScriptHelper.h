@@ -22,7 +22,7 @@ public:
     // browser, else its default path. Not checked for existence.
     static QString getBrowserPath(const QString &typeKey, const UserDefaults &defaults);
     // createEngine.sh's third argument for an engine executable: on macOS the browser's bundle
-    // (the path without its last three components), elsewhere the executable itself.
+    // (BrowserCatalogue::bundleOfEngine), elsewhere the executable itself.
     static QString browserPathArgument(const QString &enginePath, bool targetIsMac);
     // Switches every start of the engine carries (ENGINE_EXTRA_FLAGS).
     static QString extraEngineFlagsForBrowser(const QString &typeKey);
