@@ -3,6 +3,7 @@
 #include "core/TiffWriter.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 
@@ -50,6 +51,21 @@ SNImage::SNImage(QList<QImage> representations)
     m_representations.removeIf([](const QImage &image) { return image.isNull(); });
 }
 
+SNImage SNImage::decode(const QByteArray &data, const QString &source, QString *error)
+{
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    const bool pngFile = reader.format() == "png"; // asked before reading, which consumes it
+    QString reason;
+    QList<QImage> images = readAll(reader, &reason);
+    SNImage image = finish(std::move(images), source, reason, error);
+    if (pngFile && image.m_representations.size() == 1)
+        image.m_sourcePng = data;
+    return image;
+}
+
 SNImage SNImage::fromFile(const QString &path, QString *error)
 {
     const QFileInfo info(path);
@@ -58,10 +74,10 @@ SNImage SNImage::fromFile(const QString &path, QString *error)
         return finish({}, source, QStringLiteral("no such file"), error);
     if (info.size() == 0)
         return finish({}, source, QStringLiteral("the file is empty"), error);
-    QImageReader reader(path);
-    QString reason;
-    QList<QImage> images = readAll(reader, &reason);
-    return finish(std::move(images), source, reason, error);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return finish({}, source, file.errorString(), error);
+    return decode(file.readAll(), source, error);
 }
 
 SNImage SNImage::fromData(const QByteArray &data, QString *error)
@@ -69,13 +85,7 @@ SNImage SNImage::fromData(const QByteArray &data, QString *error)
     const QString source = QStringLiteral("data");
     if (data.isEmpty())
         return finish({}, source, QStringLiteral("no data"), error);
-    QBuffer buffer;
-    buffer.setData(data);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    QString reason;
-    QList<QImage> images = readAll(reader, &reason);
-    return finish(std::move(images), source, reason, error);
+    return decode(data, source, error);
 }
 
 QByteArray SNImage::tiffRepresentation() const

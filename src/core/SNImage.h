@@ -35,6 +35,16 @@ public:
     QImage largestRepresentation() const;
     QSize largestPixelSize() const { return largestRepresentation().size(); }
 
+    // The PNG file an image was read from, when it is a single-image PNG (empty otherwise), and
+    // the cache key of the representation it holds: writers that store PNG can take these bytes
+    // instead of encoding the same pixels again.
+    const QByteArray &sourcePng() const { return m_sourcePng; }
+    qint64 sourcePngKey() const { return m_sourcePng.isEmpty() ? 0 : m_representations.first().cacheKey(); }
+
 private:
+    // Decodes `data`; a single-image PNG keeps its bytes.
+    static SNImage decode(const QByteArray &data, const QString &source, QString *error);
+
     QList<QImage> m_representations;
+    QByteArray m_sourcePng;
 };

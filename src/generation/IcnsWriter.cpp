@@ -58,7 +58,7 @@ QByteArray IcnsWriter::entryType(int pixels)
     }
 }
 
-QByteArray IcnsWriter::encode(const QList<QImage> &images, QString *error)
+QByteArray IcnsWriter::encode(const QList<QImage> &images, QString *error, const QHash<qint64, QByteArray> &encoded)
 {
     QByteArray entries;
     QSet<int> written;
@@ -69,7 +69,8 @@ QByteArray IcnsWriter::encode(const QList<QImage> &images, QString *error)
         const QByteArray type = entryType(square.width());
         if (type.isEmpty() || written.contains(square.width()))
             continue;
-        const QByteArray data = png(square);
+        const auto made = encoded.constFind(square.cacheKey());
+        const QByteArray data = made != encoded.cend() ? *made : png(square);
         if (data.isEmpty()) {
             if (error)
                 *error = QStringLiteral("Cannot encode the %1 pixel image as PNG.").arg(square.width());

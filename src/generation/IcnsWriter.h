@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QString>
@@ -16,5 +17,8 @@ public:
     // Entries in list order. A representation whose pixel width has no slot (48, 300 ...) is left
     // out, as is a later one of a width already written. A non-square one keeps its proportions,
     // centred on a transparent square as wide as it is. Fails (empty result) when no entry is left.
-    static QByteArray encode(const QList<QImage> &images, QString *error = nullptr);
+    // `png` holds PNG files already made for some images, by QImage::cacheKey(): a square image
+    // found there is stored as those bytes instead of being encoded again.
+    static QByteArray encode(const QList<QImage> &images, QString *error = nullptr,
+                             const QHash<qint64, QByteArray> &png = {});
 };

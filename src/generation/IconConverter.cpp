@@ -58,7 +58,10 @@ bool IconConverter::convertImagesWithSourceImage(const SNImage &image, const QSt
     const QList<QImage> refs = refsFromImage(image);
     if (refs.isEmpty())
         return fail(IconErrorText, error);
-    const QByteArray icns = IcnsWriter::encode(refs);
+    QHash<qint64, QByteArray> png;
+    if (!image.sourcePng().isEmpty())
+        png.insert(image.sourcePngKey(), image.sourcePng());
+    const QByteArray icns = IcnsWriter::encode(refs, nullptr, png);
     if (icns.isEmpty() || !AtomicWriter::write(destinationDirectory + QLatin1Char('/') + IconFileName, icns))
         return fail(IconWriteErrorText, error);
     Logger::log(IconCreatedText);
