@@ -25,7 +25,8 @@ function required(name) {
 // Polls until check() returns something other than undefined/false, or fails after timeoutMs.
 export async function waitFor(what, check, timeoutMs = 20000) {
   const deadline = Date.now() + timeoutMs;
-  const timedOut = () => new Error(`timed out waiting for ${what}`);
+  // `what` may be a function, to say at the time out what the check saw.
+  const timedOut = () => new Error(`timed out waiting for ${typeof what === 'function' ? what() : what}`);
   for (;;) {
     // A check that talks to the engine can hang (a worker that went away); it gets no more time.
     let timer;
