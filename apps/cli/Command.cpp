@@ -30,7 +30,7 @@ int Command::execute(const QStringList &arguments, Context &context)
     };
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
-    if (parser.positionalArguments().size() > positionalArguments())
+    if (positionalArguments() != AnyNumber && parser.positionalArguments().size() > positionalArguments())
         return usageError(QStringLiteral("unexpected argument %1")
                               .arg(DefinitionValidator::quoted(parser.positionalArguments().at(positionalArguments()))));
     for (const QString &optionName : parser.optionNames()) {

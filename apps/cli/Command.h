@@ -25,7 +25,9 @@ public:
 
 protected:
     virtual void addOptions(QCommandLineParser &parser);
-    // How many positional arguments the command takes; more are a usage error.
+    // How many positional arguments the command takes (AnyNumber: no limit); more are a usage
+    // error.
+    static constexpr int AnyNumber = -1;
     virtual int positionalArguments() const { return 0; }
     // Options with a value that may be given more than once (every other one only once).
     virtual QStringList repeatableOptions() const { return {}; }

@@ -1,10 +1,15 @@
 // sorvane: the scripting face of the generator.
 
+#include "AutoUpdateCommand.h"
 #include "BrowsersCommand.h"
 #include "BulkCommand.h"
 #include "CreateCommand.h"
+#include "DeleteCommand.h"
+#include "InfoCommand.h"
+#include "ListCommand.h"
 #include "RegistryCommand.h"
 #include "ScriptCommand.h"
+#include "UpdateCommand.h"
 
 #include "core/Context.h"
 
@@ -21,6 +26,11 @@ std::vector<std::unique_ptr<Command>> commands()
     std::vector<std::unique_ptr<Command>> list;
     list.push_back(std::make_unique<CreateCommand>());
     list.push_back(std::make_unique<BulkCommand>());
+    list.push_back(std::make_unique<ListCommand>());
+    list.push_back(std::make_unique<InfoCommand>());
+    list.push_back(std::make_unique<UpdateCommand>());
+    list.push_back(std::make_unique<AutoUpdateCommand>());
+    list.push_back(std::make_unique<DeleteCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
@@ -33,7 +43,7 @@ QString usage(const std::vector<std::unique_ptr<Command>> &list)
                                   "Turns web sites into stand-alone desktop apps.\n\n"
                                   "Commands:\n");
     for (const auto &command : list)
-        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(10), command->description());
+        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(11), command->description());
     text += QStringLiteral("\nOptions:\n"
                            "  --help     Show this help; `sorvane <command> --help` shows a command's options.\n"
                            "  --version  Show Sorvane's version.\n");

@@ -76,9 +76,18 @@ CompanionInstaller::CompanionInstaller(Context &context) : m_context(context) {}
 
 void CompanionInstaller::copyExtensionFiles(const QString &resourceDirectory) const
 {
+    // Folders of earlier versions go; so does an existing copy, but only once the fresh one is
+    // complete beside it, so that an engine starting meanwhile finds one whole extension or none.
+    const QString legacy = resourceDirectory + u'/' + Constants::LegacyCompanionFolderName;
+    if (QFileInfo(legacy).isDir() && !QFileInfo(legacy).isSymLink() && !QDir(legacy).removeRecursively())
+        logFailure(u"remove"_s, legacy, u"removeRecursively failed"_s);
     const QString destination = resourceDirectory + u'/' + ExtensionFolderName;
-    if (!QDir().mkpath(destination)) {
-        logFailure(u"create"_s, destination, u"mkpath failed"_s);
+    const QFileInfo existing(destination);
+    const bool replacing = existing.exists() || existing.isSymLink();
+    const QString building = replacing ? destination + u".new"_s : destination;
+    QDir(building).removeRecursively();
+    if (!QDir().mkpath(building)) {
+        logFailure(u"create"_s, building, u"mkpath failed"_s);
         return;
     }
 
@@ -90,12 +99,24 @@ void CompanionInstaller::copyExtensionFiles(const QString &resourceDirectory) co
     for (const QFileInfo &entry : entries) {
         if (entry.fileName().startsWith(u'.') || entry.isSymLink())
             continue;
-        copyTree(entry.filePath(), destination + u'/' + installedName(entry));
+        copyTree(entry.filePath(), building + u'/' + installedName(entry));
     }
 
     // Written per app, so that the shipped scripts never spell the host's name themselves.
-    writeFile(destination + u"/nativeHost.js"_s,
+    writeFile(building + u"/nativeHost.js"_s,
               (u"export var nativeHost = '"_s + Constants::NativeHostName + u"';"_s).toUtf8());
+    if (!replacing)
+        return;
+    const QString old = destination + u".old"_s;
+    QDir(old).removeRecursively();
+    QFile::remove(old);
+    const bool movedAway = existing.isDir() && !existing.isSymLink() ? QDir().rename(destination, old)
+                                                                      : QFile::remove(destination);
+    if (!movedAway || !QDir().rename(building, destination)) {
+        logFailure(u"replace"_s, destination, u"rename failed"_s);
+        return;
+    }
+    QDir(old).removeRecursively();
 }
 
 void CompanionInstaller::configureNativeMessaging(const QString &profileDirectory,
@@ -118,7 +139,11 @@ void CompanionInstaller::configureNativeMessaging(const QString &profileDirector
             installedResourceDirectory.isEmpty() ? resourceDirectory : installedResourceDirectory;
         manifest.replace(HostProgramName, jsonStringContents(installedFolder + u'/' + HostProgramName));
         const QString manifestPath = hostsFolder + u'/' + Constants::NativeHostName + u".json"_s;
-        if (writeFile(manifestPath, manifest.toUtf8()))
+        // The folder is the engine's own: a regeneration of an app that has not moved leaves
+        // the manifest, and with it the whole profile, as it was.
+        QFile current(manifestPath);
+        const bool unchanged = current.open(QIODevice::ReadOnly) && current.readAll() == manifest.toUtf8();
+        if (unchanged || writeFile(manifestPath, manifest.toUtf8()))
             Logger::log(u"Native messaging host manifest: %1"_s.arg(manifestPath));
     } else {
         logFailure(u"read"_s, templatePath, templateFile.errorString());

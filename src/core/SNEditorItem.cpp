@@ -3,6 +3,7 @@
 #include "core/BrowserCatalogue.h"
 
 #include <QFileInfo>
+#include <QHash>
 
 QString SNEditorItem::browserName() const
 {
@@ -43,4 +44,29 @@ std::optional<SNEditorItem> SNEditorItem::initWithDictionary(const QVariantMap &
     item.installed = installed.typeId() == QMetaType::Bool ? installed.toBool()
                                                            : !item.path.isEmpty() && QFileInfo::exists(item.path);
     return item;
+}
+
+SNEditorItem SNEditorItem::initWithAppItem(const SNAppItem &item, const SNBulkApp &definition)
+{
+    SNEditorItem editor;
+    editor.appItem = definition;
+    editor.appId = item.appId;
+    editor.path = item.path;
+    editor.browser = item.browserType;
+    editor.installed = !item.path.isEmpty() && QFileInfo::exists(item.path);
+    return editor;
+}
+
+QString SNAppItem::displayNameForBrowserType(const QString &browserType)
+{
+    static const QHash<QString, QString> names{
+        {QStringLiteral("canary"), QStringLiteral("Google Chrome Canary")},
+        {QStringLiteral("brave"), QStringLiteral("Brave Browser")},
+        {QStringLiteral("edge"), QStringLiteral("Microsoft Edge")},
+        {QStringLiteral("opera"), QStringLiteral("Opera")},
+        {QStringLiteral("vivaldi"), QStringLiteral("Vivaldi")},
+        {QStringLiteral("helium"), QStringLiteral("Helium")},
+        {QStringLiteral("chromium"), QStringLiteral("Chromium")},
+    };
+    return names.value(browserType, QStringLiteral("Google Chrome"));
 }

@@ -20,7 +20,6 @@
 #include "generation/SNPlistHelper.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -169,23 +168,32 @@ void BundleWriter::setPermissions() const
         processes.run(u"/usr/bin/xattr"_s, {u"-dr"_s, u"com.apple.ResourceFork"_s, bundle});
         processes.run(u"/usr/bin/xattr"_s, {u"-rd"_s, u"com.apple.quarantine"_s, bundle});
     }
-    // What `chmod -R 755` does, without starting a process for it. Links are left alone: their
-    // targets (the browser's engine) are not the bundle's.
+    // What `chmod -R 755` does, without starting a process for it, except in the profile: that is
+    // the engine's, and a regeneration leaves it as it was. Links are left alone: their targets
+    // (the browser's engine) are not the bundle's.
     constexpr QFile::Permissions Mode755 = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                            QFile::ReadUser | QFile::WriteUser | QFile::ExeUser |
                                            QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
     QFile::setPermissions(bundle, Mode755);
-    QDirIterator it(bundle, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        if (!it.fileInfo().isSymLink())
-            QFile::setPermissions(path, Mode755);
+    QStringList folders{bundle};
+    while (!folders.isEmpty()) {
+        const QFileInfoList entries = QDir(folders.takeLast())
+                                          .entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden |
+                                                         QDir::System);
+        for (const QFileInfo &entry : entries) {
+            if (entry.isSymLink() || entry.filePath() == m_layout.profile)
+                continue;
+            QFile::setPermissions(entry.filePath(), Mode755);
+            if (entry.isDir())
+                folders.append(entry.filePath());
+        }
     }
 }
 
 bool BundleWriter::includesCompanion() const
 {
+    if (m_companionIncluded)
+        return *m_companionIncluded;
     return m_definition.isWhitelistingEnabled || !m_definition.routingRules.isEmpty() ||
            m_definition.defaultDestination.has_value() ||
            m_context.defaults().boolForKey(u"AutoIncludeWhitelisting"_s);

@@ -6,6 +6,8 @@
 
 #include <QString>
 
+#include <optional>
+
 class Context;
 
 // Writes the parts of a generated bundle from an app definition. Every step stands alone and can
@@ -53,8 +55,10 @@ public:
     void setPermissions() const;
 
     // Whether the app loads the companion: it asks for routing, or the user's
-    // AutoIncludeWhitelisting setting includes it everywhere.
+    // AutoIncludeWhitelisting setting includes it everywhere; unless set here (regeneration keeps
+    // what the app's script says).
     bool includesCompanion() const;
+    void setCompanionIncluded(bool included) { m_companionIncluded = included; }
     // The legacy whitelist patterns of the definition's addresses.
     QStringList whiteListOptions() const;
 
@@ -63,4 +67,5 @@ private:
     const AppDefinition &m_definition;
     BundleLayout m_layout;
     BundleLayout m_installed;
+    std::optional<bool> m_companionIncluded;
 };

@@ -228,8 +228,11 @@ QStringList EngineBuilder::engineScriptArguments(const QString &resourcesFolder,
             browser.frameworkFolder};
 }
 
+const QString EngineBuilder::DefaultFailureLine =
+    QStringLiteral("Warning: engine creation exited with status %1 (will retry at first launch)");
+
 bool EngineBuilder::runEngineScript(Context &context, const QString &resourcesFolder, const QString &appName,
-                                    const QString &typeKey)
+                                    const QString &typeKey, const QString &failureLine)
 {
     const BrowserInfo &browser = BrowserCatalogue::byTypeKey(typeKey);
     const QString enginePath = BrowserCatalogue::enginePathForScript(typeKey, context.defaults());
@@ -238,9 +241,7 @@ bool EngineBuilder::runEngineScript(Context &context, const QString &resourcesFo
         engineScriptArguments(resourcesFolder, appName, browser, enginePath, Platform::isMac()),
         resourcesFolder);
     if (!result.succeeded()) {
-        Logger::log(
-            QStringLiteral("Warning: engine creation exited with status %1 (will retry at first launch)")
-                .arg(result.exitCode));
+        Logger::log(failureLine.arg(result.exitCode));
         return false;
     }
     Logger::log(QStringLiteral("Engine cloned into root bundle."));

@@ -46,9 +46,11 @@ public:
                                              const BrowserInfo &browser, const QString &enginePath,
                                              bool forMac);
     // Runs the app's createEngine.sh for the browser of `typeKey` and waits for it. A failure is
-    // only logged: the app builds its engine again at its first start.
+    // only logged, with `failureLine` ("%1": the exit status): the app builds its engine again at
+    // its next start.
     static bool runEngineScript(Context &context, const QString &resourcesFolder, const QString &appName,
-                                const QString &typeKey);
+                                const QString &typeKey, const QString &failureLine = DefaultFailureLine);
+    static const QString DefaultFailureLine;
 
 private:
     Context &m_context;

@@ -1,0 +1,68 @@
+#include "DeleteCommand.h"
+
+#include "AppReference.h"
+#include "CliPrompter.h"
+
+#include "maintenance/AppRemover.h"
+
+#include <QFileInfo>
+
+using namespace Qt::Literals::StringLiterals;
+
+void DeleteCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addOption({u"yes"_s, u"Do not ask; without a terminal nothing is deleted without it."_s});
+    parser.addPositionalArgument(u"app"_s, u"An app's bundle path or registry id."_s, u"BUNDLE|ID ..."_s);
+}
+
+int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    if (parser.positionalArguments().isEmpty()) {
+        printError(u"sorvane delete: name the apps by bundle path or id"_s);
+        return BadUsage;
+    }
+    QList<AppReference> apps;
+    for (const QString &argument : parser.positionalArguments()) {
+        QString error;
+        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error);
+        if (!app) {
+            printError(u"sorvane delete: "_s + error);
+            return Failure;
+        }
+        apps.append(*app);
+    }
+    CliPrompter prompter(parser.isSet(u"yes"_s));
+    QVariantList results;
+    bool allDeleted = true;
+    for (const AppReference &app : apps) {
+        QString name = QFileInfo(app.path).fileName();
+        name.chop(name.endsWith(u".app"_s) ? 4 : 0);
+        QVariantMap result{{u"path"_s, app.path}, {u"deleted"_s, false}};
+        if (prompter.ask(AppRemover::confirmationMessage(name), AppRemover::ConfirmationInformativeText,
+                         AppRemover::ConfirmationButtons) != 0) {
+            printNote(u"Kept %1."_s.arg(app.path), parser);
+            result.insert(u"error"_s, u"not confirmed"_s);
+            results.append(result);
+            allDeleted = false;
+            continue;
+        }
+        QString error;
+        QString leftover;
+        if (!AppRemover::deleteApp(context, app.appId, app.path, &error, &leftover)) {
+            printError(u"sorvane delete: "_s + error);
+            result.insert(u"error"_s, error);
+            allDeleted = false;
+        } else {
+            result.insert(u"deleted"_s, true);
+            if (!leftover.isEmpty())
+                printWarning(u"some files of %1 could not be removed; they are in %2"_s.arg(app.path, leftover),
+                             parser);
+            if (!parser.isSet(u"json"_s))
+                print(u"Deleted %1"_s.arg(app.path));
+        }
+        results.append(result);
+    }
+    if (parser.isSet(u"json"_s))
+        printJson(results);
+    return allDeleted ? Success : Failure;
+}

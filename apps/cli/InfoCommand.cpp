@@ -1,0 +1,60 @@
+#include "InfoCommand.h"
+
+#include "AppReference.h"
+
+#include "maintenance/AppHealth.h"
+#include "maintenance/SNUpdaterHelper.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+void InfoCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"app"_s, u"The app's bundle path or registry id."_s, u"BUNDLE|ID"_s);
+}
+
+int InfoCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    if (parser.positionalArguments().size() != 1) {
+        printError(u"sorvane info: name one app by its bundle path or id"_s);
+        return BadUsage;
+    }
+    QString error;
+    const std::optional<AppReference> app = AppReference::resolve(parser.positionalArguments().first(), context, &error);
+    if (!app) {
+        printError(u"sorvane info: "_s + error);
+        return Failure;
+    }
+    const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(app->path);
+    if (!info) {
+        printError(u"sorvane info: %1 has no readable launcher script"_s.arg(app->path));
+        return Failure;
+    }
+    const AppHealth health = AppHealth::check(context, app->path, app->appId, *info);
+    if (parser.isSet(u"json"_s)) {
+        QVariantMap document = *info;
+        document.insert(u"path"_s, app->path);
+        document.insert(u"health"_s, health.toMap());
+        printJson(document);
+        return Success;
+    }
+    const auto yesNo = [](bool value) { return value ? u"yes"_s : u"no"_s; };
+    QStringList lines{
+        u"Name:          %1"_s.arg(info->value(u"appName"_s).toString()),
+        u"Bundle:        %1"_s.arg(app->path),
+        u"Registry id:   %1"_s.arg(app->appId.isEmpty() ? u"(none)"_s : app->appId),
+        u"Kind:          %1"_s.arg(info->value(u"isTabs"_s).toBool() ? u"tabbed"_s : u"one window"_s),
+        u"Address:       %1"_s.arg(info->value(u"appURL"_s).toString()),
+    };
+    if (info->value(u"isTabs"_s).toBool())
+        lines.append(u"Tabs:          %1"_s.arg(info->value(u"tabs"_s).toStringList().join(u' ')));
+    lines << u"Browser:       %1 (%2, %3)"_s.arg(info->value(u"browserType"_s).toString(), health.enginePath,
+                                                  health.engineInstalled ? u"installed"_s : u"not installed"_s)
+          << u"Incognito:     %1"_s.arg(yesNo(info->value(u"incognito"_s).toBool()))
+          << u"Link routing:  %1"_s.arg(health.linkRouting)
+          << u"Version:       %1 (current: %2)"_s.arg(health.version, health.currentVersion)
+          << u"Running:       %1"_s.arg(yesNo(health.engineRunning));
+    for (const QString &problem : health.problems())
+        lines.append(u"! "_s + problem);
+    print(lines.join(u'\n'));
+    return Success;
+}

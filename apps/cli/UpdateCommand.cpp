@@ -1,0 +1,63 @@
+#include "UpdateCommand.h"
+
+#include "AppReference.h"
+
+#include "maintenance/SNAutoUpdateManager.h"
+#include "maintenance/SNUpdaterHelper.h"
+
+#include <QFileInfo>
+
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+void UpdateCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addOption({u"outdated"_s, u"Every app made by another version of Sorvane."_s});
+    parser.addPositionalArgument(u"app"_s, u"An app's bundle path or registry id."_s, u"[BUNDLE|ID ...]"_s);
+}
+
+int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.isEmpty() == !parser.isSet(u"outdated"_s)) {
+        printError(u"sorvane update: name apps by bundle path or id, or give --outdated"_s);
+        return BadUsage;
+    }
+    QStringList paths;
+    for (const QString &argument : arguments) {
+        QString error;
+        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error);
+        if (!app) {
+            printError(u"sorvane update: "_s + error);
+            return Failure;
+        }
+        if (!paths.contains(app->path))
+            paths.append(app->path);
+    }
+    if (parser.isSet(u"outdated"_s))
+        paths = SNAutoUpdateManager(context).getOutdatedApps();
+
+    const bool progress = isatty(STDERR_FILENO) && !parser.isSet(u"quiet"_s) && !parser.isSet(u"json"_s);
+    QVariantList results;
+    int updated = 0;
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        const QString &path = paths.at(i);
+        if (progress)
+            printError(u"[%1/%2] %3"_s.arg(i + 1).arg(paths.size()).arg(QFileInfo(path).fileName()));
+        QString error;
+        const bool done = SNUpdaterHelper::updateApp(context, path, &error);
+        updated += done ? 1 : 0;
+        if (!done && !parser.isSet(u"json"_s))
+            printError(u"sorvane update: "_s + error);
+        QVariantMap result{{u"path"_s, path}, {u"updated"_s, done}};
+        if (!done)
+            result.insert(u"error"_s, error);
+        results.append(result);
+    }
+    if (parser.isSet(u"json"_s))
+        printJson(QVariantMap{{u"updated"_s, updated}, {u"total"_s, paths.size()}, {u"apps"_s, results}});
+    else
+        print(u"Updated %1 out of %2 apps"_s.arg(updated).arg(paths.size()));
+    return updated == paths.size() ? Success : Failure;
+}

@@ -1,0 +1,268 @@
+#include "maintenance/SNUpdaterHelper.h"
+
+#include "core/AtomicWriter.h"
+#include "core/BrowserCatalogue.h"
+#include "core/Constants.h"
+#include "core/Context.h"
+#include "core/EngineWatch.h"
+#include "core/FileLock.h"
+#include "core/LaunchServices.h"
+#include "core/Logger.h"
+#include "core/Platform.h"
+#include "core/ProcessRunner.h"
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "generation/AppConfigFile.h"
+#include "generation/BundleWriter.h"
+#include "generation/EngineBuilder.h"
+#include "generation/SNPlistHelper.h"
+#include "maintenance/AppScriptReader.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+const QString SNUpdaterHelper::LegacyExtensionFolder = Constants::LegacyCompanionFolderName;
+
+namespace {
+
+bool fail(QString *error, const QString &reason)
+{
+    Logger::log(reason);
+    if (error)
+        *error = reason;
+    return false;
+}
+
+QString appNameOf(const QString &bundlePath)
+{
+    QString name = QFileInfo(bundlePath).fileName();
+    if (name.endsWith(u".app"_s))
+        name.chop(4);
+    return name;
+}
+
+bool isSorvaneBundle(const QVariantMap &plist)
+{
+    return plist.value(u"CFBundleIdentifier"_s).toString().startsWith(u"com.Ondrel.Sorvane"_s) ||
+           plist.value(u"SorvaneApp"_s).toBool();
+}
+
+// CFBundleExecutable, else the first entry of Contents/MacOS that is not a link (the engine is).
+QString executableName(const QString &bundlePath, const QVariantMap &plist)
+{
+    const QString named = plist.value(u"CFBundleExecutable"_s).toString();
+    if (!named.isEmpty())
+        return named;
+    const QFileInfoList entries = QDir(bundlePath + u"/Contents/MacOS"_s)
+                                      .entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                                                     QDir::Name);
+    for (const QFileInfo &entry : entries) {
+        if (!entry.isSymLink())
+            return entry.fileName();
+    }
+    return {};
+}
+
+// The keys every regeneration sets, from the dictionary a new app of that name would get; the
+// browser keys and the password-manager flag are the app's own and stay as they are.
+void refreshInfoDictionary(QVariantMap &plist, const QString &executable, const Context &context)
+{
+    const QVariantMap fresh =
+        SNPlistHelper::infoDictionary(executable, false, false, context.version(), context.bundleIdentifier());
+    for (auto it = fresh.cbegin(); it != fresh.cend(); ++it)
+        plist.insert(it.key(), it.value());
+    for (const char *key : {"LSUIElement", "NSSupportsAutomaticTermination", "NSSupportsSuddenTermination",
+                            "CFBundleIcons", "CFBundleIcons~mac", "CFBundleIconName", "CFBundleIconFiles"})
+        plist.remove(QLatin1String(key));
+}
+
+// The registry id of the app: the script's, else that of the record naming the bundle, else a
+// new record (an app made before the registry existed).
+QString registryId(Context &context, const QString &bundlePath, const QVariantMap &info)
+{
+    const QString fromScript = info.value(u"appID"_s).toString();
+    if (!fromScript.isEmpty())
+        return fromScript;
+    SNAppTracker tracker(context);
+    const QVariantMap records = tracker.getTracker();
+    for (auto it = records.cbegin(); it != records.cend(); ++it) {
+        if (it.value().toMap().value(u"appPath"_s).toString() == bundlePath)
+            return it.key();
+    }
+    return tracker.addAppTracker(bundlePath).value(u"appID"_s).toString();
+}
+
+} // namespace
+
+QString SNUpdaterHelper::scriptPath(const QString &bundlePath)
+{
+    const QString script = bundlePath + u"/Contents/Resources/script"_s;
+    if (QFileInfo(script).isFile())
+        return script;
+    const QString older = bundlePath + u"/Contents/MacOS/"_s + appNameOf(bundlePath);
+    return QFileInfo(older).isFile() ? older : QString();
+}
+
+std::optional<QVariantMap> SNUpdaterHelper::appInfo(const QString &bundlePath)
+{
+    QFile file(scriptPath(bundlePath));
+    if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return AppScriptReader::appInfo(appNameOf(bundlePath), QString::fromUtf8(file.readAll()));
+}
+
+bool SNUpdaterHelper::isEngineRunning(const QString &bundlePath)
+{
+    const QString executable =
+        executableName(bundlePath, PropertyList::readFile(bundlePath + u"/Contents/Info.plist"_s).toMap());
+    const QString engine = BundleLayout::engineName(executable.isEmpty() ? appNameOf(bundlePath) : executable);
+    return EngineWatch(QFile::encodeName(bundlePath).toStdString(), QFile::encodeName(engine).toStdString())
+        .engineRunning();
+}
+
+AppDefinition SNUpdaterHelper::definitionForApp(Context &context, const QString &appName, const QVariantMap &info)
+{
+    AppDefinition definition;
+    const QString appID = info.value(u"appID"_s).toString();
+    if (!appID.isEmpty()) {
+        if (std::optional<AppDefinition> stored =
+                AppConfigFile::read(AppConfigFile::path(SNAppTracker(context).getAppBundle(), appID)))
+            definition = *stored;
+    }
+    definition.appName = appName;
+    definition.appURL = info.value(u"appURL"_s).toString();
+    definition.needTab = info.value(u"isTabs"_s).toBool();
+    definition.tabsList.clear();
+    for (const QString &tab : info.value(u"tabs"_s).toStringList())
+        definition.tabsList.append(SNTabModel(tab));
+    definition.incognito = info.value(u"incognito"_s).toBool();
+    definition.applicationType = BrowserCatalogue::numberForTypeKey(info.value(u"browserType"_s).toString());
+    return definition;
+}
+
+bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QString *error)
+{
+    const std::optional<QVariantMap> read = appInfo(bundlePath);
+    if (!read)
+        return fail(error, u"Cannot update %1: it has no readable launcher script"_s.arg(bundlePath));
+    QVariantMap info = *read;
+
+    const QString plistPath = bundlePath + u"/Contents/Info.plist"_s;
+    QVariantMap plist = PropertyList::readFile(plistPath).toMap();
+    if (!isSorvaneBundle(plist))
+        return fail(error, u"Cannot update %1: it was not made by Sorvane"_s.arg(bundlePath));
+    const QString executable = executableName(bundlePath, plist);
+    if (executable.isEmpty() || executable.contains(u'/'))
+        return fail(error, u"Cannot update %1: it has no launch program"_s.arg(bundlePath));
+
+    const QString appID = registryId(context, bundlePath, info);
+    if (appID.isEmpty())
+        return fail(error, u"Cannot update %1: the registry cannot be written"_s.arg(bundlePath));
+    info.insert(u"appID"_s, appID);
+    // One regeneration or edit of an app at a time, across Sorvane's processes.
+    const FileLock lock(FileLock::lockPathFor(AppConfigFile::path(SNAppTracker(context).getAppBundle(), appID)));
+    // Checked under the lock: files of a running engine are not replaced under it.
+    if (isEngineRunning(bundlePath))
+        return fail(error, u"Not updating %1: the app is running; quit it and update again"_s.arg(bundlePath));
+
+    refreshInfoDictionary(plist, executable, context);
+    QString reason;
+    if (!PropertyList::writeFile(plistPath, plist, &reason))
+        return fail(error, u"Cannot update %1: %2"_s.arg(plistPath, reason));
+
+    const AppDefinition definition = definitionForApp(context, executable, info);
+    const BundleLayout layout = BundleLayout::atPath(bundlePath, executable);
+    BundleWriter writer(context, definition, layout);
+    writer.setCompanionIncluded(info.value(u"shouldIncludeWLExt"_s).toBool());
+    const QString script = writer.scriptText(appID, &reason);
+    if (script.isEmpty())
+        return fail(error, u"Error updating executable. %1"_s.arg(reason));
+    writer.writeCompanionFiles();
+
+    SNError installError;
+    if (!writer.installLaunchPrograms(&installError))
+        return fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
+    const QString innerApp = layout.resources + u"/InnerApp.app"_s;
+    if (QFileInfo(innerApp).isDir() && !QFileInfo(innerApp).isSymLink())
+        QDir(innerApp).removeRecursively();
+
+    if (!AtomicWriter::write(layout.script(), script.toUtf8(), &reason))
+        return fail(error, u"Error updating executable. %1"_s.arg(reason));
+    clearAttr(context, bundlePath);
+    preserveBrowserTypeForApp(context, bundlePath, info);
+    EngineBuilder::runEngineScript(context, layout.resources, executable,
+                                   BrowserCatalogue::byNumber(definition.applicationType).typeKey,
+                                   u"Warning: engine creation during update exited with status %1"_s);
+    Logger::log(u"Executable updated successfully."_s);
+    writer.setPermissions();
+    refreshLaunchServicesRegistration(bundlePath);
+    return true;
+}
+
+void SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString &bundlePath, const QVariantMap &info)
+{
+    SNAppTracker tracker(context);
+    const QVariantMap records = tracker.getTracker();
+    QString appID;
+    for (auto it = records.cbegin(); it != records.cend() && appID.isEmpty(); ++it) {
+        if (it.value().toMap().value(u"appPath"_s).toString() == bundlePath)
+            appID = it.key();
+    }
+    if (appID.isEmpty()) {
+        Logger::log(u"Could not find app ID for path: %1"_s.arg(bundlePath));
+        return;
+    }
+    const QString browserType = info.value(u"browserType"_s).toString();
+    const QString path = AppConfigFile::path(tracker.getAppBundle(), appID);
+    QVariantMap config = PropertyList::readFile(path).toMap();
+    if (config.isEmpty() || browserType.isEmpty())
+        return;
+    config.insert(u"browserType"_s, browserType);
+    if (PropertyList::writeFile(path, config))
+        Logger::log(u"Preserved browser type '%1' for app: %2"_s.arg(browserType, bundlePath));
+}
+
+bool SNUpdaterHelper::refreshLaunchServicesRegistration(const QString &bundlePath)
+{
+    return LaunchServices::refreshRegistration(bundlePath);
+}
+
+void SNUpdaterHelper::clearAttr(Context &context, const QString &bundlePath)
+{
+    if (Platform::isMac())
+        context.processes().run(u"/usr/bin/xattr"_s, {u"-rd"_s, u"com.apple.quarantine"_s, bundlePath});
+}
+
+int SNUpdaterHelper::updateSorvaneExtensionPath(Context &context)
+{
+    const QVariantMap records = SNAppTracker(context).getTracker();
+    QSet<QString> seen;
+    int updated = 0;
+    for (auto it = records.cbegin(); it != records.cend(); ++it) {
+        const QString path = it.value().toMap().value(u"appPath"_s).toString();
+        if (path.isEmpty() || seen.contains(path))
+            continue;
+        seen.insert(path);
+        const std::optional<QVariantMap> info = appInfo(path);
+        if (!info || info->value(u"appName"_s).toString().isEmpty())
+            continue;
+        const QDir resources(path + u"/Contents/Resources"_s);
+        if (!resources.exists()) {
+            Logger::log(u"An error occurred while getting directory contents: %1"_s.arg(
+                u"The folder %1 does not exist."_s.arg(resources.path())));
+            continue;
+        }
+        bool legacy = false;
+        for (const QFileInfo &entry : resources.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden)) {
+            Logger::log(entry.fileName());
+            legacy = legacy || entry.fileName().contains(LegacyExtensionFolder);
+        }
+        if (legacy && updateApp(context, path))
+            ++updated;
+    }
+    return updated;
+}
