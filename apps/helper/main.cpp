@@ -2,6 +2,8 @@
 // and the engine's executable name. It lives exactly as long as that engine, so the script can
 // tell by its presence that the app is starting or running and never starts a second engine.
 
+#include "AppLog.h"
+
 #include "core/EngineWatch.h"
 
 #include <cerrno>
@@ -10,7 +12,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -33,6 +37,34 @@ std::chrono::milliseconds graceFromEnvironment()
     return std::chrono::milliseconds(parsed);
 }
 
+// The app's name from its bundle path: ".../Mail.app" -> "Mail".
+std::string appNameOf(std::string bundle)
+{
+    while (bundle.size() > 1 && bundle.back() == '/')
+        bundle.pop_back();
+    std::string name = bundle.substr(bundle.find_last_of('/') + 1);
+    if (name.size() > 4 && name.compare(name.size() - 4, 4, ".app") == 0)
+        name.resize(name.size() - 4);
+    return name;
+}
+
+// The script builds the engine before it starts the helper, so an engine that is not there now
+// (a link into a browser that was removed) never comes: say so at once instead of waiting.
+bool engineCanStart(const std::string &engine)
+{
+    struct stat info
+    {
+    };
+    return stat(engine.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(engine.c_str(), X_OK) == 0;
+}
+
+std::string linkTarget(const std::string &path)
+{
+    char buffer[4096];
+    const ssize_t length = readlink(path.c_str(), buffer, sizeof buffer - 1);
+    return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : std::string();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -47,12 +79,22 @@ int main(int argc, char **argv)
         return 2;
     }
 
+    const std::string appName = appNameOf(arguments[0]);
+    const std::string engine = arguments[0] + "/Contents/MacOS/" + arguments[1];
+    if (!engineCanStart(engine)) {
+        const std::string browser = linkTarget(engine);
+        AppLog::report(appName, browser.empty()
+                                    ? "cannot start: its engine " + engine + " is missing"
+                                    : "cannot start: its browser " + browser +
+                                          " is not installed (install it, or give the app another browser)");
+        return 3;
+    }
+
     const EngineWatch watch(arguments[0], arguments[1]);
     const auto deadline = std::chrono::steady_clock::now() + graceFromEnvironment();
     while (!watch.engineRunning()) {
         if (std::chrono::steady_clock::now() >= deadline) {
-            std::fprintf(stderr, "SorvaneHelper: the engine \"%s\" of %s did not start\n",
-                         arguments[1].c_str(), arguments[0].c_str());
+            AppLog::report(appName, "cannot start: its engine \"" + arguments[1] + "\" did not start");
             return 1;
         }
         std::this_thread::sleep_for(PollInterval);

@@ -39,7 +39,7 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
     QDir().mkpath(m_recordsFolder);
     Context &context = test.context();
     context.defaults().setValue(BrowserCatalogue::byTypeKey(traits.typeKey).settingsKey,
-                                QStringLiteral(SORVANE_FAKE_ENGINE));
+                                traits.enginePath.isEmpty() ? QStringLiteral(SORVANE_FAKE_ENGINE) : traits.enginePath);
     AppDefinition definition;
     definition.appName = traits.name;
     definition.appURL = traits.url;

@@ -23,6 +23,8 @@ struct AppTraits
     bool routing = false;
     // Otherwise the app starts as if it had run before (no store page on its first start).
     bool firstStart = false;
+    // The browser's engine executable; the recording fake engine when empty.
+    QString enginePath = {};
 };
 
 // One start of the fake engine, as it recorded itself.

@@ -18,6 +18,7 @@ int main(int argc, char **argv)
     qputenv("XDG_DATA_HOME", root + "/.local/share");
     qputenv("XDG_CONFIG_HOME", root + "/.config");
     qputenv("XDG_CACHE_HOME", root + "/.cache");
+    qputenv("XDG_STATE_HOME", root + "/.local/state");
     qputenv("XDG_RUNTIME_DIR", root + "/.runtime");
     QDir().mkpath(QString::fromUtf8(root + "/.runtime"));
     QStandardPaths::setTestModeEnabled(true);

@@ -1,0 +1,39 @@
+#include "AppLog.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <sys/stat.h>
+
+namespace {
+
+// mkdir -p, quietly: a folder that cannot be made only costs the log line.
+void makeFolders(const std::string &path)
+{
+    for (std::string::size_type slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1))
+        mkdir(path.substr(0, slash).c_str(), 0755);
+    mkdir(path.c_str(), 0755);
+}
+
+} // namespace
+
+void AppLog::report(const std::string &appName, const std::string &message)
+{
+    std::fprintf(stderr, "%s: %s\n", appName.c_str(), message.c_str());
+    const std::string path = logPath(appName);
+    if (!path.empty()) {
+        makeFolders(path.substr(0, path.find_last_of('/')));
+        if (std::FILE *file = std::fopen(path.c_str(), "a")) {
+            char stamp[32] = {};
+            const std::time_t now = std::time(nullptr);
+            std::tm local{};
+            localtime_r(&now, &local);
+            std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local);
+            std::fprintf(file, "%s %s\n", stamp, message.c_str());
+            std::fclose(file);
+        }
+    }
+    notify(appName, message);
+}

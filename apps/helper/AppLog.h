@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+// Where a generated app tells its user what went wrong at a start: a line in the app's own log
+// and, where a desktop session is there to show one, a notification. Either may be missing; the
+// report never blocks the app's next start.
+class AppLog final
+{
+public:
+    // The log of the app called `appName`: on Linux $XDG_STATE_HOME/Sorvane/apps/<name>.log
+    // (~/.local/state when unset), on macOS ~/Library/Logs/Sorvane/<name>.log.
+    static std::string logPath(const std::string &appName);
+    // Appends "<time> <message>" to the app's log (folders made as needed) and shows `message`
+    // as a desktop notification titled `appName` when one can be shown.
+    static void report(const std::string &appName, const std::string &message);
+
+private:
+    static void notify(const std::string &title, const std::string &message);
+};

@@ -1,0 +1,270 @@
+// Keeping generated apps alive, on real bundles started through their launch programs with the
+// recording fake engine: regeneration keeps every byte of the profile and an app that still
+// starts, refuses what is not Sorvane's or is running; the migration off the legacy companion
+// folder; automatic updates behind their hour gate; a start whose browser is gone says so.
+
+#include "GeneratedApp.h"
+
+#include "core/Constants.h"
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "core/UserDefaults.h"
+#include "generation/AppConfigFile.h"
+#include "maintenance/SNAutoUpdateManager.h"
+#include "maintenance/SNUpdaterHelper.h"
+#include "support/TestContext.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace LaunchTest;
+
+namespace {
+
+// Every entry of a tree with its content's hash, its link target or its mode.
+QStringList treeFingerprint(const QString &root)
+{
+    QStringList lines;
+    QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QFileInfo &info = it.fileInfo();
+        QString line = path.mid(root.size()) + u' ' + QString::number(int(info.permissions()), 16);
+        if (info.isSymLink())
+            line += u" -> "_s + info.symLinkTarget();
+        else if (info.isFile())
+            line += u' ' + QString::fromLatin1(
+                               QCryptographicHash::hash(readAll(path), QCryptographicHash::Sha256).toHex());
+        lines.append(line);
+    }
+    lines.sort();
+    return lines;
+}
+
+void stampVersion(const QString &bundle, const QVariant &version)
+{
+    const QString path = bundle + u"/Contents/Info.plist"_s;
+    QVariantMap plist = PropertyList::readFile(path).toMap();
+    if (version.isValid())
+        plist.insert(u"CFBundleShortVersionString"_s, version);
+    else
+        plist.remove(u"CFBundleShortVersionString"_s);
+    ASSERT_TRUE(PropertyList::writeFile(path, plist));
+}
+
+// What a user's profile holds besides what creation seeded: cookies, a private file, a link.
+void addUserData(const QString &profile)
+{
+    writeFile(profile + u"/Default/Cookies"_s, "cookie jar");
+    writeFile(profile + u"/Default/Login Data"_s, "secret");
+    QFile::setPermissions(profile + u"/Default/Login Data"_s, QFile::ReadOwner | QFile::WriteOwner);
+    writeFile(profile + u"/Default/Extensions/abc/1.0/manifest.json"_s, "{}");
+    QFile::link(u"user-host-1234"_s, profile + u"/SingletonLock"_s);
+}
+
+struct RegenerationCase
+{
+    const char *label;
+    AppTraits traits;
+};
+
+void PrintTo(const RegenerationCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class Regeneration : public testing::TestWithParam<RegenerationCase>
+{
+};
+
+} // namespace
+
+TEST_P(Regeneration, RewritesTheAppAndKeepsEveryByteOfItsProfile)
+{
+    TestContext test;
+    GeneratedApp app(test, GetParam().traits);
+    ASSERT_EQ(app.start().exitCode, 0);
+    addUserData(app.profile());
+    const QStringList profileBefore = treeFingerprint(app.profile());
+    const std::optional<QVariantMap> infoBefore = SNUpdaterHelper::appInfo(app.bundle());
+    ASSERT_TRUE(infoBefore);
+    EXPECT_EQ(infoBefore->value(u"appID"_s).toString(), app.appId());
+
+    // An app of another version, whose launch program and companion folder went missing.
+    stampVersion(app.bundle(), u"0.0.1"_s);
+    QFile::remove(app.bundle() + u"/Contents/MacOS/"_s + GetParam().traits.name);
+    QDir(app.resources() + u"/Sorvane_Extension"_s).removeRecursively();
+    EXPECT_EQ(SNAutoUpdateManager(test.context()).getOutdatedApps(), QStringList{app.bundle()});
+
+    QString error;
+    ASSERT_TRUE(SNUpdaterHelper::updateApp(test.context(), app.bundle(), &error)) << qPrintable(error);
+    EXPECT_TRUE(test.log().contains(u"Executable updated successfully."_s));
+    EXPECT_TRUE(test.log().contains(u"Preserved browser type '%1' for app: %2"_s.arg(
+        GetParam().traits.typeKey, app.bundle())));
+
+    EXPECT_EQ(treeFingerprint(app.profile()), profileBefore);
+    EXPECT_EQ(SNUpdaterHelper::appInfo(app.bundle()), infoBefore);
+    EXPECT_EQ(readAll(app.resources() + u"/script"_s), app.scriptText().toUtf8());
+    EXPECT_EQ(PropertyList::readFile(app.bundle() + u"/Contents/Info.plist"_s).toMap().value(
+                  u"CFBundleShortVersionString"_s),
+              QStringLiteral(SORVANE_EXPECTED_VERSION));
+    EXPECT_TRUE(SNAutoUpdateManager(test.context()).getOutdatedApps().isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(app.resources() + u"/Sorvane_Extension/nativeHost.js"_s));
+    const QVariantMap config =
+        PropertyList::readFile(AppConfigFile::path(test.supportFolder(), app.appId())).toMap();
+    EXPECT_EQ(config.value(u"browserType"_s), GetParam().traits.typeKey);
+
+    // And it still starts, with the same engine command line as before.
+    const QList<EngineStart> before = app.engineStarts();
+    QFile::remove(app.profile() + u"/SingletonLock"_s);
+    ASSERT_EQ(app.start().exitCode, 0);
+    const QList<EngineStart> after = app.engineStarts();
+    ASSERT_EQ(after.size(), before.size() + 1);
+    EXPECT_EQ(after.last().arguments, before.last().arguments);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Apps, Regeneration,
+    testing::Values(
+        RegenerationCase{"routedWindow", {.name = u"Mail"_s, .routing = true}},
+        RegenerationCase{"tabbedIncognitoBrave",
+                         {.name = u"Team Chat"_s,
+                          .typeKey = u"brave"_s,
+                          .tabbed = true,
+                          .tabs = {u"https://chat.example.test/"_s, u"https://mail.example.test/?a=1&b=2"_s},
+                          .incognito = true,
+                          .dark = true}},
+        RegenerationCase{"hostileName", {.name = u"It's \"$(touch x)\" `x` & co"_s, .typeKey = u"edge"_s}}),
+    [](const auto &p) { return std::string(p.param.label); });
+
+// What regeneration refuses changes nothing; a running app is refused until it quits.
+TEST(RegenerationRefusal, ForeignUnreadableAndRunningAppsAreLeftAsTheyAre)
+{
+    TestContext test;
+    GeneratedApp app(test, {.name = u"Notes"_s});
+    const QString plistPath = app.bundle() + u"/Contents/Info.plist"_s;
+    const QStringList bundleBefore = treeFingerprint(app.bundle());
+    QString error;
+
+    ASSERT_TRUE(app.startAndKeepRunning());
+    EXPECT_FALSE(SNUpdaterHelper::updateApp(test.context(), app.bundle(), &error));
+    EXPECT_TRUE(error.contains(u"running"_s)) << qPrintable(error);
+    ASSERT_TRUE(app.stop());
+    QDir(app.bundle() + u"/Contents/Profile"_s).removeRecursively(); // what the engine wrote
+    QDir().mkpath(app.profile());
+
+    QVariantMap foreign = PropertyList::readFile(plistPath).toMap();
+    foreign.insert(u"CFBundleIdentifier"_s, u"org.example.other"_s);
+    foreign.remove(u"SorvaneApp"_s);
+    const QByteArray script = readAll(app.resources() + u"/script"_s);
+    writeFile(app.resources() + u"/script"_s, "# Sorvane demo app\n" + script);
+    EXPECT_FALSE(SNUpdaterHelper::updateApp(test.context(), app.bundle(), &error));
+    writeFile(app.resources() + u"/script"_s, script);
+    ASSERT_TRUE(PropertyList::writeFile(plistPath, foreign));
+    const QByteArray foreignPlist = readAll(plistPath);
+    EXPECT_FALSE(SNUpdaterHelper::updateApp(test.context(), app.bundle(), &error));
+    EXPECT_TRUE(error.contains(u"not made by Sorvane"_s)) << qPrintable(error);
+    EXPECT_EQ(readAll(plistPath), foreignPlist);
+    EXPECT_EQ(readAll(app.resources() + u"/script"_s), script);
+}
+
+// An app made by an older version still carries the companion in the folder named by its id:
+// the start-up migration regenerates it, and only it.
+TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
+{
+    TestContext test;
+    GeneratedApp legacy(test, {.name = u"Old"_s, .routing = true});
+    GeneratedApp current(test, {.name = u"New"_s, .routing = true});
+    const QString legacyFolder = legacy.resources() + u'/' + Constants::LegacyCompanionFolderName;
+    ASSERT_TRUE(QDir().rename(legacy.resources() + u"/Sorvane_Extension"_s, legacyFolder));
+    const QStringList currentBefore = treeFingerprint(current.bundle());
+
+    EXPECT_EQ(SNUpdaterHelper::updateSorvaneExtensionPath(test.context()), 1);
+    EXPECT_FALSE(QFileInfo::exists(legacyFolder));
+    EXPECT_TRUE(QFileInfo::exists(legacy.resources() + u"/Sorvane_Extension/manifest.json"_s));
+    EXPECT_EQ(treeFingerprint(current.bundle()), currentBefore);
+}
+
+// The hour gate on the context's clock, the outdated test (a newer stamp counts, a deleted
+// bundle does not), and a run in which one of three apps cannot be regenerated.
+TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
+{
+    TestContext test;
+    GeneratedApp older(test, {.name = u"Older"_s});
+    GeneratedApp newer(test, {.name = u"Newer"_s});
+    GeneratedApp broken(test, {.name = u"Broken"_s});
+    GeneratedApp gone(test, {.name = u"Gone"_s});
+    GeneratedApp current(test, {.name = u"Current"_s});
+    stampVersion(older.bundle(), u"0.0.1"_s);
+    stampVersion(newer.bundle(), u"99.0.0"_s);
+    stampVersion(broken.bundle(), {});
+    QFile::remove(broken.resources() + u"/script"_s);
+    QFile::remove(broken.bundle() + u"/Contents/MacOS/Broken"_s);
+    stampVersion(gone.bundle(), u"0.0.1"_s);
+    QDir(gone.bundle()).removeRecursively();
+
+    const QDateTime now = QDateTime::fromString(u"2026-05-01T12:00:00Z"_s, Qt::ISODate);
+    test.setNow(now);
+    UserDefaults &defaults = test.context().defaults();
+    SNAutoUpdateManager manager(test.context());
+    EXPECT_TRUE(SNAutoUpdateManager::isAutomaticUpdatesEnabled(test.context()));
+    defaults.setValue(SNAutoUpdateManager::LastCheckKey, now.addSecs(-59 * 60));
+    EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::TooSoon);
+    defaults.setValue(SNAutoUpdateManager::EnabledKey, false);
+    defaults.setValue(SNAutoUpdateManager::LastCheckKey, now.addSecs(-60 * 60));
+    EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::Disabled);
+    defaults.setValue(SNAutoUpdateManager::EnabledKey, true);
+
+    // In the registry's order, which is its keys'.
+    QStringList outdated = manager.getOutdatedApps();
+    outdated.sort();
+    EXPECT_EQ(outdated, (QStringList{broken.bundle(), newer.bundle(), older.bundle()}));
+    QList<bool> reported;
+    QObject::connect(&manager, &SNAutoUpdateManager::appUpdated,
+                     [&](const QString &, bool updated, int, int) { reported.append(updated); });
+    test.clearLog();
+    EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::Started);
+    manager.waitUntilIdle();
+    EXPECT_TRUE(test.log().contains(u"Auto-update: Completed. Updated 2 out of 3 apps"_s)) << qPrintable(test.log().join(u'\n'));
+    EXPECT_TRUE(test.log().contains(u"Auto-update: Failed to update "_s + broken.bundle()));
+    EXPECT_EQ(reported.size(), 3);
+    EXPECT_EQ(defaults.value(SNAutoUpdateManager::LastCheckKey).toDateTime(), now);
+    EXPECT_EQ(manager.getOutdatedApps(), QStringList{broken.bundle()});
+
+    // Within the hour nothing runs, even with an app still outdated.
+    test.setNow(now.addSecs(60 * 60 - 1));
+    EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::TooSoon);
+}
+
+// An app whose browser was removed says why it cannot start, in its log, and a second start
+// is not swallowed by a helper waiting for an engine that never comes.
+TEST(MissingEngine, EveryStartReportsItAtOnce)
+{
+    TestContext test;
+    const QString browser = test.root() + u"/browser/engine"_s;
+    QDir().mkpath(test.root() + u"/browser"_s);
+    ASSERT_TRUE(QFile::copy(QStringLiteral(SORVANE_FAKE_ENGINE), browser));
+    GeneratedApp app(test, {.name = u"Orphan"_s, .enginePath = browser});
+    app.environment().insert(u"SORVANE_HELPER_GRACE_MS"_s, u"20000"_s);
+    ASSERT_TRUE(QFile::remove(browser));
+
+    app.environment().insert(u"XDG_STATE_HOME"_s, test.root() + u"/state"_s);
+    const QString log = test.root() + u"/state/Sorvane/apps/Orphan.log"_s;
+    for (int start = 1; start <= 2; ++start) {
+        EXPECT_NE(app.start().exitCode, 0);
+        // start() waits up to 10 s for the helper to go: one waiting out its 20 s is still here.
+        EXPECT_FALSE(app.helperRunning());
+        const QList<QByteArray> lines = readAll(log).trimmed().split('\n');
+        EXPECT_EQ(lines.size(), start);
+        EXPECT_TRUE(lines.last().contains(QByteArray("its browser " + QFile::encodeName(browser) + " is not installed")))
+            << lines.last().constData();
+    }
+    EXPECT_TRUE(app.engineStarts().isEmpty());
+}
