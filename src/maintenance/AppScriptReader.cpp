@@ -93,7 +93,10 @@ QString withoutAddresses(const QStringList &lines)
     static const QRegularExpression appSwitchValue(u"--app=[^\"\\s]*"_s);
     QStringList kept;
     for (const QString &line : lines) {
-        if (line.startsWith(u"HOMEPAGE="_s) || line.startsWith(u"TABS="_s) || line.startsWith(u"Tabs="_s))
+        // The start-up block assigns the tabs on indented lines too.
+        const QString assignment = line.trimmed();
+        if (assignment.startsWith(u"HOMEPAGE="_s) || assignment.startsWith(u"TABS="_s) ||
+            assignment.startsWith(u"Tabs="_s))
             continue;
         kept.append(QString(line).replace(appSwitchValue, AppSwitch));
     }

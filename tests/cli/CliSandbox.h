@@ -3,6 +3,9 @@
 #include "support/TestContext.h"
 
 #include <QByteArray>
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
@@ -30,3 +33,37 @@ public:
     TestContext test;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 };
+
+#ifdef SORVANE_FAKE_ENGINE
+// A temporary home whose Sorvane settings make the recording fake engine the chromium engine.
+class Home : public CliSandbox
+{
+public:
+    Home() : apps(test.root() + QStringLiteral("/Apps")), records(test.root() + QStringLiteral("/engine-starts"))
+    {
+        writeSettings(QStringLiteral("chromiumPath=" SORVANE_FAKE_ENGINE "\n"));
+        environment.insert(QStringLiteral("SORVANE_FAKE_ENGINE_RECORDS"), records);
+        environment.insert(QStringLiteral("SORVANE_HELPER_GRACE_MS"), QStringLiteral("0"));
+        QDir().mkpath(records);
+    }
+
+    CliRun create(const QString &name, const QStringList &more = {}) const
+    {
+        return sorvane(QStringList{QStringLiteral("create"), QStringLiteral("--name"), name,
+                                   QStringLiteral("--url"), QStringLiteral("https://mail.example.org/"),
+                                   QStringLiteral("--browser"), QStringLiteral("chromium"),
+                                   QStringLiteral("--into"), apps, QStringLiteral("--json")} +
+                       more);
+    }
+    QString bundle(const QString &name) const { return apps + u'/' + name + QStringLiteral(".app"); }
+    QJsonObject tracker() const
+    {
+        return QJsonDocument::fromJson(
+                   plistAsJsonFromPython(test.home() + QStringLiteral("/.local/share/Sorvane/tracker.plist")))
+            .object();
+    }
+
+    QString apps;
+    QString records;
+};
+#endif

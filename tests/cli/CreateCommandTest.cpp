@@ -22,33 +22,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// A temporary home whose Sorvane settings make the recording fake engine the chromium engine.
-class Home : public CliSandbox
-{
-public:
-    Home() : apps(test.root() + u"/Apps"_s), records(test.root() + u"/engine-starts"_s)
-    {
-        writeSettings(u"chromiumPath=" SORVANE_FAKE_ENGINE "\n"_s);
-        environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, records);
-        environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);
-        QDir().mkpath(records);
-    }
-
-    CliRun create(const QString &name, const QStringList &more = {}) const
-    {
-        return sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--url"_s, u"https://mail.example.org/"_s,
-                                   u"--browser"_s, u"chromium"_s, u"--into"_s, apps, u"--json"_s} + more);
-    }
-    QString bundle(const QString &name) const { return apps + u'/' + name + u".app"_s; }
-    QJsonObject tracker() const
-    {
-        return QJsonDocument::fromJson(plistAsJsonFromPython(test.home() + u"/.local/share/Sorvane/tracker.plist"_s)).object();
-    }
-
-    QString apps;
-    QString records;
-};
-
 QJsonValue jsonFromPython(const QString &path)
 {
     QProcess python;

@@ -1,0 +1,152 @@
+// `sorvane list`, `info`, `update` and `delete` on real bundles in a temporary home, with a
+// registry that holds what real registries collect: a second record of one bundle, a record of
+// a bundle that is gone, one of the wrong shape, another creator's app and an app whose
+// Info.plist is corrupt.
+
+#include "CliSandbox.h"
+
+#include "core/PropertyList.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QJsonValue json(const CliRun &run)
+{
+    return QJsonDocument::fromJson(u"[%1]"_s.arg(QString::fromUtf8(run.out)).toUtf8()).array().at(0);
+}
+
+QStringList names(const QJsonValue &list)
+{
+    QStringList result;
+    for (const QJsonValue &item : list.toArray())
+        result.append(item[u"name"_s].toString());
+    return result;
+}
+
+bool copyTree(const QString &from, const QString &to)
+{
+    return QProcess::execute(u"cp"_s, {u"-a"_s, from, to}) == 0;
+}
+
+// Makes a folder's entries impossible to rename or remove, for root too; undone on destruction.
+class Frozen
+{
+public:
+    explicit Frozen(const QString &folder) : m_folder(folder)
+    {
+        m_frozen = geteuid() == 0 ? QProcess::execute(u"chattr"_s, {u"+i"_s, folder}) == 0
+                                  : QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+    }
+    ~Frozen()
+    {
+        if (geteuid() == 0)
+            QProcess::execute(u"chattr"_s, {u"-i"_s, m_folder});
+        else
+            QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    bool frozen() const { return m_frozen; }
+
+private:
+    QString m_folder;
+    bool m_frozen = false;
+};
+
+} // namespace
+
+TEST(AppCommands, ListInfoUpdateAndDeleteAsAUserRunsThem)
+{
+    Home home;
+    ASSERT_EQ(home.create(u"Mail"_s, {u"--routing"_s}).exitCode, 0);
+    ASSERT_EQ(home.create(u"Chat"_s).exitCode, 0);
+    ASSERT_TRUE(copyTree(home.bundle(u"Chat"_s), home.bundle(u"Other"_s)));
+    ASSERT_TRUE(copyTree(home.bundle(u"Chat"_s), home.bundle(u"Corrupt"_s)));
+    writeFile(home.bundle(u"Corrupt"_s) + u"/Contents/Info.plist"_s, "<plist><dict><key>");
+    const QString otherPlist = home.bundle(u"Other"_s) + u"/Contents/Info.plist"_s;
+    QVariantMap other = PropertyList::readFile(otherPlist).toMap();
+    other.insert(u"SorvaneCreatorID"_s, u"org.example.another-build"_s);
+    ASSERT_TRUE(PropertyList::writeFile(otherPlist, other));
+
+    const QString trackerPath = home.test.home() + u"/.local/share/Sorvane/tracker.plist"_s;
+    QVariantMap records = PropertyList::readFile(trackerPath).toMap();
+    QString mailId, chatId;
+    for (auto it = records.cbegin(); it != records.cend(); ++it)
+        (it.value().toMap().value(u"appPath"_s) == home.bundle(u"Mail"_s) ? mailId : chatId) = it.key();
+    const auto record = [](const QString &id, const QString &path) {
+        return QVariantMap{{u"appID"_s, id}, {u"appPath"_s, path}, {u"lastActivity"_s, u"2024-03-05  9:07:31 PM"_s}};
+    };
+    // Keys sort before the real ones, so the registry meets them first.
+    records.insert(u"00000000-0000-0000-0000-000000000001"_s,
+                   record(u"00000000-0000-0000-0000-000000000001"_s, home.bundle(u"Mail"_s)));
+    records.insert(u"00000000-0000-0000-0000-000000000002"_s, record({}, home.bundle(u"Gone"_s)));
+    records.insert(u"00000000-0000-0000-0000-000000000003"_s, u"not a record"_s);
+    records.insert(u"00000000-0000-0000-0000-000000000004"_s, record({}, home.bundle(u"Other"_s)));
+    records.insert(u"00000000-0000-0000-0000-000000000005"_s, record({}, home.bundle(u"Corrupt"_s)));
+    ASSERT_TRUE(PropertyList::writeFile(trackerPath, records));
+
+    const QJsonValue listed = json(home.sorvane({u"list"_s, u"--json"_s}));
+    EXPECT_EQ(names(listed), (QStringList{u"Chat"_s, u"Corrupt"_s, u"Mail"_s}));
+    const QJsonObject mail = listed[2].toObject();
+    EXPECT_EQ(mail[u"appId"_s], u"00000000-0000-0000-0000-000000000001"_s);
+    EXPECT_EQ(mail[u"path"_s], home.bundle(u"Mail"_s));
+    EXPECT_EQ(mail[u"urls"_s], QJsonArray{u"https://mail.example.org/"_s});
+    EXPECT_EQ(mail[u"type"_s], u"Standard app"_s);
+    EXPECT_EQ(mail[u"typeIcon"_s], u"app_type_standard_icon"_s);
+    EXPECT_EQ(mail[u"browserIcon"_s], u"chromium"_s);
+    EXPECT_EQ(mail[u"browserName"_s], u"Chromium"_s);
+
+    const QJsonValue info = json(home.sorvane({u"info"_s, mailId.toLower(), u"--json"_s}));
+    EXPECT_EQ(info[u"appName"_s], u"Mail"_s);
+    EXPECT_EQ(info[u"appID"_s], mailId);
+    EXPECT_EQ(info[u"isTabs"_s], false);
+    EXPECT_EQ(info[u"appURL"_s], u"https://mail.example.org/"_s);
+    EXPECT_EQ(info[u"browserType"_s], u"chromium"_s);
+    EXPECT_EQ(info[u"shouldIncludeWLExt"_s], true);
+    EXPECT_EQ(info[u"health"_s][u"engineInstalled"_s], true);
+    EXPECT_EQ(info[u"health"_s][u"linkRouting"_s], u"yes"_s);
+    EXPECT_EQ(info[u"health"_s][u"outdated"_s], false);
+    EXPECT_EQ(info[u"health"_s][u"registryStale"_s], false);
+    EXPECT_EQ(info[u"health"_s][u"engineRunning"_s], false);
+
+    const QString chatPlist = home.bundle(u"Chat"_s) + u"/Contents/Info.plist"_s;
+    QVariantMap chat = PropertyList::readFile(chatPlist).toMap();
+    chat.insert(u"CFBundleShortVersionString"_s, u"0.0.1"_s);
+    ASSERT_TRUE(PropertyList::writeFile(chatPlist, chat));
+    EXPECT_EQ(json(home.sorvane({u"info"_s, home.bundle(u"Chat"_s), u"--json"_s}))[u"health"_s][u"outdated"_s], true);
+    const CliRun updated = home.sorvane({u"update"_s, u"--outdated"_s});
+    EXPECT_EQ(updated.exitCode, 0) << updated.err.constData();
+    EXPECT_EQ(updated.out, "Updated 1 out of 1 apps\n");
+    EXPECT_EQ(PropertyList::readFile(chatPlist).toMap().value(u"CFBundleShortVersionString"_s),
+              QStringLiteral(SORVANE_EXPECTED_VERSION));
+    EXPECT_EQ(home.sorvane({u"update"_s, home.bundle(u"Gone"_s)}).exitCode, 1);
+    EXPECT_EQ(home.sorvane({u"update"_s}).exitCode, 2);
+
+    // Without a terminal and without --yes nothing is deleted.
+    EXPECT_EQ(home.sorvane({u"delete"_s, home.bundle(u"Chat"_s)}).exitCode, 1);
+    EXPECT_TRUE(QFile::exists(chatPlist));
+    {
+        const Frozen frozen(home.apps);
+        ASSERT_TRUE(frozen.frozen());
+        const CliRun refused = home.sorvane({u"delete"_s, u"--yes"_s, chatId});
+        EXPECT_EQ(refused.exitCode, 1);
+        EXPECT_TRUE(refused.err.contains("cannot be removed")) << refused.err.constData();
+    }
+    EXPECT_EQ(names(json(home.sorvane({u"list"_s, u"--json"_s}))), (QStringList{u"Chat"_s, u"Corrupt"_s, u"Mail"_s}));
+    EXPECT_TRUE(home.tracker().contains(chatId));
+
+    const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, chatId});
+    EXPECT_EQ(deleted.exitCode, 0) << deleted.err.constData();
+    EXPECT_FALSE(QFile::exists(home.bundle(u"Chat"_s)));
+    EXPECT_FALSE(home.tracker().contains(chatId));
+    EXPECT_FALSE(QFile::exists(home.test.home() + u"/.local/share/Sorvane/"_s + chatId + u".config"_s));
+    EXPECT_EQ(QDir(home.apps).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 3);
+    EXPECT_EQ(names(json(home.sorvane({u"list"_s, u"--json"_s}))), (QStringList{u"Corrupt"_s, u"Mail"_s}));
+}
