@@ -140,9 +140,12 @@ void CompanionInstaller::configureNativeMessaging(const QString &profileDirector
         manifest.replace(HostProgramName, jsonStringContents(installedFolder + u'/' + HostProgramName));
         const QString manifestPath = hostsFolder + u'/' + Constants::NativeHostName + u".json"_s;
         // The folder is the engine's own: a regeneration of an app that has not moved leaves
-        // the manifest, and with it the whole profile, as it was.
+        // the manifest, and with it the whole profile, as it was. The app's start rewrites the
+        // path line in its own layout, so the two are compared as JSON.
         QFile current(manifestPath);
-        const bool unchanged = current.open(QIODevice::ReadOnly) && current.readAll() == manifest.toUtf8();
+        const bool unchanged =
+            current.open(QIODevice::ReadOnly) &&
+            QJsonDocument::fromJson(current.readAll()) == QJsonDocument::fromJson(manifest.toUtf8());
         if (unchanged || writeFile(manifestPath, manifest.toUtf8()))
             Logger::log(u"Native messaging host manifest: %1"_s.arg(manifestPath));
     } else {
