@@ -51,6 +51,9 @@ test('rules keep, route and default links from a real app window', { timeout: 12
     '--default-destination', 'in-app',
   ]);
 
+  // Regenerated before its start: what routes below is what `sorvane update` wrote.
+  const updated = await sandbox.sorvane(['update', appPath]);
+  assert.equal(updated.code, 0, updated.stderr);
   const app = await sandbox.startApp(appPath);
   const page = await app.waitForPage((url) => url === appUrl, 'the app page');
   await page.waitForSelector('#docs');
