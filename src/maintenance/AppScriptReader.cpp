@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -17,15 +18,15 @@ const QString TabbedAppSwitch = u"NEWLAUNCHSTR+=\" --app="_s;
 const QString AppSwitch = u"--app="_s;
 
 // Browser names in the order they are tested: Canary before Chrome, whose name it contains.
-constexpr std::array<std::pair<const char *, const char *>, 8> BrowserNames = {{
-    {"Canary", "canary"},
-    {"Brave", "brave"},
-    {"Edge", "edge"},
-    {"Opera", "opera"},
-    {"Vivaldi", "vivaldi"},
-    {"Helium", "helium"},
-    {"Chromium", "chromium"},
-    {"Chrome", "chrome"},
+constexpr std::array<std::pair<QStringView, QStringView>, 8> BrowserNames = {{
+    {u"Canary", u"canary"},
+    {u"Brave", u"brave"},
+    {u"Edge", u"edge"},
+    {u"Opera", u"opera"},
+    {u"Vivaldi", u"vivaldi"},
+    {u"Helium", u"helium"},
+    {u"Chromium", u"chromium"},
+    {u"Chrome", u"chrome"},
 }};
 
 // The script with the app name's quoted forms replaced by a blank word, so that a name that
@@ -44,12 +45,23 @@ QString withoutName(const QString &script, const QString &appName)
     return text;
 }
 
-// The text after `marker` on the first line that starts with it.
-std::optional<QString> lineValue(const QStringList &lines, const QString &marker)
+// Whether `line` is one of the text's lines.
+bool hasLine(const QString &text, const QString &line)
 {
-    for (const QString &line : lines) {
+    for (qsizetype at = text.indexOf(line); at >= 0; at = text.indexOf(line, at + 1)) {
+        const qsizetype end = at + line.size();
+        if ((at == 0 || text.at(at - 1) == u'\n') && (end == text.size() || text.at(end) == u'\n'))
+            return true;
+    }
+    return false;
+}
+
+// The text after `marker` on the first line that starts with it.
+std::optional<QString> lineValue(const QList<QStringView> &lines, const QString &marker)
+{
+    for (const QStringView line : lines) {
         if (line.startsWith(marker))
-            return line.mid(marker.size());
+            return line.mid(marker.size()).toString();
     }
     return std::nullopt;
 }
@@ -87,20 +99,72 @@ bool hasSingleWindowSwitch(const QString &text)
     return text.contains(AppSwitch) && !text.contains(TabbedAppSwitch);
 }
 
-// The script without the addresses it holds, for the checks that look at the whole text.
-QString withoutAddresses(const QStringList &lines)
+// Whether `needle` occurs in the script outside the addresses it holds (an address with
+// "incognito" in it does not make the app incognito): outside the lines that assign addresses
+// (the start-up block assigns the tabs on indented lines too) and outside the values of --app=
+// switches. The whole text is searched once; only hits are looked at closely.
+bool containsOutsideAddresses(const QString &text, QStringView needle)
 {
-    static const QRegularExpression appSwitchValue(u"--app=[^\"\\s]*"_s);
-    QStringList kept;
-    for (const QString &line : lines) {
-        // The start-up block assigns the tabs on indented lines too.
-        const QString assignment = line.trimmed();
-        if (assignment.startsWith(u"HOMEPAGE="_s) || assignment.startsWith(u"TABS="_s) ||
-            assignment.startsWith(u"Tabs="_s))
+    for (qsizetype at = text.indexOf(needle); at >= 0; at = text.indexOf(needle, at + 1)) {
+        const qsizetype lineStart = text.lastIndexOf(u'\n', at) + 1;
+        const QStringView line = QStringView(text).mid(lineStart).trimmed();
+        if (line.startsWith(u"HOMEPAGE="_s) || line.startsWith(u"TABS="_s) || line.startsWith(u"Tabs="_s))
             continue;
-        kept.append(QString(line).replace(appSwitchValue, AppSwitch));
+        bool inSwitchValue = false;
+        for (qsizetype a = text.indexOf(AppSwitch, lineStart); a >= 0 && a + AppSwitch.size() <= at && !inSwitchValue;
+             a = text.indexOf(AppSwitch, a + 1)) {
+            const qsizetype valueStart = a + AppSwitch.size();
+            const QStringView value = QStringView(text).mid(valueStart, at + needle.size() - valueStart);
+            inSwitchValue = std::none_of(value.begin(), value.end(),
+                                         [](QChar c) { return c.isSpace() || c == u'"'; });
+        }
+        if (!inSwitchValue)
+            return true;
     }
-    return kept.join(u'\n');
+    return false;
+}
+
+// The browser of the first of BrowserNames that the script holds outside its addresses; one
+// pass over the text finds every candidate, since a script without an engine line may have many.
+QString firstBrowserNameOutsideAddresses(const QString &text)
+{
+    std::array<bool, BrowserNames.size()> tried{};
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        const char16_t first = text.at(at).unicode();
+        if (first != u'C' && first != u'B' && first != u'E' && first != u'O' && first != u'V' && first != u'H')
+            continue;
+        for (std::size_t i = 0; i < BrowserNames.size(); ++i) {
+            if (!tried[i] && BrowserNames[i].first.front() == first &&
+                QStringView(text).mid(at).startsWith(BrowserNames[i].first))
+                tried[i] = true;
+        }
+    }
+    for (std::size_t i = 0; i < BrowserNames.size(); ++i) {
+        if (tried[i] && containsOutsideAddresses(text, BrowserNames[i].first))
+            return BrowserNames[i].second.toString();
+    }
+    return {};
+}
+
+// The first capture of `expression`, which cannot match across lines, tried only on the lines
+// that hold `fixedPart`.
+std::optional<QString> firstMatchOnLines(const QString &text, const QString &fixedPart,
+                                         const QRegularExpression &expression)
+{
+    qsizetype searched = -1; // end of the last line tried
+    for (qsizetype at = text.indexOf(fixedPart); at >= 0; at = text.indexOf(fixedPart, at + 1)) {
+        if (at < searched)
+            continue;
+        const qsizetype lineStart = text.lastIndexOf(u'\n', at) + 1;
+        qsizetype lineEnd = text.indexOf(u'\n', at);
+        if (lineEnd < 0)
+            lineEnd = text.size();
+        searched = lineEnd;
+        const QRegularExpressionMatch match = expression.match(QStringView(text).mid(lineStart, lineEnd - lineStart));
+        if (match.hasMatch())
+            return match.captured(1);
+    }
+    return std::nullopt;
 }
 
 // The double-quoted words of a shell line, as bash reads them; unquoted words are skipped.
@@ -122,8 +186,8 @@ QStringList quotedWords(const QString &line)
 QString typeFromBrowserName(const QString &text)
 {
     for (const auto &[name, typeKey] : BrowserNames) {
-        if (text.contains(QLatin1String(name)))
-            return QLatin1String(typeKey);
+        if (text.contains(name))
+            return typeKey.toString();
     }
     return {};
 }
@@ -152,10 +216,12 @@ QString typeFromEnginePath(const QString &path)
 QString AppScriptReader::browserTypeFromEngineLineInScript(const QString &script)
 {
     static const QString EngineCommand = u"sh ./createEngine.sh"_s;
-    for (const QString &line : script.split(u'\n')) {
-        const qsizetype command = line.indexOf(EngineCommand);
-        if (command < 0)
-            continue;
+    const qsizetype found = script.indexOf(EngineCommand);
+    if (found >= 0) {
+        const qsizetype lineStart = script.lastIndexOf(u'\n', found) + 1;
+        const qsizetype lineEnd = script.indexOf(u'\n', found);
+        const QString line = script.mid(lineStart, lineEnd < 0 ? -1 : lineEnd - lineStart);
+        const qsizetype command = found - lineStart;
         // Name, work folder, then the browser: its bundle on macOS, its engine path on Linux.
         const QStringList words = quotedWords(line.mid(command + EngineCommand.size()));
         for (qsizetype i = 1; i < words.size(); ++i) {
@@ -169,12 +235,11 @@ QString AppScriptReader::browserTypeFromEngineLineInScript(const QString &script
 
 std::optional<QVariantMap> AppScriptReader::appInfo(const QString &appName, const QString &script)
 {
-    const QStringList rawLines = script.split(u'\n');
-    if (rawLines.contains(u"# Sorvane demo app"_s))
+    if (hasLine(script, u"# Sorvane demo app"_s))
         return std::nullopt;
 
     const QString text = withoutName(script, appName);
-    const QStringList lines = text.split(u'\n');
+    const QList<QStringView> lines = QStringView(text).split(u'\n');
     QVariantMap info{{u"appName"_s, appName}};
 
     if (const std::optional<QString> needTab = lineValue(lines, u"NEEDTAB="_s)) {
@@ -192,8 +257,7 @@ std::optional<QVariantMap> AppScriptReader::appInfo(const QString &appName, cons
     else if (hasSingleWindowSwitch(text))
         info.insert(u"appURL"_s, appSwitchValue(text));
 
-    const QString structure = withoutAddresses(lines);
-    info.insert(u"incognito"_s, structure.contains(u"incognito"_s));
+    info.insert(u"incognito"_s, containsOutsideAddresses(text, u"incognito"));
 
     if (const std::optional<QString> tabs = lineValue(lines, u"TABS="_s)) {
         const QStringList list = tabList(*tabs);
@@ -226,20 +290,21 @@ std::optional<QVariantMap> AppScriptReader::appInfo(const QString &appName, cons
 
     QString browserType = browserTypeFromEngineLineInScript(text);
     if (browserType.isEmpty())
-        browserType = typeFromBrowserName(structure);
+        browserType = firstBrowserNameOutsideAddresses(text);
     if (browserType.isEmpty())
         browserType = u"chrome"_s;
     info.insert(u"browserType"_s, browserType);
     info.insert(u"shouldIncludeWLExt"_s,
-                structure.contains(u"--load-extension="_s) || browserType == u"helium"_s);
+                containsOutsideAddresses(text, u"--load-extension=") || browserType == u"helium"_s);
 
+    // Both expressions match within one line: only the lines that hold their fixed part are tried.
     static const QRegularExpression trackerLine(u"plutil -replace (.*?)\\.appPath -string"_s);
-    if (const QRegularExpressionMatch match = trackerLine.match(text); match.hasMatch())
-        info.insert(u"appID"_s, match.captured(1));
+    if (const std::optional<QString> appID = firstMatchOnLines(text, u".appPath -string"_s, trackerLine))
+        info.insert(u"appID"_s, *appID);
     static const QRegularExpression manifestName(u"com\\.ondrel\\.sorvane\\.helper\\.(.*?)\\.json"_s);
     if (text.contains(u"NativeMessagingHosts/com.ondrel.sorvane.helper."_s)) {
-        if (const QRegularExpressionMatch match = manifestName.match(text); match.hasMatch())
-            info.insert(u"uniqueID"_s, match.captured(1));
+        if (const std::optional<QString> uniqueID = firstMatchOnLines(text, u"com.ondrel.sorvane.helper."_s, manifestName))
+            info.insert(u"uniqueID"_s, *uniqueID);
     }
     return info;
 }

@@ -1,0 +1,180 @@
+// Maintenance costs on this machine:
+//   AppInfo         reading one app back from its launcher script (a tabbed, routed app), in memory
+//   LoadAppItems    the app list over 1,000 registered bundles (Info.plist and script each)
+//   UpdateApps/100  regenerating 100 apps, with the engine script stubbed (it only links the engine)
+// Run: build/default/bench/maintenance_bench (medians of the repetitions are printed).
+
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/ProcessRunner.h"
+#include "core/PropertyList.h"
+#include "core/SNBulkApp.h"
+#include "core/UserDefaults.h"
+#include "generation/ApplicationManager.h"
+#include "maintenance/AppScriptReader.h"
+#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/SNUpdaterHelper.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QUuid>
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+// createEngine.sh only links the engine on Linux; what is measured is Sorvane's own work.
+class StubbedEngineScript final : public ProcessRunner
+{
+public:
+    Result run(const QString &, const QStringList &, const QString &, int) override
+    {
+        Result result;
+        result.started = true;
+        result.exitCode = 0;
+        return result;
+    }
+};
+
+class BenchHome
+{
+public:
+    BenchHome()
+    {
+        const QString home = m_root.path() + u"/home"_s;
+        QDir().mkpath(home);
+        m_context = std::make_unique<Context>(
+            Context::Folders{home, home + u"/.local/share/Sorvane"_s, Context::locateResources()},
+            std::make_unique<UserDefaults>(m_root.path() + u"/settings.ini"_s));
+        m_context->defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+        m_context->setProcessRunner(std::make_unique<StubbedEngineScript>());
+        Context::setShared(m_context.get());
+    }
+
+    Context &context() { return *m_context; }
+    QString folder(const QString &name) const { return m_root.path() + u'/' + name; }
+
+    // Makes `count` routed tabbed apps into `folder`; their bundle paths.
+    QStringList createApps(const QString &folder, int count)
+    {
+        ApplicationManager manager(context());
+        manager.definition().applicationType = 5; // chromium
+        manager.definition().applicationsPath = folder;
+        for (int i = 0; i < count; ++i) {
+            SNBulkApp entry;
+            entry.appName = u"App %1"_s.arg(i);
+            entry.appURL = u"https://mail.example.org/inbox"_s;
+            entry.tabbedApp = true;
+            entry.tabsList = {SNTabModel(u"https://mail.example.org/inbox"_s), SNTabModel(u"https://cal.example.org/"_s)};
+            entry.whitelistingEnabled = true;
+            manager.bulkApps.append(entry);
+        }
+        manager.create(false);
+        QStringList paths;
+        for (const SNBulkApp &made : manager.bulkInstalledApps)
+            paths.append(folder + u'/' + made.appName + u".app"_s);
+        return paths;
+    }
+
+private:
+    QTemporaryDir m_root;
+    std::unique_ptr<Context> m_context;
+};
+
+void AppInfo(benchmark::State &state)
+{
+    BenchHome home;
+    // The browser at its usual place, as most apps have it: the engine line names the browser.
+    // (With an engine path of the user's own choosing the script is searched for browser names.)
+    if (state.range(0) == 0)
+        home.context().defaults().removeValue(u"chromiumPath"_s);
+    const QStringList apps = home.createApps(home.folder(u"Apps"_s), 1);
+    QFile file(apps.value(0) + u"/Contents/Resources/script"_s);
+    if (!file.open(QIODevice::ReadOnly)) {
+        state.SkipWithError("no app");
+        return;
+    }
+    const QString script = QString::fromUtf8(file.readAll());
+    for (auto _ : state) {
+        const std::optional<QVariantMap> info = AppScriptReader::appInfo(u"App 0"_s, script);
+        benchmark::DoNotOptimize(info);
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+void LoadAppItems(benchmark::State &state)
+{
+    BenchHome home;
+    const QStringList made = home.createApps(home.folder(u"Apps"_s), 1);
+    const QString source = made.value(0);
+    const QByteArray plist = [&] {
+        QFile file(source + u"/Contents/Info.plist"_s);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }();
+    const QByteArray script = [&] {
+        QFile file(source + u"/Contents/Resources/script"_s);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }();
+    // The other apps are copies of the one made: what the list reads of each is its Info.plist
+    // and its script.
+    QVariantMap records;
+    for (int i = 0; i < state.range(0); ++i) {
+        const QString bundle = home.folder(u"Many/App %1.app"_s.arg(i));
+        QDir().mkpath(bundle + u"/Contents/Resources"_s);
+        QFile info(bundle + u"/Contents/Info.plist"_s);
+        QFile launcher(bundle + u"/Contents/Resources/script"_s);
+        if (!info.open(QIODevice::WriteOnly) || !launcher.open(QIODevice::WriteOnly) || info.write(plist) < 0 ||
+            launcher.write(script) < 0) {
+            state.SkipWithError("bundles not written");
+            return;
+        }
+        const QString id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+        records.insert(id, QVariantMap{{u"appID"_s, id}, {u"appPath"_s, bundle}, {u"lastActivity"_s, u""_s}});
+    }
+    if (!PropertyList::writeFile(home.context().supportFolder() + u"/tracker.plist"_s, records)) {
+        state.SkipWithError("registry not written");
+        return;
+    }
+    for (auto _ : state) {
+        const QList<SNAppItem> items = SNRecentAppsManager::loadAppItems(home.context());
+        if (items.size() != state.range(0))
+            state.SkipWithError("apps missing from the list");
+    }
+}
+
+void UpdateApps(benchmark::State &state)
+{
+    BenchHome home;
+    int run = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        const QStringList apps = home.createApps(home.folder(u"Run %1"_s.arg(++run)), static_cast<int>(state.range(0)));
+        state.ResumeTiming();
+        for (const QString &app : apps) {
+            if (!SNUpdaterHelper::updateApp(home.context(), app))
+                state.SkipWithError("update failed");
+        }
+    }
+}
+
+} // namespace
+
+BENCHMARK(AppInfo)->Arg(0)->Arg(1)->ArgName("customEnginePath")->Unit(benchmark::kMicrosecond)->Repetitions(5)->ReportAggregatesOnly(true);
+BENCHMARK(LoadAppItems)->Arg(1000)->Unit(benchmark::kMillisecond)->Iterations(5)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+BENCHMARK(UpdateApps)->Arg(100)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    Logger::setSink(Logger::Sink::Silent);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
