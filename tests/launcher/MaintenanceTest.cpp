@@ -23,6 +23,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -179,21 +180,59 @@ TEST(RegenerationRefusal, ForeignUnreadableAndRunningAppsAreLeftAsTheyAre)
     EXPECT_EQ(readAll(app.resources() + u"/script"_s), script);
 }
 
-// An app made by an older version still carries the companion in the folder named by its id:
-// the start-up migration regenerates it, and only it.
+// A bundle as an earlier version made it (tests/fixtures/bundles): a script of the older form
+// with the companion in the folder named by its id, an Info.plist without creator id. The
+// start-up migration regenerates it, and only it; it reads back as before, keeps its profile
+// (the current host manifest is added), shows up in the list and starts with its engine.
 TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
 {
     TestContext test;
-    GeneratedApp legacy(test, {.name = u"Old"_s, .routing = true});
     GeneratedApp current(test, {.name = u"New"_s, .routing = true});
-    const QString legacyFolder = legacy.resources() + u'/' + Constants::LegacyCompanionFolderName;
-    ASSERT_TRUE(QDir().rename(legacy.resources() + u"/Sorvane_Extension"_s, legacyFolder));
+    const QString bundle = test.root() + u"/Apps/Legacy Mail.app"_s;
+    ASSERT_EQ(QProcess::execute(u"cp"_s, {u"-a"_s, fixturePath(u"bundles/Legacy Mail.app"_s), bundle}), 0);
+    const QString appID = u"7D3F2A10-1B2C-4D5E-8F90-A1B2C3D4E5F6"_s;
+    SNAppTracker(test.context()).updateAppTracker(appID, bundle);
+    test.context().defaults().setValue(u"chromePath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+    const QString legacyFolder = bundle + u"/Contents/Resources/"_s + Constants::LegacyCompanionFolderName;
     const QStringList currentBefore = treeFingerprint(current.bundle());
+    const QStringList profileBefore = treeFingerprint(bundle + u"/Contents/Profile/Default"_s);
+
+    const QVariantMap before = SNUpdaterHelper::appInfo(bundle).value_or(QVariantMap{});
+    EXPECT_EQ(before.value(u"appURL"_s), u"https://mail.example.com/inbox"_s);
+    EXPECT_EQ(before.value(u"isTabs"_s), false);
+    EXPECT_EQ(before.value(u"browserType"_s), u"chrome"_s);
+    EXPECT_EQ(before.value(u"shouldIncludeWLExt"_s), true);
+    EXPECT_EQ(before.value(u"appID"_s), appID);
+    EXPECT_EQ(before.value(u"uniqueID"_s), u"5f0c6b2e8d4a4c1b9e7f1a2b3c4d5e6f"_s);
+    EXPECT_EQ(SNRecentAppsManager::loadAppItems(test.context()).size(), 1); // another creator's until now
 
     EXPECT_EQ(SNUpdaterHelper::updateSorvaneExtensionPath(test.context()), 1);
     EXPECT_FALSE(QFileInfo::exists(legacyFolder));
-    EXPECT_TRUE(QFileInfo::exists(legacy.resources() + u"/Sorvane_Extension/manifest.json"_s));
+    EXPECT_TRUE(QFileInfo::exists(bundle + u"/Contents/Resources/Sorvane_Extension/manifest.json"_s));
+    EXPECT_TRUE(QFileInfo::exists(bundle + u"/Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json"_s));
+    EXPECT_EQ(treeFingerprint(bundle + u"/Contents/Profile/Default"_s), profileBefore);
     EXPECT_EQ(treeFingerprint(current.bundle()), currentBefore);
+    QVariantMap after = SNUpdaterHelper::appInfo(bundle).value_or(QVariantMap{});
+    for (const QString &key : {u"appName"_s, u"isTabs"_s, u"appURL"_s, u"incognito"_s, u"browserType"_s,
+                               u"shouldIncludeWLExt"_s, u"appID"_s})
+        EXPECT_EQ(after.value(key), before.value(key)) << qPrintable(key);
+    const QVariantMap plist = PropertyList::readFile(bundle + u"/Contents/Info.plist"_s).toMap();
+    EXPECT_FALSE(plist.contains(u"LSUIElement"_s));
+    EXPECT_EQ(plist.value(u"SorvaneCreatorID"_s), test.context().bundleIdentifier());
+    EXPECT_EQ(SNRecentAppsManager::loadAppItems(test.context()).size(), 2);
+
+    const QString records = test.root() + u"/engine-starts"_s;
+    QProcessEnvironment environment = environmentWith();
+    environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, records);
+    environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);
+    const qsizetype startsBefore = QDir(records).entryList({u"*.args"_s}).size();
+    EXPECT_EQ(runProgram(bundle + u"/Contents/MacOS/Legacy Mail"_s, {}, environment).exitCode, 0);
+    const QStringList starts = QDir(records).entryList({u"*.args"_s}, QDir::Files, QDir::Time | QDir::Reversed);
+    ASSERT_EQ(starts.size(), startsBefore + 1);
+    const QStringList arguments = recorded(records + u'/' + starts.last()).mid(2);
+    EXPECT_TRUE(arguments.contains(u"--app=https://mail.example.com/inbox"_s)) << qPrintable(arguments.join(u' '));
+    EXPECT_TRUE(arguments.contains(u"--load-extension=./../Resources/Sorvane_Extension"_s))
+        << qPrintable(arguments.join(u' '));
 }
 
 // The hour gate on the context's clock, the outdated test (a newer stamp counts, a deleted
@@ -245,6 +284,13 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     // Within the hour nothing runs, even with an app still outdated.
     test.setNow(now.addSecs(60 * 60 - 1));
     EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::TooSoon);
+
+    // The notice comes once, after the first-run setup; turning updates off there sticks.
+    EXPECT_FALSE(manager.showAutomaticUpdatesNoticeIfNeeded(false));
+    EXPECT_TRUE(manager.showAutomaticUpdatesNoticeIfNeeded(true));
+    EXPECT_FALSE(manager.showAutomaticUpdatesNoticeIfNeeded(true));
+    manager.answerNotice(false);
+    EXPECT_FALSE(SNAutoUpdateManager::isAutomaticUpdatesEnabled(test.context()));
 }
 
 // An app whose browser was removed says why it cannot start, in its log, and a second start
