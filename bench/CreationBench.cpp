@@ -6,6 +6,8 @@
 //                what a command costs beyond starting the program
 // Run: build/default/bench/creation_bench (medians of the repetitions are printed).
 
+#include "BenchHome.h"
+
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/SNBulkApp.h"
@@ -26,29 +28,6 @@
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
-
-// A context over a temporary home whose chromium engine is the fake engine.
-class BenchHome
-{
-public:
-    BenchHome()
-    {
-        const QString home = m_root.path() + u"/home"_s;
-        QDir().mkpath(home);
-        m_context = std::make_unique<Context>(
-            Context::Folders{home, home + u"/.local/share/Sorvane"_s, Context::locateResources()},
-            std::make_unique<UserDefaults>(m_root.path() + u"/settings.ini"_s));
-        m_context->defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
-        Context::setShared(m_context.get());
-    }
-
-    Context &context() { return *m_context; }
-    QString folder(const QString &name) const { return m_root.path() + u'/' + name; }
-
-private:
-    QTemporaryDir m_root;
-    std::unique_ptr<Context> m_context;
-};
 
 SNBulkApp app(const QString &name, const SNImage &icon = {})
 {

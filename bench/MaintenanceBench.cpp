@@ -4,6 +4,8 @@
 //   UpdateApps/100  regenerating 100 apps, with the engine script stubbed (it only links the engine)
 // Run: build/default/bench/maintenance_bench (medians of the repetitions are printed).
 
+#include "BenchHome.h"
+
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/ProcessRunner.h"
@@ -42,59 +44,37 @@ public:
     }
 };
 
-class BenchHome
+// Makes `count` routed tabbed apps into `folder`; their bundle paths.
+QStringList createApps(BenchHome &home, const QString &folder, int count)
 {
-public:
-    BenchHome()
-    {
-        const QString home = m_root.path() + u"/home"_s;
-        QDir().mkpath(home);
-        m_context = std::make_unique<Context>(
-            Context::Folders{home, home + u"/.local/share/Sorvane"_s, Context::locateResources()},
-            std::make_unique<UserDefaults>(m_root.path() + u"/settings.ini"_s));
-        m_context->defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
-        m_context->setProcessRunner(std::make_unique<StubbedEngineScript>());
-        Context::setShared(m_context.get());
+    ApplicationManager manager(home.context());
+    manager.definition().applicationType = 5; // chromium
+    manager.definition().applicationsPath = folder;
+    for (int i = 0; i < count; ++i) {
+        SNBulkApp entry;
+        entry.appName = u"App %1"_s.arg(i);
+        entry.appURL = u"https://mail.example.org/inbox"_s;
+        entry.tabbedApp = true;
+        entry.tabsList = {SNTabModel(u"https://mail.example.org/inbox"_s), SNTabModel(u"https://cal.example.org/"_s)};
+        entry.whitelistingEnabled = true;
+        manager.bulkApps.append(entry);
     }
-
-    Context &context() { return *m_context; }
-    QString folder(const QString &name) const { return m_root.path() + u'/' + name; }
-
-    // Makes `count` routed tabbed apps into `folder`; their bundle paths.
-    QStringList createApps(const QString &folder, int count)
-    {
-        ApplicationManager manager(context());
-        manager.definition().applicationType = 5; // chromium
-        manager.definition().applicationsPath = folder;
-        for (int i = 0; i < count; ++i) {
-            SNBulkApp entry;
-            entry.appName = u"App %1"_s.arg(i);
-            entry.appURL = u"https://mail.example.org/inbox"_s;
-            entry.tabbedApp = true;
-            entry.tabsList = {SNTabModel(u"https://mail.example.org/inbox"_s), SNTabModel(u"https://cal.example.org/"_s)};
-            entry.whitelistingEnabled = true;
-            manager.bulkApps.append(entry);
-        }
-        manager.create(false);
-        QStringList paths;
-        for (const SNBulkApp &made : manager.bulkInstalledApps)
-            paths.append(folder + u'/' + made.appName + u".app"_s);
-        return paths;
-    }
-
-private:
-    QTemporaryDir m_root;
-    std::unique_ptr<Context> m_context;
-};
+    manager.create(false);
+    QStringList paths;
+    for (const SNBulkApp &made : manager.bulkInstalledApps)
+        paths.append(folder + u'/' + made.appName + u".app"_s);
+    return paths;
+}
 
 void AppInfo(benchmark::State &state)
 {
     BenchHome home;
+    home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
     // The browser at its usual place, as most apps have it: the engine line names the browser.
     // (With an engine path of the user's own choosing the script is searched for browser names.)
     if (state.range(0) == 0)
         home.context().defaults().removeValue(u"chromiumPath"_s);
-    const QStringList apps = home.createApps(home.folder(u"Apps"_s), 1);
+    const QStringList apps = createApps(home, home.folder(u"Apps"_s), 1);
     QFile file(apps.value(0) + u"/Contents/Resources/script"_s);
     if (!file.open(QIODevice::ReadOnly)) {
         state.SkipWithError("no app");
@@ -111,7 +91,8 @@ void AppInfo(benchmark::State &state)
 void LoadAppItems(benchmark::State &state)
 {
     BenchHome home;
-    const QStringList made = home.createApps(home.folder(u"Apps"_s), 1);
+    home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
+    const QStringList made = createApps(home, home.folder(u"Apps"_s), 1);
     const QString source = made.value(0);
     const QByteArray plist = [&] {
         QFile file(source + u"/Contents/Info.plist"_s);
@@ -151,10 +132,11 @@ void LoadAppItems(benchmark::State &state)
 void UpdateApps(benchmark::State &state)
 {
     BenchHome home;
+    home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
     int run = 0;
     for (auto _ : state) {
         state.PauseTiming();
-        const QStringList apps = home.createApps(home.folder(u"Run %1"_s.arg(++run)), static_cast<int>(state.range(0)));
+        const QStringList apps = createApps(home, home.folder(u"Run %1"_s.arg(++run)), static_cast<int>(state.range(0)));
         state.ResumeTiming();
         for (const QString &app : apps) {
             if (!SNUpdaterHelper::updateApp(home.context(), app))
