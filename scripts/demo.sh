@@ -28,6 +28,10 @@ echo
 echo "== The registry =="
 "$sorvane" registry
 echo
+echo "== The app list, and the app as read back from its launcher =="
+"$sorvane" list
+"$sorvane" info "$app"
+echo
 echo "== Starting it once through its launch program =="
 SORVANE_FAKE_ENGINE_RECORDS="$demo/engine-starts" SORVANE_HELPER_GRACE_MS=0 \
     "$app/Contents/MacOS/Example Mail" >/dev/null
