@@ -2,7 +2,7 @@
 // and the engine's executable name. It lives exactly as long as that engine, so the script can
 // tell by its presence that the app is starting or running and never starts a second engine.
 
-#include "AppLog.h"
+#include "core/AppLog.h"
 
 #include "core/EngineWatch.h"
 

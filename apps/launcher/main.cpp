@@ -2,6 +2,7 @@
 // Contents/Resources/script, with the arguments it was given, so that the bundle's executable is
 // a real binary while the app's logic stays a readable script.
 
+#include "CompanionPipe.h"
 #include "LauncherPlatform.h"
 #include "LinkArgument.h"
 
@@ -73,6 +74,15 @@ int main(int argc, char **argv)
     for (std::string &link : links)
         arguments.push_back(link.data());
     arguments.push_back(nullptr);
+
+    // An engine that ignores --load-extension gets the companion over its DevTools pipe.
+    if (CompanionPipe::requestedBy(script)) {
+        const std::string bundle = parentFolder(contents);
+        std::string appName = bundle.substr(bundle.find_last_of('/') + 1);
+        if (appName.size() > 4 && appName.compare(appName.size() - 4, 4, ".app") == 0)
+            appName.resize(appName.size() - 4);
+        CompanionPipe::start(appName, contents + "/Resources/Sorvane_Extension");
+    }
 
     LauncherPlatform::prepareEnvironment(contents);
     // The script's first lines (is the engine or the helper already running?) look at $PWD

@@ -19,6 +19,12 @@ QString chromeCutOffNote()
     return u"Chrome %1 and later ignore --load-extension"_s.arg(CompanionSupport::FirstChromeMajorIgnoringLoadExtension);
 }
 
+// Why an app on a Chrome of unknown version is started the pipe way.
+QString pipeNote()
+{
+    return chromeCutOffNote() + u", so the app tries the DevTools pipe and its log says whether the companion loaded"_s;
+}
+
 } // namespace
 
 CompanionSupport::CompanionSupport(Context &context)
@@ -69,15 +75,15 @@ CompanionSupport::Verdict CompanionSupport::verdictFor(const BrowserInfo &browse
         verdict.reason = u"%1 honours --load-extension, so the companion extension loads"_s.arg(browser.browserName);
     } else if (!installed) {
         verdict.routing = Routing::Unknown;
-        verdict.reason = u"%1 is not installed at %2; %3"_s.arg(browser.browserName, enginePath, chromeCutOffNote());
+        verdict.reason = u"%1 is not installed at %2; %3"_s.arg(browser.browserName, enginePath, pipeNote());
     } else if (!version.isKnown()) {
         verdict.routing = Routing::Unknown;
         verdict.reason =
-            u"the version of %1 at %2 could not be read; %3"_s.arg(browser.browserName, enginePath, chromeCutOffNote());
+            u"the version of %1 at %2 could not be read; %3"_s.arg(browser.browserName, enginePath, pipeNote());
     } else if (version.major >= FirstChromeMajorIgnoringLoadExtension) {
-        verdict.routing = Routing::No;
-        verdict.reason = u"%1 %2 cannot load the companion extension: %3"_s.arg(browser.browserName, version.text,
-                                                                                chromeCutOffNote());
+        verdict.routing = Routing::ThroughPipe;
+        verdict.reason = u"%1 %2 ignores --load-extension; the app's launch program loads the companion "
+                         "extension through the DevTools pipe"_s.arg(browser.browserName, version.text);
     } else {
         verdict.routing = Routing::Yes;
         verdict.reason = u"%1 %2 still honours --load-extension; Chrome %3 and later ignore it"_s
@@ -106,13 +112,18 @@ CompanionSupport::EngineVersion CompanionSupport::versionFromBundle(const QStrin
     return versionFromText(info.toMap().value(u"CFBundleShortVersionString"_s).toString());
 }
 
+bool CompanionSupport::loadsThroughPipe(const BrowserInfo &browser, const Verdict &verdict)
+{
+    return dependsOnVersion(browser) && verdict.routing != Routing::Yes;
+}
+
 QString CompanionSupport::routingKey(Routing routing)
 {
     switch (routing) {
     case Routing::Yes:
         return u"yes"_s;
-    case Routing::No:
-        return u"no"_s;
+    case Routing::ThroughPipe:
+        return u"yes (through the DevTools pipe)"_s;
     case Routing::Unknown:
         break;
     }
@@ -123,10 +134,8 @@ QString CompanionSupport::creationWarning(const QString &appName, const Verdict 
 {
     switch (verdict.routing) {
     case Routing::Yes:
+    case Routing::ThroughPipe:
         break;
-    case Routing::No:
-        return u"⚠️ Links of \"%1\" will not be routed: %2. The app still works; its links are just not routed."_s.arg(
-            appName, verdict.reason);
     case Routing::Unknown:
         return u"⚠️ Links of \"%1\" may not be routed: %2. The app still works either way."_s.arg(appName,
                                                                                                verdict.reason);

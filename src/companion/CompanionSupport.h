@@ -6,9 +6,10 @@
 
 class Context;
 
-// Whether an engine can load the companion extension, which the launcher hands it with
-// --load-extension, and so whether an app's links can be routed on it. An app on an engine that
-// cannot load it still starts and works; only its links are not routed.
+// Whether and how an engine loads the companion extension, and so whether an app's links can be
+// routed on it. Most engines take it from --load-extension on the command line; Google-branded
+// Chrome from 137 on ignores that switch and gets it from the app's launch program over a private
+// DevTools pipe instead (docs/companion.md).
 class CompanionSupport final
 {
 public:
@@ -18,7 +19,9 @@ public:
     // `<engine> --version` answers at once; a hanging engine must not hold up the caller.
     static constexpr int VersionProbeTimeoutMs = 5000;
 
-    enum class Routing { Yes, No, Unknown };
+    // ThroughPipe: routed, the companion coming over the DevTools pipe. Unknown: the version that
+    // decides could not be read; such an app tries the pipe and its log says what happened.
+    enum class Routing { Yes, ThroughPipe, Unknown };
 
     struct EngineVersion
     {
@@ -55,10 +58,13 @@ public:
     static EngineVersion versionFromText(const QString &text);
     // CFBundleShortVersionString of a browser bundle ("/Applications/Google Chrome.app").
     static EngineVersion versionFromBundle(const QString &browserBundlePath);
-    // "yes", "no" or "unknown".
+    // Whether an app of `browser` with the companion is started the pipe way: every engine whose
+    // verdict depends on its version, unless that version is known to honour --load-extension.
+    static bool loadsThroughPipe(const BrowserInfo &browser, const Verdict &verdict);
+    // "yes", "yes (through the DevTools pipe)" or "unknown".
     static QString routingKey(Routing routing);
     // The creation diagnostic for an app with the companion, starting with "⚠️ "; empty when its
-    // links will be routed.
+    // links will be routed either way.
     static QString creationWarning(const QString &appName, const Verdict &verdict);
 
 private:

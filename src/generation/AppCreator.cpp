@@ -178,7 +178,10 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
 
 bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout &installed, SNError *error)
 {
-    const BundleWriter writer(m_context, m_definition, layout, installed);
+    BundleWriter writer(m_context, m_definition, layout, installed);
+    // How the engine gets the companion is part of the script.
+    if (writer.includesCompanion())
+        writer.setEngineVerdict(engineVerdict());
     const QString uniqueID = QUuid::createUuid().toString(QUuid::WithoutBraces).toLower().remove(u'-');
 
     SNAppTracker tracker(m_context);
@@ -224,7 +227,7 @@ void AppCreator::rollBackRegistration()
     m_registeredAppID.clear();
 }
 
-QString AppCreator::reportLinkRouting()
+const CompanionSupport::Verdict &AppCreator::engineVerdict()
 {
     const BrowserInfo &browser = BrowserCatalogue::byNumber(m_definition.applicationType);
     const QString enginePath = SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults());
@@ -233,6 +236,12 @@ QString AppCreator::reportLinkRouting()
         m_engineVerdict = CompanionSupport(m_context).assess(browser, enginePath);
         m_assessedEngine = engine;
     }
+    return m_engineVerdict;
+}
+
+QString AppCreator::reportLinkRouting()
+{
+    engineVerdict();
     const QString warning = CompanionSupport::creationWarning(m_definition.appName, m_engineVerdict);
     if (!warning.isEmpty())
         Logger::log(warning);

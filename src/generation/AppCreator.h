@@ -76,8 +76,11 @@ private:
     void rollBackRegistration();
     bool failCreation(const SNError &value, SNError *error);
     void copyIntoDefinition(const SNBulkApp &entry);
-    // Logs a warning when the app's companion cannot route links on its engine; returns the
-    // verdict's key. One engine is asked once, however many apps a bulk run makes.
+    // The verdict on the definition's engine. One engine is asked once, however many apps a bulk
+    // run makes.
+    const CompanionSupport::Verdict &engineVerdict();
+    // Logs a warning when the app's companion may not route links on its engine; returns the
+    // verdict's key.
     QString reportLinkRouting();
 
     Context &m_context;

@@ -109,8 +109,13 @@ QString BundleWriter::scriptText(const QString &appID, QString *error) const
     inputs.shouldIncludeWLExt = includesCompanion();
     inputs.typeKey = browser.typeKey;
     inputs.trackerFragment = SNAppTracker(m_context).shellUpdateCode(appID);
-    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
-        SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults()), Platform::isMac());
+    const QString enginePath = SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults());
+    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(enginePath, Platform::isMac());
+    if (inputs.shouldIncludeWLExt && CompanionSupport::dependsOnVersion(browser)) {
+        const CompanionSupport::Verdict verdict =
+            m_engineVerdict ? *m_engineVerdict : CompanionSupport(m_context).assess(browser, enginePath);
+        inputs.companionThroughPipe = CompanionSupport::loadsThroughPipe(browser, verdict);
+    }
     return SNAppScriptHelper::scriptText(inputs, error);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/CompanionSupport.h"
 #include "core/AppDefinition.h"
 #include "core/SNError.h"
 #include "generation/BundleLayout.h"
@@ -59,6 +60,10 @@ public:
     // what the app's script says).
     bool includesCompanion() const;
     void setCompanionIncluded(bool included) { m_companionIncluded = included; }
+    // The engine's verdict, when the caller has it already (a bulk run asks each engine once);
+    // otherwise the script step asks the engine itself when the verdict decides how the
+    // companion loads.
+    void setEngineVerdict(const CompanionSupport::Verdict &verdict) { m_engineVerdict = verdict; }
     // The legacy whitelist patterns of the definition's addresses.
     QStringList whiteListOptions() const;
 
@@ -68,4 +73,5 @@ private:
     BundleLayout m_layout;
     BundleLayout m_installed;
     std::optional<bool> m_companionIncluded;
+    std::optional<CompanionSupport::Verdict> m_engineVerdict;
 };

@@ -358,6 +358,13 @@ QString linkHandOff(const QString &engine, bool tabbed, bool incognito)
     return text + u"$ENGINE_EXTRA_FLAGS >/dev/null 2>&1 \nfi\n    exit\nfi\n"_s;
 }
 
+// For an engine that ignores --load-extension: the DevTools pipe on descriptors 3 and 4, which the
+// launch program holds and loads the companion through; the switch that lets the pipe load an
+// unpacked extension; and the one that keeps navigator.webdriver false, as a pipe alone would make
+// it true and sign-in pages refuse such a browser.
+const QStringList PipeSwitches{u"--remote-debugging-pipe"_s, u"--enable-unsafe-extension-debugging"_s,
+                               u"--disable-blink-features=AutomationControlled"_s};
+
 // Switches after the launch array's head, in the order both launch forms use.
 QStringList optionSwitches(const SNScriptInputs &inputs, bool loadExtension)
 {
@@ -366,7 +373,9 @@ QStringList optionSwitches(const SNScriptInputs &inputs, bool loadExtension)
         switches << u"--force-dark-mode"_s << u"--enable-features=WebContentsForceDark"_s;
     if (inputs.incognito)
         switches << IncognitoSwitch;
-    if (loadExtension)
+    if (loadExtension && inputs.companionThroughPipe)
+        switches << PipeSwitches;
+    else if (loadExtension)
         switches << u"--load-extension=./../Resources/Sorvane_Extension"_s;
     return switches;
 }

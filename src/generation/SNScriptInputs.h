@@ -16,6 +16,9 @@ struct SNScriptInputs
     bool incognito = false;
     bool forceDarkMode = false;
     bool shouldIncludeWLExt = false;            // load the companion extension; Helium apps always do
+    // The engine ignores --load-extension: it gets the DevTools pipe switches instead, and the
+    // launch program loads the companion over the pipe.
+    bool companionThroughPipe = false;
     QString typeKey = QStringLiteral("chrome"); // unknown keys mean Google Chrome
     QString trackerFragment;   // the registry's SNAppTracker::shellUpdateCode for this app's appID
     QString engineBrowserPath; // createEngine.sh's third argument (SNAppScriptHelper::browserPathArgument)

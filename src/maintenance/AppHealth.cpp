@@ -7,6 +7,7 @@
 #include "core/SNAppTracker.h"
 #include "maintenance/SNUpdaterHelper.h"
 
+#include <QFile>
 #include <QStringList>
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,6 +22,14 @@ AppHealth AppHealth::check(Context &context, const QString &bundlePath, const QS
         const CompanionSupport::Verdict verdict = CompanionSupport(context).assess(browser, health.enginePath);
         health.linkRouting = CompanionSupport::routingKey(verdict.routing);
         health.linkRoutingReason = verdict.reason;
+        // An app made before its engine stopped honouring --load-extension still passes it.
+        QFile script(SNUpdaterHelper::scriptPath(bundlePath));
+        const bool scriptUsesPipe = script.open(QIODevice::ReadOnly) && script.readAll().contains("--remote-debugging-pipe");
+        if (CompanionSupport::loadsThroughPipe(browser, verdict) && !scriptUsesPipe &&
+            verdict.routing == CompanionSupport::Routing::ThroughPipe) {
+            health.linkRouting = u"no"_s;
+            health.linkRoutingReason = verdict.reason + u", but this app still passes --load-extension"_s;
+        }
     } else {
         health.linkRouting = u"off"_s;
     }
@@ -49,9 +58,10 @@ QStringList AppHealth::problems() const
     QStringList lines;
     if (!engineInstalled)
         lines.append(u"Its engine %1 is not installed: the app cannot start."_s.arg(enginePath));
-    if (linkRouting == u"no"_s || linkRouting == u"unknown"_s)
-        lines.append(u"Links are %1routed: %2"_s.arg(linkRouting == u"no"_s ? u"not "_s : u"perhaps not "_s,
-                                                      linkRoutingReason));
+    if (linkRouting == u"no"_s)
+        lines.append(u"Links are not routed: %1. `sorvane update` starts it the pipe way."_s.arg(linkRoutingReason));
+    if (linkRouting == CompanionSupport::routingKey(CompanionSupport::Routing::Unknown))
+        lines.append(u"Links are perhaps not routed: %1"_s.arg(linkRoutingReason));
     if (outdated)
         lines.append(u"It was made by Sorvane %1 (this is %2): `sorvane update` brings it up to date."_s.arg(
             version, currentVersion));

@@ -12,7 +12,10 @@ struct AppHealth
 {
     bool engineInstalled = false;
     QString enginePath;
-    QString linkRouting;        // "yes", "no", "unknown"; "off" when the app has no companion
+    // CompanionSupport's key for the engine ("yes", "yes (through the DevTools pipe)", "unknown"),
+    // "no" when the app's script loads the companion in a way its engine ignores, "off" when the
+    // app has no companion.
+    QString linkRouting;
     QString linkRoutingReason;
     QString version;            // the app's stamp ("Unknown" when it has none)
     QString currentVersion;

@@ -103,6 +103,8 @@ bool hasSingleWindowSwitch(const QString &text)
 // "incognito" in it does not make the app incognito): outside the lines that assign addresses
 // (the start-up block assigns the tabs on indented lines too) and outside the values of --app=
 // switches. The whole text is searched once; only hits are looked at closely.
+constexpr QStringView PipeExtensionSwitch = u"--enable-unsafe-extension-debugging";
+
 bool containsOutsideAddresses(const QString &text, QStringView needle)
 {
     for (qsizetype at = text.indexOf(needle); at >= 0; at = text.indexOf(needle, at + 1)) {
@@ -294,8 +296,11 @@ std::optional<QVariantMap> AppScriptReader::appInfo(const QString &appName, cons
     if (browserType.isEmpty())
         browserType = u"chrome"_s;
     info.insert(u"browserType"_s, browserType);
-    info.insert(u"shouldIncludeWLExt"_s,
-                containsOutsideAddresses(text, u"--load-extension=") || browserType == u"helium"_s);
+    // An engine that ignores --load-extension gets the companion over the DevTools pipe instead;
+    // the switch that lets the pipe load it stands for the companion in such a script.
+    info.insert(u"shouldIncludeWLExt"_s, containsOutsideAddresses(text, u"--load-extension=") ||
+                                             containsOutsideAddresses(text, PipeExtensionSwitch) ||
+                                             browserType == u"helium"_s);
 
     // Both expressions match within one line: only the lines that hold their fixed part are tried.
     static const QRegularExpression trackerLine(u"plutil -replace (.*?)\\.appPath -string"_s);

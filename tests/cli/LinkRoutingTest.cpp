@@ -60,7 +60,7 @@ TEST(LinkRouting, BrowsersReportsEachEnginesVersionAndVerdict)
         QJsonValue version;
         const char *linkRouting;
     };
-    for (const Expected &expected : {Expected{"chrome", u"137.0.7151.55"_s, "no"},
+    for (const Expected &expected : {Expected{"chrome", u"137.0.7151.55"_s, "yes (through the DevTools pipe)"},
                                      Expected{"canary", u"136.0.7103.113"_s, "yes"},
                                      Expected{"chromium", u"156.0.8078.73"_s, "yes"},
                                      Expected{"edge", QJsonValue::Null, "yes"}}) {
@@ -74,11 +74,13 @@ TEST(LinkRouting, BrowsersReportsEachEnginesVersionAndVerdict)
     const CliRun text = home.sorvane({u"browsers"_s});
     ASSERT_EQ(text.exitCode, 0);
     const QString chromeLine = QString::fromUtf8(text.out).split(u'\n').constFirst();
-    EXPECT_TRUE(chromeLine.contains(u"137.0.7151.55"_s) && chromeLine.contains(u"links: no"_s))
+    EXPECT_TRUE(chromeLine.contains(u"137.0.7151.55"_s) && chromeLine.contains(u"links: yes (through the DevTools pipe)"_s))
         << qPrintable(chromeLine);
 }
 
-TEST(LinkRouting, AppWithARouteIsStillCreatedOnChrome137)
+// Chrome 137 ignores --load-extension: the app's script starts it the pipe way instead, and only
+// that engine's script changes.
+TEST(LinkRouting, AppsOnChrome137GetTheCompanionThroughThePipe)
 {
     Home home;
     const QString apps = home.test.root() + u"/Apps"_s;
@@ -88,12 +90,24 @@ TEST(LinkRouting, AppWithARouteIsStillCreatedOnChrome137)
                                                             u"news.example.org=default"_s});
     ASSERT_EQ(routed.exitCode, 0) << routed.err.constData();
     const QJsonObject result = QJsonDocument::fromJson(routed.out).object();
-    EXPECT_EQ(result.value(u"linkRouting"_s).toString(), u"no"_s);
-    EXPECT_TRUE(QFileInfo(result.value(u"path"_s).toString() + u"/Contents/Resources/script"_s).isFile());
-    const QStringList warnings = QString::fromUtf8(routed.err).split(u'\n').filter(u"⚠️ "_s);
-    ASSERT_EQ(warnings.size(), 1) << routed.err.constData();
-    EXPECT_TRUE(warnings.constFirst().startsWith(u"⚠️ "_s) &&
-                warnings.constFirst().contains(u"Google Chrome 137.0.7151.55"_s)) << qPrintable(warnings.constFirst());
+    EXPECT_EQ(result.value(u"linkRouting"_s).toString(), u"yes (through the DevTools pipe)"_s);
+    EXPECT_FALSE(routed.err.contains("⚠️")) << routed.err.constData();
+    const auto scriptOf = [](const CliRun &run) {
+        QFile file(QJsonDocument::fromJson(run.out).object().value(u"path"_s).toString() +
+                   u"/Contents/Resources/script"_s);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray pipeScript = scriptOf(routed);
+    EXPECT_TRUE(pipeScript.contains("\"--remote-debugging-pipe\"") &&
+                pipeScript.contains("\"--enable-unsafe-extension-debugging\"") &&
+                pipeScript.contains("\"--disable-blink-features=AutomationControlled\"") &&
+                !pipeScript.contains("--load-extension"))
+        << pipeScript.constData();
+    const CliRun onCanary = home.sorvane(create + QStringList{u"--browser"_s, u"canary"_s, u"--keep-both"_s,
+                                                              u"--route"_s, u"news.example.org=default"_s});
+    const QByteArray flagScript = scriptOf(onCanary);
+    EXPECT_TRUE(flagScript.contains("--load-extension=") && !flagScript.contains("--remote-debugging-pipe"))
+        << flagScript.constData();
 
     // Without the companion there is nothing to route: no verdict and no warning.
     const CliRun plain = home.sorvane(create + QStringList{u"--browser"_s, u"chrome"_s, u"--keep-both"_s});
@@ -113,6 +127,6 @@ TEST(LinkRouting, AppWithARouteIsStillCreatedOnChrome137)
     ASSERT_EQ(bulk.exitCode, 0) << bulk.err.constData();
     const QJsonArray made = QJsonDocument::fromJson(bulk.out).array();
     ASSERT_EQ(made.size(), 2) << bulk.out.constData();
-    EXPECT_EQ(made[0][u"linkRouting"_s].toString(), u"no"_s);
+    EXPECT_EQ(made[0][u"linkRouting"_s].toString(), u"yes (through the DevTools pipe)"_s);
     EXPECT_TRUE(made[1][u"linkRouting"_s].isNull());
 }

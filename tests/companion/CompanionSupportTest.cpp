@@ -41,10 +41,10 @@ TEST(CompanionSupport, VerdictFollowsTheBrowserAndItsInstalledVersion)
 {
     const QList<EngineCase> cases{
         {"chrome", "echo 'Google Chrome 136.0.7103.113'", "136.0.7103.113", Routing::Yes},
-        {"chrome", "echo 'Google Chrome 137.0.7151.55'", "137.0.7151.55", Routing::No},
+        {"chrome", "echo 'Google Chrome 137.0.7151.55'", "137.0.7151.55", Routing::ThroughPipe},
         {"canary", "echo 'Google Chrome 136.0.7103.113'", "136.0.7103.113", Routing::Yes},
-        {"canary", "echo 'Google Chrome 137.0.7151.55'", "137.0.7151.55", Routing::No},
-        {"chrome", "echo 'Google Chrome 140.0.7339'", "140.0.7339", Routing::No},
+        {"canary", "echo 'Google Chrome 137.0.7151.55'", "137.0.7151.55", Routing::ThroughPipe},
+        {"chrome", "echo 'Google Chrome 140.0.7339'", "140.0.7339", Routing::ThroughPipe},
         {"chromium", "echo 'Chromium 156.0.8078.73 built on Debian GNU/Linux 12 (bookworm)'", "156.0.8078.73",
          Routing::Yes},
         {"brave", "echo 'Brave Browser 138.1.80.115'", "138.1.80.115", Routing::Yes},
@@ -71,12 +71,21 @@ TEST(CompanionSupport, VerdictFollowsTheBrowserAndItsInstalledVersion)
         EXPECT_EQ(verdict.version.isKnown(), !verdict.version.text.isEmpty()) << qPrintable(label);
         EXPECT_EQ(verdict.routing, engineCase.expectedRouting) << qPrintable(label);
 
+        // Every engine whose verdict hangs on its version, unless that version honours
+        // --load-extension, gets the companion through the pipe.
+        EXPECT_EQ(CompanionSupport::loadsThroughPipe(browser, verdict),
+                  CompanionSupport::dependsOnVersion(browser) && engineCase.expectedRouting != Routing::Yes)
+            << qPrintable(label);
         const QString warning = CompanionSupport::creationWarning(u"Mail"_s, verdict);
-        if (engineCase.expectedRouting == Routing::Yes) {
+        if (engineCase.expectedRouting == Routing::ThroughPipe) {
+            EXPECT_TRUE(warning.isEmpty()) << qPrintable(label);
+            EXPECT_EQ(CompanionSupport::routingKey(verdict.routing), u"yes (through the DevTools pipe)"_s);
+        } else if (engineCase.expectedRouting == Routing::Yes) {
             EXPECT_TRUE(warning.isEmpty()) << qPrintable(label);
         } else {
             // The why names the switch and the cut-off; a known version is named too.
             EXPECT_TRUE(verdict.reason.contains(u"Chrome 137 and later ignore --load-extension"_s)) << qPrintable(label);
+            EXPECT_TRUE(verdict.reason.contains(u"tries the DevTools pipe"_s)) << qPrintable(label);
             EXPECT_TRUE(verdict.reason.contains(browser.browserName)) << qPrintable(verdict.reason);
             EXPECT_TRUE(verdict.reason.contains(verdict.version.isKnown() ? verdict.version.text : enginePath))
                 << qPrintable(verdict.reason);
@@ -99,7 +108,7 @@ TEST(CompanionSupport, AsksTheEngineOnlyWhenTheVersionDecides)
         const CompanionSupport::Verdict verdict = support.assess(browser, enginePath);
         const bool chromeBranded = browser.typeKey == u"chrome"_s || browser.typeKey == u"canary"_s;
         EXPECT_EQ(QFile::exists(enginePath + u".ran"_s), chromeBranded) << key;
-        EXPECT_EQ(verdict.routing, chromeBranded ? Routing::No : Routing::Yes) << key;
+        EXPECT_EQ(verdict.routing, chromeBranded ? Routing::ThroughPipe : Routing::Yes) << key;
     }
 }
 

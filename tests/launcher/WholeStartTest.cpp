@@ -4,6 +4,7 @@
 
 #include "GeneratedApp.h"
 
+#include "maintenance/SNUpdaterHelper.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -309,4 +310,48 @@ TEST(WholeStartMoved, RecordAndManifestFollowTheBundle)
         EXPECT_EQ(document.object().value(u"path"_s).toString(), app.resources() + u"/sorvanemessaginghost"_s);
     }
     EXPECT_EQ(app.engineStarts().size(), 3);
+}
+
+// An engine that ignores --load-extension (a Chrome that says it is 140) is started the pipe way:
+// no --load-extension, the pipe switches instead, and exactly one command over the pipe that
+// loads the bundle's own companion. The holder of the pipe goes with the engine, and a refused
+// load is written into the app's log.
+TEST(WholeStartPipe, TheCompanionOfAnEngineThatIgnoresTheSwitchComesOverThePipe)
+{
+    for (const bool refused : {false, true}) {
+        SCOPED_TRACE(refused ? "refused" : "loaded");
+        TestContext test;
+        qputenv("SORVANE_FAKE_ENGINE_VERSION", "Google Chrome 140.0.7339.80");
+        GeneratedApp app(test, {.name = u"Pipe \"Q\" \\ $x"_s, .typeKey = u"chrome"_s, .routing = true});
+        qunsetenv("SORVANE_FAKE_ENGINE_VERSION");
+        EXPECT_EQ(SNUpdaterHelper::appInfo(app.bundle()).value_or(QVariantMap{}).value(u"shouldIncludeWLExt"_s), true);
+        app.environment().insert(u"XDG_STATE_HOME"_s, test.root() + u"/state"_s);
+        if (refused)
+            app.environment().insert(u"SORVANE_FAKE_ENGINE_PIPE_ERROR"_s, u"Could not load manifest."_s);
+
+        ASSERT_TRUE(app.startAndKeepRunning());
+        EXPECT_EQ(app.engineStarts().at(0).arguments,
+                  (QStringList{u"--args"_s, Profile, u"--app=https://app.example.test/"_s, u"--remote-debugging-pipe"_s,
+                               u"--enable-unsafe-extension-debugging"_s,
+                               u"--disable-blink-features=AutomationControlled"_s, Flags}));
+        const QString command = test.root() + u"/engine-starts/"_s +
+                                QString::number(app.engineStarts().at(0).pid) + u".pipe"_s;
+        ASSERT_TRUE(waitFor([&] { return QFile::exists(command); }, 10000));
+        const QJsonObject sent = QJsonDocument::fromJson(readAll(command)).object();
+        const QJsonObject params{{u"path"_s, QString(app.resources() + u"/Sorvane_Extension"_s)}};
+        const QJsonObject expected{{u"id"_s, QJsonValue(1)}, {u"method"_s, u"Extensions.loadUnpacked"_s}, {u"params"_s, params}};
+        EXPECT_EQ(sent, expected) << readAll(command).constData();
+        const QString log = test.root() + u"/state/Sorvane/apps/Pipe \"Q\" \\ $x.log"_s;
+        if (refused) {
+            EXPECT_TRUE(waitFor([&] { return readAll(log).contains("did not load through the DevTools pipe"); }, 10000))
+                << readAll(log).constData();
+        }
+        EXPECT_TRUE(app.pipeHolderRunning());
+
+        EXPECT_TRUE(app.stop());
+        EXPECT_TRUE(waitFor([&] { return !app.pipeHolderRunning(); }, 5000));
+        if (!refused) {
+            EXPECT_FALSE(QFile::exists(log)) << readAll(log).constData();
+        }
+    }
 }

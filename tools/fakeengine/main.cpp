@@ -10,6 +10,12 @@
 // engine would hand its arguments to the running one). The first start leaves at once too, unless
 // SORVANE_FAKE_ENGINE_STAY is set: then it lives until SIGTERM or SIGINT, or until a file named
 // "stop" appears in the records folder.
+//
+// A first start with --remote-debugging-pipe speaks the DevTools pipe as an engine does: it reads
+// one NUL-ended command from descriptor 3, keeps it beside its record as "<record>.pipe", and
+// answers on descriptor 4 with a result for the command's id (an error with the message in
+// SORVANE_FAKE_ENGINE_PIPE_ERROR when that is set). `--version` prints
+// SORVANE_FAKE_ENGINE_VERSION when that is set.
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -98,10 +104,49 @@ bool holdProfileLock(const std::string &profile)
     return flock(fd, LOCK_EX | LOCK_NB) == 0;
 }
 
+bool hasArgument(int argc, char **argv, const char *wanted)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], wanted) == 0)
+            return true;
+    }
+    return false;
+}
+
+// One command from the pipe's descriptor 3, kept in the records folder, and a reply on 4.
+void answerOnePipeCommand(const char *records)
+{
+    std::string command;
+    char byte = 0;
+    while (read(3, &byte, 1) == 1 && byte != '\0')
+        command += byte;
+    if (records && *records) {
+        const std::string name = std::string(records) + "/" + std::to_string(getpid()) + ".pipe";
+        const int fd = open((name + ".tmp").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd >= 0) {
+            writeAll(fd, command);
+            close(fd);
+            rename((name + ".tmp").c_str(), name.c_str());
+        }
+    }
+    const std::string::size_type id = command.find("\"id\":");
+    const std::string number = id == std::string::npos ? "0" : command.substr(id + 5, command.find_first_of(",}", id) - id - 5);
+    const char *error = std::getenv("SORVANE_FAKE_ENGINE_PIPE_ERROR");
+    const std::string outcome = error && *error
+                                    ? ",\"error\":{\"code\":-32600,\"message\":\"" + std::string(error) + "\"}}"
+                                    : std::string(",\"result\":{\"id\":\"fakeextensionid\"}}");
+    writeAll(4, "{\"id\":" + number + outcome + std::string(1, '\0'));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    const char *version = std::getenv("SORVANE_FAKE_ENGINE_VERSION");
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0 && version && *version) {
+        std::printf("%s\n", version);
+        return 0;
+    }
     const char *records = std::getenv("SORVANE_FAKE_ENGINE_RECORDS");
     if (records && *records) {
         if (!writeRecord(records, argc, argv)) {
@@ -115,6 +160,8 @@ int main(int argc, char **argv)
 
     if (!holdProfileLock(profileFolder(argc, argv)))
         return 0;
+    if (hasArgument(argc, argv, "--remote-debugging-pipe"))
+        answerOnePipeCommand(records);
     const char *stay = std::getenv("SORVANE_FAKE_ENGINE_STAY");
     if (!stay || !*stay)
         return 0;

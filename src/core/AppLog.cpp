@@ -1,4 +1,4 @@
-#include "AppLog.h"
+#include "core/AppLog.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -21,6 +21,12 @@ void makeFolders(const std::string &path)
 
 void AppLog::report(const std::string &appName, const std::string &message)
 {
+    write(appName, message);
+    notify(appName, message);
+}
+
+void AppLog::write(const std::string &appName, const std::string &message)
+{
     std::fprintf(stderr, "%s: %s\n", appName.c_str(), message.c_str());
     const std::string path = logPath(appName);
     if (!path.empty()) {
@@ -35,5 +41,4 @@ void AppLog::report(const std::string &appName, const std::string &message)
             std::fclose(file);
         }
     }
-    notify(appName, message);
 }

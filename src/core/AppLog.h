@@ -14,6 +14,8 @@ public:
     // Appends "<time> <message>" to the app's log (folders made as needed) and shows `message`
     // as a desktop notification titled `appName` when one can be shown.
     static void report(const std::string &appName, const std::string &message);
+    // Only the log line, for what a user may look up but need not be told at once.
+    static void write(const std::string &appName, const std::string &message);
 
 private:
     static void notify(const std::string &title, const std::string &message);

@@ -1,4 +1,4 @@
-#include "AppLog.h"
+#include "core/AppLog.h"
 
 #include <cstdlib>
 #include <spawn.h>
