@@ -97,6 +97,18 @@ ${link('b', 'b.test:{port}/from-a?x=1')}
   };
 }
 
+// The way the apps' engine gets the companion: 'flag' (--load-extension, as Debian's chromium
+// takes it) or, with SORVANE_E2E_COMPANION=pipe, 'pipe': the apps are made for a Chrome that says
+// it is 140 (the same chromium behind it), which ignores --load-extension, so their launch
+// programs load the companion over the DevTools pipe.
+export const companionWay = process.env.SORVANE_E2E_COMPANION === 'pipe' ? 'pipe' : 'flag';
+const pipeEngineVersion = 'Google Chrome 140.0.7339.80';
+
+// The engine's own command line, as the kernel has it.
+export function commandLineOf(pid) {
+  return fs.readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0').filter(Boolean);
+}
+
 // One user's world: a home folder with Sorvane's settings, an applications folder, and a bin
 // folder with the recording xdg-open. Every app of one sandbox shares them.
 export class Sandbox {
@@ -109,7 +121,7 @@ export class Sandbox {
     for (const folder of [this.home, this.apps, this.bin, this.records, path.join(this.home, '.config', 'ondrel')]) {
       fs.mkdirSync(folder, { recursive: true });
     }
-    const values = { chromiumPath: engineWrapper, ...settings };
+    const values = { chromiumPath: engineWrapper, chromePath: engineWrapper, ...settings };
     fs.writeFileSync(path.join(this.home, '.config', 'ondrel', 'Sorvane.conf'),
       `[General]\n${Object.entries(values).map(([key, value]) => `${key}=${value}`).join('\n')}\n`);
     const opener = path.join(this.bin, 'xdg-open');
@@ -121,6 +133,7 @@ export class Sandbox {
       XDG_DATA_HOME: path.join(this.home, '.local', 'share'),
       PATH: `${this.bin}:${process.env.PATH}`,
       SORVANE_E2E_RECORDS: this.records,
+      ...(companionWay === 'pipe' ? { SORVANE_E2E_ENGINE_VERSION: pipeEngineVersion } : {}),
     };
     this.running = [];
   }
@@ -135,6 +148,9 @@ export class Sandbox {
   // `sorvane create ... --json` into this sandbox's applications folder; returns the bundle path.
   // With firstStart, the app's first start opens the store page as a new app's does.
   async createApp(args, { firstStart = false } = {}) {
+    if (companionWay === 'pipe') {
+      args = args.map((arg, i) => (args[i - 1] === '--browser' && arg === 'chromium' ? 'chrome' : arg));
+    }
     const result = await this.sorvane(['create', ...args, '--into', this.apps, '--json']);
     if (result.code !== 0) {
       throw new Error(`sorvane create failed (${result.code}): ${result.stderr}`);
@@ -212,6 +228,15 @@ export class Sandbox {
     const { processInfo } = await session.send('SystemInfo.getProcessInfo');
     const app = new RunningApp(appPath, processInfo.find((info) => info.type === 'browser').id, browser);
     this.running.push(app);
+    // Each way proves itself on every start: the pipe way's engine is never handed the switch.
+    const engineLine = commandLineOf(app.pid);
+    const usesFlag = engineLine.some((argument) => argument.startsWith('--load-extension='));
+    const usesPipe = engineLine.includes('--remote-debugging-pipe');
+    const scriptWantsPipe = fs.readFileSync(path.join(appPath, 'Contents', 'Resources', 'script'), 'utf8')
+      .includes('"--remote-debugging-pipe"');
+    if (companionWay === 'pipe' ? usesFlag || usesPipe !== scriptWantsPipe : usesPipe || scriptWantsPipe) {
+      throw new Error(`${path.basename(appPath)} was started the wrong way for '${companionWay}': ${engineLine.join(' ')}`);
+    }
     return app;
   }
 

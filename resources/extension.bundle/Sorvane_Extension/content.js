@@ -7,6 +7,11 @@
 // The click handler is in place before the page runs a line of its own. The routing data comes
 // from the worker a moment later; a click before then is held and decided once it has come.
 (() => {
+  // The worker also hands this script to pages that loaded before it (see background.js).
+  if (globalThis.sorvaneClickHandler) {
+    return;
+  }
+  globalThis.sorvaneClickHandler = true;
   let decide = null;
   const ready = Promise.all([
     import(chrome.runtime.getURL('routing.js')),
