@@ -145,7 +145,8 @@ bool CompanionPipe::start(const std::string &appName, const std::string &extensi
 {
     int commands[2] = {-1, -1};
     int replies[2] = {-1, -1};
-    if (pipe2(commands, O_CLOEXEC) != 0 || pipe2(replies, O_CLOEXEC) != 0) {
+    // pipe() and not pipe2(): macOS has no pipe2. moveHigh below makes every end close-on-exec.
+    if (pipe(commands) != 0 || pipe(replies) != 0) {
         AppLog::write(appName, "the DevTools pipe could not be made, so links are not routed");
         return false;
     }

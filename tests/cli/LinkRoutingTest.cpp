@@ -29,6 +29,9 @@ public:
             engine(u"chromium"_s, u"Chromium 156.0.8078.73 built on Debian"_s), test.root() + u"/no-edge"_s));
     }
 
+    // The Canary stand-in now says it is `versionLine`, as after the browser updated itself.
+    void updateCanary(const QString &versionLine) const { engine(u"canary"_s, versionLine); }
+
 private:
     QString engine(const QString &name, const QString &versionLine) const
     {
@@ -129,4 +132,29 @@ TEST(LinkRouting, AppsOnChrome137GetTheCompanionThroughThePipe)
     ASSERT_EQ(made.size(), 2) << bulk.out.constData();
     EXPECT_EQ(made[0][u"linkRouting"_s].toString(), u"yes (through the DevTools pipe)"_s);
     EXPECT_TRUE(made[1][u"linkRouting"_s].isNull());
+}
+
+// An app made while its Chrome honoured --load-extension stops routing when Chrome passes 136:
+// `sorvane info` says so, and `sorvane update` moves it to the pipe.
+TEST(LinkRouting, InfoTellsAnAppLeftBehindByItsChromeAndUpdateMovesItToThePipe)
+{
+    Home home;
+    const CliRun made = home.sorvane({u"create"_s, u"--name"_s, u"Mail"_s, u"--url"_s, u"https://mail.example.org/"_s,
+                                      u"--into"_s, home.test.root() + u"/Apps"_s, u"--browser"_s, u"canary"_s,
+                                      u"--route"_s, u"news.example.org=default"_s, u"--json"_s});
+    ASSERT_EQ(made.exitCode, 0) << made.err.constData();
+    const QString bundle = QJsonDocument::fromJson(made.out).object().value(u"path"_s).toString();
+    const auto routing = [&] {
+        const CliRun info = home.sorvane({u"info"_s, bundle, u"--json"_s});
+        return QJsonDocument::fromJson(info.out).object().value(u"health"_s)[u"linkRouting"_s].toString();
+    };
+    EXPECT_EQ(routing(), u"yes"_s);
+
+    home.updateCanary(u"Google Chrome 141.0.7390.54"_s);
+    EXPECT_EQ(routing(), u"no"_s);
+    EXPECT_TRUE(home.sorvane({u"info"_s, bundle}).out.contains("`sorvane update` starts it the pipe way"));
+
+    const CliRun updated = home.sorvane({u"update"_s, bundle});
+    ASSERT_EQ(updated.exitCode, 0) << updated.err.constData();
+    EXPECT_EQ(routing(), u"yes (through the DevTools pipe)"_s);
 }
