@@ -245,6 +245,8 @@ QString AppCreator::reportLinkRouting()
     const QString warning = CompanionSupport::creationWarning(m_definition.appName, m_engineVerdict);
     if (!warning.isEmpty())
         Logger::log(warning);
+    else if (m_engineVerdict.routing == CompanionSupport::Routing::ThroughPipe)
+        Logger::log(u"Links of \"%1\" are routed: %2."_s.arg(m_definition.appName, m_engineVerdict.reason));
     return CompanionSupport::routingKey(m_engineVerdict.routing);
 }
 

@@ -59,7 +59,7 @@ function devToolsPortFile(appPath) {
   return path.join(appPath, 'Contents', 'Profile', 'DevToolsActivePort');
 }
 
-function processExists(pid) {
+export function processExists(pid) {
   try {
     process.kill(pid, 0);
     return true;

@@ -8,7 +8,7 @@ import path from 'node:path';
 import { after, before, test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 
-import { Sandbox, commandLineOf, companionWay, startPageServer, waitFor } from './harness.js';
+import { Sandbox, commandLineOf, companionWay, processExists, startPageServer, waitFor } from './harness.js';
 
 let server;
 let sandbox;
@@ -23,15 +23,6 @@ after(async () => {
   await sandbox?.dispose();
   await server?.close();
 });
-
-function processExists(pid) {
-  try {
-    process.kill(pid, 0);
-    return true;
-  } catch {
-    return false;
-  }
-}
 
 function pids() {
   return fs.readdirSync('/proc').filter((name) => /^\d+$/.test(name)).map(Number);
