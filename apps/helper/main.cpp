@@ -20,6 +20,9 @@
 namespace {
 
 constexpr std::chrono::milliseconds PollInterval{500};
+// Looked for more often until it is there: an engine that comes and goes between two looks
+// (quit at once, or a start handed to a running engine) would keep the helper waiting its grace.
+constexpr std::chrono::milliseconds ArrivalPollInterval{50};
 // The engine may take a while to appear: the script first builds it and seeds the profile.
 constexpr std::chrono::milliseconds DefaultGrace{20000};
 
@@ -97,7 +100,7 @@ int main(int argc, char **argv)
             AppLog::report(appName, "cannot start: its engine \"" + arguments[1] + "\" did not start");
             return 1;
         }
-        std::this_thread::sleep_for(PollInterval);
+        std::this_thread::sleep_for(ArrivalPollInterval);
     }
     while (watch.engineRunning())
         std::this_thread::sleep_for(PollInterval);
