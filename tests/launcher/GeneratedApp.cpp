@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -94,8 +95,11 @@ bool GeneratedApp::startAndKeepRunning(const QStringList &arguments)
     m_running = std::make_unique<QProcess>();
     m_running->setProcessEnvironment(environment);
     m_running->start(launchProgram(), arguments);
-    return m_running->waitForStarted() &&
-           waitFor([&] { return engineStarts().size() > before && helperRunning(); }, 10000);
+    const bool running = m_running->waitForStarted() &&
+                         waitFor([&] { return engineStarts().size() > before && helperRunning(); }, 10000);
+    // Time for the helper to see the engine: one that missed it waits out its grace (10 s here).
+    QThread::msleep(200);
+    return running;
 }
 
 bool GeneratedApp::stop()
@@ -105,7 +109,8 @@ bool GeneratedApp::stop()
     writeExecutable(m_recordsFolder + u"/stop"_s, {});
     const bool engineLeft = m_running->waitForFinished(10000);
     m_running.reset();
-    return engineLeft && waitFor([&] { return !helperRunning(); }, 10000);
+    // A helper that missed the engine leaves at the end of its 10 s grace.
+    return engineLeft && waitFor([&] { return !helperRunning(); }, 15000);
 }
 
 QList<EngineStart> GeneratedApp::engineStarts() const
