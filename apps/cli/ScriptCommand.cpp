@@ -1,5 +1,6 @@
 #include "ScriptCommand.h"
 
+#include "companion/CompanionSupport.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Platform.h"
@@ -56,8 +57,12 @@ int ScriptCommand::run(const QCommandLineParser &parser, Context &context)
     inputs.typeKey = key;
     inputs.targetIsMac = Platform::isMac();
     inputs.trackerFragment = SNAppTracker(context).shellUpdateCode(PlaceholderAppId);
-    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(
-        SNAppScriptHelper::getBrowserPath(key, context.defaults()), inputs.targetIsMac);
+    const QString enginePath = SNAppScriptHelper::getBrowserPath(key, context.defaults());
+    inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(enginePath, inputs.targetIsMac);
+    // As creation would write it: the installed engine's version decides how the companion loads.
+    inputs.companionThroughPipe =
+        inputs.shouldIncludeWLExt &&
+        CompanionSupport(context).loadsThroughPipe(BrowserCatalogue::byTypeKey(key), enginePath);
 
     QString error;
     const QString text = SNAppScriptHelper::scriptText(inputs, &error);

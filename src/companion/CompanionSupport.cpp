@@ -117,6 +117,11 @@ bool CompanionSupport::loadsThroughPipe(const BrowserInfo &browser, const Verdic
     return dependsOnVersion(browser) && verdict.routing != Routing::Yes;
 }
 
+bool CompanionSupport::loadsThroughPipe(const BrowserInfo &browser, const QString &enginePath) const
+{
+    return dependsOnVersion(browser) && loadsThroughPipe(browser, assess(browser, enginePath));
+}
+
 QString CompanionSupport::routingKey(Routing routing)
 {
     switch (routing) {

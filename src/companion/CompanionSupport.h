@@ -61,6 +61,8 @@ public:
     // Whether an app of `browser` with the companion is started the pipe way: every engine whose
     // verdict depends on its version, unless that version is known to honour --load-extension.
     static bool loadsThroughPipe(const BrowserInfo &browser, const Verdict &verdict);
+    // The same for the installed engine, asked only when its version decides.
+    bool loadsThroughPipe(const BrowserInfo &browser, const QString &enginePath) const;
     // "yes", "yes (through the DevTools pipe)" or "unknown".
     static QString routingKey(Routing routing);
     // The creation diagnostic for an app with the companion, starting with "⚠️ "; empty when its

@@ -111,10 +111,9 @@ QString BundleWriter::scriptText(const QString &appID, QString *error) const
     inputs.trackerFragment = SNAppTracker(m_context).shellUpdateCode(appID);
     const QString enginePath = SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults());
     inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(enginePath, Platform::isMac());
-    if (inputs.shouldIncludeWLExt && CompanionSupport::dependsOnVersion(browser)) {
-        const CompanionSupport::Verdict verdict =
-            m_engineVerdict ? *m_engineVerdict : CompanionSupport(m_context).assess(browser, enginePath);
-        inputs.companionThroughPipe = CompanionSupport::loadsThroughPipe(browser, verdict);
+    if (inputs.shouldIncludeWLExt) {
+        inputs.companionThroughPipe = m_engineVerdict ? CompanionSupport::loadsThroughPipe(browser, *m_engineVerdict)
+                                                      : CompanionSupport(m_context).loadsThroughPipe(browser, enginePath);
     }
     return SNAppScriptHelper::scriptText(inputs, error);
 }

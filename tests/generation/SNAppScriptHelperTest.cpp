@@ -53,6 +53,13 @@ SNScriptInputs inputs(const QString &key, const QString &name, const QStringList
     // clang-format on
 }
 
+// The same app for an engine that ignores --load-extension.
+SNScriptInputs throughPipe(SNScriptInputs in)
+{
+    in.companionThroughPipe = true;
+    return in;
+}
+
 // Reviewed by hand. SORVANE_UPDATE_GOLDEN=1 rewrites the files; review the diff before keeping it.
 // The engine path and registry code in them are the real ones.
 // clang-format off
@@ -60,6 +67,7 @@ const std::pair<const char *, SNScriptInputs> goldenCases[] = {
     {"chrome-single-window.golden", inputs(u"chrome"_s, u"My App"_s)},
     {"brave-tabbed-incognito-dark-routing.golden", inputs(u"brave"_s, u"Team Chat"_s, {u"https://chat.example.com/"_s, u"https://mail.example.com/inbox?x=1"_s}, true, true, true)},
     {"helium-single-window.golden", inputs(u"helium"_s, u"Notes"_s)},
+    {"chrome-tabbed-routing-pipe.golden", throughPipe(inputs(u"chrome"_s, u"Mail"_s, {u"https://mail.example.com/"_s, u"https://calendar.example.com/"_s}, false, false, true))},
     {"edge-tabbed-linux.golden", inputs(u"edge"_s, u"Office"_s, {u"https://office.example.com/"_s, u"https://calendar.example.com/"_s}, false, false, false, false)},
 };
 // clang-format on

@@ -48,6 +48,10 @@ TEST(AppScriptReader, ReadsTodaysScriptsBack)
         {"helium-single-window.golden", info(u"Notes"_s, false, u"https://example.com/"_s, {}, u"helium"_s, false, true)},
         {"edge-tabbed-linux.golden",
          info(u"Office"_s, true, office, {office, u"https://calendar.example.com/"_s}, u"edge"_s)},
+        // The companion comes over the DevTools pipe: no --load-extension, and still included.
+        {"chrome-tabbed-routing-pipe.golden",
+         info(u"Mail"_s, true, u"https://mail.example.com/"_s,
+              {u"https://mail.example.com/"_s, u"https://calendar.example.com/"_s}, u"chrome"_s, false, true)},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.file);
