@@ -40,17 +40,6 @@ std::chrono::milliseconds graceFromEnvironment()
     return std::chrono::milliseconds(parsed);
 }
 
-// The app's name from its bundle path: ".../Mail.app" -> "Mail".
-std::string appNameOf(std::string bundle)
-{
-    while (bundle.size() > 1 && bundle.back() == '/')
-        bundle.pop_back();
-    std::string name = bundle.substr(bundle.find_last_of('/') + 1);
-    if (name.size() > 4 && name.compare(name.size() - 4, 4, ".app") == 0)
-        name.resize(name.size() - 4);
-    return name;
-}
-
 // The script builds the engine before it starts the helper, so an engine that is not there now
 // (a link into a browser that was removed) never comes: say so at once instead of waiting.
 bool engineCanStart(const std::string &engine)
@@ -82,7 +71,7 @@ int main(int argc, char **argv)
         return 2;
     }
 
-    const std::string appName = appNameOf(arguments[0]);
+    const std::string appName = AppLog::appNameOf(arguments[0]);
     const std::string engine = arguments[0] + "/Contents/MacOS/" + arguments[1];
     if (!engineCanStart(engine)) {
         const std::string browser = linkTarget(engine);

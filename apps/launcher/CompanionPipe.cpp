@@ -78,17 +78,16 @@ bool writeAll(int fd, const std::string &data)
 
     std::string reply;
     bool answered = false;
-    bool toldLate = false;
+    bool late = false; // said so once; the answer may still come
     for (;;) {
         pollfd wait{replies, POLLIN, 0};
-        const int ready = poll(&wait, 1, answered ? -1 : AnswerWaitMs);
+        const int ready = poll(&wait, 1, answered || late ? -1 : AnswerWaitMs);
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready == 0) {
             AppLog::write(appName, "the engine has not answered on the DevTools pipe after 30 s: it may not "
                                    "load the companion that way, and links are then not routed");
-            toldLate = true;
-            answered = true; // said once; keep the pipe for the engine's lifetime all the same
+            late = true;
             continue;
         }
         char buffer[4096];
@@ -97,21 +96,20 @@ bool writeAll(int fd, const std::string &data)
             continue;
         if (n <= 0)
             break;
-        if (reply.size() < 65536)
-            reply.append(buffer, static_cast<std::string::size_type>(n));
+        // After the answer nothing else is asked, so whatever comes is only drained.
+        if (answered || reply.size() >= 65536)
+            continue;
+        reply.append(buffer, static_cast<std::string::size_type>(n));
         const std::string::size_type end = reply.find('\0');
-        if (end != std::string::npos && (!answered || toldLate)) {
-            const std::string error = CompanionPipe::errorOfReply(reply.substr(0, end));
-            if (!error.empty())
-                AppLog::write(appName, "the companion extension did not load through the DevTools pipe, so links "
-                                       "are not routed: " + error);
-            else if (toldLate)
-                AppLog::write(appName, "the companion extension loaded through the DevTools pipe after all");
-            answered = true;
-            toldLate = false;
-        }
-        if (end != std::string::npos)
-            reply.clear(); // nothing else is asked, so nothing else is read
+        if (end == std::string::npos)
+            continue;
+        answered = true;
+        const std::string error = CompanionPipe::errorOfReply(reply.substr(0, end));
+        if (!error.empty())
+            AppLog::write(appName, "the companion extension did not load through the DevTools pipe, so links "
+                                   "are not routed: " + error);
+        else if (late)
+            AppLog::write(appName, "the companion extension loaded through the DevTools pipe after all");
     }
     _exit(0);
 }

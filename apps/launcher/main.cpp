@@ -6,6 +6,8 @@
 #include "LauncherPlatform.h"
 #include "LinkArgument.h"
 
+#include "core/AppLog.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -76,13 +78,8 @@ int main(int argc, char **argv)
     arguments.push_back(nullptr);
 
     // An engine that ignores --load-extension gets the companion over its DevTools pipe.
-    if (CompanionPipe::requestedBy(script)) {
-        const std::string bundle = parentFolder(contents);
-        std::string appName = bundle.substr(bundle.find_last_of('/') + 1);
-        if (appName.size() > 4 && appName.compare(appName.size() - 4, 4, ".app") == 0)
-            appName.resize(appName.size() - 4);
-        CompanionPipe::start(appName, contents + "/Resources/Sorvane_Extension");
-    }
+    if (CompanionPipe::requestedBy(script))
+        CompanionPipe::start(AppLog::appNameOf(parentFolder(contents)), contents + "/Resources/Sorvane_Extension");
 
     LauncherPlatform::prepareEnvironment(contents);
     // The script's first lines (is the engine or the helper already running?) look at $PWD

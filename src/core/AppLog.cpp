@@ -19,6 +19,16 @@ void makeFolders(const std::string &path)
 
 } // namespace
 
+std::string AppLog::appNameOf(std::string bundlePath)
+{
+    while (bundlePath.size() > 1 && bundlePath.back() == '/')
+        bundlePath.pop_back();
+    std::string name = bundlePath.substr(bundlePath.find_last_of('/') + 1);
+    if (name.size() > 4 && name.compare(name.size() - 4, 4, ".app") == 0)
+        name.resize(name.size() - 4);
+    return name;
+}
+
 void AppLog::report(const std::string &appName, const std::string &message)
 {
     write(appName, message);

@@ -11,6 +11,8 @@ public:
     // The log of the app called `appName`: on Linux $XDG_STATE_HOME/Sorvane/apps/<name>.log
     // (~/.local/state when unset), on macOS ~/Library/Logs/Sorvane/<name>.log.
     static std::string logPath(const std::string &appName);
+    // The app's name from its bundle path: ".../Mail.app" -> "Mail".
+    static std::string appNameOf(std::string bundlePath);
     // Appends "<time> <message>" to the app's log (folders made as needed) and shows `message`
     // as a desktop notification titled `appName` when one can be shown.
     static void report(const std::string &appName, const std::string &message);

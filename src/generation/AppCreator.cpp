@@ -241,13 +241,13 @@ const CompanionSupport::Verdict &AppCreator::engineVerdict()
 
 QString AppCreator::reportLinkRouting()
 {
-    engineVerdict();
-    const QString warning = CompanionSupport::creationWarning(m_definition.appName, m_engineVerdict);
+    const CompanionSupport::Verdict &verdict = engineVerdict();
+    const QString warning = CompanionSupport::creationWarning(m_definition.appName, verdict);
     if (!warning.isEmpty())
         Logger::log(warning);
-    else if (m_engineVerdict.routing == CompanionSupport::Routing::ThroughPipe)
-        Logger::log(u"Links of \"%1\" are routed: %2."_s.arg(m_definition.appName, m_engineVerdict.reason));
-    return CompanionSupport::routingKey(m_engineVerdict.routing);
+    else if (verdict.routing == CompanionSupport::Routing::ThroughPipe)
+        Logger::log(u"Links of \"%1\" are routed: %2."_s.arg(m_definition.appName, verdict.reason));
+    return CompanionSupport::routingKey(verdict.routing);
 }
 
 void AppCreator::copyIntoDefinition(const SNBulkApp &entry)

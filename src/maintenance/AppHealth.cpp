@@ -25,8 +25,7 @@ AppHealth AppHealth::check(Context &context, const QString &bundlePath, const QS
         // An app made before its engine stopped honouring --load-extension still passes it.
         QFile script(SNUpdaterHelper::scriptPath(bundlePath));
         const bool scriptUsesPipe = script.open(QIODevice::ReadOnly) && script.readAll().contains("--remote-debugging-pipe");
-        if (CompanionSupport::loadsThroughPipe(browser, verdict) && !scriptUsesPipe &&
-            verdict.routing == CompanionSupport::Routing::ThroughPipe) {
+        if (verdict.routing == CompanionSupport::Routing::ThroughPipe && !scriptUsesPipe) {
             health.linkRouting = u"no"_s;
             health.linkRoutingReason = verdict.reason + u", but this app still passes --load-extension"_s;
         }
