@@ -82,6 +82,48 @@ int browserNumber(const QString &key, QString *error)
     return -1;
 }
 
+std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error)
+{
+    QVariantList rules;
+    // Rules apply top-down, so they keep the order in which --allow and --route were given.
+    const QStringList allows = parser.values(u"allow"_s);
+    const QStringList routes = parser.values(u"route"_s);
+    qsizetype allowIndex = 0;
+    qsizetype routeIndex = 0;
+    for (const QString &option : parser.optionNames()) {
+        const QString ruleId = u"rule-%1"_s.arg(allowIndex + routeIndex + 1);
+        if (option == u"allow"_s && allowIndex < allows.size()) {
+            rules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
+                                     {SNRoutingConfig::keyPattern(), allows[allowIndex++]},
+                                     {SNRoutingConfig::keyAction(), SNRoutingConfig::actionAllow()}});
+        } else if (option == u"route"_s && routeIndex < routes.size()) {
+            const QString &route = routes[routeIndex++];
+            const qsizetype equals = route.indexOf(u'=');
+            const std::optional<QVariantMap> destination =
+                equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
+            if (!destination) {
+                *error = u"route: %1 is not PATTERN=DEST with a valid destination"_s.arg(DefinitionValidator::quoted(route));
+                return std::nullopt;
+            }
+            rules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
+                                     {SNRoutingConfig::keyPattern(), route.left(equals)},
+                                     {SNRoutingConfig::keyAction(), SNRoutingConfig::actionRoute()},
+                                     {SNRoutingConfig::keyDestination(), *destination}});
+        }
+    }
+    return rules;
+}
+
+std::optional<QVariantMap> defaultDestinationFromOptions(const QCommandLineParser &parser, QString *error)
+{
+    const QString text = parser.value(u"default-destination"_s);
+    std::optional<QVariantMap> destination = parseDestination(text);
+    if (!destination)
+        *error = u"default-destination: %1 is not in-app, default, browser:<id>[:<name>] or app:<path>"_s.arg(
+            DefinitionValidator::quoted(text));
+    return destination;
+}
+
 std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error)
 {
     const auto refuse = [error](const QString &text) {
@@ -110,36 +152,14 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
         if (app.appIcon.isNull())
             return refuse(u"icon: cannot read an image from %1"_s.arg(DefinitionValidator::quoted(path)));
     }
-    // Rules apply top-down, so they keep the order in which --allow and --route were given.
-    const QStringList allows = parser.values(u"allow"_s);
-    const QStringList routes = parser.values(u"route"_s);
-    qsizetype allowIndex = 0;
-    qsizetype routeIndex = 0;
-    for (const QString &option : parser.optionNames()) {
-        const QString ruleId = u"rule-%1"_s.arg(allowIndex + routeIndex + 1);
-        if (option == u"allow"_s && allowIndex < allows.size()) {
-            app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
-                                                {SNRoutingConfig::keyPattern(), allows[allowIndex++]},
-                                                {SNRoutingConfig::keyAction(), SNRoutingConfig::actionAllow()}});
-        } else if (option == u"route"_s && routeIndex < routes.size()) {
-            const QString &route = routes[routeIndex++];
-            const qsizetype equals = route.indexOf(u'=');
-            const std::optional<QVariantMap> destination =
-                equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
-            if (!destination)
-                return refuse(u"route: %1 is not PATTERN=DEST with a valid destination"_s.arg(
-                    DefinitionValidator::quoted(route)));
-            app.routingRules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
-                                                {SNRoutingConfig::keyPattern(), route.left(equals)},
-                                                {SNRoutingConfig::keyAction(), SNRoutingConfig::actionRoute()},
-                                                {SNRoutingConfig::keyDestination(), *destination}});
-        }
-    }
+    std::optional<QVariantList> rules = rulesFromOptions(parser, error);
+    if (!rules)
+        return std::nullopt;
+    app.routingRules = *rules;
     if (parser.isSet(u"default-destination"_s)) {
-        app.defaultDestination = parseDestination(parser.value(u"default-destination"_s));
+        app.defaultDestination = defaultDestinationFromOptions(parser, error);
         if (!app.defaultDestination)
-            return refuse(u"default-destination: %1 is not in-app, default, browser:<id>[:<name>] or app:<path>"_s.arg(
-                DefinitionValidator::quoted(parser.value(u"default-destination"_s))));
+            return std::nullopt;
     }
     return app;
 }

@@ -20,6 +20,11 @@ void addCreateOptions(QCommandLineParser &parser);
 // The definition given by the options, or nothing with the error.
 std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error);
 
+// The routing rules of --allow and --route, in the order given, or nothing with the error.
+std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error);
+// The destination of --default-destination, or nothing with the error.
+std::optional<QVariantMap> defaultDestinationFromOptions(const QCommandLineParser &parser, QString *error);
+
 // A destination in the command-line form: in-app, default, browser:<bundle id>[:<name>],
 // app:<bundle path> (checked, with the rest of the definition, by DefinitionValidator).
 std::optional<QVariantMap> parseDestination(const QString &text);

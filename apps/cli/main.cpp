@@ -5,6 +5,7 @@
 #include "BulkCommand.h"
 #include "CreateCommand.h"
 #include "DeleteCommand.h"
+#include "EditCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
 #include "RegistryCommand.h"
@@ -28,6 +29,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<BulkCommand>());
     list.push_back(std::make_unique<ListCommand>());
     list.push_back(std::make_unique<InfoCommand>());
+    list.push_back(std::make_unique<EditCommand>());
     list.push_back(std::make_unique<UpdateCommand>());
     list.push_back(std::make_unique<AutoUpdateCommand>());
     list.push_back(std::make_unique<DeleteCommand>());

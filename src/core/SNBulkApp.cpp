@@ -132,3 +132,44 @@ std::optional<SNBulkApp> SNBulkApp::fromDictionary(const QVariantMap &dictionary
     }
     return app;
 }
+
+SNBulkApp SNBulkApp::fromDefinition(const AppDefinition &definition)
+{
+    SNBulkApp app;
+    app.appName = definition.appName;
+    app.appURL = definition.appURL;
+    app.appIcon = definition.appIcon;
+    app.creationPath = definition.applicationsPath;
+    app.registerAsBrowser = definition.registerAsBrowser;
+    app.incognito = definition.incognito;
+    app.whitelistingEnabled = definition.isWhitelistingEnabled;
+    app.tabbedApp = definition.needTab;
+    app.tabsList = definition.tabsList;
+    app.routingRules = definition.routingRules;
+    app.defaultDestination = definition.defaultDestination;
+    app.forceDarkMode = definition.forceDarkMode;
+    app.accentColor = definition.accentColor;
+    app.restoreSession = definition.restoreSession;
+    app.passwordManagerCompatibility = definition.passwordManagerCompatibility;
+    return app;
+}
+
+void SNBulkApp::applyTo(AppDefinition &definition) const
+{
+    definition.appName = appName;
+    definition.appURL = appURL;
+    definition.appIcon = appIcon;
+    if (!creationPath.isEmpty())
+        definition.applicationsPath = creationPath;
+    definition.isWhitelistingEnabled = whitelistingEnabled;
+    definition.needTab = tabbedApp || !tabsList.isEmpty();
+    definition.registerAsBrowser = registerAsBrowser;
+    definition.incognito = incognito;
+    definition.tabsList = tabsList;
+    definition.routingRules = routingRules;
+    definition.defaultDestination = defaultDestination;
+    definition.forceDarkMode = forceDarkMode;
+    definition.accentColor = accentColor;
+    definition.restoreSession = restoreSession;
+    definition.passwordManagerCompatibility = passwordManagerCompatibility;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/AppDefinition.h"
 #include "core/SNImage.h"
 #include "core/SNTabModel.h"
 
@@ -35,4 +36,10 @@ public:
     // names are looked up in `baseFolder`). `tabsList` holds addresses or {"tabUrlString": ...}.
     static std::optional<SNBulkApp> fromDictionary(const QVariantMap &dictionary, const QString &baseFolder,
                                                    QString *error);
+
+    // The record of an app's definition (its folder as `creationPath`).
+    static SNBulkApp fromDefinition(const AppDefinition &definition);
+    // Copies the record's fields into `definition`; the browser, the profile to copy from and,
+    // when `creationPath` is empty, the folder stay as they are. Tabs make the app tabbed.
+    void applyTo(AppDefinition &definition) const;
 };

@@ -252,23 +252,8 @@ QString AppCreator::reportLinkRouting()
 
 void AppCreator::copyIntoDefinition(const SNBulkApp &entry)
 {
-    m_definition.appURL = entry.appURL;
-    if (!entry.creationPath.isEmpty())
-        m_definition.applicationsPath = entry.creationPath;
     // A free numbered name, when asked for, is found as the bundle is reserved (createForReal).
-    m_definition.appName = entry.appName;
-    m_definition.appIcon = entry.appIcon;
-    m_definition.isWhitelistingEnabled = entry.whitelistingEnabled;
-    m_definition.needTab = entry.tabbedApp || !entry.tabsList.isEmpty();
-    m_definition.registerAsBrowser = entry.registerAsBrowser;
-    m_definition.incognito = entry.incognito;
-    m_definition.tabsList = entry.tabsList;
-    m_definition.routingRules = entry.routingRules;
-    m_definition.defaultDestination = entry.defaultDestination;
-    m_definition.forceDarkMode = entry.forceDarkMode;
-    m_definition.accentColor = entry.accentColor;
-    m_definition.restoreSession = entry.restoreSession;
-    m_definition.passwordManagerCompatibility = entry.passwordManagerCompatibility;
+    entry.applyTo(m_definition);
 }
 
 bool AppCreator::createAll(const QList<SNBulkApp> &entries, bool duplicate,

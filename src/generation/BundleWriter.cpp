@@ -173,8 +173,9 @@ void BundleWriter::setPermissions() const
         processes.run(u"/usr/bin/xattr"_s, {u"-rd"_s, u"com.apple.quarantine"_s, bundle});
     }
     // What `chmod -R 755` does, without starting a process for it, except in the profile: that is
-    // the engine's, and a regeneration leaves it as it was. Links are left alone: their targets
-    // (the browser's engine) are not the bundle's.
+    // the engine's, and a regeneration leaves it as it was (so are the copies kept of it when the
+    // app changed engines, "Profile.<engine>.backup"). Links are left alone: their targets (the
+    // browser's engine) are not the bundle's.
     constexpr QFile::Permissions Mode755 = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                            QFile::ReadUser | QFile::WriteUser | QFile::ExeUser |
                                            QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
@@ -185,7 +186,8 @@ void BundleWriter::setPermissions() const
                                           .entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden |
                                                          QDir::System);
         for (const QFileInfo &entry : entries) {
-            if (entry.isSymLink() || entry.filePath() == m_layout.profile)
+            if (entry.isSymLink() || entry.filePath() == m_layout.profile ||
+                entry.filePath().startsWith(m_layout.profile + u'.'))
                 continue;
             QFile::setPermissions(entry.filePath(), Mode755);
             if (entry.isDir())

@@ -18,27 +18,6 @@ namespace {
 const QString AppUpdateNotification = u"AppUpdateNotification"_s;
 const QString AppItemsDidLoad = u"AppItemsDidLoad"_s;
 
-SNBulkApp bulkAppFor(const AppDefinition &definition)
-{
-    SNBulkApp app;
-    app.appName = definition.appName;
-    app.appURL = definition.appURL;
-    app.appIcon = definition.appIcon;
-    app.creationPath = definition.applicationsPath;
-    app.registerAsBrowser = definition.registerAsBrowser;
-    app.incognito = definition.incognito;
-    app.whitelistingEnabled = definition.isWhitelistingEnabled;
-    app.tabbedApp = definition.needTab;
-    app.tabsList = definition.tabsList;
-    app.routingRules = definition.routingRules;
-    app.defaultDestination = definition.defaultDestination;
-    app.forceDarkMode = definition.forceDarkMode;
-    app.accentColor = definition.accentColor;
-    app.restoreSession = definition.restoreSession;
-    app.passwordManagerCompatibility = definition.passwordManagerCompatibility;
-    return app;
-}
-
 } // namespace
 
 SNRecentAppsManager::SNRecentAppsManager(Context &context, QObject *parent)
@@ -217,5 +196,5 @@ SNEditorItem SNRecentAppsManager::editorItem(Context &context, const SNAppItem &
         info.insert(u"appID"_s, item.appId);
     AppDefinition definition = SNUpdaterHelper::definitionForApp(context, item.name, info);
     definition.applicationsPath = QFileInfo(item.path).absolutePath();
-    return SNEditorItem::initWithAppItem(item, bulkAppFor(definition));
+    return SNEditorItem::initWithAppItem(item, SNBulkApp::fromDefinition(definition));
 }

@@ -45,12 +45,6 @@ QString appNameOf(const QString &bundlePath)
     return name;
 }
 
-bool isSorvaneBundle(const QVariantMap &plist)
-{
-    return plist.value(u"CFBundleIdentifier"_s).toString().startsWith(u"com.Ondrel.Sorvane"_s) ||
-           plist.value(u"SorvaneApp"_s).toBool();
-}
-
 // CFBundleExecutable, else the first entry of Contents/MacOS that is not a link (the engine is).
 QString executableName(const QString &bundlePath, const QVariantMap &plist)
 {
@@ -113,6 +107,12 @@ std::optional<QVariantMap> SNUpdaterHelper::appInfo(const QString &bundlePath)
     if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly))
         return std::nullopt;
     return AppScriptReader::appInfo(appNameOf(bundlePath), QString::fromUtf8(file.readAll()));
+}
+
+bool SNUpdaterHelper::isSorvaneBundle(const QVariantMap &plist)
+{
+    return plist.value(u"CFBundleIdentifier"_s).toString().startsWith(u"com.Ondrel.Sorvane"_s) ||
+           plist.value(u"SorvaneApp"_s).toBool();
 }
 
 bool SNUpdaterHelper::isEngineRunning(const QString &bundlePath)

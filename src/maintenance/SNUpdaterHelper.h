@@ -23,6 +23,9 @@ public:
     // be read or is the demo app's.
     static std::optional<QVariantMap> appInfo(const QString &bundlePath);
 
+    // Whether an Info.plist is that of an app Sorvane made.
+    static bool isSorvaneBundle(const QVariantMap &plist);
+
     // Whether the engine of the app at `bundlePath` is running now (any process started as its
     // Contents/MacOS/"<name> Engine").
     static bool isEngineRunning(const QString &bundlePath);

@@ -1,0 +1,211 @@
+#include "EditCommand.h"
+
+#include "AppOptions.h"
+#include "AppReference.h"
+#include "CliPrompter.h"
+
+#include "core/BrowserCatalogue.h"
+#include "editing/AppEditor.h"
+#include "editing/ProfileBackup.h"
+#include "generation/DefinitionValidator.h"
+
+#include <QDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The on/off switches of an app, each as --X and --no-X.
+struct Toggle
+{
+    QString option;
+    QString description;
+    bool SNBulkApp::*field;
+};
+
+const QList<Toggle> &toggles()
+{
+    static const QList<Toggle> list{
+        {u"incognito"_s, u"run the engine in incognito mode"_s, &SNBulkApp::incognito},
+        {u"tabbed"_s, u"open tabs instead of one app window"_s, &SNBulkApp::tabbedApp},
+        {u"dark"_s, u"force dark mode"_s, &SNBulkApp::forceDarkMode},
+        {u"register-as-browser"_s, u"offer the app as a web browser"_s, &SNBulkApp::registerAsBrowser},
+        {u"routing"_s, u"keep only the app's own sites in the app"_s, &SNBulkApp::whitelistingEnabled},
+        {u"restore-session"_s, u"reopen the last tabs at start"_s, &SNBulkApp::restoreSession},
+        {u"password-manager-compatibility"_s, u"let password managers recognise the app"_s,
+         &SNBulkApp::passwordManagerCompatibility},
+    };
+    return list;
+}
+
+// Options that exclude each other.
+const QList<QStringList> &exclusions()
+{
+    static const QList<QStringList> list{
+        {u"url"_s, u"tab"_s},
+        {u"accent"_s, u"no-accent"_s},
+        {u"default-destination"_s, u"no-default-destination"_s},
+        {u"no-rules"_s, u"allow"_s},
+        {u"no-rules"_s, u"route"_s},
+    };
+    return list;
+}
+
+} // namespace
+
+void EditCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"app"_s, u"The app's bundle path or registry id."_s, u"BUNDLE|ID"_s);
+    parser.addOptions({
+        {u"name"_s, u"The app's new name."_s, u"NAME"_s},
+        {u"icon"_s, u"An image file for the app's new icon."_s, u"FILE"_s},
+        {u"url"_s, u"The address of a single-window app (the app stops being tabbed)."_s, u"URL"_s},
+        {u"tab"_s, u"The tabs of a tabbed app, replacing the old ones; repeat for more tabs."_s, u"URL"_s},
+        {u"allow"_s, u"A site that stays in the app; the rules given replace the old ones."_s, u"PATTERN"_s},
+        {u"route"_s, u"A site sent elsewhere: PATTERN=DEST; the rules given replace the old ones."_s,
+         u"PATTERN=DEST"_s},
+        {u"no-rules"_s, u"Drop every routing rule."_s},
+        {u"default-destination"_s, u"Where links that match no rule go."_s, u"DEST"_s},
+        {u"no-default-destination"_s, u"Links that match no rule go where the app decides."_s},
+        {u"accent"_s, u"The engine's accent colour, six hexadecimal digits."_s, u"HEX"_s},
+        {u"no-accent"_s, u"The engine's own colours."_s},
+        {u"browser"_s, u"Move the app to another browser's engine (its profile is backed up first)."_s, u"KEY"_s},
+        {u"allow-missing-browser"_s, u"With --browser: switch even when that browser is not installed."_s},
+        {u"restore-backup"_s, u"With --browser: bring back the data the app had on that engine, if it was kept."_s},
+        {u"yes"_s, u"Switch engines without asking; without a terminal no switch is made without it."_s},
+    });
+    for (const Toggle &toggle : toggles()) {
+        parser.addOption({toggle.option, u"Turn on: %1."_s.arg(toggle.description)});
+        parser.addOption({u"no-"_s + toggle.option, u"Turn off: %1."_s.arg(toggle.description)});
+    }
+}
+
+QStringList EditCommand::repeatableOptions() const
+{
+    return {u"tab"_s, u"allow"_s, u"route"_s};
+}
+
+int EditCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QString usage = u"sorvane edit: "_s;
+    QList<QStringList> pairs = exclusions();
+    for (const Toggle &toggle : toggles())
+        pairs.append({toggle.option, u"no-"_s + toggle.option});
+    for (const QStringList &pair : pairs) {
+        if (parser.isSet(pair.at(0)) && parser.isSet(pair.at(1))) {
+            printError(usage + u"--%1 and --%2 exclude each other"_s.arg(pair.at(0), pair.at(1)));
+            return BadUsage;
+        }
+    }
+    if (parser.isSet(u"restore-backup"_s) && !parser.isSet(u"browser"_s)) {
+        printError(usage + u"--restore-backup needs --browser"_s);
+        return BadUsage;
+    }
+
+    QString error;
+    const std::optional<AppReference> reference =
+        AppReference::resolve(parser.positionalArguments().constFirst(), context, &error);
+    AppEditor editor(context);
+    const std::optional<SNEditorItem> original =
+        reference ? editor.load(reference->path, reference->appId, &error) : std::nullopt;
+    if (!original) {
+        printError(usage + error);
+        return Failure;
+    }
+
+    AppEditor::Change change{*original, {}, parser.isSet(u"restore-backup"_s)};
+    SNBulkApp &app = change.edited.appItem;
+    if (parser.isSet(u"name"_s))
+        app.appName = parser.value(u"name"_s);
+    if (parser.isSet(u"icon"_s)) {
+        change.newIcon = SNImage::fromFile(parser.value(u"icon"_s));
+        if (change.newIcon.isNull()) {
+            printError(u"icon: cannot read an image from %1"_s.arg(DefinitionValidator::quoted(parser.value(u"icon"_s))));
+            return Failure;
+        }
+    }
+    if (parser.isSet(u"url"_s)) {
+        app.appURL = parser.value(u"url"_s);
+        app.tabbedApp = false;
+        app.tabsList.clear();
+    }
+    if (parser.isSet(u"tab"_s)) {
+        app.tabsList.clear();
+        for (const QString &tab : parser.values(u"tab"_s))
+            app.tabsList.append(SNTabModel(tab));
+        app.appURL = app.tabsList.constFirst().tabUrlString;
+        app.tabbedApp = true;
+    }
+    for (const Toggle &toggle : toggles()) {
+        if (parser.isSet(toggle.option))
+            app.*toggle.field = true;
+        else if (parser.isSet(u"no-"_s + toggle.option))
+            app.*toggle.field = false;
+    }
+    if (!app.tabbedApp)
+        app.tabsList.clear(); // a single-window app has its address only
+    else if (app.tabsList.isEmpty())
+        app.tabsList.append(SNTabModel(app.appURL));
+    if (parser.isSet(u"no-rules"_s))
+        app.routingRules.clear();
+    if (parser.isSet(u"allow"_s) || parser.isSet(u"route"_s)) {
+        const std::optional<QVariantList> rules = AppOptions::rulesFromOptions(parser, &error);
+        if (!rules) {
+            printError(error);
+            return Failure;
+        }
+        app.routingRules = *rules;
+    }
+    if (parser.isSet(u"no-default-destination"_s))
+        app.defaultDestination.reset();
+    if (parser.isSet(u"default-destination"_s)) {
+        app.defaultDestination = AppOptions::defaultDestinationFromOptions(parser, &error);
+        if (!app.defaultDestination) {
+            printError(error);
+            return Failure;
+        }
+    }
+    if (parser.isSet(u"accent"_s))
+        app.accentColor = parser.value(u"accent"_s);
+    if (parser.isSet(u"no-accent"_s))
+        app.accentColor.clear();
+    if (parser.isSet(u"browser"_s)) {
+        const int number = AppOptions::chooseBrowser(parser, context, &error);
+        if (number < 0) {
+            printError(error);
+            return Failure;
+        }
+        change.edited.browser = BrowserCatalogue::byNumber(number).typeKey;
+    }
+    if (!DefinitionValidator(context, QDir::currentPath()).validate(app, &error)) {
+        printError(error);
+        return Failure;
+    }
+
+    if (change.edited.browser != original->browser) {
+        const QString from = BrowserCatalogue::byTypeKey(original->browser).browserName;
+        const QString to = BrowserCatalogue::byTypeKey(change.edited.browser).browserName;
+        const QString warning = ProfileBackup::switchWarning(original->appItem.appName, from, to,
+                                                             change.restoreBackup);
+        if (CliPrompter(parser.isSet(u"yes"_s)).ask(u"Switch %1 from %2 to %3?"_s.arg(original->appItem.appName, from, to),
+                                                   warning, {u"Switch"_s, u"Cancel"_s}) != 0) {
+            printError(usage + u"the engine switch was not confirmed (--yes confirms it); nothing changed"_s);
+            return Failure;
+        }
+    }
+
+    if (!editor.save(*original, change, &error)) {
+        printError(usage + error);
+        return Failure;
+    }
+    const SNEditorItem &result = editor.result();
+    if (parser.isSet(u"json"_s)) {
+        printJson(QVariantMap{{u"appID"_s, result.appId},
+                              {u"path"_s, result.path},
+                              {u"browser"_s, result.browser},
+                              {u"rebuilt"_s, editor.rebuilt()}});
+    } else {
+        print(result.path);
+    }
+    return Success;
+}

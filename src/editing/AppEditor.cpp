@@ -1,0 +1,147 @@
+#include "editing/AppEditor.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/FileLock.h"
+#include "core/Logger.h"
+#include "core/PropertyList.h"
+#include "core/SNAppItem.h"
+#include "core/UserDefaults.h"
+#include "editing/ProfileBackup.h"
+#include "editing/SNAppEditHelper.h"
+#include "editing/StructuralState.h"
+#include "generation/BundleLayout.h"
+#include "generation/BundleWriter.h"
+#include "generation/EngineBuilder.h"
+#include "generation/SNChromePrefsHelper.h"
+#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/SNUpdaterHelper.h"
+
+#include <QFileInfo>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool fail(QString *error, const QString &reason)
+{
+    Logger::log(reason);
+    if (error)
+        *error = reason;
+    return false;
+}
+
+bool needsCompanion(const SNBulkApp &app, Context &context)
+{
+    return app.whitelistingEnabled || !app.routingRules.isEmpty() || app.defaultDestination.has_value() ||
+           context.defaults().boolForKey(u"AutoIncludeWhitelisting"_s);
+}
+
+} // namespace
+
+AppEditor::AppEditor(Context &context)
+    : m_context(context)
+{
+}
+
+std::optional<SNEditorItem> AppEditor::load(const QString &bundlePath, const QString &appId, QString *error) const
+{
+    const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(bundlePath);
+    if (!info) {
+        fail(error, u"Cannot edit %1: it has no readable launcher script"_s.arg(bundlePath));
+        return std::nullopt;
+    }
+    SNAppItem item;
+    item.path = bundlePath;
+    item.appId = appId.isEmpty() ? info->value(u"appID"_s).toString() : appId;
+    item.name = info->value(u"appName"_s).toString();
+    item.browserType = info->value(u"browserType"_s).toString();
+    if (item.appId.isEmpty()) {
+        fail(error, u"Cannot edit %1: it is not in Sorvane's registry"_s.arg(bundlePath));
+        return std::nullopt;
+    }
+    return SNRecentAppsManager::editorItem(m_context, item);
+}
+
+bool AppEditor::isStructural(const SNEditorItem &original, const SNEditorItem &edited, bool newIcon) const
+{
+    const SNBulkApp &before = original.appItem;
+    const SNBulkApp &after = edited.appItem;
+    const bool companionNeeded = needsCompanion(after, m_context) && !needsCompanion(before, m_context);
+    return newIcon || StructuralState::of(before) != StructuralState::of(after) || before.appName != after.appName ||
+           original.browser != edited.browser || before.whitelistingEnabled != after.whitelistingEnabled ||
+           companionNeeded;
+}
+
+bool AppEditor::save(const SNEditorItem &original, Change change, QString *error)
+{
+    m_rebuilt = false;
+    SNEditorItem &edited = change.edited;
+    edited.appId = original.appId;
+    edited.path = original.path;
+    edited.installed = true;
+    const QString newName = edited.appItem.appName;
+    if (!SNAppEditHelper::validateAppName(newName))
+        return fail(error, SNAppEditHelper::InvalidNameMessage);
+    const bool newIcon = !change.newIcon.isNull();
+    const bool structural = isStructural(original, edited, newIcon);
+    // The name the bundle had when it was read is what the files carry until the rename.
+    edited.appItem.appName = original.appItem.appName;
+
+    const QVariantMap plist = PropertyList::readFile(original.path + u"/Contents/Info.plist"_s).toMap();
+    if (!SNUpdaterHelper::isSorvaneBundle(plist))
+        return fail(error, u"Cannot edit %1: it was not made by Sorvane"_s.arg(original.path));
+
+    // One regeneration or edit of an app at a time, across Sorvane's processes.
+    const FileLock lock(FileLock::lockPathFor(SNAppEditHelper::configPath(m_context, original.appId)));
+    if (SNUpdaterHelper::isEngineRunning(original.path))
+        return fail(error, u"Not editing %1: the app is running; quit it and edit again"_s.arg(original.path));
+
+    const QString oldFolder = QFileInfo(original.path).fileName();
+    const QString newPath = QString(original.path).replace(oldFolder, newName + u".app"_s);
+    if (newPath != original.path && (QFileInfo::exists(newPath) || QFileInfo(newPath).isSymLink()))
+        return fail(error, u"Cannot rename %1 to %2: %3 already exists"_s.arg(original.appItem.appName, newName, newPath));
+
+    const bool switching = edited.browser != original.browser;
+    if (switching) {
+        Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
+        ProfileBackup backups(m_context, original.path);
+        if (!backups.backUp(original.browser, error))
+            return false;
+        if (change.restoreBackup && backups.exists(edited.browser) && !backups.restore(edited.browser, error))
+            return false;
+    }
+
+    SNAppEditHelper::saveAppConfig(m_context, edited);
+    Logger::log(u"✅ App config updated"_s);
+    // Only a changed colour touches the profile.
+    if (SNChromePrefsHelper::storedColor(original.appItem.accentColor) !=
+        SNChromePrefsHelper::storedColor(edited.appItem.accentColor))
+        SNChromePrefsHelper::applyAccentColor(edited.appItem.accentColor, original.path + u"/Contents/Profile"_s);
+
+    if (!structural) {
+        Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
+    } else {
+        SNAppEditHelper::updateLauncher(m_context, edited, newName);
+        SNAppEditHelper::changeAppIcon(edited, change.newIcon);
+        SNAppEditHelper::changeAppName(m_context, edited, newName);
+        if (edited.path != original.path)
+            Logger::log(u"📝 App renamed: %1"_s.arg(newName));
+        const QString executable = PropertyList::readFile(edited.path + u"/Contents/Info.plist"_s)
+                                       .toMap()
+                                       .value(u"CFBundleExecutable"_s, newName)
+                                       .toString();
+        const BundleLayout layout = BundleLayout::atPath(edited.path, executable);
+        AppDefinition definition;
+        edited.appItem.applyTo(definition);
+        BundleWriter(m_context, definition, layout).setPermissions();
+        if (switching)
+            EngineBuilder::runEngineScript(m_context, layout.resources, layout.appName, edited.browser);
+        m_rebuilt = true;
+    }
+    edited.appItem.appName = newName;
+    m_result = edited;
+    Logger::log(u"✅ In-place app update completed successfully"_s);
+    Logger::log(u"- User data preserved: YES"_s);
+    return true;
+}

@@ -1,0 +1,404 @@
+#include "editing/SNAppEditHelper.h"
+
+#include "companion/CompanionInstaller.h"
+#include "companion/SNRoutingConfig.h"
+#include "companion/SNWhiteListPatterns.h"
+#include "core/AtomicWriter.h"
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/ExclusiveRename.h"
+#include "core/LaunchServices.h"
+#include "core/Logger.h"
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "generation/AppConfigFile.h"
+#include "generation/BundleLayout.h"
+#include "generation/BundleWriter.h"
+#include "generation/IconConverter.h"
+#include "generation/SNChromePrefsHelper.h"
+#include "generation/SNPlistHelper.h"
+#include "maintenance/AppScriptReader.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStringConverter>
+
+#include <filesystem>
+
+using namespace Qt::Literals::StringLiterals;
+
+const QString SNAppEditHelper::InvalidNameMessage = u"Invalid Application Name. Please correct the name."_s;
+
+namespace {
+
+const QString ExecLinePrefix = u"exec \"$PWD\""_s;
+const QString ExecSplitter = u"--no-sandbox --test-type  --args "_s;
+
+QString readUtf8(const QString &path, bool *ok = nullptr)
+{
+    QFile file(path);
+    const bool opened = file.open(QIODevice::ReadOnly);
+    if (ok)
+        *ok = opened;
+    return opened ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+void writeUtf8(const QString &path, const QString &text)
+{
+    QString error;
+    if (!AtomicWriter::write(path, text.toUtf8(), &error))
+        Logger::log(u"Could not write %1: %2"_s.arg(path, error));
+}
+
+// The file system entry itself, a dangling link included.
+bool entryExists(const QString &path)
+{
+    std::error_code code;
+    return std::filesystem::exists(std::filesystem::symlink_status(QFile::encodeName(path).toStdString(), code));
+}
+
+// Moves a file, folder or link only when nothing is at `to`.
+bool moveEntry(const QString &from, const QString &to)
+{
+    return entryExists(from) && ExclusiveRename::rename(from, to);
+}
+
+// The older launcher: the first entry of Contents/MacOS, the script itself.
+QString olderLauncherName(const SNEditorItem &app)
+{
+    const QStringList entries =
+        QDir(app.path + u"/Contents/MacOS"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+    return entries.isEmpty() ? QString() : entries.constFirst();
+}
+
+QString escapeBlanks(QString name)
+{
+    return name.replace(u' ', u"\\ "_s);
+}
+
+// The pgrep lines of an older launcher name the app; both forms follow the rename.
+QString replacePgrepLines(QString text, const QString &oldName, const QString &newName)
+{
+    for (const QString &pattern : {u"pgrepResult=$(pgrep -f \"$DIR/%1\")"_s,
+                                   u"pgrepResult=$(pgrep -f \"$PWD/%1\".app/Contents/MacOS"_s})
+        text.replace(pattern.arg(oldName), pattern.arg(newName));
+    return text;
+}
+
+// What is before the engine's switches on an exec line, with the bundle's new name.
+QString renamedExecHead(const QString &head, const QString &oldName, const QString &newName)
+{
+    return QString(head).replace(u"%1.app"_s.arg(oldName), u"%1.app"_s.arg(newName));
+}
+
+// The definition the bundle writer builds from, under `name`.
+AppDefinition definitionFor(const SNEditorItem &app, const QString &name)
+{
+    AppDefinition definition;
+    app.appItem.applyTo(definition);
+    definition.appName = name;
+    definition.applicationType = BrowserCatalogue::numberForTypeKey(app.browser);
+    // As at creation: incognito apps are tabbed, and a tabbed app has at least its start page.
+    if (definition.incognito)
+        definition.needTab = true;
+    if (definition.needTab && definition.tabsList.isEmpty())
+        definition.tabsList.append(SNTabModel(definition.appURL));
+    return definition;
+}
+
+} // namespace
+
+bool SNAppEditHelper::validateAppName(const QString &name)
+{
+    return !name.isEmpty() && !name.contains(u'/');
+}
+
+QString SNAppEditHelper::configPath(Context &context, const QString &appId)
+{
+    return AppConfigFile::path(SNAppTracker(context).getAppBundle(), appId);
+}
+
+void SNAppEditHelper::saveApp(Context &context, SNEditorItem &app, const QString &newName, const SNImage &newIcon)
+{
+    saveAppConfig(context, app);
+    SNChromePrefsHelper::applyAccentColor(app.appItem.accentColor, app.path + u"/Contents/Profile"_s);
+    updateLauncher(context, app, newName);
+    changeAppIcon(app, newIcon);
+    changeAppName(context, app, newName);
+}
+
+void SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app)
+{
+    const QString path = configPath(context, app.appId);
+    if (!QFileInfo(path).isFile()) {
+        regenerateDataJSON(app);
+        return;
+    }
+    const SNBulkApp &item = app.appItem;
+    QVariantMap config = PropertyList::readFile(path).toMap();
+    config.insert(u"needTab"_s, item.tabbedApp);
+    config.insert(u"isWhitelistingEnabled"_s, item.whitelistingEnabled);
+    config.insert(u"registerAsBrowser"_s, item.registerAsBrowser);
+    config.insert(u"useIncognito"_s, item.incognito);
+    config.insert(u"appName"_s, item.appName);
+    if (!app.browser.isEmpty()) {
+        config.insert(u"browserType"_s, app.browser);
+        // The number is read before the key when both are there: the two must agree.
+        config.insert(u"applicationType"_s, BrowserCatalogue::numberForTypeKey(app.browser));
+    }
+    QVariantList tabList;
+    if (item.incognito || item.tabbedApp) {
+        for (const SNTabModel &tab : item.tabsList)
+            tabList.append(tab.tabUrlString);
+    }
+    config.insert(u"tabList"_s, tabList);
+    config.insert(u"routingRules"_s, SNRoutingConfig::sanitizedRules(item.routingRules));
+    const std::optional<QVariantMap> destination =
+        item.defaultDestination ? SNRoutingConfig::sanitizedDestination(*item.defaultDestination) : std::nullopt;
+    if (destination)
+        config.insert(u"defaultDestination"_s, *destination);
+    else
+        config.remove(u"defaultDestination"_s);
+    config.insert(u"forceDarkMode"_s, item.forceDarkMode);
+    if (item.accentColor.isEmpty())
+        config.remove(u"accentColor"_s);
+    else
+        config.insert(u"accentColor"_s, item.accentColor);
+    config.insert(u"restoreSession"_s, item.restoreSession);
+    config.insert(u"passwordManagerCompatibility"_s, item.passwordManagerCompatibility);
+
+    QString error;
+    if (!PropertyList::writeFile(path, config, &error))
+        Logger::log(u"Could not write %1: %2"_s.arg(path, error));
+    regenerateDataJSON(app);
+}
+
+void SNAppEditHelper::regenerateDataJSON(const SNEditorItem &app)
+{
+    const QString resources = app.path + u"/Contents/Resources"_s;
+    if (!QFileInfo(resources).isDir())
+        return;
+    const SNBulkApp &item = app.appItem;
+    QStringList addresses;
+    if (item.tabbedApp && !item.tabsList.isEmpty()) {
+        for (const SNTabModel &tab : item.tabsList)
+            addresses.append(tab.tabUrlString);
+    } else if (!item.appURL.isEmpty()) {
+        addresses.append(item.appURL);
+    }
+    const QVariant destination = item.defaultDestination ? QVariant(*item.defaultDestination) : QVariant();
+    const QVariantMap data = SNRoutingConfig::dataJSONDictionaryWithRules(
+        item.routingRules, destination, item.whitelistingEnabled, item.restoreSession,
+        SNWhiteListPatterns::legacyPatterns(addresses, false));
+    writeUtf8(resources + u"/data.json"_s, QString::fromUtf8(SNRoutingConfig::dataJSON(data)));
+}
+
+void SNAppEditHelper::updateLauncher(Context &context, const SNEditorItem &app, const QString &newName)
+{
+    if (QFileInfo::exists(app.path + u"/Contents/Resources/script"_s))
+        updateNewAppData(context, app, newName);
+    else if (app.appItem.tabbedApp)
+        updateTabbedAppData(app, newName);
+    else
+        updateAppData(app, newName);
+}
+
+void SNAppEditHelper::updateNewAppData(Context &context, const SNEditorItem &app, const QString &newName)
+{
+    const BundleLayout layout = BundleLayout::atPath(app.path, newName);
+    const QString oldScript = readUtf8(layout.script());
+    const std::optional<QVariantMap> info = AppScriptReader::appInfo(newName, oldScript);
+    const bool hadCompanion = info && info->value(u"shouldIncludeWLExt"_s).toBool() &&
+                              QFileInfo(layout.resources + u"/Sorvane_Extension"_s).isDir();
+
+    const AppDefinition definition = definitionFor(app, newName);
+    BundleWriter writer(context, definition, layout);
+    // The companion stays when the app had it; it comes in when the edit asks for routing (and
+    // Helium apps always load it).
+    const bool companion = hadCompanion || writer.includesCompanion() || app.browser == u"helium"_s;
+    if (companion && !hadCompanion)
+        writer.writeCompanionFiles();
+    writer.setCompanionIncluded(companion);
+    QString error;
+    const QString script = writer.scriptText(app.appId, &error);
+    if (script.isEmpty()) {
+        Logger::log(u"Error updating executable. %1"_s.arg(error));
+        return;
+    }
+    writeUtf8(layout.script(), script);
+}
+
+void SNAppEditHelper::updateAppData(const SNEditorItem &app, const QString &newName)
+{
+    const QString oldName = olderLauncherName(app);
+    const QString path = app.path + u"/Contents/MacOS/"_s + oldName;
+    bool read = false;
+    QString text = readUtf8(path, &read);
+    if (oldName.isEmpty() || !read)
+        return;
+    const QString oldEscaped = escapeBlanks(oldName);
+    const QString newEscaped = escapeBlanks(newName);
+    text = replacePgrepLines(text, oldEscaped, newEscaped);
+
+    QStringList lines = text.split(u'\n');
+    const auto exec = std::find_if(lines.begin(), lines.end(),
+                                   [](const QString &line) { return line.startsWith(ExecLinePrefix); });
+    if (exec == lines.end()) {
+        Logger::log(u"⚠️ Warning: Could not find exec line to update in app script"_s);
+        writeUtf8(path, text);
+        return;
+    }
+    const QStringList parts = exec->split(ExecSplitter);
+    const QString head = renamedExecHead(parts.constFirst(), oldEscaped, newEscaped);
+    const QString profile = QString(parts.constLast()).remove(u"--app="_s).split(u" --user-data-dir="_s).constLast();
+    *exec = u"%1--no-sandbox --test-type  --args --app=%2 --user-data-dir=%3"_s.arg(
+        head, u"\"%1\""_s.arg(app.appItem.appURL), profile);
+    writeUtf8(path, lines.join(u'\n'));
+}
+
+void SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString &newName)
+{
+    const QString oldName = olderLauncherName(app);
+    const QString path = app.path + u"/Contents/MacOS/"_s + oldName;
+    bool read = false;
+    QString text = readUtf8(path, &read);
+    if (oldName.isEmpty() || !read)
+        return;
+    const QString oldEscaped = escapeBlanks(oldName);
+    const QString newEscaped = escapeBlanks(newName);
+    text = replacePgrepLines(text, oldEscaped, newEscaped);
+
+    QStringList lines = text.split(u'\n');
+    qsizetype tabsLine = -1;
+    qsizetype execLine = -1;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        if (lines.at(i).startsWith(ExecLinePrefix)) {
+            execLine = i;
+            break;
+        }
+        if (lines.at(i).contains(u"Tabs=\""_s) && !lines.at(i).contains(u"Tabs=\"\""_s))
+            tabsLine = i;
+    }
+    if (execLine < 0) {
+        Logger::log(u"⚠️ Warning: Could not find exec line to update in tabbed app script"_s);
+    } else {
+        const QStringList parts = lines.at(execLine).split(ExecSplitter);
+        lines[execLine] = u"%1--no-sandbox --test-type  --args %2"_s.arg(
+            renamedExecHead(parts.constFirst(), oldEscaped, newEscaped), parts.constLast());
+    }
+    if (tabsLine < 0) {
+        Logger::log(u"⚠️ Warning: Could not find tabs line to update in tabbed app script"_s);
+    } else {
+        QStringList tabs;
+        for (const SNTabModel &tab : app.appItem.tabsList)
+            tabs.append(tab.tabUrlString);
+        lines[tabsLine] = u"\tTabs=\"%1\"\n"_s.arg(tabs.join(u' '));
+    }
+    writeUtf8(path, lines.join(u'\n'));
+}
+
+void SNAppEditHelper::changeAppIcon(SNEditorItem &app, const SNImage &newIcon)
+{
+    if (newIcon.isNull())
+        return;
+    if (IconConverter::convertImagesWithSourceImage(newIcon, app.path + u"/Contents/Resources"_s)) {
+        Logger::log(u"Images successfully converted."_s);
+        // A new modification date makes the desktop load the icon again.
+        QFile bundle(app.path);
+        if (bundle.open(QIODevice::ReadOnly))
+            bundle.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime);
+    }
+    app.appItem.appIcon = newIcon;
+}
+
+void SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const QString &newName)
+{
+    const QString oldFolderName = app.path.split(u'/').constLast();
+    const QString plistPath = app.path + u"/Contents/Info.plist"_s;
+    QVariantMap plist = PropertyList::readFile(plistPath).toMap();
+    const QString oldExecutable = plist.value(u"CFBundleExecutable"_s, app.appItem.appName).toString();
+
+    const QString executables = app.path + u"/Contents/MacOS/"_s;
+    bool executableNamed = oldExecutable == newName;
+    if (!executableNamed)
+        executableNamed = moveEntry(executables + oldExecutable, executables + newName);
+    if (executableNamed) {
+        plist.insert(u"CFBundleExecutable"_s, newName);
+        // On Linux the engine sits beside the launch program under the app's name; it follows, so
+        // no engine of the old name is left behind.
+        if (oldExecutable != newName)
+            moveEntry(executables + BundleLayout::engineName(oldExecutable), executables + BundleLayout::engineName(newName));
+    } else {
+        Logger::log(u"⚠️ changeAppName: launcher binary rename failed; keeping CFBundleExecutable=%1"_s.arg(oldExecutable));
+    }
+    plist.insert(u"SorvaneCreatorID"_s, context.bundleIdentifier());
+    applyBrowserRegistration(app.appItem.registerAsBrowser, plist);
+    if (app.appItem.passwordManagerCompatibility)
+        plist.insert(u"SorvanePasswordManagerCompatibility"_s, true);
+    else
+        plist.remove(u"SorvanePasswordManagerCompatibility"_s);
+    QString error;
+    if (!PropertyList::writeFile(plistPath, plist, &error))
+        Logger::log(u"Could not write %1: %2"_s.arg(plistPath, error));
+
+    const QString resources = app.path + u"/Contents/Resources/"_s;
+    moveEntry(resources + oldFolderName, resources + newName + u".app"_s);
+
+    // A plain replacement over the whole path, as the path was always rewritten.
+    const QString newPath = QString(app.path).replace(oldFolderName, newName + u".app"_s);
+    bool moved = true;
+    if (newPath != app.path) {
+        moved = moveEntry(app.path, newPath);
+        if (!moved)
+            Logger::log(u"⚠️ changeAppName: bundle move to %1 failed; tracker keeps %2"_s.arg(newPath, app.path));
+    }
+    if (moved) {
+        SNAppTracker(context).updateAppTracker(app.appId, newPath);
+        app.path = newPath;
+    }
+    LaunchServices::refreshRegistration(app.path);
+    app.appItem.appName = newName;
+}
+
+void SNAppEditHelper::applyBrowserRegistration(bool registerAsBrowser, QVariantMap &plist)
+{
+    if (registerAsBrowser) {
+        plist.insert(u"NSUserActivityTypes"_s, SNPlistHelper::activityTypes());
+        plist.insert(u"CFBundleURLTypes"_s, SNPlistHelper::urlTypes());
+        plist.insert(u"CFBundleDocumentTypes"_s, SNPlistHelper::documentTypes());
+    } else {
+        for (const QString &key : {u"NSUserActivityTypes"_s, u"CFBundleURLTypes"_s, u"CFBundleDocumentTypes"_s})
+            plist.remove(key);
+    }
+}
+
+std::optional<QString> SNAppEditHelper::replaceChromeWithAppName(const QString &directory, const SNEditorItem &app,
+                                                                 const QString &newName)
+{
+    const QStringList entries = QDir(directory).entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QString &entry : entries) {
+        if (QFileInfo(entry).suffix() != u"lproj"_s)
+            continue;
+        const QString path = u"%1/%2/InfoPlist.strings"_s.arg(directory, entry);
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return u"Cannot read %1: %2"_s.arg(path, file.errorString());
+        const QByteArray bytes = file.readAll();
+        // Strings files are UTF-16 with a byte-order mark or UTF-8; the same encoding goes back.
+        const QStringConverter::Encoding encoding =
+            QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8);
+        QString text = QStringDecoder(encoding)(bytes);
+        for (const QString &pattern : {u"CFBundleDisplayName = \"%1\""_s, u"CFBundleName = \"%1\""_s})
+            text.replace(pattern.arg(app.appItem.appName), pattern.arg(newName));
+        QStringEncoder encoder(encoding, QStringConverter::Flag::WriteBom);
+        QByteArray encoded = encoder(text);
+        if (encoding == QStringConverter::Utf8 && !bytes.startsWith("\xEF\xBB\xBF"))
+            encoded = text.toUtf8();
+        QString error;
+        if (!AtomicWriter::write(path, encoded, &error))
+            return error;
+    }
+    return std::nullopt;
+}

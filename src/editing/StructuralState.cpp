@@ -1,0 +1,16 @@
+#include "editing/StructuralState.h"
+
+StructuralState StructuralState::of(const SNBulkApp &app)
+{
+    StructuralState state;
+    state.url = app.appURL;
+    for (const SNTabModel &tab : app.tabsList)
+        state.tabURLs.append(tab.tabUrlString);
+    state.isTabbed = app.tabbedApp;
+    state.registerAsBrowser = app.registerAsBrowser;
+    state.incognito = app.incognito;
+    state.forceDarkMode = app.forceDarkMode;
+    state.passwordManagerCompatibility = app.passwordManagerCompatibility;
+    state.iconIdentity = app.appIcon.isNull() ? 0 : app.appIcon.largestRepresentation().cacheKey();
+    return state;
+}
