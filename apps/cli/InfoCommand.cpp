@@ -2,6 +2,9 @@
 
 #include "AppReference.h"
 
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "generation/AppConfigFile.h"
 #include "maintenance/AppHealth.h"
 #include "maintenance/SNUpdaterHelper.h"
 
@@ -34,6 +37,13 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
         QVariantMap document = *info;
         document.insert(u"path"_s, app->path);
         document.insert(u"health"_s, health.toMap());
+        // What the launcher does not say: the stored options (rules, colours, switches).
+        if (!app->appId.isEmpty()) {
+            QVariantMap configuration =
+                PropertyList::readFile(AppConfigFile::path(SNAppTracker(context).getAppBundle(), app->appId)).toMap();
+            configuration.remove(u"appIcon"_s);
+            document.insert(u"configuration"_s, configuration);
+        }
         printJson(document);
         return Success;
     }

@@ -6,6 +6,8 @@
 #include "CreateCommand.h"
 #include "DeleteCommand.h"
 #include "EditCommand.h"
+#include "ExportCommand.h"
+#include "ImportCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
 #include "RegistryCommand.h"
@@ -31,6 +33,8 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<InfoCommand>());
     list.push_back(std::make_unique<EditCommand>());
     list.push_back(std::make_unique<UpdateCommand>());
+    list.push_back(std::make_unique<ExportCommand>());
+    list.push_back(std::make_unique<ImportCommand>());
     list.push_back(std::make_unique<AutoUpdateCommand>());
     list.push_back(std::make_unique<DeleteCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());

@@ -1,0 +1,60 @@
+#include "ExportCommand.h"
+
+#include "AppReference.h"
+
+#include "editing/SNExporter.h"
+
+#include <QDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+void ExportCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"app"_s, u"An app's bundle path or registry id."_s, u"BUNDLE|ID ..."_s);
+    parser.addOptions({
+        {u"all"_s, u"Every app Sorvane made."_s},
+        {u"output"_s, u"The file to write (\".sorvane\" is added when missing)."_s, u"FILE"_s},
+    });
+}
+
+int ExportCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QString usage = u"sorvane export: "_s;
+    if (parser.isSet(u"all"_s) == !parser.positionalArguments().isEmpty()) {
+        printError(usage + u"name the apps by bundle path or id, or give --all"_s);
+        return BadUsage;
+    }
+    if (parser.value(u"output"_s).isEmpty()) {
+        printError(usage + u"--output names the file to write"_s);
+        return BadUsage;
+    }
+    SNExporter exporter(context);
+    const QList<SNExporter::ExportRow> offered = exporter.rows();
+    QList<SNExporter::ExportRow> chosen;
+    if (parser.isSet(u"all"_s))
+        chosen = offered;
+    for (const QString &argument : parser.positionalArguments()) {
+        QString error;
+        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error);
+        const auto row = std::find_if(offered.cbegin(), offered.cend(), [&](const SNExporter::ExportRow &candidate) {
+            return app && candidate.appPath == app->path;
+        });
+        if (!app || row == offered.cend()) {
+            printError(usage + (app ? u"%1 has no configuration to export"_s.arg(app->path) : error));
+            return Failure;
+        }
+        chosen.append(*row);
+    }
+    QString error;
+    const std::optional<QString> written =
+        SNExporter::save(exporter.exportConfig(chosen), QDir(parser.value(u"output"_s)).absolutePath(), &error);
+    if (!written) {
+        printError(usage + u"%1: %2"_s.arg(SNExporter::InvalidFileMessage, error));
+        return Failure;
+    }
+    if (parser.isSet(u"json"_s))
+        printJson(QVariantMap{{u"path"_s, *written}, {u"count"_s, chosen.size()}});
+    else
+        print(u"%1 App(s) exported successfully to %2"_s.arg(chosen.size()).arg(*written));
+    return Success;
+}

@@ -1,0 +1,62 @@
+#include "ImportCommand.h"
+
+#include "CliPrompter.h"
+
+#include "core/Context.h"
+#include "editing/SNImporter.h"
+#include "generation/DefinitionValidator.h"
+
+#include <QDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+void ImportCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"file"_s, u"The .sorvane file."_s, u"FILE"_s);
+    parser.addOptions({
+        {u"into"_s, u"The folder the apps are created in; the applications folder when not given."_s, u"DIR"_s},
+        {u"replace"_s, u"Replace existing apps of the same names (the old ones go to the Trash)."_s},
+        {u"keep-both"_s, u"Keep existing apps of the same names and number the new ones."_s},
+        {u"allow-missing-browser"_s, u"Make apps whose browser is not installed."_s},
+    });
+}
+
+int ImportCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const QString usage = u"sorvane import: "_s;
+    if (parser.isSet(u"replace"_s) && parser.isSet(u"keep-both"_s)) {
+        printError(usage + u"--replace and --keep-both exclude each other"_s);
+        return BadUsage;
+    }
+    if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
+        printError(usage + u"--into needs a folder"_s);
+        return BadUsage;
+    }
+    context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
+    SNImporter importer(context, {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
+                                  parser.isSet(u"keep-both"_s), parser.isSet(u"allow-missing-browser"_s)});
+    QString error;
+    if (!importer.importConfig(parser.positionalArguments().constFirst(), &error)) {
+        printError(usage + error);
+        return Failure;
+    }
+    QVariantList created;
+    QVariantList refused;
+    for (const SNImporter::Outcome &outcome : importer.outcomes()) {
+        if (outcome.made) {
+            created.append(outcome.created);
+            if (!parser.isSet(u"json"_s))
+                print(outcome.created.value(u"path"_s).toString());
+            continue;
+        }
+        const QString label = u"entry %1 (%2)"_s.arg(DefinitionValidator::quoted(outcome.key),
+                                                     DefinitionValidator::quoted(outcome.appName));
+        refused.append(QVariantMap{{u"key"_s, outcome.key}, {u"appName"_s, outcome.appName}, {u"error"_s, outcome.error}});
+        printError(u"%1: %2"_s.arg(label, outcome.error));
+    }
+    if (parser.isSet(u"json"_s))
+        printJson(QVariantMap{{u"created"_s, created}, {u"refused"_s, refused}});
+    if (importer.outcomes().isEmpty())
+        printWarning(u"the file holds no apps"_s, parser);
+    return refused.isEmpty() ? Success : Failure;
+}
