@@ -21,8 +21,14 @@ struct PlistFree
 };
 using PlistPtr = std::unique_ptr<void, PlistFree>;
 
-QVariant toVariant(plist_t node)
+// `depth` counts the arrays and dictionaries around `node`; past the limit `tooDeep` is set and
+// the value left out, so the recursion stays bounded whatever the input.
+QVariant toVariant(plist_t node, int depth, bool &tooDeep)
 {
+    if (depth > PropertyList::MaximumDepth) {
+        tooDeep = true;
+        return {};
+    }
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
         uint8_t value = 0;
@@ -64,7 +70,7 @@ QVariant toVariant(plist_t node)
         const uint32_t count = plist_array_get_size(node);
         list.reserve(count);
         for (uint32_t i = 0; i < count; ++i)
-            list.append(toVariant(plist_array_get_item(node, i)));
+            list.append(toVariant(plist_array_get_item(node, i), depth + 1, tooDeep));
         return list;
     }
     case PLIST_DICT: {
@@ -77,7 +83,7 @@ QVariant toVariant(plist_t node)
             plist_dict_next_item(node, it, &key, &value);
             if (!key)
                 break;
-            map.insert(QString::fromUtf8(key), toVariant(value));
+            map.insert(QString::fromUtf8(key), toVariant(value, depth + 1, tooDeep));
             free(key);
         }
         free(it);
@@ -151,22 +157,59 @@ plist_t fromVariant(const QVariant &value, QString *error)
     }
 }
 
+// The deepest nesting of arrays and dictionaries in an XML property list, counted from the tags
+// alone (tags inside comments count too, which can only err towards refusing). The parser and
+// the conversion below recurse once per level, so a hostile file could otherwise exhaust the stack.
+int xmlNestingDepth(const QByteArray &data)
+{
+    int depth = 0;
+    int deepest = 0;
+    for (qsizetype at = data.indexOf('<'); at >= 0; at = data.indexOf('<', at + 1)) {
+        const QByteArrayView rest = QByteArrayView(data).sliced(at + 1);
+        const bool closing = rest.startsWith('/');
+        const QByteArrayView name = closing ? rest.sliced(1) : rest;
+        const qsizetype length = name.startsWith("array") ? 5 : name.startsWith("dict") ? 4 : 0;
+        if (length == 0)
+            continue;
+        const QByteArrayView after = name.sliced(length);
+        if (after.startsWith('/'))
+            continue; // <array/>: empty, opens nothing
+        if (!after.startsWith('>') && !after.startsWith(' ') && !after.startsWith('\t'))
+            continue;
+        depth += closing ? -1 : 1;
+        deepest = std::max(deepest, depth);
+    }
+    return deepest;
+}
+
 } // namespace
 
 QVariant PropertyList::fromData(const QByteArray &data, QString *error)
 {
     plist_t root = nullptr;
-    if (data.startsWith("bplist00"))
+    if (data.startsWith("bplist00")) {
         plist_from_bin(data.constData(), uint32_t(data.size()), &root);
-    else if (!data.trimmed().isEmpty())
+    } else if (xmlNestingDepth(data) > MaximumDepth) {
+        if (error)
+            *error = QStringLiteral("The property list nests deeper than %1 levels.").arg(MaximumDepth);
+        return {};
+    } else if (!data.trimmed().isEmpty()) {
         plist_from_xml(data.constData(), uint32_t(data.size()), &root);
+    }
     if (!root) {
         if (error)
             *error = QStringLiteral("The data is not a property list.");
         return {};
     }
     PlistPtr owner(root);
-    return toVariant(root);
+    bool tooDeep = false;
+    QVariant value = toVariant(root, 0, tooDeep);
+    if (tooDeep) {
+        if (error)
+            *error = QStringLiteral("The property list nests deeper than %1 levels.").arg(MaximumDepth);
+        return {};
+    }
+    return value;
 }
 
 QVariant PropertyList::readFile(const QString &path, QString *error)

@@ -11,6 +11,9 @@
 class PropertyList final
 {
 public:
+    // Arrays and dictionaries nested deeper than this are refused.
+    static constexpr int MaximumDepth = 256;
+
     // An invalid QVariant and an error text when the data is not a property list.
     static QVariant fromData(const QByteArray &data, QString *error = nullptr);
     static QVariant readFile(const QString &path, QString *error = nullptr);
