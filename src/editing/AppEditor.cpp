@@ -113,6 +113,14 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     }
 
     SNAppEditHelper::saveAppConfig(m_context, edited);
+    if (newIcon) {
+        const QString config = SNAppEditHelper::configPath(m_context, original.appId);
+        QVariantMap stored = PropertyList::readFile(config).toMap();
+        if (!stored.isEmpty()) {
+            stored.insert(u"appIcon"_s, SNImage::imageData(change.newIcon));
+            PropertyList::writeFile(config, stored);
+        }
+    }
     Logger::log(u"✅ App config updated"_s);
     // Only a changed colour touches the profile.
     if (SNChromePrefsHelper::storedColor(original.appItem.accentColor) !=

@@ -143,6 +143,8 @@ void SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app)
     config.insert(u"registerAsBrowser"_s, item.registerAsBrowser);
     config.insert(u"useIncognito"_s, item.incognito);
     config.insert(u"appName"_s, item.appName);
+    // The address too, so that the file describes the app as it is now (export reads it).
+    config.insert(u"appURL"_s, item.appURL);
     if (!app.browser.isEmpty()) {
         config.insert(u"browserType"_s, app.browser);
         // The number is read before the key when both are there: the two must agree.

@@ -5,11 +5,15 @@
 #include "generation/AppCreator.h"
 #include "support/TestContext.h"
 
+#include <QCryptographicHash>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace LaunchTest;
@@ -154,4 +158,33 @@ bool GeneratedApp::moveInto(const QString &folder)
         return false;
     m_bundle = target;
     return true;
+}
+
+QStringList treeFingerprint(const QString &root)
+{
+    QStringList lines;
+    QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QFileInfo &info = it.fileInfo();
+        QString line = path.mid(root.size()) + u' ' + QString::number(int(info.permissions()), 16);
+        if (info.isSymLink()) // the target as written, not resolved
+            line += u" -> "_s + QString::fromStdString(std::filesystem::read_symlink(path.toStdString()).string());
+        else if (info.isFile())
+            line += u' ' + QString::fromLatin1(
+                               QCryptographicHash::hash(readAll(path), QCryptographicHash::Sha256).toHex());
+        lines.append(line);
+    }
+    lines.sort();
+    return lines;
+}
+
+void addUserData(const QString &profile)
+{
+    writeFile(profile + u"/Default/Cookies"_s, "cookie jar");
+    writeFile(profile + u"/Default/Login Data"_s, "secret");
+    QFile::setPermissions(profile + u"/Default/Login Data"_s, QFile::ReadOwner | QFile::WriteOwner);
+    writeFile(profile + u"/Default/Extensions/abc/1.0/manifest.json"_s, "{}");
+    QFile::link(u"user-host-1234"_s, profile + u"/SingletonLock"_s);
 }

@@ -68,6 +68,12 @@ public:
     bool pipeHolderRunning() const;
     // Moves the bundle into `folder` (created when missing).
     bool moveInto(const QString &folder);
+    // Follows the app to where an edit moved it, under its new name.
+    void renamed(const QString &bundle, const QString &name)
+    {
+        m_bundle = bundle;
+        m_name = name;
+    }
 
 private:
     QString launchProgram() const;
@@ -80,3 +86,8 @@ private:
     QProcessEnvironment m_environment;
     std::unique_ptr<QProcess> m_running;
 };
+
+// Every entry of a tree with its content's hash, its link target or its mode, sorted.
+QStringList treeFingerprint(const QString &root);
+// What a user's profile holds besides what creation seeded: cookies, a private file, a link.
+void addUserData(const QString &profile);

@@ -32,27 +32,6 @@ using namespace LaunchTest;
 
 namespace {
 
-// Every entry of a tree with its content's hash, its link target or its mode.
-QStringList treeFingerprint(const QString &root)
-{
-    QStringList lines;
-    QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QFileInfo &info = it.fileInfo();
-        QString line = path.mid(root.size()) + u' ' + QString::number(int(info.permissions()), 16);
-        if (info.isSymLink())
-            line += u" -> "_s + info.symLinkTarget();
-        else if (info.isFile())
-            line += u' ' + QString::fromLatin1(
-                               QCryptographicHash::hash(readAll(path), QCryptographicHash::Sha256).toHex());
-        lines.append(line);
-    }
-    lines.sort();
-    return lines;
-}
-
 void stampVersion(const QString &bundle, const QVariant &version)
 {
     const QString path = bundle + u"/Contents/Info.plist"_s;
@@ -62,16 +41,6 @@ void stampVersion(const QString &bundle, const QVariant &version)
     else
         plist.remove(u"CFBundleShortVersionString"_s);
     ASSERT_TRUE(PropertyList::writeFile(path, plist));
-}
-
-// What a user's profile holds besides what creation seeded: cookies, a private file, a link.
-void addUserData(const QString &profile)
-{
-    writeFile(profile + u"/Default/Cookies"_s, "cookie jar");
-    writeFile(profile + u"/Default/Login Data"_s, "secret");
-    QFile::setPermissions(profile + u"/Default/Login Data"_s, QFile::ReadOwner | QFile::WriteOwner);
-    writeFile(profile + u"/Default/Extensions/abc/1.0/manifest.json"_s, "{}");
-    QFile::link(u"user-host-1234"_s, profile + u"/SingletonLock"_s);
 }
 
 struct RegenerationCase
