@@ -85,8 +85,6 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         return fail(error, SNAppEditHelper::InvalidNameMessage);
     const bool newIcon = !change.newIcon.isNull();
     const bool structural = isStructural(original, edited, newIcon);
-    // The name the bundle had when it was read is what the files carry until the rename.
-    edited.appItem.appName = original.appItem.appName;
 
     const QVariantMap plist = PropertyList::readFile(original.path + u"/Contents/Info.plist"_s).toMap();
     if (!SNUpdaterHelper::isSorvaneBundle(plist))
@@ -112,7 +110,10 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
             return false;
     }
 
+    // The configuration takes the definition as it stands, new name included; the steps after it
+    // work on the bundle under its old name until the rename.
     SNAppEditHelper::saveAppConfig(m_context, edited);
+    edited.appItem.appName = original.appItem.appName;
     if (newIcon) {
         const QString config = SNAppEditHelper::configPath(m_context, original.appId);
         QVariantMap stored = PropertyList::readFile(config).toMap();
