@@ -31,41 +31,6 @@ namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-// createEngine.sh only links the engine on Linux; what is measured is Sorvane's own work.
-class StubbedEngineScript final : public ProcessRunner
-{
-public:
-    Result run(const QString &, const QStringList &, const QString &, int) override
-    {
-        Result result;
-        result.started = true;
-        result.exitCode = 0;
-        return result;
-    }
-};
-
-// Makes `count` routed tabbed apps into `folder`; their bundle paths.
-QStringList createApps(BenchHome &home, const QString &folder, int count)
-{
-    ApplicationManager manager(home.context());
-    manager.definition().applicationType = 5; // chromium
-    manager.definition().applicationsPath = folder;
-    for (int i = 0; i < count; ++i) {
-        SNBulkApp entry;
-        entry.appName = u"App %1"_s.arg(i);
-        entry.appURL = u"https://mail.example.org/inbox"_s;
-        entry.tabbedApp = true;
-        entry.tabsList = {SNTabModel(u"https://mail.example.org/inbox"_s), SNTabModel(u"https://cal.example.org/"_s)};
-        entry.whitelistingEnabled = true;
-        manager.bulkApps.append(entry);
-    }
-    manager.create(false);
-    QStringList paths;
-    for (const SNBulkApp &made : manager.bulkInstalledApps)
-        paths.append(folder + u'/' + made.appName + u".app"_s);
-    return paths;
-}
-
 void AppInfo(benchmark::State &state)
 {
     BenchHome home;

@@ -10,7 +10,9 @@
 
 namespace {
 
-// Both colour keys the engine's theme reads; they are set and removed together.
+// The engine's theme colour. user_color2 is the second colour of a two-colour theme the user may
+// have picked in the engine; an accent colour is one colour, so that key goes whenever the
+// accent is set or removed, and the engine derives its whole palette from user_color alone.
 const QString UserColor = QStringLiteral("user_color");
 const QString UserColor2 = QStringLiteral("user_color2");
 
@@ -51,12 +53,11 @@ void SNChromePrefsHelper::applyAccentColor(const QString &accentColor, const QSt
 
     QJsonObject browser = root.value(QStringLiteral("browser")).toObject();
     QJsonObject theme = browser.value(QStringLiteral("theme")).toObject();
-    if (const std::optional<qint32> color = storedColor(accentColor)) {
+    theme.remove(UserColor2);
+    if (const std::optional<qint32> color = storedColor(accentColor))
         theme.insert(UserColor, *color);
-    } else {
+    else
         theme.remove(UserColor);
-        theme.remove(UserColor2);
-    }
     browser.insert(QStringLiteral("theme"), theme);
     root.insert(QStringLiteral("browser"), browser);
 
