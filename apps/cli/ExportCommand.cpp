@@ -55,6 +55,6 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"json"_s))
         printJson(QVariantMap{{u"path"_s, *written}, {u"count"_s, chosen.size()}});
     else
-        print(u"%1 App(s) exported successfully to %2"_s.arg(chosen.size()).arg(*written));
+        print(SNExporter::ExportedMessage.arg(chosen.size()) + u": "_s + *written);
     return Success;
 }

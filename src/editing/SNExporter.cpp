@@ -14,6 +14,11 @@ using namespace Qt::Literals::StringLiterals;
 const QString SNExporter::FileExtension = u".sorvane"_s;
 const QString SNExporter::DefaultFileName = u"apps_config.sorvane"_s;
 const QString SNExporter::InvalidFileMessage = u"Invalid App Config File"_s;
+const QString SNExporter::DialogFolder = u"Documents"_s;
+const QString SNExporter::SaveDialogTitle = u"Exporting Apps Config"_s;
+const QString SNExporter::SaveDialogMessage = u"Please select a path where to save exported app config."_s;
+const QString SNExporter::ExportedMessage = u"%1 App(s) exported successfully"_s;
+const QString SNExporter::ExporterTitle = u"Exporter"_s;
 
 SNExporter::SNExporter(Context &context)
     : m_context(context)

@@ -52,6 +52,13 @@ public:
     static const QString FileExtension;   // ".sorvane"
     static const QString DefaultFileName; // "apps_config.sorvane"
     static const QString InvalidFileMessage;
+    // The save dialog of a front end: where it opens (a folder of the home folder), its title and
+    // its message; and what the exporter screen says afterwards ("%1": the number of apps).
+    static const QString DialogFolder;
+    static const QString SaveDialogTitle;
+    static const QString SaveDialogMessage;
+    static const QString ExportedMessage;
+    static const QString ExporterTitle;
 
 private:
     Context &m_context;

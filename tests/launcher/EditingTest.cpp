@@ -13,6 +13,7 @@
 #include "editing/AppEditor.h"
 #include "editing/ProfileBackup.h"
 #include "editing/SNAppEditHelper.h"
+#include "editing/SNExporter.h"
 #include "generation/AppConfigFile.h"
 #include "support/TestContext.h"
 
@@ -22,6 +23,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QStringEncoder>
 
 #include <gtest/gtest.h>
 
@@ -377,3 +379,48 @@ INSTANTIATE_TEST_SUITE_P(
         OlderLayoutCase{"tabbedNoExecLine", "no-exec", true, {}, "no-exec.edited",
                         u"⚠️ Warning: Could not find tabs line to update in tabbed app script"_s}),
     [](const auto &p) { return std::string(p.param.label); });
+
+// The file-only export writes a bundle registered under two ids once; the chosen-apps export of
+// a one-address app has that address and no tab list; a name without the extension gets it.
+TEST(AppSetExport, OneEntryPerBundleAndTheAddressesOfItsBundle)
+{
+    TestContext test;
+    GeneratedApp app(test, {.name = u"Mail"_s});
+    const QString secondId = u"00000000-0000-0000-0000-000000000002"_s;
+    SNAppTracker(test.context()).updateAppTracker(secondId, app.bundle());
+    QFile::copy(SNAppEditHelper::configPath(test.context(), app.appId()),
+                SNAppEditHelper::configPath(test.context(), secondId));
+    SNExporter exporter(test.context());
+    EXPECT_EQ(exporter.exportConfig().size(), 1);
+
+    const QVariantMap chosen = exporter.exportConfig(exporter.rows());
+    ASSERT_EQ(chosen.size(), 1);
+    const QVariantMap entry = chosen.first().toMap();
+    EXPECT_EQ(entry.value(u"appURL"_s), u"https://app.example.test/"_s);
+    EXPECT_EQ(entry.value(u"tabList"_s).toStringList(), QStringList{});
+    EXPECT_EQ(entry.value(u"appName"_s), u"Mail"_s);
+    QString error;
+    EXPECT_EQ(SNExporter::save(chosen, test.root() + u"/apps"_s, &error), test.root() + u"/apps.sorvane"_s);
+    EXPECT_EQ(QJsonValue::fromVariant(PropertyList::readFile(test.root() + u"/apps.sorvane"_s)),
+              QJsonValue::fromVariant(chosen));
+}
+
+// The name lines of an engine's strings files follow a rename, each file in its own encoding.
+TEST(EngineStrings, NameLinesAreReplacedKeepingTheEncoding)
+{
+    TestContext test;
+    const QString resources = test.root() + u"/Resources"_s;
+    const QString lines = u"CFBundleDisplayName = \"Mail\";\nCFBundleName = \"Mail\";\nOther = \"Mail\";\n"_s;
+    QStringEncoder utf16(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
+    writeFile(resources + u"/en.lproj/InfoPlist.strings"_s, utf16(lines));
+    writeFile(resources + u"/de.lproj/InfoPlist.strings"_s, lines.toUtf8());
+    SNEditorItem app;
+    app.appItem.appName = u"Mail"_s;
+    EXPECT_EQ(SNAppEditHelper::replaceChromeWithAppName(resources, app, u"Post"_s), std::nullopt);
+    const QString renamed = u"CFBundleDisplayName = \"Post\";\nCFBundleName = \"Post\";\nOther = \"Mail\";\n"_s;
+    EXPECT_EQ(readAll(resources + u"/de.lproj/InfoPlist.strings"_s), renamed.toUtf8());
+    QStringEncoder again(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
+    EXPECT_EQ(readAll(resources + u"/en.lproj/InfoPlist.strings"_s), QByteArray(again(renamed)));
+    QDir().mkpath(resources + u"/fr.lproj"_s);
+    EXPECT_TRUE(SNAppEditHelper::replaceChromeWithAppName(resources, app, u"Post"_s).has_value());
+}
