@@ -7,6 +7,7 @@
 #include "DeleteCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
+#include "ProfilesCommand.h"
 #include "RegistryCommand.h"
 #include "ScriptCommand.h"
 #include "UpdateCommand.h"
@@ -32,6 +33,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<AutoUpdateCommand>());
     list.push_back(std::make_unique<DeleteCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());
+    list.push_back(std::make_unique<ProfilesCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
     return list;
