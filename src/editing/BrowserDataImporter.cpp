@@ -41,6 +41,11 @@ const TreeCopy::Options CopyOptions{.links = TreeCopy::Links::Skip,
 
 bool copyTree(const QString &source, const QString &target)
 {
+    // A link in the profile could point anywhere; what the browser writes there is never one.
+    if (QFileInfo(source).isSymLink()) {
+        Logger::log(u"⚠️ Browser data import: %1 is a link and was not followed"_s.arg(source));
+        return false;
+    }
     QDir().mkpath(QFileInfo(target).path());
     if (const std::optional<QString> error = TreeCopy::copy(source, target, CopyOptions)) {
         Logger::log(u"⚠️ Browser data import: %1"_s.arg(*error));

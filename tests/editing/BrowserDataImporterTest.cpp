@@ -102,6 +102,7 @@ TEST(BrowserDataImporter, ReportsMissingProfilesEmptyProfilesAndARunningBrowser)
         {"browser running", u"Default"_s, getpid(), false, 1, {u"History"_s, u"Favicons"_s},
          {ImportSummary::SourceInUseMessage, u"History couldn't be copied."_s, u"Favicons couldn't be copied."_s}},
         {"stale lock", u"Default"_s, gonePid, false, 3, {}, {}},
+        {"link out of the profile", u"Linked"_s, 0, false, 0, {u"Bookmarks"_s}, {u"Bookmarks couldn't be copied."_s}},
     };
     // clang-format on
     for (const auto &row : rows) {
@@ -109,6 +110,9 @@ TEST(BrowserDataImporter, ReportsMissingProfilesEmptyProfilesAndARunningBrowser)
         TestContext test;
         const QString userData = sourceUserData(test);
         QDir().mkpath(userData + u"/Empty"_s);
+        writeFile(test.root() + u"/elsewhere"_s, "not the browser's");
+        QDir().mkpath(userData + u"/Linked"_s);
+        QFile::link(test.root() + u"/elsewhere"_s, userData + u"/Linked/Bookmarks"_s);
         if (row.lockPid)
             holdLock(userData, row.lockPid);
         const QString target = test.root() + u"/App.app/Contents/Profile/Default"_s;
@@ -122,7 +126,7 @@ TEST(BrowserDataImporter, ReportsMissingProfilesEmptyProfilesAndARunningBrowser)
         EXPECT_EQ(summary.messages(), row.messages);
         // Nothing of a database the browser holds open is left in the new profile.
         if (!row.failed.isEmpty()) {
-            EXPECT_FALSE(QFileInfo::exists(target + u"/History"_s));
+            EXPECT_FALSE(QFileInfo::exists(target + u'/' + row.failed.first()));
         }
     }
 }
