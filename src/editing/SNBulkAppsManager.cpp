@@ -15,6 +15,25 @@ SNBulkAppsManager::SNBulkAppsManager(Context &context, QObject *parent)
 {
 }
 
+SNBulkAppsManager::~SNBulkAppsManager()
+{
+    for (const SNBulkCell &cell : std::as_const(m_cells)) {
+        if (cell.stopIconSearch)
+            cell.stopIconSearch();
+    }
+}
+
+void SNBulkAppsManager::removeRows(int first, int last)
+{
+    beginRemoveRows({}, first, last);
+    for (int row = first; row <= last; ++row) {
+        if (m_cells.at(row).stopIconSearch)
+            m_cells.at(row).stopIconSearch();
+    }
+    m_cells.erase(m_cells.begin() + first, m_cells.begin() + last + 1);
+    endRemoveRows();
+}
+
 int SNBulkAppsManager::rowCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : appCount();
@@ -105,9 +124,8 @@ QHash<int, QByteArray> SNBulkAppsManager::roleNames() const
 void SNBulkAppsManager::reset()
 {
     const bool wasEnabled = removeAllEnabled();
-    beginResetModel();
-    m_cells.clear();
-    endResetModel();
+    if (appCount() > 0)
+        removeRows(0, appCount() - 1);
     addAppAction();
     if (wasEnabled != removeAllEnabled())
         Q_EMIT removeAllEnabledChanged();
@@ -142,9 +160,7 @@ void SNBulkAppsManager::removeAppAction(int tag)
     if (tag < 0 || tag >= appCount())
         return;
     const bool wasEnabled = removeAllEnabled();
-    beginRemoveRows({}, tag, tag);
-    m_cells.removeAt(tag);
-    endRemoveRows();
+    removeRows(tag, tag);
     afterRemoval(wasEnabled);
 }
 
@@ -159,9 +175,7 @@ void SNBulkAppsManager::removeSelectedAppsAction(const QList<int> &selectedRows)
     for (const int row : std::as_const(rows)) {
         if (row < 0 || row >= appCount())
             continue;
-        beginRemoveRows({}, row, row);
-        m_cells.removeAt(row);
-        endRemoveRows();
+        removeRows(row, row);
         removed = true;
     }
     if (removed)
@@ -173,9 +187,7 @@ void SNBulkAppsManager::removeAllAppsAction()
     if (appCount() < 2)
         return;
     const bool wasEnabled = removeAllEnabled();
-    beginRemoveRows({}, 1, appCount() - 1);
-    m_cells.erase(m_cells.begin() + 1, m_cells.end());
-    endRemoveRows();
+    removeRows(1, appCount() - 1);
     afterRemoval(wasEnabled);
 }
 
@@ -249,10 +261,15 @@ void SNBulkAppsManager::fieldEditingEnded(int row)
         const quint64 serial = cell.serial;
         QPointer<SNBulkAppsManager> manager(this);
         rowChanged(row);
-        m_faviconSearch(address, [manager, serial, address](const SNImage &icon) {
+        std::function<void()> stop = m_faviconSearch(address, [manager, serial, address](const SNImage &icon) {
             if (manager)
                 manager->iconFound(serial, address, icon);
         });
+        // The search may have answered at once, and the row be gone already.
+        const auto running = std::find_if(m_cells.begin(), m_cells.end(),
+                                          [serial](const SNBulkCell &candidate) { return candidate.serial == serial; });
+        if (running != m_cells.end() && running->iconBeingFetched)
+            running->stopIconSearch = std::move(stop);
         return;
     }
     rowChanged(row);
@@ -266,6 +283,7 @@ void SNBulkAppsManager::iconFound(quint64 serial, const QString &address, const 
     if (cell == m_cells.end() || !cell->iconBeingFetched || cell->lastIconURL != address)
         return;
     cell->iconBeingFetched = false;
+    cell->stopIconSearch = nullptr;
     if (!cell->hasManuallySelectedIcon)
         cell->bulkApp.appIcon = icon; // nothing found clears the proposal
     rowChanged(static_cast<int>(cell - m_cells.begin()));

@@ -36,15 +36,18 @@ public:
     };
     Q_ENUM(Role)
 
-    // Finds the icon of a site and calls `deliver` once, on the model's thread, with the image or
-    // a null image when there is none.
-    using FaviconSearch = std::function<void(const QString &address, std::function<void(const SNImage &)> deliver)>;
+    // Starts finding the icon of a site; `deliver` is to be called once, on the model's thread,
+    // with the image or a null image when there is none. Returns what stops that search (or an
+    // empty function): the model calls it when the row goes away first.
+    using IconDelivery = std::function<void(const SNImage &)>;
+    using FaviconSearch = std::function<std::function<void()>(const QString &address, IconDelivery deliver)>;
 
     static const QString NotSquareMessage;
     // Addresses shorter than this are refused by urlsAreValid.
     static constexpr qsizetype MinimumURLLength = 6;
 
     explicit SNBulkAppsManager(Context &context, QObject *parent = nullptr);
+    ~SNBulkAppsManager() override;
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
@@ -92,6 +95,8 @@ Q_SIGNALS:
 
 private:
     void afterRemoval(bool wasRemoveAllEnabled);
+    // Removes rows [first, last], stopping their icon searches.
+    void removeRows(int first, int last);
     void renumber();
     void rowChanged(int row);
     void iconFound(quint64 serial, const QString &address, const SNImage &icon);

@@ -33,17 +33,20 @@ SNImage square(int side, QRgb colour)
     return SNImage({image});
 }
 
-// Stands in for the site icon search: remembers each request and answers when the test says.
+// Stands in for the site icon search: remembers each request, answers when the test says, and
+// counts the searches it was told to stop.
 struct FakeSearch
 {
     QStringList addresses;
-    QList<std::function<void(const SNImage &)>> pending;
+    QList<SNBulkAppsManager::IconDelivery> pending;
+    QStringList stopped;
 
     SNBulkAppsManager::FaviconSearch hook()
     {
-        return [this](const QString &address, std::function<void(const SNImage &)> deliver) {
+        return [this](const QString &address, SNBulkAppsManager::IconDelivery deliver) {
             addresses.append(address);
             pending.append(std::move(deliver));
+            return [this, address] { stopped.append(address); };
         };
     }
 };
@@ -171,11 +174,13 @@ TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
     EXPECT_EQ(search.addresses.size(), 3);
     EXPECT_EQ(manager.cell(0).bulkApp.appIcon.largestPixelSize(), QSize(64, 64));
 
-    // A row removed while its search runs is not brought back, and the row now at its index is
-    // left alone.
+    // A row removed while its search runs stops it, is not brought back by its answer, and the
+    // row now at its index is left alone.
+    EXPECT_TRUE(search.stopped.isEmpty());
     manager.fieldEditingEnded(1);
     ASSERT_EQ(search.pending.size(), 1);
     manager.removeAppAction(1);
+    EXPECT_EQ(search.stopped, QStringList{u"https://news.example/"_s});
     manager.addApp(app(u"Later"_s, u"https://later.example/"_s));
     search.pending.takeFirst()(square(32, qRgb(0, 255, 0)));
     EXPECT_EQ(names(manager), (QStringList{u"Mail"_s, u"Later"_s}));
