@@ -98,7 +98,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
     }
     if (const int row = list.firstRowWithInvalidURL(); row >= 0) {
         printError(u"%1: appURL: an address needs at least %2 characters; nothing was created"_s.arg(
-            label(listEntries.at(row))).arg(SNBulkAppsManager::MinimumURLLength));
+            label(listEntries.at(row)), QString::number(SNBulkAppsManager::MinimumURLLength)));
         return Failure;
     }
 

@@ -145,8 +145,8 @@ TEST(BulkCommand, ListTheBulkChecksRefuseMakesNothing)
     Home home;
     // clang-format off
     const struct { const char *name; QByteArray list; const char *error; } rows[] = {
-        {"short address", R"([{"appName": "Mail", "appURL": "https://mail.example.org/"}, {"appName": "News", "appURL": "a.b.c"}])",
-         "entry 2 ('News'): appURL:"},
+        {"short address", R"([{"appName": "Mail", "appURL": "https://mail.example.org/"}, {"appName": "News %2", "appURL": "a.b.c"}])",
+         "entry 2 ('News %2'): appURL: an address needs at least 6 characters"},
         {"slash in a name", R"([{"appName": "Mail", "appURL": "https://mail.example.org/"}, {"appName": "In/Out", "appURL": "https://b.example.org/"}])",
          "entry 2 ('In/Out'): appName:"},
     };
