@@ -144,18 +144,15 @@ TEST(SNExtensionDiscovery, OffersStoreExtensionsAndPrunesTheOnesNotChosen)
 TEST(SNProfileDiscovery, ReadsExtensionRecordsFromSecurePreferences)
 {
     TestContext test;
-    const QString folder = userData(test, {u"Default"_s}, "{}");
-    const QString id(32, u'k');
-    writeFile(folder + u"/Default/Preferences"_s,
-              uR"({"extensions": {"settings": {"%1": {"manifest": {"name": "Keeper"}}}}})"_s.arg(id).toUtf8());
+    const QString folder = userData(test, {}, "{}");
+    const QByteArray record = R"({"extensions": {"settings": {"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk": %1}}})";
+    writeFile(folder + u"/Default/Preferences"_s, QByteArray(record).replace("%1", R"({"manifest": {"name": "Keeper"}})"));
     writeFile(folder + u"/Default/Secure Preferences"_s,
-              uR"({"extensions": {"settings": {"%1": {"from_webstore": true, "manifest": {"name": "Old"}}}}})"_s.arg(id)
-                  .toUtf8());
+              QByteArray(record).replace("%1", R"({"from_webstore": true, "manifest": {"name": "Old"}})"));
     SNProfileDiscovery discovery(folder);
     discovery.setCurrentProfileKey(u"Default"_s);
-    const std::optional<QJsonObject> preferences = discovery.getPreferenceJson();
-    ASSERT_TRUE(preferences);
-    const QList<ImportableExtension> offered = SNExtensionDiscovery::offerableExtensions(*preferences);
+    const QList<ImportableExtension> offered =
+        SNExtensionDiscovery::offerableExtensions(discovery.getPreferenceJson().value_or(QJsonObject()));
     ASSERT_EQ(offered.size(), 1);
     EXPECT_EQ(offered.first().name, u"Keeper"_s);
 }

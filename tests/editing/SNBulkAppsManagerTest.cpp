@@ -79,17 +79,19 @@ TEST(SNBulkAppsManager, ValidatesEveryRowBeforeCreation)
 
 TEST(SNBulkAppsManager, RemovingRowsRenumbersTheRest)
 {
-    enum Action { RemoveFirst, RemoveSelected, RemoveAllButFirst };
+    enum Action { RemoveFirst, RemoveSelected, RemoveAllButFirst, Reset };
     // clang-format off
     const struct { const char *name; Action action; QList<int> selected; QStringList left; } cases[] = {
         {"row 0 of three", RemoveFirst, {}, {u"B"_s, u"C"_s}},
         {"selection with an index past the end", RemoveSelected, {2, 0, 7, 2}, {u"B"_s}},
         {"all but the first", RemoveAllButFirst, {}, {u"A"_s}},
+        {"reset", Reset, {}, {QString()}},
     };
     // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         TestContext test;
+        test.context().defaults().setValue(u"applicationsPath"_s, u"/Volumes/Apps"_s);
         SNBulkAppsManager manager(test.context());
         for (const QString &name : {u"A"_s, u"B"_s, u"C"_s})
             manager.addApp(app(name, u"https://%1.example/"_s.arg(name)));
@@ -101,33 +103,23 @@ TEST(SNBulkAppsManager, RemovingRowsRenumbersTheRest)
             manager.removeAppAction(0);
         else if (c.action == RemoveSelected)
             manager.removeSelectedAppsAction(c.selected);
-        else
+        else if (c.action == RemoveAllButFirst)
             manager.removeAllAppsAction();
+        else
+            manager.reset();
 
         EXPECT_EQ(names(manager), c.left);
         EXPECT_EQ(manager.rowCount(), c.left.size());
         for (int row = 0; row < manager.appCount(); ++row) {
+            const SNBulkApp &entry = manager.cell(row).bulkApp;
             EXPECT_EQ(manager.cell(row).row, row);
-            EXPECT_EQ(manager.cell(row).bulkApp.appURL, u"https://%1.example/"_s.arg(c.left.at(row)));
+            // Rows keep their values; a new row starts in the applications folder.
+            EXPECT_EQ(entry.appURL, c.action == Reset ? QString() : u"https://%1.example/"_s.arg(c.left.at(row)));
+            EXPECT_EQ(entry.creationPath, c.action == Reset ? u"/Volumes/Apps"_s : QString());
         }
         EXPECT_EQ(manager.removeAllEnabled(), c.left.size() >= 2);
         EXPECT_EQ(enabledChanges, c.left.size() >= 2 ? 0 : 1);
     }
-}
-
-TEST(SNBulkAppsManager, NewRowsAndResetStartFromTheApplicationsFolder)
-{
-    TestContext test;
-    test.context().defaults().setValue(u"applicationsPath"_s, u"/Volumes/Apps"_s);
-    SNBulkAppsManager manager(test.context());
-    manager.addApp(app(u"Kept"_s, u"https://kept.example/"_s));
-    manager.addAppAction();
-    manager.reset();
-    ASSERT_EQ(manager.appCount(), 1);
-    EXPECT_EQ(manager.cell(0).bulkApp.appName, QString());
-    EXPECT_EQ(manager.cell(0).bulkApp.creationPath, u"/Volumes/Apps"_s);
-    EXPECT_FALSE(manager.cell(0).tabsEnabled);
-    EXPECT_FALSE(manager.removeAllEnabled());
 }
 
 TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
