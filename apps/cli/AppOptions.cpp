@@ -11,6 +11,8 @@
 #include "generation/ProfileSeeder.h"
 #include "generation/SNAppScriptHelper.h"
 #include "generation/SNChromePrefsHelper.h"
+#include "editing/SNExtensionDiscovery.h"
+#include "editing/SNProfileDiscovery.h"
 
 #include <QDir>
 #include <QFile>
@@ -45,7 +47,11 @@ void addCreateOptions(QCommandLineParser &parser)
         {u"no-restore-session"_s, u"Do not reopen the last tabs of a tabbed app."_s},
         {u"password-manager-compatibility"_s, u"Let password managers recognise the app."_s},
         {u"profile"_s, u"Start from this profile of the installed browser (its folder name)."_s, u"KEY"_s},
-        {u"extension"_s, u"With --profile: an extension id the app takes over; repeat for more."_s, u"ID"_s},
+        {u"extension"_s, u"With --profile: an extension id the app takes over (see `sorvane profiles`); repeat for more."_s,
+         u"ID"_s},
+        {u"import-data"_s,
+         u"With --profile: copy these of the profile's data into the app: bookmarks, extensions, settings, history, passwords, separated by commas, or default."_s,
+         u"CATEGORIES"_s},
         {u"replace"_s, u"Replace an existing app of that name (the old one goes to the Trash)."_s},
         {u"keep-both"_s, u"Keep an existing app of that name and number the new one."_s},
     });
@@ -206,22 +212,39 @@ int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *e
 bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
                  QString *error)
 {
-    if (profileKey.isEmpty() || profileKey.contains(u'/') || profileKey == u".."_s) {
+    if (!ProfileSeeder::isProfileKey(profileKey)) {
         *error = u"profile: %1 is not a profile folder name"_s.arg(DefinitionValidator::quoted(profileKey));
         return false;
     }
-    const ProfileSeeder seeder(manager.context(),
-                               BrowserCatalogue::byNumber(manager.definition().applicationType).typeKey);
-    const QString path = seeder.sourceProfileFolder(profileKey) + u"Preferences"_s;
-    QFile file(path);
-    QJsonParseError parseError;
-    const QJsonDocument preferences =
-        file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &parseError) : QJsonDocument();
-    if (!preferences.isObject()) {
-        *error = u"profile: cannot read the preferences of profile %1 (%2)"_s.arg(DefinitionValidator::quoted(profileKey), path);
+    for (const QString &id : extensions) {
+        if (!ProfileSeeder::isExtensionId(id)) {
+            *error = u"extension: %1 is not an extension id (32 letters a to p)"_s.arg(DefinitionValidator::quoted(id));
+            return false;
+        }
+    }
+    const QString typeKey = BrowserCatalogue::byNumber(manager.definition().applicationType).typeKey;
+    SNProfileDiscovery discovery(manager.context(), typeKey);
+    discovery.setCurrentProfileKey(profileKey);
+    std::optional<QJsonObject> preferences = discovery.getPreferenceJson();
+    if (!preferences) {
+        *error = u"profile: cannot read the preferences of profile %1 (%2)"_s.arg(
+            DefinitionValidator::quoted(profileKey), discovery.getPreferencePath(profileKey));
         return false;
     }
-    manager.profileSource.preferenceJson = preferences.object();
+    QStringList offered;
+    for (const ImportableExtension &extension : SNExtensionDiscovery::offerableExtensions(*preferences))
+        offered.append(extension.id);
+    for (const QString &id : extensions) {
+        if (!offered.contains(id)) {
+            *error = u"extension: %1 is not an extension of profile %2 that an app can take over (see `sorvane profiles %3`)"_s
+                         .arg(DefinitionValidator::quoted(id), DefinitionValidator::quoted(profileKey), typeKey);
+            return false;
+        }
+    }
+    // The new profile starts from these preferences: of the extensions the user could choose, only
+    // the chosen ones stay.
+    SNExtensionDiscovery::getExtensions(*preferences, extensions);
+    manager.profileSource.preferenceJson = *preferences;
     manager.definition().currentProfileKey = profileKey;
     manager.definition().selectedExtensions = extensions;
     return true;

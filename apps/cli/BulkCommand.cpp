@@ -5,6 +5,7 @@
 
 #include "core/Context.h"
 #include "core/Logger.h"
+#include "editing/SNBulkAppsManager.h"
 #include "generation/ApplicationManager.h"
 #include "generation/DefinitionValidator.h"
 
@@ -66,29 +67,53 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         return Failure;
     }
 
-    // Every entry is checked first; a bad one is reported and left out, the rest are made.
+    // Every entry is checked first: a list whose names or addresses the bulk list refuses makes
+    // nothing; otherwise a bad entry is reported and left out, and the rest are made.
     const QString baseFolder = QFileInfo(path).absolutePath();
     const DefinitionValidator validator(context, baseFolder);
+    const QJsonArray entries = document.array();
+    QList<std::optional<SNBulkApp>> parsed;
+    QStringList parseErrors;
+    SNBulkAppsManager list(context);
+    QList<qsizetype> listEntries; // the entry of each row of `list`
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        error.clear();
+        parsed.append(entries.at(i).isObject()
+                          ? SNBulkApp::fromDictionary(entries.at(i).toObject().toVariantMap(), baseFolder, &error)
+                          : std::nullopt);
+        parseErrors.append(entries.at(i).isObject() ? error : u"not an object"_s);
+        if (parsed.last()) {
+            list.addApp(*parsed.last());
+            listEntries.append(i);
+        }
+    }
+    const auto label = [&](qsizetype i) {
+        return u"entry %1 (%2)"_s.arg(i + 1).arg(
+            DefinitionValidator::quoted(entries.at(i).toObject().value(u"appName"_s).toString()));
+    };
+    if (const int row = list.firstRowWithInvalidName(); row >= 0) {
+        printError(u"%1: appName: a name must be given and must not contain '/'; nothing was created"_s.arg(
+            label(listEntries.at(row))));
+        return Failure;
+    }
+    if (const int row = list.firstRowWithInvalidURL(); row >= 0) {
+        printError(u"%1: appURL: an address needs at least %2 characters; nothing was created"_s.arg(
+            label(listEntries.at(row)), QString::number(SNBulkAppsManager::MinimumURLLength)));
+        return Failure;
+    }
+
     QList<SNBulkApp> apps;
     QStringList labels;
     bool allGood = true;
-    const QJsonArray entries = document.array();
     for (qsizetype i = 0; i < entries.size(); ++i) {
-        const QVariantMap dictionary = entries.at(i).toObject().toVariantMap();
-        const QString label =
-            u"entry %1 (%2)"_s.arg(i + 1).arg(DefinitionValidator::quoted(dictionary.value(u"appName"_s).toString()));
-        error.clear();
-        std::optional<SNBulkApp> app = entries.at(i).isObject()
-                                           ? SNBulkApp::fromDictionary(dictionary, baseFolder, &error)
-                                           : std::nullopt;
-        if (!entries.at(i).isObject())
-            error = u"not an object"_s;
+        std::optional<SNBulkApp> &app = parsed[i];
+        error = parseErrors.at(i);
         if (app && validator.validate(*app, &error)) {
             apps.append(*app);
-            labels.append(label);
+            labels.append(label(i));
         } else {
             allGood = false;
-            printError(u"%1: %2"_s.arg(label, error));
+            printError(u"%1: %2"_s.arg(label(i), error));
         }
     }
 

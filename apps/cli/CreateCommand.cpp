@@ -2,6 +2,7 @@
 
 #include "AppOptions.h"
 #include "CliPrompter.h"
+#include "DataImportOption.h"
 
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -33,8 +34,8 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(usage + u"--replace and --keep-both exclude each other"_s);
         return BadUsage;
     }
-    if (parser.isSet(u"extension"_s) && !parser.isSet(u"profile"_s)) {
-        printError(usage + u"--extension needs --profile"_s);
+    if ((parser.isSet(u"extension"_s) || parser.isSet(u"import-data"_s)) && !parser.isSet(u"profile"_s)) {
+        printError(usage + u"--extension and --import-data need --profile"_s);
         return BadUsage;
     }
     if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
@@ -62,6 +63,11 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(error);
         return Failure;
     }
+    std::optional<DataImportOption::Request> dataImport;
+    if (!DataImportOption::fromOptions(parser, manager, &dataImport, &error)) {
+        printError(error);
+        return Failure;
+    }
     manager.bulkApps = {*app};
     QVariantMap result;
     manager.bulkProgress = [&](qsizetype, bool made) {
@@ -71,9 +77,21 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
     manager.create(parser.isSet(u"keep-both"_s));
     if (result.isEmpty())
         return Failure;
+    bool imported = true;
+    if (dataImport) {
+        const ImportSummary summary = DataImportOption::run(*dataImport, result.value(u"path"_s).toString());
+        result.insert(u"import"_s, summary.toVariantMap());
+        imported = summary.failedItems.isEmpty() && !summary.missingSource;
+        for (const QString &message : summary.messages()) {
+            if (imported)
+                printNote(message, parser);
+            else
+                printWarning(message, parser);
+        }
+    }
     if (parser.isSet(u"json"_s))
         printJson(result);
     else
         print(result.value(u"path"_s).toString());
-    return Success;
+    return imported ? Success : Failure;
 }

@@ -10,6 +10,7 @@
 #include "ImportCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
+#include "ProfilesCommand.h"
 #include "RegistryCommand.h"
 #include "ScriptCommand.h"
 #include "UpdateCommand.h"
@@ -38,6 +39,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<AutoUpdateCommand>());
     list.push_back(std::make_unique<DeleteCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());
+    list.push_back(std::make_unique<ProfilesCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
     return list;

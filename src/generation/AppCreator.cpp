@@ -167,7 +167,8 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
     const QString typeKey = BrowserCatalogue::byNumber(m_definition.applicationType).typeKey;
     const ProfileSeeder seeder(m_context, typeKey);
     if (m_profile.preferenceJson) // a partial extension copy does not stop creation
-        seeder.copyExctentions(*m_profile.preferenceJson, m_definition.currentProfileKey, layout.defaultUser);
+        seeder.copyExctentions(*m_profile.preferenceJson, m_definition.selectedExtensions,
+                               m_definition.currentProfileKey, layout.defaultUser);
 
     if (!buildExecutable(layout, installed, error))
         return false;

@@ -13,6 +13,7 @@
 #include <QJsonDocument>
 #include <QJsonValue>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <system_error>
@@ -25,11 +26,14 @@ const QString SecurePreferencesName = QStringLiteral("Secure Preferences");
 const QString LocalStateName = QStringLiteral("Local State");
 const QString ExtensionsFolder = QStringLiteral("Extensions");
 
-// Extension data the browser keeps outside the extension's own folder, shared by all extensions.
-const std::array FollowUpEntries{
-    QStringLiteral("Extension Rules"),
+// Extension data the browser keeps outside the extension's own folder: folders with one entry per
+// extension, and stores shared by all extensions, which cannot be split and are taken whole.
+const std::array PerExtensionFolders{
     QStringLiteral("Local Extension Settings"),
     QStringLiteral("Sync Extension Settings"),
+};
+const std::array SharedEntries{
+    QStringLiteral("Extension Rules"),
     QStringLiteral("Extension State"),
     QStringLiteral("Shortcuts"),
 };
@@ -40,13 +44,6 @@ const char *const InitialLocalState =
 std::optional<SNError> failure(const QString &description)
 {
     return SNError{1, description};
-}
-
-// Profile keys and extension ids become folder names: anything that could leave the folder it is
-// joined to is refused.
-bool isPlainName(const QString &name)
-{
-    return !name.isEmpty() && name != u"." && name != u".." && !name.contains(u'/');
 }
 
 // Links stay links with their target unchanged, so nothing outside the copied folder is pulled
@@ -94,6 +91,7 @@ QString ProfileSeeder::sourceProfileFolder(const QString &profileKey) const
 }
 
 std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &preferenceJson,
+                                                      const QStringList &selectedExtensions,
                                                       const QString &currentProfileKey,
                                                       const QString &defaultUserDirectory) const
 {
@@ -108,7 +106,7 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
             QStringLiteral("The preferences could not be written to %1: %2").arg(preferencesPath, detail));
 
     // An empty or dotted key would make the browser's whole user-data folder (or more) the source.
-    if (!isPlainName(currentProfileKey))
+    if (!isProfileKey(currentProfileKey))
         return failure(QStringLiteral("\"%1\" is not a profile folder name.").arg(currentProfileKey));
     const QString sourceProfile = sourceProfileFolder(currentProfileKey);
 
@@ -116,12 +114,15 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
                                      .toObject()
                                      .value(QStringLiteral("settings"))
                                      .toObject();
+    bool copiedAny = false;
     for (auto it = settings.begin(); it != settings.end(); ++it) {
         const QString &extensionId = it.key();
-        // Extensions the user loaded unpacked or that came with the browser stay behind.
-        if (it.value().toObject().value(QStringLiteral("from_webstore")) != QJsonValue(true))
+        // Extensions the user loaded unpacked or that came with the browser stay behind, and so
+        // does every extension the user did not choose.
+        if (it.value().toObject().value(QStringLiteral("from_webstore")) != QJsonValue(true) ||
+            !selectedExtensions.contains(extensionId))
             continue;
-        if (!isPlainName(extensionId)) {
+        if (!isExtensionId(extensionId)) {
             Logger::log(QStringLiteral("extension id refused:%1 ").arg(extensionId));
             continue;
         }
@@ -135,9 +136,18 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
         if (auto error = copyFromFolder(QStringLiteral("IndexedDB"), extensionId, currentProfileKey,
                                         defaultUserDirectory))
             return error;
+        for (const QString &folder : PerExtensionFolders) {
+            const QString own = folder + u'/' + extensionId;
+            if (auto error = copyProfileData(sourceProfile + own, defaultUserDirectory + u'/' + own,
+                                             TreeCopy::Errors::Stop))
+                return error;
+        }
+        copiedAny = true;
     }
 
-    for (const QString &entry : FollowUpEntries) {
+    if (!copiedAny)
+        return std::nullopt;
+    for (const QString &entry : SharedEntries) {
         if (auto error = copyProfileData(sourceProfile + entry, defaultUserDirectory + u'/' + entry,
                                          TreeCopy::Errors::Stop))
             return error;
@@ -149,8 +159,8 @@ std::optional<SNError> ProfileSeeder::copyFromFolder(const QString &folder, cons
                                                      const QString &currentProfileKey,
                                                      const QString &defaultUserDirectory) const
 {
-    // Every name contains the empty id.
-    if (extensionId.isEmpty() || !isPlainName(currentProfileKey))
+    // Storage entries are found by name: anything but a real id would match others' entries.
+    if (!isExtensionId(extensionId) || !isProfileKey(currentProfileKey))
         return std::nullopt;
     // Links point at absolute paths, so they hold wherever the app is moved.
     const QString source =
@@ -183,6 +193,16 @@ std::optional<SNError> ProfileSeeder::copyFromFolder(const QString &folder, cons
     return std::nullopt;
 }
 
+bool ProfileSeeder::isProfileKey(const QString &key)
+{
+    return !key.isEmpty() && key != u"." && key != u".." && !key.contains(u'/') && !key.contains(QChar(0));
+}
+
+bool ProfileSeeder::isExtensionId(const QString &id)
+{
+    return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) { return c >= u'a' && c <= u'p'; });
+}
+
 void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
                                    const QString &profileDirectory) const
 {
@@ -191,7 +211,7 @@ void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
     for (const SNProfileEntry &entry : usersArray) {
         if (!entry.shouldImport)
             continue;
-        if (!isPlainName(entry.profileKey)) {
+        if (!isProfileKey(entry.profileKey)) {
             Logger::log(QStringLiteral("profile key refused:%1 ").arg(entry.profileKey));
             continue;
         }
@@ -207,7 +227,7 @@ void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
     QJsonObject infoCache = profile.value(QStringLiteral("info_cache")).toObject();
     for (const SNProfileEntry &entry : usersArray) {
         Logger::log(QStringLiteral("profile:%1 ").arg(entry.profileKey));
-        if (!entry.shouldImport || !isPlainName(entry.profileKey))
+        if (!entry.shouldImport || !isProfileKey(entry.profileKey))
             continue;
         Logger::log(QStringLiteral("profile IMPORT:%1 ").arg(entry.profileKey));
         infoCache.insert(entry.profileKey, QJsonObject::fromVariantMap(entry.userDict));

@@ -4,6 +4,7 @@
 
 #include <QJsonObject>
 #include <QList>
+#include <QStringList>
 #include <QString>
 #include <QVariantMap>
 
@@ -33,10 +34,12 @@ public:
     QString sourceProfileFolder(const QString &profileKey) const;
 
     // Writes `preferenceJson` (compact) as <defaultUserDirectory>/Secure Preferences, then copies
-    // the store-installed extensions (from_webstore true) with their storage links and the
-    // extension folders that follow. Returns the first failing step's error; an entry the browser
-    // profile lacks is nothing to copy. Copies keep links as links.
-    std::optional<SNError> copyExctentions(const QJsonObject &preferenceJson, const QString &currentProfileKey,
+    // the store-installed extensions (from_webstore true) among `selectedExtensions`, each with
+    // its storage links and its own settings folders, and, when any was copied, the extension
+    // stores the browser keeps for all extensions together. Returns the first failing step's
+    // error; an entry the browser profile lacks is nothing to copy. Copies keep links as links.
+    std::optional<SNError> copyExctentions(const QJsonObject &preferenceJson, const QStringList &selectedExtensions,
+                                           const QString &currentProfileKey,
                                            const QString &defaultUserDirectory) const;
     // Links every entry of the source profile's `folder` whose name contains `extensionId` into
     // <defaultUserDirectory>/<folder>/.
@@ -45,6 +48,12 @@ public:
     // Copies the profiles marked for import into `profileDirectory` and writes its Local State.
     // Keys that are not plain folder names are refused; what cannot be copied is left out.
     void createProfiles(const QList<SNProfileEntry> &usersArray, const QString &profileDirectory) const;
+
+    // Profile keys and extension ids come from the browser's files and become folder names:
+    // a profile key is one plain folder name, an extension id the browser's 32 letters a to p
+    // (a shorter id would match other extensions' storage by name).
+    static bool isProfileKey(const QString &key);
+    static bool isExtensionId(const QString &id);
 
 private:
     Context &m_context;

@@ -93,50 +93,88 @@ private:
 
 } // namespace
 
-TEST(ProfileSeeder, CopiesStoreExtensionsAndLinksTheirStorage)
+// Only store extensions the user chose come along, each with its own storage; the stores shared by
+// all extensions only when one did.
+TEST(ProfileSeeder, CopiesExactlyTheChosenStoreExtensionsAndTheirStorage)
 {
-    TestContext test;
-    const ProfileSeeder seeder(test.context(), u"vivaldi"_s);
-    const QString source = installBrowserFolder(seeder) + u"Default/"_s;
-    const QString target = test.root() + u"/App.app/Contents/Profile/Default/"_s;
-
-    for (int seeding = 0; seeding < 2; ++seeding) { // the second replaces what the first left
-        const std::optional<SNError> error = seeder.copyExctentions(preferences(), u"Default"_s, target);
-        ASSERT_FALSE(error) << error->description.toStdString();
-    }
-
+    const auto storeEntry = [](bool fromStore) { return QJsonObject{{u"from_webstore"_s, fromStore}}; };
+    const auto withSecondFromStore = [&] {
+        QJsonObject json = preferences();
+        json[u"extensions"_s] = QJsonObject{{u"settings"_s, QJsonObject{{StoreId, storeEntry(true)},
+                                                                        {UnpackedId, storeEntry(true)}}}};
+        return json;
+    };
     // clang-format off
-    enum Kind { File, Link, Absent };
-    const struct { QString path; Kind kind; } rows[] = {
-        {u"Extensions/"_s + StoreId + u"/1.0_0/manifest.json"_s, File},
-        {u"Extensions/"_s + UnpackedId, Absent},
-        {u"Local Storage/chrome-extension_"_s + StoreId + u"_0.localstorage"_s, Link},
-        {u"Local Storage/chrome-extension_"_s + UnpackedId + u"_0.localstorage"_s, Absent},
-        {u"Local Storage/leveldb"_s, Absent},
-        {u"IndexedDB/chrome-extension_"_s + StoreId + u"_0.indexeddb.leveldb"_s, Link},
-        {u"IndexedDB/https_example.test_0.indexeddb.leveldb"_s, Absent},
-        {u"Local Extension Settings/"_s + StoreId + u"/000003.log"_s, File},
-        {u"Extension State/CURRENT"_s, File},
-        {u"Shortcuts"_s, File},
-        {u"Extension Rules"_s, Absent},
+    const struct { const char *name; QJsonObject preferences; QStringList chosen; QStringList copied; } cases[] = {
+        {"unpacked one chosen too", preferences(), {StoreId, UnpackedId}, {StoreId}},
+        {"second store one chosen", withSecondFromStore(), {UnpackedId}, {UnpackedId}},
+        {"none chosen", withSecondFromStore(), {}, {}},
     };
     // clang-format on
-    for (const auto &row : rows) {
-        const QFileInfo copy(target + row.path);
-        const QFileInfo original(source + row.path);
-        SCOPED_TRACE(row.path.toStdString());
-        ASSERT_EQ(copy.exists() || copy.isSymLink(), row.kind != Absent);
-        EXPECT_EQ(copy.isSymLink(), row.kind == Link);
-        if (row.kind == File) {
-            EXPECT_EQ(contents(copy.filePath()), contents(original.filePath()));
-        } else if (row.kind == Link) {
-            // Storage is linked to its absolute place.
-            EXPECT_EQ(rawLinkTarget(copy.filePath()), original.filePath());
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        TestContext test;
+        const ProfileSeeder seeder(test.context(), u"vivaldi"_s);
+        const QString source = installBrowserFolder(seeder) + u"Default/"_s;
+        const QString target = test.root() + u"/App.app/Contents/Profile/Default/"_s;
+        for (int seeding = 0; seeding < 2; ++seeding) { // the second replaces what the first left
+            const std::optional<SNError> error = seeder.copyExctentions(c.preferences, c.chosen, u"Default"_s, target);
+            ASSERT_FALSE(error) << error->description.toStdString();
         }
+
+        enum Kind { File, Link, Absent };
+        struct Row { QString path; Kind kind; };
+        QList<Row> rows;
+        for (const QString &id : {StoreId, UnpackedId}) {
+            const bool copied = c.copied.contains(id);
+            const QString version = id == StoreId ? u"1.0_0"_s : u"2.1_0"_s;
+            rows.append({u"Extensions/%1/%2/manifest.json"_s.arg(id, version), copied ? File : Absent});
+            rows.append({u"Local Storage/chrome-extension_%1_0.localstorage"_s.arg(id), copied ? Link : Absent});
+            rows.append({u"IndexedDB/chrome-extension_%1_0.indexeddb.leveldb"_s.arg(id), copied ? Link : Absent});
+            rows.append({u"Local Extension Settings/%1/000003.log"_s.arg(id), copied ? File : Absent});
+        }
+        const Kind shared = c.copied.isEmpty() ? Absent : File;
+        rows.append({{u"Local Storage/leveldb"_s, Absent},
+                     {u"IndexedDB/https_example.test_0.indexeddb.leveldb"_s, Absent},
+                     {u"Extension State/CURRENT"_s, shared},
+                     {u"Shortcuts"_s, shared},
+                     {u"Extension Rules"_s, Absent}});
+        for (const Row &row : rows) {
+            const QFileInfo copy(target + row.path);
+            const QFileInfo original(source + row.path);
+            SCOPED_TRACE(row.path.toStdString());
+            ASSERT_EQ(copy.exists() || copy.isSymLink(), row.kind != Absent);
+            EXPECT_EQ(copy.isSymLink(), row.kind == Link);
+            if (row.kind == File) {
+                EXPECT_EQ(contents(copy.filePath()), contents(original.filePath()));
+            } else if (row.kind == Link) {
+                // Storage is linked to its absolute place.
+                EXPECT_EQ(rawLinkTarget(copy.filePath()), original.filePath());
+            }
+        }
+        const QByteArray written = contents(target + u"Secure Preferences"_s);
+        EXPECT_FALSE(written.contains('\n'));
+        EXPECT_EQ(QJsonDocument::fromJson(written).object(), c.preferences);
     }
-    const QByteArray written = contents(target + u"Secure Preferences"_s);
-    EXPECT_FALSE(written.contains('\n'));
-    EXPECT_EQ(QJsonDocument::fromJson(written).object(), preferences());
+}
+
+// Ids and keys come from the browser's files: one that is not an extension id is never joined to
+// a path or matched against storage names.
+TEST(ProfileSeeder, RefusesIdsThatAreNotExtensionIds)
+{
+    TestContext test;
+    const ProfileSeeder seeder(test.context(), u"chrome"_s);
+    const QString source = installBrowserFolder(seeder) + u"Default/"_s;
+    const QString target = test.root() + u"/App.app/Contents/Profile/Default/"_s;
+    QJsonObject settings;
+    for (const QString &id : {u"../Default"_s, u"chrome-extension"_s, u"abcdefghijklmnopabcdefghijklmnoz"_s})
+        settings.insert(id, QJsonObject{{u"from_webstore"_s, true}});
+    const QJsonObject json{{u"extensions"_s, QJsonObject{{u"settings"_s, settings}}}};
+
+    ASSERT_FALSE(seeder.copyExctentions(json, settings.keys(), u"Default"_s, target));
+    EXPECT_EQ(QDir(target).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"Secure Preferences"_s});
+    EXPECT_FALSE(seeder.copyFromFolder(u"Local Storage"_s, u"chrome-extension"_s, u"Default"_s, target));
+    EXPECT_FALSE(QFileInfo::exists(target + u"Local Storage"_s));
 }
 
 TEST(ProfileSeeder, ImportsChosenProfilesAndListsThemInLocalState)
@@ -205,7 +243,7 @@ TEST(ProfileSeeder, ReportsWhatItCouldNotWriteOrRead)
         std::optional<SNError> error;
         {
             const Locked locked(row.locked, row.mode);
-            error = seeder.copyExctentions(preferences(), u"Default"_s, row.target);
+            error = seeder.copyExctentions(preferences(), {StoreId}, u"Default"_s, row.target);
         }
         ASSERT_TRUE(error);
         EXPECT_EQ(error->code, 1);

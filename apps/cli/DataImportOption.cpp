@@ -1,0 +1,63 @@
+#include "DataImportOption.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/UserDefaults.h"
+#include "editing/BrowserDataImporter.h"
+#include "generation/ApplicationManager.h"
+#include "generation/DefinitionValidator.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace DataImportOption {
+
+bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &manager,
+                 std::optional<Request> *request, QString *error)
+{
+    request->reset();
+    if (!parser.isSet(u"import-data"_s))
+        return true;
+    Request wanted;
+    const BrowserInfo &browser = BrowserCatalogue::byNumber(manager.definition().applicationType);
+    wanted.userDataFolder = BrowserCatalogue::userDataFolder(browser, manager.context().homeFolder());
+    wanted.profileKey = manager.definition().currentProfileKey;
+    for (const QString &part : parser.value(u"import-data"_s).split(u',')) {
+        const QString name = part.trimmed();
+        if (name == u"default"_s) {
+            wanted.categories.append(ImportCategories::fromSavedList(
+                manager.context().defaults().value(u"defaultImportCategories"_s).toStringList()));
+            continue;
+        }
+        const std::optional<ImportCategory> category = ImportCategories::fromRawValue(name);
+        if (!category) {
+            *error = u"import-data: %1 is not bookmarks, extensions, settings, history, passwords or default"_s.arg(
+                DefinitionValidator::quoted(name));
+            return false;
+        }
+        wanted.categories.append(*category);
+    }
+    if (manager.profileSource.preferenceJson)
+        wanted.extensions = SNExtensionDiscovery::offerableExtensions(*manager.profileSource.preferenceJson);
+
+    const BrowserDataImporter importer(wanted.userDataFolder);
+    if (BrowserDataImporter::needsClosedBrowser(wanted.categories, wanted.extensions) && importer.sourceInUse()) {
+        *error = u"import-data: %1 is running on this profile and keeps its history, passwords and extension data "
+                 "open; quit it and try again (bookmarks and settings can be imported while it runs)"_s.arg(
+                     browser.browserName);
+        return false;
+    }
+    *request = wanted;
+    return true;
+}
+
+ImportSummary run(const Request &request, const QString &bundlePath)
+{
+    const ImportSummary summary = BrowserDataImporter(request.userDataFolder)
+                                      .importData(request.profileKey, request.categories, request.extensions,
+                                                  bundlePath + u"/Contents/Profile/Default"_s);
+    Logger::log(u"📦 Browser data import: "_s + summary.description());
+    return summary;
+}
+
+} // namespace DataImportOption

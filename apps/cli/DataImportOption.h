@@ -1,0 +1,36 @@
+#pragma once
+
+#include "editing/ImportCategory.h"
+#include "editing/ImportSummary.h"
+#include "editing/SNExtensionDiscovery.h"
+
+#include <QCommandLineParser>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+class ApplicationManager;
+
+// `create --import-data`: which of the source profile's data goes into the new app, checked before
+// anything is written, and the copy once the app exists.
+namespace DataImportOption {
+
+struct Request
+{
+    QString userDataFolder;
+    QString profileKey;
+    QList<ImportCategory> categories;
+    QList<ImportableExtension> extensions; // the chosen ones (--extension)
+};
+
+// The import asked for, once the manager holds the chosen profile (AppOptions::loadProfile);
+// nothing when none was asked for. False with the error when the categories are unknown or the
+// browser holds the data open.
+bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &manager,
+                 std::optional<Request> *request, QString *error);
+
+// Copies into the app's own profile and logs the outcome.
+ImportSummary run(const Request &request, const QString &bundlePath);
+
+} // namespace DataImportOption

@@ -1,0 +1,143 @@
+// Apps that start from one of the user's browser profiles: `sorvane profiles`, `create --profile
+// --extension` and `create --import-data`, on a fixture user-data folder in a temporary home.
+
+#include "CliSandbox.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSysInfo>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString StoreId = u"abcdefghijklmnopabcdefghijklmnop"_s;
+const QString OtherId = u"ponmlkjihgfedcbaponmlkjihgfedcba"_s;
+
+// The fixture user-data folder as chromium's, with both of its extensions from the store.
+QString installChromiumProfiles(const Home &home)
+{
+    const QString folder = home.test.home() + u"/.config/chromium"_s;
+    const QDir fixture(fixturePath(u"profiles/user-data"_s));
+    QDirIterator it(fixture.path(), QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString to = folder + u'/' + fixture.relativeFilePath(it.next());
+        QDir().mkpath(QFileInfo(to).path());
+        QFile::copy(it.filePath(), to);
+    }
+    const QString record = uR"({"from_webstore": true, "manifest": {"name": "%1"}})"_s;
+    QFile::remove(folder + u"/Default/Preferences"_s);
+    writeFile(folder + u"/Default/Preferences"_s,
+              uR"({"homepage": "https://example.org/", "extensions": {"settings": {"%1": %2, "%3": %4}}})"_s
+                  .arg(StoreId, record.arg(u"Store extension"_s), OtherId, record.arg(u"Other extension"_s))
+                  .toUtf8());
+    QFile::remove(folder + u"/Local State"_s);
+    writeFile(folder + u"/Local State"_s,
+              R"({"profile": {"info_cache": {"Default": {"name": "Person 1"}, "Profile 1": {"name": "Work"}}}})");
+    writeFile(folder + u"/Default/Bookmarks"_s, R"({"roots": {}})");
+    writeFile(folder + u"/Default/History"_s, "history database");
+    return folder;
+}
+
+QStringList entries(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+}
+
+} // namespace
+
+// `sorvane profiles` offers the profiles and their store extensions; `create` takes over exactly
+// the chosen one.
+TEST(ProfilesCommand, OffersExtensionsAndCreateTakesOverExactlyTheChosenOne)
+{
+    Home home;
+    installChromiumProfiles(home);
+    const CliRun listed = home.sorvane({u"profiles"_s, u"chromium"_s, u"--json"_s});
+    ASSERT_EQ(listed.exitCode, 0) << listed.err.constData();
+    const QJsonArray profiles = QJsonDocument::fromJson(listed.out).array();
+    ASSERT_EQ(profiles.size(), 2) << listed.out.constData();
+    EXPECT_EQ(profiles[1][u"name"_s].toString(), u"Work"_s);
+    const QJsonArray offered = profiles[0][u"extensions"_s].toArray();
+    ASSERT_EQ(offered.size(), 2);
+    EXPECT_EQ(offered[0].toObject(), (QJsonObject{{u"id"_s, StoreId}, {u"name"_s, u"Store extension"_s}}));
+    EXPECT_EQ(home.sorvane({u"profiles"_s, u"netscape"_s}).exitCode, 1);
+
+    const CliRun run = home.create(u"Mail"_s, {u"--profile"_s, u"Default"_s, u"--extension"_s, OtherId});
+    ASSERT_EQ(run.exitCode, 0) << run.err.constData();
+    const QString profile = home.bundle(u"Mail"_s) + u"/Contents/Profile/Default/"_s;
+
+    EXPECT_EQ(entries(profile + u"Extensions"_s), QStringList{OtherId});
+    EXPECT_EQ(entries(profile + u"Local Extension Settings"_s), QStringList{OtherId});
+    EXPECT_EQ(entries(profile + u"Local Storage"_s), QStringList{u"chrome-extension_%1_0.localstorage"_s.arg(OtherId)});
+    const QJsonObject preferences = QJsonDocument::fromJson(readAll(profile + u"Secure Preferences"_s)).object();
+    EXPECT_EQ(preferences[u"extensions"_s][u"settings"_s].toObject().keys(), QStringList{OtherId});
+    EXPECT_FALSE(QFileInfo::exists(profile + u"Bookmarks"_s)); // no data without --import-data
+
+    // An extension the profile does not offer, or no id at all, is refused before anything is made.
+    for (const QString &id : {QString(32, u'x'), QString(32, u'b'), u"../Default"_s}) {
+        const CliRun refused = home.create(u"Other"_s, {u"--profile"_s, u"Default"_s, u"--extension"_s, id});
+        EXPECT_EQ(refused.exitCode, 1);
+        EXPECT_TRUE(refused.err.startsWith("extension:")) << refused.err.constData();
+        EXPECT_FALSE(QFileInfo::exists(home.bundle(u"Other"_s)));
+    }
+}
+
+TEST(CreateCommand, ImportedDataLandsInTheProfileAndTheAppStarts)
+{
+    Home home;
+    const QString userData = installChromiumProfiles(home);
+    const QStringList importing{u"--profile"_s, u"Default"_s, u"--extension"_s, StoreId, u"--import-data"_s,
+                                u"bookmarks,history,settings,extensions"_s};
+
+    // While the browser runs on the profile its databases are not copied, and nothing is made.
+    ASSERT_TRUE(QFile::link(u"%1-%2"_s.arg(QSysInfo::machineHostName()).arg(getpid()), userData + u"/SingletonLock"_s));
+    const CliRun busy = home.create(u"Mail"_s, importing);
+    EXPECT_EQ(busy.exitCode, 1);
+    EXPECT_TRUE(busy.err.contains("Chromium is running")) << busy.err.constData();
+    EXPECT_FALSE(QFileInfo::exists(home.bundle(u"Mail"_s)));
+    QFile::remove(userData + u"/SingletonLock"_s);
+
+    const CliRun run = home.create(u"Mail"_s, importing);
+    ASSERT_EQ(run.exitCode, 0) << run.err.constData();
+    const QJsonObject summary = QJsonDocument::fromJson(run.out).object()[u"import"_s].toObject();
+    EXPECT_EQ(summary[u"copiedItemCount"_s].toInt(), 4) << run.out.constData();
+    EXPECT_TRUE(summary[u"failedItems"_s].toArray().isEmpty());
+    EXPECT_FALSE(summary[u"missingSource"_s].toBool());
+    const QString bundle = home.bundle(u"Mail"_s);
+    const QString profile = bundle + u"/Contents/Profile/Default/"_s;
+    for (const QString &copied : {u"Bookmarks"_s, u"History"_s})
+        EXPECT_EQ(readAll(profile + copied), readAll(userData + u"/Default/"_s + copied)) << copied.toStdString();
+    EXPECT_EQ(QJsonDocument::fromJson(readAll(profile + u"Preferences"_s))[u"homepage"_s].toString(),
+              u"https://example.org/"_s);
+
+    QFile::remove(bundle + u"/Contents/Profile/First Run"_s); // no store window later
+    const CliRun start = CliSandbox::run(bundle + u"/Contents/MacOS/Mail"_s, {}, home.environment);
+    EXPECT_EQ(start.exitCode, 0) << start.err.constData();
+    const QStringList records = QDir(home.records).entryList({u"*.args"_s}, QDir::Files);
+    ASSERT_EQ(records.size(), 1);
+    const QList<QByteArray> arguments = readAll(home.records + u'/' + records.constFirst()).split('\0');
+    EXPECT_TRUE(arguments.contains("--user-data-dir=./../Profile"));
+    EXPECT_TRUE(arguments.contains("--app=https://mail.example.org/"));
+}
+
+// The bulk list's checks run over the whole list before anything is written.
+TEST(BulkCommand, ListTheBulkChecksRefuseMakesNothing)
+{
+    Home home;
+    const QString file = home.test.root() + u"/apps.json"_s;
+    writeFile(file, R"([{"appName": "Mail", "appURL": "https://mail.example.org/"}, {"appName": "News %2", "appURL": "a.b.c"}])");
+    const CliRun run = home.sorvane({u"bulk"_s, file, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.startsWith("entry 2 ('News %2'): appURL: an address needs at least 6 characters"))
+        << run.err.constData();
+    EXPECT_TRUE(entries(home.apps).isEmpty());
+}
