@@ -31,6 +31,7 @@ void BulkCommand::addOptions(QCommandLineParser &parser)
          u"DIR"_s},
         {u"replace"_s, u"Replace existing apps of the same names (the old ones go to the Trash)."_s},
         {u"keep-both"_s, u"Keep existing apps of the same names and number the new ones."_s},
+        {u"no-icon-search"_s, u"Do not look for the site's icon of entries that name none."_s},
     });
 }
 
@@ -84,6 +85,9 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         if (!entries.at(i).isObject())
             error = u"not an object"_s;
         if (app && validator.validate(*app, &error)) {
+            // Each entry without an icon gets its site's, bounded like a single creation.
+            if (AppOptions::iconSearchWanted(parser))
+                AppOptions::findSiteIcon(*app, parser);
             apps.append(*app);
             labels.append(label);
         } else {

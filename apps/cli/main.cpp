@@ -5,6 +5,7 @@
 #include "BulkCommand.h"
 #include "CreateCommand.h"
 #include "DeleteCommand.h"
+#include "IconCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
 #include "RegistryCommand.h"
@@ -32,6 +33,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<AutoUpdateCommand>());
     list.push_back(std::make_unique<DeleteCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());
+    list.push_back(std::make_unique<IconCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
     return list;
