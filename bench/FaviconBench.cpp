@@ -4,6 +4,7 @@
 //              decoded, the widest kept
 // Run: build/default/bench/favicon_bench (medians of the repetitions are printed).
 
+#include "core/Logger.h"
 #include "editing/SNFaviconHelper.h"
 
 #include "support/LocalHttpServer.h"
@@ -64,6 +65,7 @@ BENCHMARK(Search)->Arg(10)->Unit(benchmark::kMillisecond)->Iterations(10)->Repet
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    Logger::setSink(Logger::Sink::Silent);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
