@@ -229,7 +229,7 @@ void findSiteIcon(SNBulkApp &app, const QCommandLineParser &parser)
     }
     app.appIcon = found.image;
     const QSize size = found.image.largestPixelSize();
-    Command::printNote(u"icon: %1 (%2x%3)"_s.arg(found.source.toString()).arg(size.width()).arg(size.height()), parser);
+    Command::printNote(u"icon: %1 (%2x%3)"_s.arg(found.sourceText()).arg(size.width()).arg(size.height()), parser);
 }
 
 QVariantMap createdApp(const ApplicationManager &manager)

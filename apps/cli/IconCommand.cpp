@@ -53,12 +53,12 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
     }
     if (parser.isSet(u"json"_s)) {
         printJson(QVariantMap{{u"url"_s, url.toString()},
-                              {u"source"_s, found.source.toString()},
+                              {u"source"_s, found.sourceText()},
                               {u"width"_s, image.width()},
                               {u"height"_s, image.height()},
                               {u"output"_s, output.isEmpty() ? QVariant() : QVariant(output)}});
     } else {
-        print(u"%1 %2x%3"_s.arg(found.source.toString()).arg(image.width()).arg(image.height()));
+        print(u"%1 %2x%3"_s.arg(found.sourceText()).arg(image.width()).arg(image.height()));
     }
     return Success;
 }

@@ -129,8 +129,8 @@ SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadl
     QUrl pageURL = appURL;
     if (page.finished) {
         pageURL = page.finalUrl;
-        htmlCandidate = iconFromHTML(page.body, charsetOf(page.contentType), pageURL, deadline);
         Logger::log(u"response.URL:%1"_s.arg(pageURL.toString()));
+        htmlCandidate = iconFromHTML(page.body, charsetOf(page.contentType), pageURL, deadline);
     }
     if (isCancelled)
         return {};

@@ -43,6 +43,12 @@ public:
         SNImage image;
         QUrl source;
         int width() const { return image.largestPixelSize().width(); }
+        // The source for people: an icon inlined in the page is not printed whole.
+        QString sourceText() const
+        {
+            return source.scheme() == QLatin1String("data") ? QStringLiteral("data: (inline in the page)")
+                                                            : source.toString();
+        }
     };
 
     explicit SNFaviconHelper(Density density = screenDensity());

@@ -35,11 +35,9 @@ TEST(IconCommand, PrintsAndWritesTheSitesWidestIcon)
 {
     CliSandbox sandbox;
     LocalHttpServer server;
-    server.serveBody(u"/"_s,
-                     R"(<link rel="shortcut icon" href="/small.png"><link rel="apple-touch-icon" href="/touch.png">)",
-                     "text/html");
-    server.serveBody(u"/small.png"_s, png(16), "image/png");
-    server.serveBody(u"/touch.png"_s, png(180), "image/png");
+    server.serveBody(u"/"_s, R"(<link rel="shortcut icon" href="/small.png"><link rel="apple-touch-icon" href="/touch.png">)");
+    server.serveBody(u"/small.png"_s, png(16));
+    server.serveBody(u"/touch.png"_s, png(180));
     const QString output = sandbox.test.root() + u"/icon.png"_s;
 
     const CliRun found = sandbox.sorvane(
@@ -70,8 +68,8 @@ TEST(CreateCommand, WithoutAnIconTakesTheSitesOwn)
     Home home;
     home.environment.remove(u"SORVANE_NO_ICON_SEARCH"_s);
     LocalHttpServer server;
-    server.serveBody(u"/"_s, R"(<link rel="icon" href="/i.png">)", "text/html");
-    server.serveBody(u"/i.png"_s, png(64), "image/png");
+    server.serveBody(u"/"_s, R"(<link rel="icon" href="/i.png">)");
+    server.serveBody(u"/i.png"_s, png(64));
     QTcpServer closed;
     closed.listen(QHostAddress::LocalHost);
     const QString nobody = u"http://127.0.0.1:%1/"_s.arg(closed.serverPort());
@@ -92,7 +90,7 @@ TEST(CreateCommand, WithoutAnIconTakesTheSitesOwn)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name.toStdString());
-        const qsizetype requestsBefore = server.requests().size();
+        const qsizetype requestsBefore = server.requestedPaths().size();
         const CliRun run = home.sorvane(QStringList{u"create"_s, u"--name"_s, row.name, u"--url"_s, row.url,
                                                     u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps} +
                                         row.more);
@@ -102,7 +100,7 @@ TEST(CreateCommand, WithoutAnIconTakesTheSitesOwn)
         lines.removeIf([](const QByteArray &line) { return !line.startsWith("icon:"); });
         EXPECT_EQ(lines, row.line.isEmpty() ? QList<QByteArray>() : QList<QByteArray>{row.line});
         if (row.more.contains(u"--no-icon-search"_s)) {
-            EXPECT_EQ(server.requests().size(), requestsBefore);
+            EXPECT_EQ(server.requestedPaths().size(), requestsBefore);
         }
     }
 }
