@@ -42,13 +42,13 @@ void Search(benchmark::State &state)
         const int side = sides[i % 10];
         const bool ico = side <= 48;
         const QString path = u"/icons/%1-%2.%3"_s.arg(i).arg(side).arg(ico ? u"ico"_s : u"png"_s);
-        server.serveBody(path, encoded(side, ico ? "ICO" : "PNG"), ico ? "image/x-icon" : "image/png");
+        server.serve(path, {encoded(side, ico ? "ICO" : "PNG"), 200, ico ? "image/x-icon" : "image/png"});
         page += (i % 2 ? "<link rel=\"apple-touch-icon\" href=\"" : "<link rel=\"icon\" href=\"") + path.toUtf8() +
                 "\">\n";
     }
     page += "</head><body>" + QByteArray(20000, 'x') + "</body></html>";
-    server.serveBody(u"/"_s, page, "text/html; charset=utf-8");
-    server.serveBody(u"/favicon.ico"_s, encoded(32, "ICO"), "image/x-icon");
+    server.serve(u"/"_s, {page, 200, "text/html; charset=utf-8"});
+    server.serve(u"/favicon.ico"_s, {encoded(32, "ICO"), 200, "image/x-icon"});
 
     SNFaviconHelper helper(SNFaviconHelper::Density::High);
     for (auto _ : state) {

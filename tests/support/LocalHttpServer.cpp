@@ -1,58 +1,19 @@
 #include "support/LocalHttpServer.h"
 
+#include <QBuffer>
+#include <QImage>
 #include <QTcpServer>
 #include <QTcpSocket>
 
-LocalHttpServer::LocalHttpServer()
+QByteArray LocalHttpServer::icon(int side, const char *format)
 {
-    start();
-    m_listening.acquire();
-}
-
-LocalHttpServer::~LocalHttpServer()
-{
-    quit();
-    wait();
-}
-
-void LocalHttpServer::serve(const QString &path, const Answer &answer)
-{
-    const QMutexLocker lock(&m_mutex);
-    m_answers.insert(path, answer);
-}
-
-void LocalHttpServer::serveBody(const QString &path, const QByteArray &body, const QByteArray &contentType, int status)
-{
-    serve(path, {Answer::Kind::Body, status, contentType, body, 0, true});
-}
-
-QUrl LocalHttpServer::url(const QString &path) const
-{
-    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path));
-}
-
-QStringList LocalHttpServer::requestedPaths() const
-{
-    const QMutexLocker lock(&m_mutex);
-    return m_paths;
-}
-
-QByteArrayList LocalHttpServer::userAgents() const
-{
-    const QMutexLocker lock(&m_mutex);
-    return m_userAgents;
-}
-
-int LocalHttpServer::hangUps() const
-{
-    const QMutexLocker lock(&m_mutex);
-    return m_hangUps;
-}
-
-qint64 LocalHttpServer::hugeBytesSent() const
-{
-    const QMutexLocker lock(&m_mutex);
-    return m_hugeBytesSent;
+    QImage pixels(side, side, QImage::Format_ARGB32);
+    pixels.fill(Qt::blue);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    pixels.save(&buffer, format);
+    return bytes;
 }
 
 void LocalHttpServer::run()
@@ -65,36 +26,34 @@ void LocalHttpServer::run()
     const auto respond = [this](QTcpSocket *socket, const QByteArray &request) {
         const QList<QByteArray> lines = request.split('\n');
         const QString path = QString::fromLatin1(lines.value(0).split(' ').value(1));
-        Answer answer{Answer::Kind::Body, 404, {}, "not found", 0, true};
+        Answer answer{"not found", 404};
         {
             const QMutexLocker lock(&m_mutex);
-            m_paths.append(path);
+            m_seen.paths.append(path);
             for (const QByteArray &line : lines) {
                 if (line.toLower().startsWith("user-agent:"))
-                    m_userAgents.append(line.mid(11).trimmed());
+                    m_seen.userAgents.append(line.mid(11).trimmed());
             }
             answer = m_answers.value(path, answer);
         }
-        if (answer.kind == Answer::Kind::Silent) {
+        if (answer.kind == Kind::Silent) {
             connect(socket, &QTcpSocket::disconnected, socket, [this] {
                 const QMutexLocker lock(&m_mutex);
-                ++m_hangUps;
+                ++m_seen.hangUps;
             });
             return;
         }
-        const bool huge = answer.kind == Answer::Kind::Huge;
+        const bool huge = answer.kind != Kind::Body;
         QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Status\r\nConnection: close\r\n";
         if (!answer.contentType.isEmpty())
             head += "Content-Type: " + answer.contentType + "\r\n";
-        if (!huge || answer.declareLength)
-            head += "Content-Length: " + QByteArray::number(huge ? answer.hugeBytes : answer.body.size()) + "\r\n";
+        if (answer.kind != Kind::HugeUndeclared)
+            head += "Content-Length: " + QByteArray::number(huge ? HugeBytes : answer.body.size()) + "\r\n";
         socket->write(head + "\r\n" + answer.body);
-        if (!huge) {
-            socket->disconnectFromHost();
-            return;
-        }
+        if (!huge)
+            return socket->disconnectFromHost();
         // The next piece only when the last one has left, so the body never sits in memory whole.
-        auto left = std::make_shared<qint64>(answer.hugeBytes);
+        auto left = std::make_shared<qint64>(HugeBytes);
         const auto more = [this, socket, left] {
             if (socket->bytesToWrite() > 0 || socket->state() != QAbstractSocket::ConnectedState)
                 return;
@@ -104,7 +63,7 @@ void LocalHttpServer::run()
             socket->write(QByteArray(piece, 'x'));
             *left -= piece;
             const QMutexLocker lock(&m_mutex);
-            m_hugeBytesSent += piece;
+            m_seen.hugeBytesSent += piece;
         };
         connect(socket, &QTcpSocket::bytesWritten, socket, more);
         more();
