@@ -150,12 +150,11 @@ void SNFaviconHelper::getFaviconWithAppURL(const QUrl &appURL, QObject *receiver
     if (isCancelled)
         return;
     waitForSearch();
-    QPointer<QObject> target(receiver);
-    QThread *thread = QThread::create([this, appURL, target, completion = std::move(completion)] {
+    QThread *thread = QThread::create([this, appURL, receiver, completion = std::move(completion)] {
         const Found found = searchFavicon(appURL);
-        if (isCancelled || !completion || !target)
+        if (isCancelled || !completion)
             return;
-        QMetaObject::invokeMethod(target.data(), [completion, image = found.image] { completion(image); },
+        QMetaObject::invokeMethod(receiver, [completion, image = found.image] { completion(image); },
                                   Qt::QueuedConnection);
     });
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
@@ -172,13 +171,22 @@ SNFaviconHelper::Found SNFaviconHelper::iconFromHTML(const QByteArray &page, con
     const QRegularExpression linkExpression(u"<link[^>]*%1[^>]*/?>"_s.arg(relPattern), options);
     static const QRegularExpression hrefExpression(u"href=%1([^\"']*)%2"_s.arg(QuoteClass, QuoteClass), options);
 
+    // Each element from "<link" to the next ">" is matched on its own and never looked at again:
+    // the same matches as the expression run over the whole page, in time linear in the page,
+    // however many unclosed "<link" a hostile page holds.
     Found kept;
-    QRegularExpressionMatchIterator links = linkExpression.globalMatch(html);
-    while (links.hasNext()) {
+    qsizetype from = 0;
+    qsizetype start;
+    while ((start = html.indexOf(u"<link"_s, from, Qt::CaseInsensitive)) >= 0) {
         if (isCancelled)
             return {};
-        const QRegularExpressionMatch href = hrefExpression.match(links.next().captured(0));
-        if (!href.hasMatch())
+        const qsizetype end = html.indexOf(u'>', start);
+        if (end < 0)
+            break;
+        from = end + 1;
+        const QRegularExpressionMatch link = linkExpression.match(html.mid(start, end + 1 - start));
+        const QRegularExpressionMatch href = hrefExpression.match(link.captured(0));
+        if (!link.hasMatch() || !href.hasMatch())
             continue;
         kept = widerOf(kept, url.resolved(QUrl(href.captured(1))), deadline);
     }

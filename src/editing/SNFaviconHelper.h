@@ -67,7 +67,9 @@ public:
     // a null image.
     Found searchFavicon(const QUrl &appURL, QDeadlineTimer deadline = QDeadlineTimer(QDeadlineTimer::Forever));
     // The same on a thread of its own; `completion` runs on `receiver`'s thread, and not at all
-    // when the search was cancelled or the receiver is gone. One threaded search at a time.
+    // when the search was cancelled. One threaded search at a time. The receiver must outlive the
+    // search: an owner that keeps the helper has that, since the helper's destructor cancels and
+    // waits.
     void getFaviconWithAppURL(const QUrl &appURL, QObject *receiver, std::function<void(const SNImage &)> completion);
     // Blocks until the threaded search's thread has ended.
     void waitForSearch();
