@@ -93,6 +93,7 @@ void Cli(benchmark::State &state, bool create)
     environment.insert(u"XDG_CONFIG_HOME"_s, root.path() + u"/.config"_s);
     environment.insert(u"XDG_DATA_HOME"_s, root.path() + u"/.local/share"_s);
     environment.insert(u"XDG_STATE_HOME"_s, root.path() + u"/.local/state"_s);
+    environment.insert(u"SORVANE_NO_ICON_SEARCH"_s, u"1"_s); // creation without the network
     QDir().mkpath(root.path() + u"/.config/ondrel"_s);
     QFile settings(root.path() + u"/.config/ondrel/Sorvane.conf"_s);
     if (!settings.open(QIODevice::WriteOnly) ||

@@ -11,6 +11,7 @@
 #include "generation/ProfileSeeder.h"
 #include "generation/SNAppScriptHelper.h"
 #include "generation/SNChromePrefsHelper.h"
+#include "editing/SNFaviconHelper.h"
 #include "editing/SNExtensionDiscovery.h"
 #include "editing/SNProfileDiscovery.h"
 
@@ -34,7 +35,8 @@ void addCreateOptions(QCommandLineParser &parser)
          u"KEY"_s},
         {u"allow-missing-browser"_s, u"Make the app even when its browser is not installed."_s},
         {u"into"_s, u"The folder the app is created in; the applications folder when not given."_s, u"DIR"_s},
-        {u"icon"_s, u"An image file for the app's icon."_s, u"FILE"_s},
+        {u"icon"_s, u"An image file for the app's icon; without it the site's own icon is looked for."_s, u"FILE"_s},
+        {u"no-icon-search"_s, u"Without --icon, do not look for the site's icon (the app gets the default one)."_s},
         {u"incognito"_s, u"Run the engine in incognito mode."_s},
         {u"dark"_s, u"Force dark mode."_s},
         {u"register-as-browser"_s, u"Offer the app as a web browser to the system."_s},
@@ -248,6 +250,29 @@ bool loadProfile(ApplicationManager &manager, const QString &profileKey, const Q
     manager.definition().currentProfileKey = profileKey;
     manager.definition().selectedExtensions = extensions;
     return true;
+}
+
+bool iconSearchWanted(const QCommandLineParser &parser)
+{
+    return !parser.isSet(u"no-icon-search"_s) && qEnvironmentVariableIsEmpty("SORVANE_NO_ICON_SEARCH");
+}
+
+void findSiteIcon(SNBulkApp &app, const QCommandLineParser &parser)
+{
+    // Long enough for a site that answers at all; an offline machine fails at once.
+    constexpr std::chrono::seconds SearchBound{5};
+    const QString address = SNFaviconHelper::normalisedAddress(app.appURL.trimmed());
+    if (!app.appIcon.isNull() || address.isEmpty())
+        return;
+    SNFaviconHelper helper;
+    const SNFaviconHelper::Found found = helper.searchFavicon(QUrl(address), QDeadlineTimer(SearchBound));
+    if (found.image.isNull()) {
+        Command::printNote(u"icon: none found at %1; the app gets the default icon"_s.arg(address), parser);
+        return;
+    }
+    app.appIcon = found.image;
+    const QSize size = found.image.largestPixelSize();
+    Command::printNote(u"icon: %1 (%2x%3)"_s.arg(found.sourceText()).arg(size.width()).arg(size.height()), parser);
 }
 
 QVariantMap createdApp(const ApplicationManager &manager)

@@ -40,6 +40,14 @@ int browserNumber(const QString &key, QString *error);
 bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
                  QString *error);
 
+// Whether creation looks for a site's icon: not with --no-icon-search, nor when the environment
+// sets SORVANE_NO_ICON_SEARCH (test and demo runs, which must stay off the network).
+bool iconSearchWanted(const QCommandLineParser &parser);
+
+// Gives a definition without an icon the site's own, searched for at most five seconds; when
+// there is none (or no network), one line says that the app gets the default icon.
+void findSiteIcon(SNBulkApp &app, const QCommandLineParser &parser);
+
 // What `--json` reports of the app the manager made last: appID, uniqueID, path and linkRouting
 // (null when the app has no companion, so nothing to route).
 QVariantMap createdApp(const ApplicationManager &manager);

@@ -32,6 +32,7 @@ void BulkCommand::addOptions(QCommandLineParser &parser)
          u"DIR"_s},
         {u"replace"_s, u"Replace existing apps of the same names (the old ones go to the Trash)."_s},
         {u"keep-both"_s, u"Keep existing apps of the same names and number the new ones."_s},
+        {u"no-icon-search"_s, u"Do not look for the site's icon of entries that name none."_s},
     });
 }
 
@@ -109,6 +110,9 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         std::optional<SNBulkApp> &app = parsed[i];
         error = parseErrors.at(i);
         if (app && validator.validate(*app, &error)) {
+            // Each entry without an icon gets its site's, bounded like a single creation.
+            if (AppOptions::iconSearchWanted(parser))
+                AppOptions::findSiteIcon(*app, parser);
             apps.append(*app);
             labels.append(label(i));
         } else {

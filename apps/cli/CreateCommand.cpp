@@ -54,6 +54,8 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(error);
         return Failure;
     }
+    if (!parser.isSet(u"icon"_s) && AppOptions::iconSearchWanted(parser))
+        AppOptions::findSiteIcon(*app, parser);
 
     context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
     ApplicationManager manager(context);

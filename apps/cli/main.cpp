@@ -8,6 +8,7 @@
 #include "EditCommand.h"
 #include "ExportCommand.h"
 #include "ImportCommand.h"
+#include "IconCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
 #include "ProfilesCommand.h"
@@ -40,6 +41,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<DeleteCommand>());
     list.push_back(std::make_unique<BrowsersCommand>());
     list.push_back(std::make_unique<ProfilesCommand>());
+    list.push_back(std::make_unique<IconCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
     return list;

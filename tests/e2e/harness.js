@@ -133,6 +133,8 @@ export class Sandbox {
       XDG_DATA_HOME: path.join(this.home, '.local', 'share'),
       PATH: `${this.bin}:${process.env.PATH}`,
       SORVANE_E2E_RECORDS: this.records,
+      // Apps are made without --icon: no search for their sites' icons on the network.
+      SORVANE_NO_ICON_SEARCH: '1',
       ...(companionWay === 'pipe' ? { SORVANE_E2E_ENGINE_VERSION: pipeEngineVersion } : {}),
     };
     this.running = [];

@@ -1,0 +1,64 @@
+#include "IconCommand.h"
+
+#include "core/AtomicWriter.h"
+#include "editing/SNFaviconHelper.h"
+
+#include <QBuffer>
+#include <QDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+void IconCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"URL"_s, u"The site's address; http:// is put in front when it names no scheme."_s);
+    parser.addOption({u"output"_s, u"Write the icon to this PNG file."_s, u"FILE"_s});
+}
+
+int IconCommand::run(const QCommandLineParser &parser, Context &)
+{
+    const QString usage = u"sorvane icon: "_s;
+    if (parser.positionalArguments().size() != 1 || parser.positionalArguments().constFirst().trimmed().isEmpty()) {
+        printError(usage + u"give one URL"_s);
+        return BadUsage;
+    }
+    if (parser.isSet(u"output"_s) && parser.value(u"output"_s).isEmpty()) {
+        printError(usage + u"--output needs a file"_s);
+        return BadUsage;
+    }
+    const QString address = SNFaviconHelper::normalisedAddress(parser.positionalArguments().constFirst().trimmed());
+    const QUrl url(address, QUrl::StrictMode);
+    if (!url.isValid() || (url.host().isEmpty() && url.scheme() != u"file"_s)) {
+        printError(usage + u"%1 is not a web address"_s.arg(address));
+        return Failure;
+    }
+
+    SNFaviconHelper helper;
+    const SNFaviconHelper::Found found = helper.searchFavicon(url);
+    if (found.image.isNull()) {
+        printError(u"icon: none found for %1"_s.arg(url.toString()));
+        return Failure;
+    }
+    const QImage image = found.image.largestRepresentation();
+    QString output;
+    if (parser.isSet(u"output"_s)) {
+        output = QDir(parser.value(u"output"_s)).absolutePath();
+        QByteArray png;
+        QBuffer buffer(&png);
+        QString error;
+        if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG") ||
+            !AtomicWriter::write(output, png, &error)) {
+            printError(u"icon: cannot write %1%2"_s.arg(output, error.isEmpty() ? QString() : u" ("_s + error + u')'));
+            return Failure;
+        }
+    }
+    if (parser.isSet(u"json"_s)) {
+        printJson(QVariantMap{{u"url"_s, url.toString()},
+                              {u"source"_s, found.sourceText()},
+                              {u"width"_s, image.width()},
+                              {u"height"_s, image.height()},
+                              {u"output"_s, output.isEmpty() ? QVariant() : QVariant(output)}});
+    } else {
+        print(u"%1 %2x%3"_s.arg(found.sourceText()).arg(image.width()).arg(image.height()));
+    }
+    return Success;
+}

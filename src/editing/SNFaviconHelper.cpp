@@ -1,0 +1,296 @@
+#include "editing/SNFaviconHelper.h"
+
+#include "core/Logger.h"
+#include "editing/FaviconSession.h"
+
+#include <QBuffer>
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QStringDecoder>
+#include <QThread>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString QuoteClass = u"(?:\"|')"_s;
+
+// The formats a site icon comes in; anything else (an HTML error page, a script) is not an icon.
+const QList<QByteArray> IconFormats = {"ico", "png", "jpeg", "jpg", "gif"};
+
+QDeadlineTimer earlierOf(QDeadlineTimer a, std::chrono::milliseconds fromNow)
+{
+    const QDeadlineTimer b(fromNow);
+    return a.deadlineNSecs() < b.deadlineNSecs() ? a : b;
+}
+
+// The charset parameter of a Content-Type value ("text/html; charset=ISO-8859-1").
+QString charsetOf(const QByteArray &contentType)
+{
+    for (const QByteArray &parameter : contentType.split(';')) {
+        const QByteArray trimmed = parameter.trimmed();
+        if (trimmed.toLower().startsWith("charset="))
+            return QString::fromLatin1(trimmed.mid(8)).remove(u'"').remove(u'\'').trimmed();
+    }
+    return {};
+}
+
+} // namespace
+
+SNFaviconHelper::SNFaviconHelper(Density density)
+    : m_density(density)
+{
+}
+
+SNFaviconHelper::~SNFaviconHelper()
+{
+    if (m_search) {
+        isCancelled = true;
+        waitForSearch();
+    }
+}
+
+void SNFaviconHelper::waitForSearch()
+{
+    if (m_search)
+        m_search->wait();
+}
+
+QStringList SNFaviconHelper::defaultNames() const
+{
+    if (m_density == Density::High)
+        return {u"favicon.ico"_s, u"apple-touch-icon-precomposed.png"_s, u"apple-touch-icon.png"_s,
+                u"touch-icon-iphone.png"_s};
+    return {u"favicon.ico"_s};
+}
+
+QString SNFaviconHelper::acceptedRelationshipAttributesRegex() const
+{
+    QStringList values{u"icon"_s, u"shortcut icon"_s};
+    if (m_density == Density::High)
+        values.append(u"apple-touch-icon"_s);
+    return values.join(u'|');
+}
+
+QString SNFaviconHelper::keyForURL(const QUrl &url)
+{
+    return url.host();
+}
+
+QString SNFaviconHelper::normalisedAddress(const QString &typed)
+{
+    if (typed.isEmpty())
+        return typed;
+    for (const QString &scheme : {u"http://"_s, u"https://"_s, u"file://"_s}) {
+        if (typed.startsWith(scheme))
+            return typed;
+    }
+    return u"http://%1"_s.arg(typed);
+}
+
+SNFaviconHelper::Density SNFaviconHelper::screenDensity()
+{
+    // Only a GUI application has screens; the command line and tests on a headless machine take
+    // the high-density table, whose touch icons are the largest a site offers.
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return Density::High;
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return Density::High;
+    return screen->devicePixelRatio() > 1.0 ? Density::High : Density::Standard;
+}
+
+QByteArray SNFaviconHelper::userAgent()
+{
+    return QByteArrayLiteral("Mozilla/5.0 (Macintosh; Intel Mac OS X 10_15_7) AppleWebKit/537.36 (KHTML, like Gecko) "
+                             "Chrome/90.0.4430.93 Safari/537.36");
+}
+
+SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadlineTimer deadline)
+{
+    if (isCancelled)
+        return {};
+    Logger::log(u"appURL:%1"_s.arg(appURL.toString()));
+
+    FaviconSession::Request request;
+    request.url = appURL;
+    request.userAgent = userAgent();
+    request.transferTimeout = m_limits.requestTimeout;
+    request.wait = earlierOf(deadline, m_limits.waitTimeout);
+    request.maximumBytes = m_limits.maximumPageBytes;
+    request.cancelled = &isCancelled;
+    const FaviconSession::Response page = FaviconSession::fetch(request);
+    if (isCancelled)
+        return {};
+
+    Found htmlCandidate;
+    QUrl pageURL = appURL;
+    if (page.finished) {
+        pageURL = page.finalUrl;
+        Logger::log(u"response.URL:%1"_s.arg(pageURL.toString()));
+        htmlCandidate = iconFromHTML(page.body, charsetOf(page.contentType), pageURL, deadline);
+    }
+    if (isCancelled)
+        return {};
+    // A page that could not be loaded still has a root; the root icon must be strictly wider to
+    // replace a linked one.
+    Found rootCandidate = searchURLForImages(pageURL, defaultNames(), deadline);
+    if (isCancelled)
+        return {};
+    if (htmlCandidate.image.isNull() || rootCandidate.width() > htmlCandidate.width())
+        return rootCandidate;
+    return htmlCandidate;
+}
+
+void SNFaviconHelper::getFaviconWithAppURL(const QUrl &appURL, QObject *receiver,
+                                           std::function<void(const SNImage &)> completion)
+{
+    if (isCancelled)
+        return;
+    waitForSearch();
+    QThread *thread = QThread::create([this, appURL, receiver, completion = std::move(completion)] {
+        const Found found = searchFavicon(appURL);
+        if (isCancelled || !completion)
+            return;
+        QMetaObject::invokeMethod(receiver, [completion, image = found.image] { completion(image); },
+                                  Qt::QueuedConnection);
+    });
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    m_search = thread;
+    thread->start();
+}
+
+SNFaviconHelper::Found SNFaviconHelper::iconFromHTML(const QByteArray &page, const QString &textEncodingName,
+                                                     const QUrl &url, QDeadlineTimer deadline)
+{
+    const QString html = decodePage(page, textEncodingName);
+    const QString relPattern = u"rel=%1(%2)%3"_s.arg(QuoteClass, acceptedRelationshipAttributesRegex(), QuoteClass);
+    static const auto options = QRegularExpression::CaseInsensitiveOption;
+    const QRegularExpression linkExpression(u"<link[^>]*%1[^>]*/?>"_s.arg(relPattern), options);
+    static const QRegularExpression hrefExpression(u"href=%1([^\"']*)%2"_s.arg(QuoteClass, QuoteClass), options);
+
+    // Each element from "<link" to the next ">" is matched on its own and never looked at again:
+    // the same matches as the expression run over the whole page, in time linear in the page,
+    // however many unclosed "<link" a hostile page holds.
+    Found kept;
+    qsizetype from = 0;
+    qsizetype start;
+    while ((start = html.indexOf(u"<link"_s, from, Qt::CaseInsensitive)) >= 0) {
+        if (isCancelled)
+            return {};
+        const qsizetype end = html.indexOf(u'>', start);
+        if (end < 0)
+            break;
+        from = end + 1;
+        const QRegularExpressionMatch link = linkExpression.match(html.mid(start, end + 1 - start));
+        const QRegularExpressionMatch href = hrefExpression.match(link.captured(0));
+        if (!link.hasMatch() || !href.hasMatch())
+            continue;
+        kept = widerOf(kept, url.resolved(QUrl(href.captured(1))), deadline);
+    }
+    return kept;
+}
+
+SNFaviconHelper::Found SNFaviconHelper::searchURLForImages(const QUrl &url, const QStringList &names,
+                                                           QDeadlineTimer deadline)
+{
+    QUrl root;
+    root.setScheme(url.scheme());
+    root.setHost(url.host());
+    root.setPort(url.port());
+    root.setPath(u"/"_s);
+    Found kept;
+    for (const QString &name : names) {
+        if (isCancelled)
+            return {};
+        kept = widerOf(kept, root.resolved(QUrl(name)), deadline);
+    }
+    return kept;
+}
+
+SNFaviconHelper::Found SNFaviconHelper::widerOf(Found kept, const QUrl &candidate, QDeadlineTimer deadline)
+{
+    // A page decides what its links say, not what they may reach: an icon comes from the web (or
+    // from the page itself, as data), never from a local file a foreign page names.
+    const QString scheme = candidate.scheme();
+    if (scheme != u"http"_s && scheme != u"https"_s && scheme != u"data"_s)
+        return kept;
+    const std::optional<QByteArray> data = dataFromURL(candidate, deadline);
+    Logger::log(candidate.toString());
+    if (!data)
+        return kept;
+    SNImage image = decodeIcon(*data);
+    if (image.isNull())
+        return kept;
+    Found found{std::move(image), candidate};
+    return kept.image.isNull() || kept.width() < found.width() ? found : kept;
+}
+
+std::optional<QByteArray> SNFaviconHelper::dataFromURL(const QUrl &url, QDeadlineTimer deadline)
+{
+    if (url.isEmpty() || isCancelled)
+        return std::nullopt;
+    FaviconSession::Request request;
+    request.url = url;
+    request.userAgent = userAgent();
+    request.transferTimeout = m_limits.requestTimeout;
+    request.wait = earlierOf(deadline, m_limits.waitTimeout);
+    request.maximumBytes = m_limits.maximumIconBytes;
+    request.cancelled = &isCancelled;
+    const FaviconSession::Response response = FaviconSession::fetch(request);
+    const bool http = url.scheme().startsWith(u"http"_s);
+    if (!response.finished || (http && response.status != 200))
+        return std::nullopt;
+    return response.body;
+}
+
+SNImage SNFaviconHelper::decodeIcon(const QByteArray &data) const
+{
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    if (!IconFormats.contains(reader.format()))
+        return {};
+    // The size comes from the file's header: a small file that declares a huge image (a
+    // decompression bomb) is refused before any pixel memory is taken.
+    const auto fits = [&](const QSize &size) {
+        return size.isValid() && size.width() <= m_limits.maximumIconSide && size.height() <= m_limits.maximumIconSide;
+    };
+    QList<QImage> images;
+    // An animation counts as its first frame; an .ico brings one image per size it holds.
+    const int count = reader.supportsAnimation() ? 1 : std::max(1, reader.imageCount());
+    for (int index = 0; index < count; ++index) {
+        if (index > 0 && !reader.jumpToImage(index))
+            break;
+        if (!fits(reader.size()))
+            continue;
+        QImage image = reader.read();
+        if (!image.isNull() && fits(image.size()))
+            images.append(std::move(image));
+    }
+    return SNImage(std::move(images));
+}
+
+QString SNFaviconHelper::decodePage(const QByteArray &page, const QString &textEncodingName) const
+{
+    const auto decoded = [&page](QStringDecoder decoder) -> std::optional<QString> {
+        if (!decoder.isValid())
+            return std::nullopt;
+        QString text = decoder.decode(page);
+        if (decoder.hasError())
+            return std::nullopt;
+        return text;
+    };
+    if (!textEncodingName.isEmpty()) {
+        if (std::optional<QString> text = decoded(QStringDecoder(textEncodingName.toLatin1().constData())))
+            return *text;
+    }
+    for (const char *fallback : {"UTF-8", "ISO-8859-1", "UTF-16", "ISO-8859-2"}) {
+        if (std::optional<QString> text = decoded(QStringDecoder(fallback)))
+            return *text;
+    }
+    return {};
+}
