@@ -6,6 +6,9 @@
 #include "core/PropertyList.h"
 #include "core/SNBulkApp.h"
 #include "editing/SNExporter.h"
+#include "editing/SNExtensionDiscovery.h"
+#include "editing/SNProfileDiscovery.h"
+#include "generation/ProfileSeeder.h"
 #include "generation/AppConfigFile.h"
 #include "generation/ApplicationManager.h"
 #include "generation/DefinitionValidator.h"
@@ -54,6 +57,36 @@ bool SNImporter::importConfig(const QString &path, QString *error)
     return true;
 }
 
+void SNImporter::loadProfile(ApplicationManager &manager, const QString &profileKey,
+                             const QStringList &selectedExtensions) const
+{
+    if (profileKey.isEmpty() || !ProfileSeeder::isProfileKey(profileKey))
+        return;
+    // The profile table is Google Chrome's whatever browser the entry names, as sets were always
+    // read; a profile that is not there (or another machine's) copies nothing.
+    SNProfileDiscovery discovery(m_context, u"chrome"_s);
+    if (!discovery.getProfilesFromPath(discovery.localStatePath()))
+        return;
+    discovery.setCurrentProfileKey(profileKey);
+    std::optional<QJsonObject> preferences = discovery.getPreferenceJson();
+    if (!preferences)
+        return;
+    QStringList extensions;
+    for (const QString &id : selectedExtensions) {
+        if (ProfileSeeder::isExtensionId(id))
+            extensions.append(id);
+    }
+    getExtensions(*preferences, extensions);
+    manager.profileSource.preferenceJson = *preferences;
+    manager.definition().currentProfileKey = profileKey;
+    manager.definition().selectedExtensions = extensions;
+}
+
+void SNImporter::getExtensions(QJsonObject &preferenceJson, const QStringList &selectedExtensions)
+{
+    SNExtensionDiscovery::getExtensions(preferenceJson, selectedExtensions);
+}
+
 SNImporter::Outcome SNImporter::createApp(const QString &key, const QVariantMap &entry)
 {
     Outcome outcome{key, entry.value(u"appName"_s).toString(), false, {}, {}};
@@ -83,6 +116,7 @@ SNImporter::Outcome SNImporter::createApp(const QString &key, const QVariantMap 
 
     ApplicationManager manager(m_context);
     manager.definition().applicationType = browser.number;
+    loadProfile(manager, definition.currentProfileKey, definition.selectedExtensions);
     manager.bulkApps = {app};
     manager.bulkProgress = [&](qsizetype, bool made) {
         outcome.made = made;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QVariantMap>
 
+class ApplicationManager;
 class Context;
 
 // Creates apps from a ".sorvane" file, each through the normal creation path, with a new
@@ -41,10 +43,18 @@ public:
     // Creates the app one entry describes. Missing switches are off, except restoreSession.
     Outcome createApp(const QString &key, const QVariantMap &entry);
 
+    // Keeps, of the extensions a profile's preferences list, the store extensions chosen.
+    static void getExtensions(QJsonObject &preferenceJson, const QStringList &selectedExtensions);
+
     static constexpr qint64 MaximumFileBytes = 256 * 1024 * 1024;
     static constexpr qsizetype MaximumIconTextBytes = 4 * 1024 * 1024;
 
 private:
+    // The entry's browser profile, when the user's Google Chrome has it: the new app starts from
+    // its preferences with the chosen extensions.
+    void loadProfile(ApplicationManager &manager, const QString &profileKey,
+                     const QStringList &selectedExtensions) const;
+
     Context &m_context;
     Options m_options;
     QList<Outcome> m_outcomes;
