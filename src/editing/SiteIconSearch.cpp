@@ -1,0 +1,40 @@
+#include "editing/SiteIconSearch.h"
+
+#include "editing/SNFaviconHelper.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QUrl>
+
+SiteIconSearch::SiteIconSearch(QObject *parent)
+    : QObject(parent)
+{
+}
+
+SiteIconSearch::~SiteIconSearch() = default; // each helper cancels and waits for its search
+
+SNBulkAppsManager::FaviconSearch SiteIconSearch::function()
+{
+    return [this](const QString &address, SNBulkAppsManager::IconDelivery deliver) -> std::function<void()> {
+        const quint64 id = ++m_lastId;
+        auto helper = std::make_unique<SNFaviconHelper>();
+        helper->getFaviconWithAppURL(QUrl(address), this, [this, id, deliver](const SNImage &icon) {
+            deliver(icon);
+            finish(id);
+        });
+        m_searches.emplace(id, std::move(helper));
+        QPointer<SiteIconSearch> self(this);
+        return [self, id] {
+            if (!self)
+                return;
+            if (const auto search = self->m_searches.find(id); search != self->m_searches.end())
+                search->second->isCancelled = true;
+            self->finish(id);
+        };
+    };
+}
+
+void SiteIconSearch::finish(quint64 id)
+{
+    QTimer::singleShot(0, this, [this, id] { m_searches.erase(id); });
+}
