@@ -46,6 +46,8 @@ bool SNImporter::importConfig(const QString &path, QString *error)
         Logger::log(u"%1 holds no apps: its root is not a dictionary"_s.arg(path));
         return true;
     }
+    // Relative app destinations in the file are the file's neighbours.
+    m_baseFolder = info.absolutePath();
     const QVariantMap entries = root.toMap();
     for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
         if (it.value().typeId() != QMetaType::QVariantMap) {
@@ -105,7 +107,7 @@ SNImporter::Outcome SNImporter::createApp(const QString &key, const QVariantMap 
     if (app.appURL.isEmpty() && !app.tabsList.isEmpty())
         app.appURL = app.tabsList.constFirst().tabUrlString;
 
-    if (!DefinitionValidator(m_context, m_options.intoFolder).validate(app, &outcome.error))
+    if (!DefinitionValidator(m_context, m_baseFolder).validate(app, &outcome.error))
         return outcome;
     const BrowserInfo &browser = BrowserCatalogue::byNumber(definition.applicationType);
     const QFileInfo engine(SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults()));

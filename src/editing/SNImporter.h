@@ -57,5 +57,6 @@ private:
 
     Context &m_context;
     Options m_options;
+    QString m_baseFolder;
     QList<Outcome> m_outcomes;
 };
