@@ -45,11 +45,16 @@ test('rules keep, route and default links from a real app window', { timeout: 12
     '--allow-missing-browser']);
   const appPath = await sandbox.createApp([
     '--name', 'Example', '--url', appUrl, '--browser', 'chromium',
+    '--allow', '*.example.test', '--default-destination', 'in-app',
+  ]);
+  // The rules come from an edit, which does not rebuild the app for them.
+  const edited = await sandbox.sorvane(['edit', appPath, '--json',
     '--route', 'news.example.test=default',
     '--allow', '*.example.test',
     '--route', `b.test=app:${bPath}`,
-    '--default-destination', 'in-app',
   ]);
+  assert.equal(edited.code, 0, edited.stderr);
+  assert.equal(JSON.parse(edited.stdout).rebuilt, false);
 
   // Regenerated before its start: what routes below is what `sorvane update` wrote.
   const updated = await sandbox.sorvane(['update', appPath]);
