@@ -89,3 +89,28 @@ TEST(PropertyList, MissingFileAndUnsupportedValuesFailWithoutWriting)
     EXPECT_FALSE(error.isEmpty());
     EXPECT_FALSE(QFile::exists(path));
 }
+
+// Arrays in arrays, written by Python in both formats: a few hundred levels are refused before
+// the parser (which recurses once per level) sees them; a sane depth reads.
+TEST(PropertyList, RefusesNestingDeeperThanTheLimitInBothFormats)
+{
+    TestContext test;
+    for (const char *format : {"FMT_XML", "FMT_BINARY"}) {
+        for (const int levels : {200, 300}) {
+            const QString path = test.root() + QStringLiteral("/nested-%1-%2.plist").arg(QLatin1String(format)).arg(levels);
+            QProcess python;
+            python.start(QStringLiteral(SORVANE_PYTHON3),
+                         {QStringLiteral("-c"),
+                          QStringLiteral("import plistlib,sys\nx=[]\nfor i in range(int(sys.argv[2])): x=[x]\n"
+                                         "open(sys.argv[1],'wb').write(plistlib.dumps({'a':x}, fmt=plistlib.%1))")
+                              .arg(QLatin1String(format)),
+                          path, QString::number(levels)});
+            ASSERT_TRUE(python.waitForFinished());
+            ASSERT_EQ(python.exitCode(), 0);
+            QString error;
+            const QVariant value = PropertyList::readFile(path, &error);
+            EXPECT_EQ(value.isValid(), levels < PropertyList::MaximumDepth) << format << ' ' << levels;
+            EXPECT_EQ(error.contains(QStringLiteral("deeper")), levels > PropertyList::MaximumDepth) << format;
+        }
+    }
+}
