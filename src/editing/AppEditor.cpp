@@ -91,12 +91,14 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     const bool newIcon = !change.newIcon.isNull();
     const bool structural = isStructural(original, edited, newIcon);
 
+    // One regeneration or edit of an app at a time, across Sorvane's processes; what is checked
+    // below holds until the edit is done.
+    const FileLock lock(FileLock::lockPathFor(SNAppEditHelper::configPath(m_context, original.appId)));
+    if (!QFileInfo(original.path).isDir())
+        return fail(error, u"Cannot edit %1: it was moved or deleted meanwhile"_s.arg(original.path));
     const QVariantMap plist = PropertyList::readFile(original.path + u"/Contents/Info.plist"_s).toMap();
     if (!SNUpdaterHelper::isSorvaneBundle(plist))
         return fail(error, u"Cannot edit %1: it was not made by Sorvane"_s.arg(original.path));
-
-    // One regeneration or edit of an app at a time, across Sorvane's processes.
-    const FileLock lock(FileLock::lockPathFor(SNAppEditHelper::configPath(m_context, original.appId)));
     if (SNUpdaterHelper::isEngineRunning(original.path))
         return fail(error, u"Not editing %1: the app is running; quit it and edit again"_s.arg(original.path));
 

@@ -215,7 +215,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto &p) { return std::string(p.param.label); });
 
 // What an edit refuses changes nothing: a running app, a taken or invalid name, a bundle that
-// is not Sorvane's.
+// is not Sorvane's or was moved since it was read.
 TEST(EditRefusal, RunningTakenInvalidAndForeignLeaveTheBundleAsItWas)
 {
     TestContext test;
@@ -254,6 +254,11 @@ TEST(EditRefusal, RunningTakenInvalidAndForeignLeaveTheBundleAsItWas)
     EXPECT_FALSE(renameTo(u"Renamed"_s));
     EXPECT_TRUE(error.contains(u"not made by Sorvane"_s)) << qPrintable(error);
     writeFile(plistPath, plist);
+    // Another process moved it between reading and saving.
+    ASSERT_TRUE(QDir().rename(app.bundle(), app.bundle() + u".moved"_s));
+    EXPECT_FALSE(renameTo(u"Renamed"_s));
+    EXPECT_TRUE(error.contains(u"moved or deleted meanwhile"_s)) << qPrintable(error);
+    ASSERT_TRUE(QDir().rename(app.bundle() + u".moved"_s, app.bundle()));
     EXPECT_EQ(treeFingerprint(app.bundle()), stopped);
     EXPECT_FALSE(QFileInfo::exists(test.root() + u"/Apps/Renamed.app"_s));
 }
