@@ -7,6 +7,7 @@
 // Run: build/default/bench/creation_bench (medians of the repetitions are printed).
 
 #include "BenchHome.h"
+#include "BenchMain.h"
 
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -124,12 +125,4 @@ BENCHMARK_CAPTURE(Cli, version, false)->Unit(benchmark::kMillisecond)->Iteration
 BENCHMARK_CAPTURE(Cli, create, true)->Unit(benchmark::kMillisecond)->Iterations(20)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 BENCHMARK(Bulk100)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->ReportAggregatesOnly(true)->UseRealTime();
 
-int main(int argc, char **argv)
-{
-    QCoreApplication application(argc, argv);
-    Logger::setSink(Logger::Sink::Silent);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+SORVANE_BENCHMARK_MAIN()

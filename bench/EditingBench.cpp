@@ -6,59 +6,49 @@
 // Run: build/default/bench/editing_bench (medians of the repetitions are printed).
 
 #include "BenchHome.h"
+#include "BenchMain.h"
 
-#include "core/Logger.h"
 #include "editing/AppEditor.h"
 #include "editing/SNExporter.h"
 #include "editing/SNImporter.h"
 
-#include <QCoreApplication>
-
-#include <benchmark/benchmark.h>
 
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-// Loads the app at `bundle` and applies `change` to its definition.
-bool edit(BenchHome &home, const QString &bundle, const std::function<void(SNBulkApp &)> &change, QString *path)
+// Edits one app over and over, each round applying `change` to its definition with the round's
+// parity (so that every round really changes something): what a user's edit costs, reading
+// included.
+void EditRounds(benchmark::State &state, const std::function<void(SNBulkApp &, bool odd)> &change)
 {
-    AppEditor editor(home.context());
-    const std::optional<SNEditorItem> original = editor.load(bundle, {}, nullptr);
-    if (!original)
-        return false;
-    AppEditor::Change edited{*original, {}, false};
-    change(edited.edited.appItem);
-    if (!editor.save(*original, edited, nullptr))
-        return false;
-    *path = editor.result().path;
-    return true;
+    BenchHome home;
+    home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
+    QString bundle = createApps(home, home.folder(u"Apps"_s), 1).value(0);
+    bool odd = false;
+    for (auto _ : state) {
+        AppEditor editor(home.context());
+        const std::optional<SNEditorItem> original = editor.load(bundle, {}, nullptr);
+        if (!original) {
+            state.SkipWithError("app not readable");
+            return;
+        }
+        AppEditor::Change edited{*original, {}, false};
+        change(edited.edited.appItem, odd = !odd);
+        if (!editor.save(*original, edited, nullptr))
+            state.SkipWithError("edit failed");
+        bundle = editor.result().path;
+    }
 }
 
 void LiveOnlyEdit(benchmark::State &state)
 {
-    BenchHome home;
-    home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
-    QString bundle = createApps(home, home.folder(u"Apps"_s), 1).value(0);
-    int round = 0;
-    for (auto _ : state) {
-        const QString colour = ++round % 2 ? u"1E90FF"_s : u"00AA00"_s;
-        if (!edit(home, bundle, [&](SNBulkApp &app) { app.accentColor = colour; }, &bundle))
-            state.SkipWithError("edit failed");
-    }
+    EditRounds(state, [](SNBulkApp &app, bool odd) { app.accentColor = odd ? u"1E90FF"_s : u"00AA00"_s; });
 }
 
 void Rename(benchmark::State &state)
 {
-    BenchHome home;
-    home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
-    QString bundle = createApps(home, home.folder(u"Apps"_s), 1).value(0);
-    int round = 0;
-    for (auto _ : state) {
-        const QString name = ++round % 2 ? u"Renamed App"_s : u"App 0"_s;
-        if (!edit(home, bundle, [&](SNBulkApp &app) { app.appName = name; }, &bundle))
-            state.SkipWithError("rename failed");
-    }
+    EditRounds(state, [](SNBulkApp &app, bool odd) { app.appName = odd ? u"Renamed App"_s : u"App 0"_s; });
 }
 
 void ExportApps(benchmark::State &state)
@@ -97,12 +87,4 @@ BENCHMARK(Rename)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregat
 BENCHMARK(ExportApps)->Arg(100)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 BENCHMARK(ImportApps)->Arg(100)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 
-int main(int argc, char **argv)
-{
-    QCoreApplication application(argc, argv);
-    Logger::setSink(Logger::Sink::Silent);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+SORVANE_BENCHMARK_MAIN()

@@ -4,6 +4,7 @@
 //              decoded, the widest kept
 // Run: build/default/bench/favicon_bench (medians of the repetitions are printed).
 
+#include "BenchMain.h"
 #include "core/Logger.h"
 #include "editing/SNFaviconHelper.h"
 
@@ -62,12 +63,4 @@ void Search(benchmark::State &state)
 
 BENCHMARK(Search)->Arg(10)->Unit(benchmark::kMillisecond)->Iterations(10)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 
-int main(int argc, char **argv)
-{
-    QCoreApplication app(argc, argv);
-    Logger::setSink(Logger::Sink::Silent);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+SORVANE_BENCHMARK_MAIN()

@@ -5,6 +5,7 @@
 // Run: build/default/bench/maintenance_bench (medians of the repetitions are printed).
 
 #include "BenchHome.h"
+#include "BenchMain.h"
 
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -116,12 +117,4 @@ BENCHMARK(AppInfo)->Arg(0)->Arg(1)->ArgName("customEnginePath")->Unit(benchmark:
 BENCHMARK(LoadAppItems)->Arg(1000)->Unit(benchmark::kMillisecond)->Iterations(5)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 BENCHMARK(UpdateApps)->Arg(100)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 
-int main(int argc, char **argv)
-{
-    QCoreApplication application(argc, argv);
-    Logger::setSink(Logger::Sink::Silent);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+SORVANE_BENCHMARK_MAIN()

@@ -5,6 +5,7 @@
 //                                  `sorvane profiles` prints them
 // Run: build/default/bench/profiles_bench (medians of the repetitions are printed).
 
+#include "BenchMain.h"
 #include "core/Logger.h"
 #include "editing/SNExtensionDiscovery.h"
 #include "editing/SNProfileDiscovery.h"
@@ -99,12 +100,4 @@ void ListProfilesWithExtensions(benchmark::State &state)
 BENCHMARK(ListProfiles)->Arg(20)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 BENCHMARK(ListProfilesWithExtensions)->Arg(20)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 
-int main(int argc, char **argv)
-{
-    QCoreApplication application(argc, argv);
-    Logger::setSink(Logger::Sink::Silent);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+SORVANE_BENCHMARK_MAIN()

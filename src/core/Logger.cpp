@@ -80,3 +80,11 @@ bool Logger::isWarning(const QString &line)
 {
     return line.startsWith(QStringLiteral("\u26a0"));
 }
+
+bool Logger::fail(QString *error, const QString &reason)
+{
+    log(reason);
+    if (error)
+        *error = reason;
+    return false;
+}

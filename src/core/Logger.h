@@ -15,6 +15,9 @@ public:
     using Handler = std::function<void(const QString &line)>;
 
     static void log(const QString &line);
+    // Logs why something failed, hands the reason to the caller when it asked for it, and returns
+    // false: the last line of a refusal.
+    static bool fail(QString *error, const QString &reason);
 
     static void setSink(Sink sink);
     // Every line is appended to this file as well (folders made as needed); at 1 MB it is

@@ -23,14 +23,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool fail(QString *error, const QString &reason)
-{
-    Logger::log(reason);
-    if (error)
-        *error = reason;
-    return false;
-}
-
 bool needsCompanion(const SNBulkApp &app, Context &context)
 {
     return app.whitelistingEnabled || !app.routingRules.isEmpty() || app.defaultDestination.has_value() ||
@@ -48,7 +40,7 @@ std::optional<SNEditorItem> AppEditor::load(const QString &bundlePath, const QSt
 {
     const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(bundlePath);
     if (!info) {
-        fail(error, u"Cannot edit %1: it has no readable launcher script"_s.arg(bundlePath));
+        Logger::fail(error, u"Cannot edit %1: it has no readable launcher script"_s.arg(bundlePath));
         return std::nullopt;
     }
     SNAppItem item;
@@ -57,7 +49,7 @@ std::optional<SNEditorItem> AppEditor::load(const QString &bundlePath, const QSt
     item.name = info->value(u"appName"_s).toString();
     item.browserType = info->value(u"browserType"_s).toString();
     if (item.appId.isEmpty()) {
-        fail(error, u"Cannot edit %1: it is not in Sorvane's registry"_s.arg(bundlePath));
+        Logger::fail(error, u"Cannot edit %1: it is not in Sorvane's registry"_s.arg(bundlePath));
         return std::nullopt;
     }
     return SNRecentAppsManager::editorItem(m_context, item);
@@ -87,7 +79,7 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         edited.appItem.tabsList.append(SNTabModel(edited.appItem.appURL));
     const QString newName = edited.appItem.appName;
     if (!SNAppEditHelper::validateAppName(newName))
-        return fail(error, SNAppEditHelper::InvalidNameMessage);
+        return Logger::fail(error, SNAppEditHelper::InvalidNameMessage);
     const bool newIcon = !change.newIcon.isNull();
     const bool structural = isStructural(original, edited, newIcon);
 
@@ -95,17 +87,17 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     // below holds until the edit is done.
     const FileLock lock(FileLock::lockPathFor(SNAppEditHelper::configPath(m_context, original.appId)));
     if (!QFileInfo(original.path).isDir())
-        return fail(error, u"Cannot edit %1: it was moved or deleted meanwhile"_s.arg(original.path));
+        return Logger::fail(error, u"Cannot edit %1: it was moved or deleted meanwhile"_s.arg(original.path));
     const QVariantMap plist = PropertyList::readFile(original.path + u"/Contents/Info.plist"_s).toMap();
     if (!SNUpdaterHelper::isSorvaneBundle(plist))
-        return fail(error, u"Cannot edit %1: it was not made by Sorvane"_s.arg(original.path));
+        return Logger::fail(error, u"Cannot edit %1: it was not made by Sorvane"_s.arg(original.path));
     if (SNUpdaterHelper::isEngineRunning(original.path))
-        return fail(error, u"Not editing %1: the app is running; quit it and edit again"_s.arg(original.path));
+        return Logger::fail(error, u"Not editing %1: the app is running; quit it and edit again"_s.arg(original.path));
 
     const QString oldFolder = QFileInfo(original.path).fileName();
     const QString newPath = QString(original.path).replace(oldFolder, newName + u".app"_s);
     if (newPath != original.path && (QFileInfo::exists(newPath) || QFileInfo(newPath).isSymLink()))
-        return fail(error, u"Cannot rename %1 to %2: %3 already exists"_s.arg(original.appItem.appName, newName, newPath));
+        return Logger::fail(error, u"Cannot rename %1 to %2: %3 already exists"_s.arg(original.appItem.appName, newName, newPath));
 
     const bool switching = edited.browser != original.browser;
     if (switching) {

@@ -14,14 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool fail(QString *error, const QString &reason)
-{
-    Logger::log(reason);
-    if (error)
-        *error = reason;
-    return false;
-}
-
 // A hidden name beside the profile for work in progress, unique to this process.
 QString scratchPath(const QString &contents, const QString &purpose)
 {
@@ -55,20 +47,20 @@ bool ProfileBackup::backUp(const QString &typeKey, QString *error)
     QDir(scratch).removeRecursively();
     if (const std::optional<QString> copyError = TreeCopy::copy(profile, scratch, {})) {
         QDir(scratch).removeRecursively();
-        return fail(error, u"Cannot back up the profile: %1"_s.arg(*copyError));
+        return Logger::fail(error, u"Cannot back up the profile: %1"_s.arg(*copyError));
     }
     const QString backup = pathFor(typeKey);
     if (QFileInfo(backup).exists() || QFileInfo(backup).isSymLink()) {
         QString trashError;
         if (!m_context.trash().moveToTrash(backup, nullptr, &trashError)) {
             QDir(scratch).removeRecursively();
-            return fail(error, u"Cannot move the older backup %1 to the Trash: %2"_s.arg(backup, trashError));
+            return Logger::fail(error, u"Cannot move the older backup %1 to the Trash: %2"_s.arg(backup, trashError));
         }
     }
     QString renameError;
     if (!ExclusiveRename::rename(scratch, backup, nullptr, &renameError)) {
         QDir(scratch).removeRecursively();
-        return fail(error, u"Cannot back up the profile to %1: %2"_s.arg(backup, renameError));
+        return Logger::fail(error, u"Cannot back up the profile to %1: %2"_s.arg(backup, renameError));
     }
     Logger::log(u"Profile backed up to %1"_s.arg(backup));
     return true;
@@ -78,15 +70,15 @@ bool ProfileBackup::restore(const QString &typeKey, QString *error)
 {
     const QString backup = pathFor(typeKey);
     if (!exists(typeKey))
-        return fail(error, u"There is no backup at %1"_s.arg(backup));
+        return Logger::fail(error, u"There is no backup at %1"_s.arg(backup));
     const QString profile = m_contents + u"/Profile"_s;
     const QString replaced = scratchPath(m_contents, u"replaced"_s);
     QString renameError;
     if (QFileInfo(profile).exists() && !ExclusiveRename::rename(profile, replaced, nullptr, &renameError))
-        return fail(error, u"Cannot set the profile aside: %1"_s.arg(renameError));
+        return Logger::fail(error, u"Cannot set the profile aside: %1"_s.arg(renameError));
     if (!ExclusiveRename::rename(backup, profile, nullptr, &renameError)) {
         ExclusiveRename::rename(replaced, profile);
-        return fail(error, u"Cannot restore the profile from %1: %2"_s.arg(backup, renameError));
+        return Logger::fail(error, u"Cannot restore the profile from %1: %2"_s.arg(backup, renameError));
     }
     QDir(replaced).removeRecursively();
     Logger::log(u"Profile restored from %1"_s.arg(backup));

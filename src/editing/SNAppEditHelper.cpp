@@ -65,27 +65,35 @@ bool moveEntry(const QString &from, const QString &to)
     return entryExists(from) && ExclusiveRename::rename(from, to);
 }
 
-// The older launcher: the first entry of Contents/MacOS, the script itself.
-QString olderLauncherName(const SNEditorItem &app)
+// An older launcher (the first entry of Contents/MacOS, the script itself), read, with both
+// names escaped as its lines carry them and the pgrep lines already naming the new one.
+struct OlderLauncher
 {
-    const QStringList entries =
-        QDir(app.path + u"/Contents/MacOS"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
-    return entries.isEmpty() ? QString() : entries.constFirst();
-}
+    QString path;
+    QString text;
+    QString oldEscaped;
+    QString newEscaped;
 
-QString escapeBlanks(QString name)
-{
-    return name.replace(u' ', u"\\ "_s);
-}
-
-// The pgrep lines of an older launcher name the app; both forms follow the rename.
-QString replacePgrepLines(QString text, const QString &oldName, const QString &newName)
-{
-    for (const QString &pattern : {u"pgrepResult=$(pgrep -f \"$DIR/%1\")"_s,
-                                   u"pgrepResult=$(pgrep -f \"$PWD/%1\".app/Contents/MacOS"_s})
-        text.replace(pattern.arg(oldName), pattern.arg(newName));
-    return text;
-}
+    static std::optional<OlderLauncher> load(const SNEditorItem &app, const QString &newName)
+    {
+        const QStringList entries = QDir(app.path + u"/Contents/MacOS"_s)
+                                        .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+        if (entries.isEmpty())
+            return std::nullopt;
+        OlderLauncher launcher;
+        launcher.path = app.path + u"/Contents/MacOS/"_s + entries.constFirst();
+        bool read = false;
+        launcher.text = readUtf8(launcher.path, &read);
+        if (!read)
+            return std::nullopt;
+        launcher.oldEscaped = QString(entries.constFirst()).replace(u' ', u"\\ "_s);
+        launcher.newEscaped = QString(newName).replace(u' ', u"\\ "_s);
+        for (const QString &pattern : {u"pgrepResult=$(pgrep -f \"$DIR/%1\")"_s,
+                                       u"pgrepResult=$(pgrep -f \"$PWD/%1\".app/Contents/MacOS"_s})
+            launcher.text.replace(pattern.arg(launcher.oldEscaped), pattern.arg(launcher.newEscaped));
+        return launcher;
+    }
+};
 
 // What is before the engine's switches on an exec line, with the bundle's new name.
 QString renamedExecHead(const QString &head, const QString &oldName, const QString &newName)
@@ -234,26 +242,20 @@ void SNAppEditHelper::updateNewAppData(Context &context, const SNEditorItem &app
 
 void SNAppEditHelper::updateAppData(const SNEditorItem &app, const QString &newName)
 {
-    const QString oldName = olderLauncherName(app);
-    const QString path = app.path + u"/Contents/MacOS/"_s + oldName;
-    bool read = false;
-    QString text = readUtf8(path, &read);
-    if (oldName.isEmpty() || !read)
+    const std::optional<OlderLauncher> launcher = OlderLauncher::load(app, newName);
+    if (!launcher)
         return;
-    const QString oldEscaped = escapeBlanks(oldName);
-    const QString newEscaped = escapeBlanks(newName);
-    text = replacePgrepLines(text, oldEscaped, newEscaped);
-
-    QStringList lines = text.split(u'\n');
+    const QString &path = launcher->path;
+    QStringList lines = launcher->text.split(u'\n');
     const auto exec = std::find_if(lines.begin(), lines.end(),
                                    [](const QString &line) { return line.startsWith(ExecLinePrefix); });
     if (exec == lines.end()) {
         Logger::log(u"⚠️ Warning: Could not find exec line to update in app script"_s);
-        writeUtf8(path, text);
+        writeUtf8(path, launcher->text);
         return;
     }
     const QStringList parts = exec->split(ExecSplitter);
-    const QString head = renamedExecHead(parts.constFirst(), oldEscaped, newEscaped);
+    const QString head = renamedExecHead(parts.constFirst(), launcher->oldEscaped, launcher->newEscaped);
     const QString profile = QString(parts.constLast()).remove(u"--app="_s).split(u" --user-data-dir="_s).constLast();
     *exec = u"%1--no-sandbox --test-type  --args --app=%2 --user-data-dir=%3"_s.arg(
         head, u"\"%1\""_s.arg(app.appItem.appURL), profile);
@@ -262,17 +264,10 @@ void SNAppEditHelper::updateAppData(const SNEditorItem &app, const QString &newN
 
 void SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString &newName)
 {
-    const QString oldName = olderLauncherName(app);
-    const QString path = app.path + u"/Contents/MacOS/"_s + oldName;
-    bool read = false;
-    QString text = readUtf8(path, &read);
-    if (oldName.isEmpty() || !read)
+    const std::optional<OlderLauncher> launcher = OlderLauncher::load(app, newName);
+    if (!launcher)
         return;
-    const QString oldEscaped = escapeBlanks(oldName);
-    const QString newEscaped = escapeBlanks(newName);
-    text = replacePgrepLines(text, oldEscaped, newEscaped);
-
-    QStringList lines = text.split(u'\n');
+    QStringList lines = launcher->text.split(u'\n');
     qsizetype tabsLine = -1;
     qsizetype execLine = -1;
     for (qsizetype i = 0; i < lines.size(); ++i) {
@@ -288,7 +283,7 @@ void SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString
     } else {
         const QStringList parts = lines.at(execLine).split(ExecSplitter);
         lines[execLine] = u"%1--no-sandbox --test-type  --args %2"_s.arg(
-            renamedExecHead(parts.constFirst(), oldEscaped, newEscaped), parts.constLast());
+            renamedExecHead(parts.constFirst(), launcher->oldEscaped, launcher->newEscaped), parts.constLast());
     }
     if (tabsLine < 0) {
         Logger::log(u"⚠️ Warning: Could not find tabs line to update in tabbed app script"_s);
@@ -298,7 +293,7 @@ void SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString
             tabs.append(tab.tabUrlString);
         lines[tabsLine] = u"\tTabs=\"%1\"\n"_s.arg(tabs.join(u' '));
     }
-    writeUtf8(path, lines.join(u'\n'));
+    writeUtf8(launcher->path, lines.join(u'\n'));
 }
 
 void SNAppEditHelper::changeAppIcon(SNEditorItem &app, const SNImage &newIcon)

@@ -108,20 +108,25 @@ QByteArray SNFaviconHelper::userAgent()
                              "Chrome/90.0.4430.93 Safari/537.36");
 }
 
+FaviconSession::Response SNFaviconHelper::fetch(const QUrl &url, QDeadlineTimer deadline, qint64 maximumBytes)
+{
+    FaviconSession::Request request;
+    request.url = url;
+    request.userAgent = userAgent();
+    request.transferTimeout = m_limits.requestTimeout;
+    request.wait = earlierOf(deadline, m_limits.waitTimeout);
+    request.maximumBytes = maximumBytes;
+    request.cancelled = &isCancelled;
+    return FaviconSession::fetch(request);
+}
+
 SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadlineTimer deadline)
 {
     if (isCancelled)
         return {};
     Logger::log(u"appURL:%1"_s.arg(appURL.toString()));
 
-    FaviconSession::Request request;
-    request.url = appURL;
-    request.userAgent = userAgent();
-    request.transferTimeout = m_limits.requestTimeout;
-    request.wait = earlierOf(deadline, m_limits.waitTimeout);
-    request.maximumBytes = m_limits.maximumPageBytes;
-    request.cancelled = &isCancelled;
-    const FaviconSession::Response page = FaviconSession::fetch(request);
+    const FaviconSession::Response page = fetch(appURL, deadline, m_limits.maximumPageBytes);
     if (isCancelled)
         return {};
 
@@ -232,14 +237,7 @@ std::optional<QByteArray> SNFaviconHelper::dataFromURL(const QUrl &url, QDeadlin
 {
     if (url.isEmpty() || isCancelled)
         return std::nullopt;
-    FaviconSession::Request request;
-    request.url = url;
-    request.userAgent = userAgent();
-    request.transferTimeout = m_limits.requestTimeout;
-    request.wait = earlierOf(deadline, m_limits.waitTimeout);
-    request.maximumBytes = m_limits.maximumIconBytes;
-    request.cancelled = &isCancelled;
-    const FaviconSession::Response response = FaviconSession::fetch(request);
+    const FaviconSession::Response response = fetch(url, deadline, m_limits.maximumIconBytes);
     const bool http = url.scheme().startsWith(u"http"_s);
     if (!response.finished || (http && response.status != 200))
         return std::nullopt;

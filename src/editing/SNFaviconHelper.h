@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/SNImage.h"
+#include "editing/FaviconSession.h"
 
 #include <QByteArray>
 #include <QDeadlineTimer>
@@ -99,6 +100,8 @@ public:
     static QByteArray userAgent();
 
 private:
+    // One download within this helper's limits, the deadline and the cancel flag.
+    FaviconSession::Response fetch(const QUrl &url, QDeadlineTimer deadline, qint64 maximumBytes);
     Found widerOf(Found kept, const QUrl &candidate, QDeadlineTimer deadline);
     SNImage decodeIcon(const QByteArray &data) const;
     QString decodePage(const QByteArray &page, const QString &textEncodingName) const;

@@ -29,14 +29,6 @@ const QString SNUpdaterHelper::LegacyExtensionFolder = Constants::LegacyCompanio
 
 namespace {
 
-bool fail(QString *error, const QString &reason)
-{
-    Logger::log(reason);
-    if (error)
-        *error = reason;
-    return false;
-}
-
 QString appNameOf(const QString &bundlePath)
 {
     QString name = QFileInfo(bundlePath).fileName();
@@ -148,31 +140,31 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
 {
     const std::optional<QVariantMap> read = appInfo(bundlePath);
     if (!read)
-        return fail(error, u"Cannot update %1: it has no readable launcher script"_s.arg(bundlePath));
+        return Logger::fail(error, u"Cannot update %1: it has no readable launcher script"_s.arg(bundlePath));
     QVariantMap info = *read;
 
     const QString plistPath = bundlePath + u"/Contents/Info.plist"_s;
     QVariantMap plist = PropertyList::readFile(plistPath).toMap();
     if (!isSorvaneBundle(plist))
-        return fail(error, u"Cannot update %1: it was not made by Sorvane"_s.arg(bundlePath));
+        return Logger::fail(error, u"Cannot update %1: it was not made by Sorvane"_s.arg(bundlePath));
     const QString executable = executableName(bundlePath, plist);
     if (executable.isEmpty() || executable.contains(u'/'))
-        return fail(error, u"Cannot update %1: it has no launch program"_s.arg(bundlePath));
+        return Logger::fail(error, u"Cannot update %1: it has no launch program"_s.arg(bundlePath));
 
     const QString appID = registryId(context, bundlePath, info);
     if (appID.isEmpty())
-        return fail(error, u"Cannot update %1: the registry cannot be written"_s.arg(bundlePath));
+        return Logger::fail(error, u"Cannot update %1: the registry cannot be written"_s.arg(bundlePath));
     info.insert(u"appID"_s, appID);
     // One regeneration or edit of an app at a time, across Sorvane's processes.
     const FileLock lock(FileLock::lockPathFor(AppConfigFile::path(SNAppTracker(context).getAppBundle(), appID)));
     // Checked under the lock: files of a running engine are not replaced under it.
     if (isEngineRunning(bundlePath))
-        return fail(error, u"Not updating %1: the app is running; quit it and update again"_s.arg(bundlePath));
+        return Logger::fail(error, u"Not updating %1: the app is running; quit it and update again"_s.arg(bundlePath));
 
     refreshInfoDictionary(plist, executable, context);
     QString reason;
     if (!PropertyList::writeFile(plistPath, plist, &reason))
-        return fail(error, u"Cannot update %1: %2"_s.arg(plistPath, reason));
+        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(plistPath, reason));
 
     const AppDefinition definition = definitionForApp(context, executable, info);
     const BundleLayout layout = BundleLayout::atPath(bundlePath, executable);
@@ -180,18 +172,18 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     writer.setCompanionIncluded(info.value(u"shouldIncludeWLExt"_s).toBool());
     const QString script = writer.scriptText(appID, &reason);
     if (script.isEmpty())
-        return fail(error, u"Error updating executable. %1"_s.arg(reason));
+        return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
     writer.writeCompanionFiles();
 
     SNError installError;
     if (!writer.installLaunchPrograms(&installError))
-        return fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
+        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
     const QString innerApp = layout.resources + u"/InnerApp.app"_s;
     if (QFileInfo(innerApp).isDir() && !QFileInfo(innerApp).isSymLink())
         QDir(innerApp).removeRecursively();
 
     if (!AtomicWriter::write(layout.script(), script.toUtf8(), &reason))
-        return fail(error, u"Error updating executable. %1"_s.arg(reason));
+        return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
     clearAttr(context, bundlePath);
     preserveBrowserTypeForApp(context, bundlePath, info);
     EngineBuilder::runEngineScript(context, layout.resources, executable,
