@@ -173,3 +173,11 @@ void SNBulkApp::applyTo(AppDefinition &definition) const
     definition.restoreSession = restoreSession;
     definition.passwordManagerCompatibility = passwordManagerCompatibility;
 }
+
+void SNBulkApp::applyTabRules()
+{
+    if (incognito)
+        tabbedApp = true;
+    if (tabbedApp && tabsList.isEmpty())
+        tabsList.append(SNTabModel(appURL));
+}

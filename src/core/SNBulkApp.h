@@ -39,6 +39,10 @@ public:
 
     // The record of an app's definition (its folder as `creationPath`).
     static SNBulkApp fromDefinition(const AppDefinition &definition);
+    // What creation makes of a record, applied in place: an incognito app is tabbed, and a tabbed
+    // app has at least its start page as a tab.
+    void applyTabRules();
+
     // Copies the record's fields into `definition`; the browser, the profile to copy from and,
     // when `creationPath` is empty, the folder stay as they are. Tabs make the app tabbed.
     void applyTo(AppDefinition &definition) const;

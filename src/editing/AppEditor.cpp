@@ -72,11 +72,7 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     edited.appId = original.appId;
     edited.path = original.path;
     edited.installed = true;
-    // As at creation: an incognito app is tabbed, and a tabbed app has at least its start page.
-    if (edited.appItem.incognito)
-        edited.appItem.tabbedApp = true;
-    if (edited.appItem.tabbedApp && edited.appItem.tabsList.isEmpty())
-        edited.appItem.tabsList.append(SNTabModel(edited.appItem.appURL));
+    edited.appItem.applyTabRules();
     const QString newName = edited.appItem.appName;
     if (!SNAppEditHelper::validateAppName(newName))
         return Logger::fail(error, SNAppEditHelper::InvalidNameMessage);

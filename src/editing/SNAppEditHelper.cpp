@@ -104,15 +104,12 @@ QString renamedExecHead(const QString &head, const QString &oldName, const QStri
 // The definition the bundle writer builds from, under `name`.
 AppDefinition definitionFor(const SNEditorItem &app, const QString &name)
 {
+    SNBulkApp item = app.appItem;
+    item.applyTabRules();
     AppDefinition definition;
-    app.appItem.applyTo(definition);
+    item.applyTo(definition);
     definition.appName = name;
     definition.applicationType = BrowserCatalogue::numberForTypeKey(app.browser);
-    // As at creation: incognito apps are tabbed, and a tabbed app has at least its start page.
-    if (definition.incognito)
-        definition.needTab = true;
-    if (definition.needTab && definition.tabsList.isEmpty())
-        definition.tabsList.append(SNTabModel(definition.appURL));
     return definition;
 }
 
