@@ -115,6 +115,12 @@ void Context::setPrompter(std::unique_ptr<Prompter> prompter)
     m_prompter = std::move(prompter);
 }
 
+std::unique_ptr<Prompter> Context::exchangePrompter(std::unique_ptr<Prompter> prompter)
+{
+    std::swap(m_prompter, prompter);
+    return prompter;
+}
+
 QString Context::locateResources()
 {
     const QString fromEnvironment = qEnvironmentVariable("SORVANE_RESOURCES_DIR");

@@ -54,6 +54,8 @@ public:
     void setProcessRunner(std::unique_ptr<ProcessRunner> runner);
     void setTrash(std::unique_ptr<Trash> trash);
     void setPrompter(std::unique_ptr<Prompter> prompter);
+    // Installs `prompter` and hands back the one it replaces.
+    std::unique_ptr<Prompter> exchangePrompter(std::unique_ptr<Prompter> prompter);
 
     // Where the generator's resources are: $SORVANE_RESOURCES_DIR, beside the installed program,
     // or the build tree's resources/ folder (source resources plus the built programs) for a

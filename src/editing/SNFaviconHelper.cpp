@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QScreen>
 #include <QStringDecoder>
+#include <QTextDocumentFragment>
 #include <QThread>
 
 using namespace Qt::Literals::StringLiterals;
@@ -132,10 +133,12 @@ SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadl
 
     Found htmlCandidate;
     QUrl pageURL = appURL;
+    QString title;
     if (page.finished) {
         pageURL = page.finalUrl;
         Logger::log(u"response.URL:%1"_s.arg(pageURL.toString()));
         htmlCandidate = iconFromHTML(page.body, charsetOf(page.contentType), pageURL, deadline);
+        title = titleOfPage(decodePage(page.body, charsetOf(page.contentType)));
     }
     if (isCancelled)
         return {};
@@ -144,13 +147,22 @@ SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadl
     Found rootCandidate = searchURLForImages(pageURL, defaultNames(), deadline);
     if (isCancelled)
         return {};
-    if (htmlCandidate.image.isNull() || rootCandidate.width() > htmlCandidate.width())
-        return rootCandidate;
-    return htmlCandidate;
+    Found best = htmlCandidate.image.isNull() || rootCandidate.width() > htmlCandidate.width() ? rootCandidate
+                                                                                               : htmlCandidate;
+    best.pageTitle = title;
+    return best;
 }
 
 void SNFaviconHelper::getFaviconWithAppURL(const QUrl &appURL, QObject *receiver,
                                            std::function<void(const SNImage &)> completion)
+{
+    lookUpSite(appURL, receiver, [completion = std::move(completion)](const Found &found) {
+        if (completion)
+            completion(found.image);
+    });
+}
+
+void SNFaviconHelper::lookUpSite(const QUrl &appURL, QObject *receiver, std::function<void(const Found &)> completion)
 {
     if (isCancelled)
         return;
@@ -159,12 +171,22 @@ void SNFaviconHelper::getFaviconWithAppURL(const QUrl &appURL, QObject *receiver
         const Found found = searchFavicon(appURL);
         if (isCancelled || !completion)
             return;
-        QMetaObject::invokeMethod(receiver, [completion, image = found.image] { completion(image); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(receiver, [completion, found] { completion(found); }, Qt::QueuedConnection);
     });
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     m_search = thread;
     thread->start();
+}
+
+QString SNFaviconHelper::titleOfPage(const QString &html)
+{
+    // A title longer than this is not a name anyone wants; the bound also keeps the match cheap.
+    static const QRegularExpression titleExpression(u"<title[^>]*>([^<]{0,2048})</title"_s,
+                                                    QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = titleExpression.match(html);
+    if (!match.hasMatch())
+        return {};
+    return QTextDocumentFragment::fromHtml(match.captured(1)).toPlainText().simplified();
 }
 
 SNFaviconHelper::Found SNFaviconHelper::iconFromHTML(const QByteArray &page, const QString &textEncodingName,
@@ -229,7 +251,7 @@ SNFaviconHelper::Found SNFaviconHelper::widerOf(Found kept, const QUrl &candidat
     SNImage image = decodeIcon(*data);
     if (image.isNull())
         return kept;
-    Found found{std::move(image), candidate};
+    Found found{std::move(image), candidate, {}};
     return kept.image.isNull() || kept.width() < found.width() ? found : kept;
 }
 

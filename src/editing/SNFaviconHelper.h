@@ -43,6 +43,7 @@ public:
     {
         SNImage image;
         QUrl source;
+        QString pageTitle; // the page's <title>, as plain text; empty when it has none
         int width() const { return image.largestPixelSize().width(); }
         // The source for people: an icon inlined in the page is not printed whole.
         QString sourceText() const
@@ -72,6 +73,8 @@ public:
     // search: an owner that keeps the helper has that, since the helper's destructor cancels and
     // waits.
     void getFaviconWithAppURL(const QUrl &appURL, QObject *receiver, std::function<void(const SNImage &)> completion);
+    // The same, handing over what was found with the page's title.
+    void lookUpSite(const QUrl &appURL, QObject *receiver, std::function<void(const Found &)> completion);
     // Blocks until the threaded search's thread has ended.
     void waitForSearch();
 
@@ -85,6 +88,9 @@ public:
     // The body of a 200 answer, or nothing (any other status, an error, a time-out, too large).
     std::optional<QByteArray> dataFromURL(const QUrl &url,
                                           QDeadlineTimer deadline = QDeadlineTimer(QDeadlineTimer::Forever));
+
+    // The plain text of a page's <title>, white space simplified; empty when there is none.
+    static QString titleOfPage(const QString &html);
 
     QStringList defaultNames() const;
     QString acceptedRelationshipAttributesRegex() const;

@@ -1,0 +1,51 @@
+#include "editing/ProfileChoice.h"
+
+#include "core/BrowserCatalogue.h"
+#include "editing/SNExtensionDiscovery.h"
+#include "editing/SNProfileDiscovery.h"
+#include "generation/ApplicationManager.h"
+#include "generation/DefinitionValidator.h"
+#include "generation/ProfileSeeder.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+bool ProfileChoice::apply(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
+                 QString *error)
+{
+    if (!ProfileSeeder::isProfileKey(profileKey)) {
+        *error = u"profile: %1 is not a profile folder name"_s.arg(DefinitionValidator::quoted(profileKey));
+        return false;
+    }
+    for (const QString &id : extensions) {
+        if (!ProfileSeeder::isExtensionId(id)) {
+            *error = u"extension: %1 is not an extension id (32 letters a to p)"_s.arg(DefinitionValidator::quoted(id));
+            return false;
+        }
+    }
+    const QString typeKey = BrowserCatalogue::byNumber(manager.definition().applicationType).typeKey;
+    SNProfileDiscovery discovery(manager.context(), typeKey);
+    discovery.setCurrentProfileKey(profileKey);
+    std::optional<QJsonObject> preferences = discovery.getPreferenceJson();
+    if (!preferences) {
+        *error = u"profile: cannot read the preferences of profile %1 (%2)"_s.arg(
+            DefinitionValidator::quoted(profileKey), discovery.getPreferencePath(profileKey));
+        return false;
+    }
+    QStringList offered;
+    for (const ImportableExtension &extension : SNExtensionDiscovery::offerableExtensions(*preferences))
+        offered.append(extension.id);
+    for (const QString &id : extensions) {
+        if (!offered.contains(id)) {
+            *error = u"extension: %1 is not an extension of profile %2 that an app can take over (see `sorvane profiles %3`)"_s
+                         .arg(DefinitionValidator::quoted(id), DefinitionValidator::quoted(profileKey), typeKey);
+            return false;
+        }
+    }
+    // The new profile starts from these preferences: of the extensions the user could choose, only
+    // the chosen ones stay.
+    SNExtensionDiscovery::getExtensions(*preferences, extensions);
+    manager.profileSource.preferenceJson = *preferences;
+    manager.definition().currentProfileKey = profileKey;
+    manager.definition().selectedExtensions = extensions;
+    return true;
+}

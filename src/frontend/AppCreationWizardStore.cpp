@@ -1,0 +1,867 @@
+#include "frontend/AppCreationWizardStore.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/NotificationCenter.h"
+#include "core/Prompter.h"
+#include "core/UserDefaults.h"
+#include "editing/AppEditor.h"
+#include "editing/BrowserDataImporter.h"
+#include "editing/ImportCategory.h"
+#include "editing/ProfileBackup.h"
+#include "editing/SNAppEditHelper.h"
+#include "editing/SNExtensionDiscovery.h"
+#include "editing/SNFaviconHelper.h"
+#include "editing/SNProfileDiscovery.h"
+#include "frontend/ChoiceListModel.h"
+#include "frontend/DestinationChoicesModel.h"
+#include "frontend/FrontendNotifications.h"
+#include "frontend/IconComposer.h"
+#include "frontend/InstalledBrowsers.h"
+#include "frontend/RoutingRulesModel.h"
+#include "frontend/TabsModel.h"
+#include "generation/ApplicationManager.h"
+#include "generation/DefinitionValidator.h"
+#include "maintenance/SNRecentAppsManager.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+#include <QThreadPool>
+#include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString ApplicationsPathKey = u"applicationsPath"_s;
+const QString DefaultRegisterAsBrowserKey = u"defaultRegisterAsBrowser"_s;
+const QString DefaultIncognitoModeKey = u"defaultIncognitoMode"_s;
+const QString DefaultTabbedAppsKey = u"defaultTabbedApps"_s;
+const QString DefaultIconShapeKey = u"defaultIconShape"_s;
+const QString DefaultImportEnabledKey = u"defaultImportEnabled"_s;
+const QString DefaultImportCategoriesKey = u"defaultImportCategories"_s;
+const QStringList IconShapes{u"circle"_s, u"roundedSquare"_s, u"square"_s};
+
+QString yesNo(bool value)
+{
+    return value ? u"true"_s : u"false"_s;
+}
+
+// What the user typed, as an address: a text without a scheme is taken as https.
+QString normalisedAddress(const QString &typed)
+{
+    const QString trimmed = typed.trimmed();
+    if (trimmed.isEmpty() || trimmed.contains(u"://"_s))
+        return trimmed;
+    return u"https://"_s + trimmed;
+}
+
+// Forwards questions to the user's prompter but keeps error alerts back: the wizard shows a
+// failed creation in its own alert.
+class WizardPrompter final : public Prompter
+{
+public:
+    explicit WizardPrompter(Prompter &user)
+        : m_user(user)
+    {
+    }
+    int ask(const QString &message, const QString &informativeText, const QStringList &buttons) override
+    {
+        return m_user.ask(message, informativeText, buttons);
+    }
+    void showError(const QString &message) override { lastError = message; }
+
+    QString lastError;
+
+private:
+    Prompter &m_user;
+};
+
+// Runs `work` on the shared pool and hands its result to `deliver` on the store's thread, unless
+// the store has gone meanwhile.
+template<typename Result>
+void inBackground(QObject *store, std::function<Result()> work, std::function<void(const Result &)> deliver)
+{
+    QPointer<QObject> guard(store);
+    QThreadPool::globalInstance()->start([guard, work = std::move(work), deliver = std::move(deliver)] {
+        Result result = work();
+        if (!guard)
+            return;
+        QMetaObject::invokeMethod(
+            guard.data(),
+            [guard, deliver, result = std::move(result)] {
+                if (guard)
+                    deliver(result);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+} // namespace
+
+const QString AppCreationWizardStore::CreationErrorTitle = u"App Creation Failed"_s;
+
+AppCreationWizardStore::AppCreationWizardStore(Context &context, QObject *parent)
+    : QObject(parent),
+      m_context(context),
+      m_tabs(new TabsModel(this)),
+      m_routingRules(new RoutingRulesModel(this)),
+      m_destinations(new DestinationChoicesModel(context, this)),
+      m_importProfiles(new ChoiceListModel(this)),
+      m_importExtensions(new ChoiceListModel(this))
+{
+    initialize();
+}
+
+AppCreationWizardStore::AppCreationWizardStore(Context &context, const HomescreenAppEntry &editingApp, QObject *parent)
+    : QObject(parent),
+      m_context(context),
+      m_tabs(new TabsModel(this)),
+      m_routingRules(new RoutingRulesModel(this)),
+      m_destinations(new DestinationChoicesModel(context, this)),
+      m_importProfiles(new ChoiceListModel(this)),
+      m_importExtensions(new ChoiceListModel(this)),
+      m_editingApp(editingApp)
+{
+    initialize();
+}
+
+AppCreationWizardStore::~AppCreationWizardStore() = default;
+
+void AppCreationWizardStore::initialize()
+{
+    m_isInitializing = true;
+    m_importCategories = allImportCategories().mid(0, 0);
+    for (ImportCategory category : ImportCategories::defaults())
+        m_importCategories.append(ImportCategories::rawValue(category));
+    loadDefaults();
+    if (m_editingApp)
+        loadEditedApp();
+    installObservers();
+    m_isInitializing = false;
+}
+
+template<typename T>
+void AppCreationWizardStore::set(T &field, const T &value, void (AppCreationWizardStore::*changed)())
+{
+    if (field == value)
+        return;
+    field = value;
+    Q_EMIT(this->*changed)();
+}
+
+QString AppCreationWizardStore::rawValue(WizardStep step)
+{
+    switch (step) {
+    case WizardStep::Basics:
+        return u"basics"_s;
+    case WizardStep::Browser:
+        return u"browser"_s;
+    case WizardStep::Settings:
+        return u"settings"_s;
+    case WizardStep::Review:
+        return u"review"_s;
+    }
+    return {};
+}
+
+QList<AppCreationWizardStore::WizardStep> AppCreationWizardStore::allSteps()
+{
+    return {WizardStep::Basics, WizardStep::Browser, WizardStep::Settings, WizardStep::Review};
+}
+
+QString AppCreationWizardStore::message(ValidationError error)
+{
+    switch (error) {
+    case ValidationError::EmptyAppName:
+        return u"App name is required"_s;
+    case ValidationError::EmptyAppURL:
+        return u"App URL is required"_s;
+    case ValidationError::InvalidURL:
+        return u"Please enter a valid URL"_s;
+    case ValidationError::InvalidAppName:
+        return u"App name contains invalid characters"_s;
+    }
+    return {};
+}
+
+void AppCreationWizardStore::loadDefaults()
+{
+    UserDefaults &defaults = m_context.defaults();
+    const QString location = defaults.stringForKey(ApplicationsPathKey);
+    set(m_appSaveLocation, location.isEmpty() ? m_context.applicationsFolder() : location,
+        &AppCreationWizardStore::appSaveLocationChanged);
+    Logger::log(u"Wizard loading settings - applicationsPath: "_s + m_appSaveLocation);
+
+    if (!m_editingApp) {
+        const std::pair<QString, bool AppCreationWizardStore::*> switches[] = {
+            {DefaultRegisterAsBrowserKey, &AppCreationWizardStore::m_registerAsBrowser},
+            {DefaultIncognitoModeKey, &AppCreationWizardStore::m_enableIncognito},
+            {DefaultTabbedAppsKey, &AppCreationWizardStore::m_isTabbedApp},
+        };
+        for (const auto &[key, member] : switches) {
+            bool value = false;
+            if (defaults.hasPersistentValue(key))
+                value = defaults.boolForKey(key);
+            else
+                defaults.setValue(key, false);
+            this->*member = value;
+        }
+        Q_EMIT registerAsBrowserChanged();
+        Q_EMIT enableIncognitoChanged();
+        Q_EMIT isTabbedAppChanged();
+    }
+
+    const QString shape = defaults.stringForKey(DefaultIconShapeKey);
+    if (IconShapes.contains(shape))
+        set(m_selectedIconShape, shape, &AppCreationWizardStore::selectedIconShapeChanged);
+    set(m_importEnabled, defaults.boolForKey(DefaultImportEnabledKey), &AppCreationWizardStore::importEnabledChanged);
+    if (defaults.hasPersistentValue(DefaultImportCategoriesKey)) {
+        QStringList categories;
+        for (ImportCategory category :
+             ImportCategories::fromSavedList(defaults.value(DefaultImportCategoriesKey).toStringList()))
+            categories.append(ImportCategories::rawValue(category));
+        setImportCategories(categories);
+    }
+    if (m_enableIncognito && !m_isTabbedApp) {
+        Logger::log(u"🔍 Debug - Forcing isTabbedApp = true because incognito is enabled"_s);
+        set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
+    }
+}
+
+void AppCreationWizardStore::installObservers()
+{
+    Logger::log(u"🔧 Adding notification observer for SorvaneSettingsChanged"_s);
+    m_context.notifications().addObserver(FrontendNotifications::SorvaneSettingsChanged, this, [this](const QVariantMap &) {
+        if (m_editingApp) {
+            Logger::log(u"🔄 Skipping settings refresh (editing existing app)"_s);
+            return;
+        }
+        m_isInitializing = true;
+        loadDefaults();
+        m_isInitializing = false;
+    });
+    // Incognito needs the tabbed engine; a user's choice of it turns tabs on.
+    connect(this, &AppCreationWizardStore::enableIncognitoChanged, this, [this] {
+        if (!m_isInitializing && m_enableIncognito)
+            set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
+    });
+    connect(this, &AppCreationWizardStore::importEnabledChanged, this, [this] {
+        if (!m_isInitializing && m_importEnabled)
+            loadImportProfiles();
+    });
+    connect(this, &AppCreationWizardStore::selectedBrowserChanged, this, [this] {
+        if (!m_isInitializing && m_importEnabled)
+            loadImportProfiles();
+    });
+    connect(this, &AppCreationWizardStore::selectedImportProfileKeyChanged, this, [this] {
+        if (!m_isInitializing)
+            loadImportExtensions();
+    });
+    connect(m_importExtensions, &ChoiceListModel::checkedKeysChanged, this,
+            &AppCreationWizardStore::selectedExtensionIDsChanged);
+}
+
+void AppCreationWizardStore::loadEditedApp()
+{
+    const HomescreenAppEntry &entry = *m_editingApp;
+    if (!entry.appPath.isEmpty()) {
+        QString error;
+        m_originalItem = AppEditor(m_context).load(entry.appPath, entry.id, &error);
+        if (!m_originalItem) {
+            m_creationError = error;
+            m_showingError = true;
+        }
+    }
+    if (m_originalItem) {
+        fill(m_originalItem->appItem, BrowserCatalogue::numberForTypeKey(m_originalItem->browser));
+        m_appSaveLocation = QFileInfo(m_originalItem->path).absolutePath();
+        m_destinations->reload(m_originalItem->path);
+    } else {
+        // A duplicate: what the home screen knows of the app it copies.
+        SNBulkApp app;
+        app.appName = entry.name;
+        app.appURL = entry.urls.value(0);
+        app.tabbedApp = entry.isTabbed();
+        if (app.tabbedApp) {
+            for (const QString &url : entry.urls)
+                app.tabsList.append(SNTabModel(url));
+        }
+        app.registerAsBrowser = entry.registerAsBrowser;
+        app.incognito = entry.enableIncognito;
+        app.whitelistingEnabled = entry.enableWhitelisting;
+        if (!entry.iconImage.isNull())
+            app.appIcon = SNImage({entry.iconImage});
+        fill(app, entry.browserType);
+    }
+    m_structuralSnapshot = structuralState();
+}
+
+void AppCreationWizardStore::fill(const SNBulkApp &app, int browser)
+{
+    m_appName = app.appName;
+    m_appURL = app.appURL;
+    m_selectedBrowser = browser;
+    m_appIcon = app.appIcon;
+    m_isTabbedApp = app.tabbedApp;
+    QStringList urls;
+    for (const SNTabModel &tab : app.tabsList)
+        urls.append(tab.tabUrlString);
+    m_tabs->setUrls(urls);
+    m_registerAsBrowser = app.registerAsBrowser;
+    m_enableIncognito = app.incognito;
+    m_routingRules->setRecords(app.routingRules);
+    m_defaultRouteDestination = RoutingDestination::fromRecord(app.defaultDestination.value_or(QVariantMap{}))
+                                    .value_or(RoutingDestination::defaultBrowser());
+    m_forceDarkMode = app.forceDarkMode;
+    m_accentColorEnabled = !app.accentColor.isEmpty();
+    if (m_accentColorEnabled)
+        m_accentColor = QColor(app.accentColor);
+    m_restoreTabsOnLaunch = app.restoreSession;
+    m_passwordManagerCompatibility = app.passwordManagerCompatibility;
+}
+
+// Navigation and validation
+
+QList<AppCreationWizardStore::ValidationError> AppCreationWizardStore::errorsOf(WizardStep step) const
+{
+    QList<ValidationError> errors;
+    if (step == WizardStep::Basics || step == WizardStep::Review) {
+        if (m_appName.trimmed().isEmpty())
+            errors.append(ValidationError::EmptyAppName);
+        // A tabbed app may do without a start address when its tabs have one; every address it
+        // has must be a web address.
+        QStringList addresses;
+        if (!m_appURL.trimmed().isEmpty())
+            addresses.append(m_appURL);
+        if (m_isTabbedApp)
+            addresses.append(m_tabs->validUrls());
+        if (addresses.isEmpty())
+            errors.append(ValidationError::EmptyAppURL);
+        else if (!std::all_of(addresses.cbegin(), addresses.cend(), [](const QString &address) {
+                     return DefinitionValidator::isWebAddress(normalisedAddress(address));
+                 }))
+            errors.append(ValidationError::InvalidURL);
+        if (m_appName.contains(u'/') || m_appName.contains(u'\\'))
+            errors.append(ValidationError::InvalidAppName);
+    }
+    return errors;
+}
+
+bool AppCreationWizardStore::validateCurrentStep()
+{
+    m_validationErrors = errorsOf(m_currentStep);
+    for (WizardStep step : allSteps())
+        m_stepValidationStates.insert(step, errorsOf(step).isEmpty());
+    Q_EMIT validationErrorsChanged();
+    return m_validationErrors.isEmpty();
+}
+
+bool AppCreationWizardStore::nextStep()
+{
+    if (!validateCurrentStep() || m_currentStep == WizardStep::Review)
+        return false;
+    m_isNavigatingForward = true;
+    m_currentStep = static_cast<WizardStep>(static_cast<int>(m_currentStep) + 1);
+    Q_EMIT currentStepChanged();
+    return true;
+}
+
+void AppCreationWizardStore::previousStep()
+{
+    if (m_currentStep == WizardStep::Basics)
+        return;
+    m_isNavigatingForward = false;
+    m_currentStep = static_cast<WizardStep>(static_cast<int>(m_currentStep) - 1);
+    Q_EMIT currentStepChanged();
+}
+
+void AppCreationWizardStore::goToStep(WizardStep step)
+{
+    if (step == m_currentStep)
+        return;
+    m_isNavigatingForward = step > m_currentStep;
+    m_currentStep = step;
+    Q_EMIT currentStepChanged();
+}
+
+QVariantList AppCreationWizardStore::validationErrorList() const
+{
+    QVariantList list;
+    for (ValidationError error : m_validationErrors)
+        list.append(QVariant::fromValue(error));
+    return list;
+}
+
+QStringList AppCreationWizardStore::validationMessages() const
+{
+    QStringList messages;
+    for (ValidationError error : m_validationErrors)
+        messages.append(message(error));
+    return messages;
+}
+
+QVariantMap AppCreationWizardStore::stepValidationStates() const
+{
+    QVariantMap states;
+    for (auto it = m_stepValidationStates.cbegin(); it != m_stepValidationStates.cend(); ++it)
+        states.insert(rawValue(it.key()), it.value());
+    return states;
+}
+
+// Browser
+
+QVariantList AppCreationWizardStore::installedBrowsers() const
+{
+    QVariantList list;
+    for (int type : InstalledBrowsers::detect(m_context.defaults()))
+        list.append(type);
+    return list;
+}
+
+void AppCreationWizardStore::setSelectedBrowser(int type)
+{
+    type = BrowserCatalogue::byNumber(type).number;
+    if (type == m_selectedBrowser)
+        return;
+    m_selectedBrowser = type;
+    Q_EMIT selectedBrowserChanged();
+    if (m_isInitializing || !m_originalItem)
+        return;
+    // A new engine for an existing app starts with an empty profile: the user is asked first.
+    const bool switching = BrowserCatalogue::typeKeyForNumber(type) != m_originalItem->browser;
+    m_engineSwitchConfirmed = false;
+    m_restoreProfileBackupOnSwitch = false;
+    set(m_showingEngineSwitchWarning, switching, &AppCreationWizardStore::engineSwitchChanged);
+    Q_EMIT engineSwitchChanged();
+}
+
+QString AppCreationWizardStore::engineSwitchWarningText() const
+{
+    if (!m_originalItem)
+        return {};
+    return ProfileBackup::switchWarning(m_originalItem->appItem.appName, m_originalItem->browserName(),
+                                        BrowserCatalogue::byNumber(m_selectedBrowser).browserName,
+                                        engineSwitchCanRestore());
+}
+
+bool AppCreationWizardStore::engineSwitchCanRestore() const
+{
+    return m_originalItem &&
+           ProfileBackup(m_context, m_originalItem->path).exists(BrowserCatalogue::typeKeyForNumber(m_selectedBrowser));
+}
+
+void AppCreationWizardStore::confirmEngineSwitch(bool restoreBackup)
+{
+    m_engineSwitchConfirmed = true;
+    m_restoreProfileBackupOnSwitch = restoreBackup;
+    Logger::log(u"🔄 Engine switch: "_s + BrowserCatalogue::typeKeyForNumber(m_selectedBrowser));
+    set(m_showingEngineSwitchWarning, false, &AppCreationWizardStore::engineSwitchChanged);
+}
+
+void AppCreationWizardStore::cancelEngineSwitch()
+{
+    m_engineSwitchConfirmed = false;
+    m_restoreProfileBackupOnSwitch = false;
+    if (m_originalItem)
+        setSelectedBrowser(BrowserCatalogue::numberForTypeKey(m_originalItem->browser));
+    set(m_showingEngineSwitchWarning, false, &AppCreationWizardStore::engineSwitchChanged);
+}
+
+void AppCreationWizardStore::applyInitialBrowserFromPickerOrder()
+{
+    if (m_editingApp || m_didApplyInitialBrowserFromPickerOrder)
+        return;
+    m_didApplyInitialBrowserFromPickerOrder = true;
+    const QList<int> installed = InstalledBrowsers::detect(m_context.defaults());
+    if (installed.isEmpty())
+        return;
+    setSelectedBrowser(installed.first());
+    if (installed.first() == BrowserCatalogue::Opera)
+        set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
+}
+
+// Icon and name
+
+void AppCreationWizardStore::setAppIcon(const SNImage &icon, bool customAsset)
+{
+    m_appIcon = icon;
+    m_isCustomAssetIcon = customAsset && !icon.isNull();
+    Q_EMIT appIconChanged();
+}
+
+bool AppCreationWizardStore::setIconFromFile(const QString &path)
+{
+    QString error;
+    const SNImage icon = SNImage::fromFile(QUrl(path).isLocalFile() ? QUrl(path).toLocalFile() : path, &error);
+    if (icon.isNull()) {
+        Logger::log(u"⚠️ Icon not usable: "_s + error);
+        return false;
+    }
+    setAppIcon(icon, true);
+    return true;
+}
+
+void AppCreationWizardStore::clearIcon()
+{
+    setAppIcon({}, false);
+}
+
+void AppCreationWizardStore::detectNameAndIcon()
+{
+    const QString address = m_appURL.trimmed();
+    const bool hasScheme = address.startsWith(u"http://"_s) || address.startsWith(u"https://"_s) ||
+                           address.startsWith(u"file://"_s);
+    if (!hasScheme && address.size() < 4)
+        return;
+    if (!m_favicon)
+        m_favicon = std::make_unique<SNFaviconHelper>();
+    m_isAutoDetecting = true;
+    m_isLoadingFavicon = true;
+    Q_EMIT detectionChanged();
+    m_favicon->lookUpSite(QUrl(SNFaviconHelper::normalisedAddress(address)), this, [this](const SNFaviconHelper::Found &found) {
+        m_isAutoDetecting = false;
+        m_isLoadingFavicon = false;
+        m_autoDetectedName = found.pageTitle;
+        Q_EMIT detectionChanged();
+        if (!found.image.isNull() && !m_isCustomAssetIcon)
+            setAppIcon(found.image, false);
+        if (m_appName.trimmed().isEmpty() && !found.pageTitle.isEmpty())
+            set(m_appName, found.pageTitle, &AppCreationWizardStore::appNameChanged);
+    });
+}
+
+SNImage AppCreationWizardStore::composedIcon() const
+{
+    if (m_appIcon.isNull() || m_hasCustomIconEnhancements)
+        return IconComposer::compose(m_appIcon, m_appName, m_selectedIconShape, m_selectedIconColor);
+    return m_appIcon;
+}
+
+StructuralState AppCreationWizardStore::structuralState() const
+{
+    StructuralState state = StructuralState::of(bulkApp());
+    state.iconIdentity = m_appIcon.isNull() ? 0 : m_appIcon.largestRepresentation().cacheKey();
+    state.hasCustomIconEnhancements = m_hasCustomIconEnhancements;
+    state.iconShape = m_selectedIconShape;
+    state.iconColor = m_selectedIconColor;
+    return state;
+}
+
+// Import of browser data
+
+QStringList AppCreationWizardStore::allImportCategories()
+{
+    QStringList names;
+    for (ImportCategory category : ImportCategories::all())
+        names.append(ImportCategories::rawValue(category));
+    return names;
+}
+
+void AppCreationWizardStore::setImportCategories(const QStringList &categories)
+{
+    QStringList known;
+    for (const QString &name : allImportCategories()) {
+        if (categories.contains(name))
+            known.append(name);
+    }
+    set(m_importCategories, known, &AppCreationWizardStore::importCategoriesChanged);
+}
+
+void AppCreationWizardStore::setSelectedImportProfileKey(const QString &key)
+{
+    set(m_selectedImportProfileKey, key, &AppCreationWizardStore::selectedImportProfileKeyChanged);
+}
+
+QStringList AppCreationWizardStore::selectedExtensionIDs() const
+{
+    QStringList ids = m_importExtensions->checkedKeys().values();
+    ids.sort();
+    return ids;
+}
+
+void AppCreationWizardStore::setSelectedExtensionIDs(const QStringList &ids)
+{
+    m_importExtensions->setCheckedKeys(QSet<QString>(ids.cbegin(), ids.cend()));
+}
+
+QVariantMap AppCreationWizardStore::lastImportSummary() const
+{
+    return m_lastImportSummary ? m_lastImportSummary->toVariantMap() : QVariantMap();
+}
+
+void AppCreationWizardStore::loadImportProfiles()
+{
+    const QString typeKey = BrowserCatalogue::typeKeyForNumber(m_selectedBrowser);
+    m_isLoadingImportProfiles = true;
+    Q_EMIT importStateChanged();
+    Context *context = &m_context;
+    inBackground<QList<ChoiceListModel::Choice>>(
+        this,
+        [context, typeKey] {
+            QList<ChoiceListModel::Choice> choices;
+            for (const ImportableProfile &profile : SNProfileDiscovery(*context, typeKey).profiles())
+                choices.append({profile.key, profile.name});
+            return choices;
+        },
+        [this](const QList<ChoiceListModel::Choice> &choices) {
+            m_importProfiles->setChoices(choices);
+            m_isLoadingImportProfiles = false;
+            Q_EMIT importStateChanged();
+            if (!m_importProfiles->contains(m_selectedImportProfileKey))
+                setSelectedImportProfileKey(choices.isEmpty() ? QString() : choices.first().key);
+        });
+}
+
+void AppCreationWizardStore::loadImportExtensions()
+{
+    if (m_selectedImportProfileKey.isEmpty()) {
+        m_importExtensions->setChoices({});
+        return;
+    }
+    const QString typeKey = BrowserCatalogue::typeKeyForNumber(m_selectedBrowser);
+    const QString profileKey = m_selectedImportProfileKey;
+    m_isLoadingImportExtensions = true;
+    Q_EMIT importStateChanged();
+    Context *context = &m_context;
+    inBackground<QList<ChoiceListModel::Choice>>(
+        this,
+        [context, typeKey, profileKey] {
+            QList<ChoiceListModel::Choice> choices;
+            const std::optional<QJsonObject> preferences =
+                SNProfileDiscovery(*context, typeKey).preferencesOf(profileKey);
+            if (preferences) {
+                for (const ImportableExtension &extension : SNExtensionDiscovery::offerableExtensions(*preferences))
+                    choices.append({extension.id, extension.name});
+            }
+            return choices;
+        },
+        [this, profileKey](const QList<ChoiceListModel::Choice> &choices) {
+            if (profileKey != m_selectedImportProfileKey)
+                return; // a later choice has its own scan
+            m_importExtensions->setChoices(choices);
+            m_isLoadingImportExtensions = false;
+            Q_EMIT importStateChanged();
+        });
+}
+
+void AppCreationWizardStore::runImport(const QString &bundlePath)
+{
+    m_isImportingData = true;
+    Q_EMIT importStateChanged();
+    QList<ImportCategory> categories;
+    for (const QString &name : m_importCategories) {
+        if (const std::optional<ImportCategory> category = ImportCategories::fromRawValue(name))
+            categories.append(*category);
+    }
+    QList<ImportableExtension> extensions;
+    const QSet<QString> chosen = m_importExtensions->checkedKeys();
+    for (const ChoiceListModel::Choice &choice : m_importExtensions->choices()) {
+        if (chosen.contains(choice.key))
+            extensions.append({choice.key, choice.name});
+    }
+    const BrowserInfo &browser = BrowserCatalogue::byNumber(m_selectedBrowser);
+    const BrowserDataImporter importer(BrowserCatalogue::userDataFolder(browser, m_context.homeFolder()));
+    ImportSummary missing;
+    missing.missingSource = true;
+    const ImportSummary summary = m_selectedImportProfileKey.isEmpty()
+                                      ? missing
+                                      : importer.importData(m_selectedImportProfileKey, categories, extensions,
+                                                            bundlePath + u"/Contents/Profile/Default"_s);
+    Logger::log(u"📦 Browser data import: "_s + summary.description());
+    m_lastImportSummary = summary;
+    m_importMessages = summary.messages();
+    m_isImportingData = false;
+    Q_EMIT importStateChanged();
+}
+
+// Creation and update
+
+SNBulkApp AppCreationWizardStore::bulkApp() const
+{
+    SNBulkApp app;
+    app.appName = m_appName.trimmed();
+    app.appURL = normalisedAddress(m_appURL);
+    app.appIcon = m_appIcon;
+    app.creationPath = m_appSaveLocation;
+    app.registerAsBrowser = m_registerAsBrowser;
+    app.incognito = m_enableIncognito;
+    app.tabbedApp = m_isTabbedApp;
+    if (m_isTabbedApp) {
+        for (const QString &url : m_tabs->validUrls())
+            app.tabsList.append(SNTabModel(normalisedAddress(url)));
+        if (app.appURL.isEmpty() && !app.tabsList.isEmpty())
+            app.appURL = app.tabsList.first().tabUrlString;
+    }
+    app.routingRules = m_routingRules->records();
+    if (m_defaultRouteDestination.kind != RoutingDestination::Kind::Default)
+        app.defaultDestination = m_defaultRouteDestination.toRecord();
+    app.forceDarkMode = m_forceDarkMode;
+    if (m_accentColorEnabled && m_accentColor.isValid())
+        app.accentColor = m_accentColor.name(QColor::HexRgb).toUpper();
+    app.restoreSession = m_restoreTabsOnLaunch;
+    app.passwordManagerCompatibility = m_passwordManagerCompatibility;
+    if (m_editingApp && m_originalItem)
+        app.whitelistingEnabled = m_originalItem->appItem.whitelistingEnabled;
+    return app;
+}
+
+void AppCreationWizardStore::setCreationProgress(double progress)
+{
+    m_creationProgress = progress;
+    Q_EMIT creationStateChanged();
+}
+
+void AppCreationWizardStore::fail(const QString &message)
+{
+    m_isCreatingApp = false;
+    m_creationError = message;
+    m_showingError = true;
+    Q_EMIT creationStateChanged();
+}
+
+void AppCreationWizardStore::dismissError()
+{
+    m_showingError = false;
+    Q_EMIT creationStateChanged();
+}
+
+bool AppCreationWizardStore::createApp()
+{
+    if (m_isCreatingApp)
+        return false;
+    if (!validateCurrentStep() || !errorsOf(WizardStep::Review).isEmpty()) {
+        fail(validationMessages().value(0, message(errorsOf(WizardStep::Review).value(0))));
+        return false;
+    }
+    m_isCreatingApp = true;
+    m_showingSuccess = false;
+    m_creationError.clear();
+    m_showingError = false;
+    setCreationProgress(0.1);
+    return m_originalItem ? updateExistingApp() : createNewApp();
+}
+
+bool AppCreationWizardStore::createNewApp()
+{
+    SNBulkApp app = bulkApp();
+    app.appIcon = composedIcon();
+    Logger::log(u"🔍 AppCreationWizardStore - Creating app with incognito: "_s + yesNo(m_enableIncognito));
+    Logger::log(u"🔍 AppCreationWizardStore - SNBulkApp.incognito set to: "_s + yesNo(app.incognito));
+    Logger::log(u"🔍 AppCreationWizardStore - Tabbed app: "_s + yesNo(app.tabbedApp));
+
+    QString error;
+    if (!DefinitionValidator(m_context, QDir::currentPath()).validate(app, &error)) {
+        fail(error);
+        return false;
+    }
+    app.applyTabRules();
+    setCreationProgress(0.3);
+
+    ApplicationManager manager(m_context);
+    manager.definition().applicationType = m_selectedBrowser;
+    app.applyTo(manager.definition());
+    auto prompter = std::make_unique<WizardPrompter>(m_context.prompter());
+    WizardPrompter *wizardPrompter = prompter.get();
+    std::unique_ptr<Prompter> user = m_context.exchangePrompter(std::move(prompter));
+    SNError creationError;
+    const bool made = manager.createForReal({}, &creationError);
+    const QString alert = wizardPrompter->lastError;
+    m_context.setPrompter(std::move(user));
+    setCreationProgress(0.8);
+
+    const QString expected = made ? manager.created().bundlePath : manager.layout().bundle;
+    if (!made || !QFileInfo(expected).isDir()) {
+        Logger::log(u"❌ App was not created at: "_s + expected);
+        const QString reason = !creationError.description.isEmpty() ? creationError.description : alert;
+        fail(reason.isEmpty() ? u"App creation failed. Please check your settings and try again."_s : reason);
+        return false;
+    }
+    Logger::log(u"✅ App successfully created at: "_s + expected);
+    m_createdAppPath = expected;
+    const QString macOS = expected + u"/Contents/MacOS"_s;
+    const QFileInfo launcher(macOS + u'/' + SNRecentAppsManager::launcherBinaryNameForApp(expected));
+    Logger::log(launcher.isFile() && launcher.isExecutable() ? u"✅ App is executable"_s
+                                                             : u"❌ App is not executable - this might be the issue!"_s);
+    Logger::log(u"📁 Contents/MacOS: "_s + QDir(macOS).entryList(QDir::Files | QDir::NoDotAndDotDot).join(u", "_s));
+
+    if (m_importEnabled)
+        runImport(expected);
+    setCreationProgress(1.0);
+    m_isCreatingApp = false;
+    m_showingSuccess = true;
+    Q_EMIT creationStateChanged();
+    m_context.notifications().post(FrontendNotifications::AppCreationCompleted);
+    return true;
+}
+
+bool AppCreationWizardStore::updateExistingApp()
+{
+    const SNEditorItem &original = *m_originalItem;
+    Logger::log(u"🔧 Starting in-place app update for: "_s + original.appItem.appName);
+    if (original.browser != BrowserCatalogue::typeKeyForNumber(m_selectedBrowser) && !m_engineSwitchConfirmed) {
+        set(m_showingEngineSwitchWarning, true, &AppCreationWizardStore::engineSwitchChanged);
+        m_isCreatingApp = false;
+        Q_EMIT creationStateChanged();
+        return false;
+    }
+    AppEditor::Change change;
+    change.edited = original;
+    change.edited.appItem = bulkApp();
+    change.edited.appItem.appIcon = original.appItem.appIcon;
+    change.edited.browser = BrowserCatalogue::typeKeyForNumber(m_selectedBrowser);
+    change.restoreBackup = m_restoreProfileBackupOnSwitch;
+    const StructuralState now = structuralState();
+    const bool iconChanged = !m_structuralSnapshot || now.iconIdentity != m_structuralSnapshot->iconIdentity ||
+                             now.hasCustomIconEnhancements != m_structuralSnapshot->hasCustomIconEnhancements ||
+                             now.iconShape != m_structuralSnapshot->iconShape ||
+                             now.iconColor != m_structuralSnapshot->iconColor;
+    if (iconChanged)
+        change.newIcon = composedIcon();
+
+    AppEditor editor(m_context);
+    QString error;
+    if (!editor.save(original, change, &error)) {
+        fail(error);
+        return false;
+    }
+    setCreationProgress(0.8);
+    QString path = editor.result().path;
+    if (path != original.path) {
+        Logger::log(u"📁 New app path: "_s + path);
+        Logger::log(u"🔍 Found renamed app at: "_s + path);
+    }
+    Logger::log(QFileInfo(path).isDir() ? u"✅ Updated app verified at: "_s + path
+                                        : u"❌ App not found at expected path: "_s + path);
+    m_originalItem = editor.result();
+    m_originalItem->appItem.appIcon = iconChanged ? change.newIcon : original.appItem.appIcon;
+    m_editingApp->appPath = path;
+    m_editingApp->name = m_originalItem->appItem.appName;
+    m_structuralSnapshot = structuralState();
+    m_engineSwitchConfirmed = false;
+    m_restoreProfileBackupOnSwitch = false;
+    m_createdAppPath = path;
+    setCreationProgress(1.0);
+    m_isCreatingApp = false;
+    m_showingSuccess = true;
+    Q_EMIT creationStateChanged();
+    m_context.notifications().post(FrontendNotifications::AppCreationCompleted);
+    return true;
+}
+
+bool AppCreationWizardStore::launchCreatedApp()
+{
+    if (m_createdAppPath.isEmpty()) {
+        Logger::log(u"❌ Cannot launch app: createdAppPath is empty"_s);
+        return false;
+    }
+    if (!QFileInfo::exists(m_createdAppPath)) {
+        Logger::log(u"❌ App does not exist at: "_s + m_createdAppPath);
+        return false;
+    }
+    // TODO(frontend): start through the shared bundle launcher.
+    Logger::log(u"❌ App launch failed"_s);
+    return false;
+}
