@@ -43,12 +43,7 @@ void ChoiceListModel::setChoices(const QList<Choice> &choices)
     beginResetModel();
     m_choices = choices;
     endResetModel();
-    QSet<QString> kept;
-    for (const QString &key : std::as_const(m_checked)) {
-        if (contains(key))
-            kept.insert(key);
-    }
-    setCheckedKeys(kept);
+    setCheckedKeys(m_checked);
 }
 
 bool ChoiceListModel::contains(const QString &key) const
@@ -56,8 +51,13 @@ bool ChoiceListModel::contains(const QString &key) const
     return std::any_of(m_choices.cbegin(), m_choices.cend(), [&](const Choice &choice) { return choice.key == key; });
 }
 
-void ChoiceListModel::setCheckedKeys(const QSet<QString> &keys)
+void ChoiceListModel::setCheckedKeys(const QSet<QString> &wanted)
 {
+    QSet<QString> keys;
+    for (const QString &key : wanted) {
+        if (contains(key))
+            keys.insert(key);
+    }
     if (keys == m_checked)
         return;
     m_checked = keys;

@@ -34,6 +34,7 @@ public:
     Q_INVOKABLE bool contains(const QString &key) const;
 
     QSet<QString> checkedKeys() const { return m_checked; }
+    // Checks the listed ones of `keys`.
     void setCheckedKeys(const QSet<QString> &keys);
     Q_INVOKABLE void setChecked(const QString &key, bool checked);
 

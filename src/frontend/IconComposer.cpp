@@ -1,6 +1,7 @@
 #include "frontend/IconComposer.h"
 
 #include <QFont>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -30,7 +31,8 @@ SNImage IconComposer::compose(const SNImage &source, const QString &appName, con
         const QSizeF fitted = QSizeF(image.size()).scaled(bounds.size() * 0.64, Qt::KeepAspectRatio);
         const QRectF target(QPointF((Side - fitted.width()) / 2, (Side - fitted.height()) / 2), fitted);
         painter.drawImage(target, image);
-    } else {
+    } else if (qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        // Text needs the platform's fonts, which only a GUI application has loaded.
         const QString initial = appName.trimmed().left(1).toUpper();
         QFont font;
         font.setPixelSize(Side / 2);

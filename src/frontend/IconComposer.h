@@ -6,7 +6,8 @@
 #include <QString>
 
 // The icon tools' drawing: an icon set on a background of the chosen colour, cut to the chosen
-// shape ("circle", "roundedSquare" or "square"). Without an image the app's initial is drawn.
+// shape ("circle", "roundedSquare" or "square"). Without an image the app's initial is drawn
+// (in a GUI application, where fonts are loaded).
 class IconComposer final
 {
 public:

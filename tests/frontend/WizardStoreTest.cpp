@@ -1,0 +1,308 @@
+#include "CliSandbox.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/NotificationCenter.h"
+#include "core/UserDefaults.h"
+#include "frontend/AppCreationWizardStore.h"
+#include "frontend/FrontendNotifications.h"
+#include "frontend/InstalledBrowsers.h"
+
+#include <QCryptographicHash>
+#include <QJsonArray>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Store = AppCreationWizardStore;
+using Error = AppCreationWizardStore::ValidationError;
+
+QByteArray hashOf(const QString &path)
+{
+    return QCryptographicHash::hash(readAll(path), QCryptographicHash::Sha256).toHex();
+}
+
+// A home whose Brave and Chromium are the recording fake engine, with a Brave profile that has
+// bookmarks and one extension from the store.
+class WizardHome : public Home
+{
+public:
+    WizardHome()
+    {
+        writeSettings(u"chromiumPath=" SORVANE_FAKE_ENGINE "\nbravePath=" SORVANE_FAKE_ENGINE "\n"_s);
+        UserDefaults &defaults = test.context().defaults();
+        defaults.setValue(u"bravePath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+        defaults.setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+        defaults.setValue(u"applicationsPath"_s, apps);
+        const QString brave = test.home() + u"/.config/BraveSoftware/Brave-Browser"_s;
+        writeFile(brave + u"/Local State"_s, R"({"profile": {"info_cache": {"Default": {"name": "Work"}}}})");
+        writeFile(brave + u"/Default/Preferences"_s, "{}");
+        writeFile(brave + u"/Default/Secure Preferences"_s,
+                  R"({"extensions": {"settings": {"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk":
+                      {"from_webstore": true, "manifest": {"name": "Keeper"}}}}})");
+        writeFile(brave + u"/Default/Bookmarks"_s, R"({"roots": {"bookmark_bar": {"children": []}}})");
+    }
+
+    QJsonObject info(const QString &bundle) const
+    {
+        return QJsonDocument::fromJson(sorvane({u"info"_s, bundle, u"--json"_s}).out).object();
+    }
+};
+
+} // namespace
+
+// The defaults a new app starts from, read from the user's settings.
+TEST(WizardStore, StartsFromTheUsersSettings)
+{
+    struct Case
+    {
+        const char *name;
+        QVariantMap settings;
+        bool tabbed, incognito, browser;
+        QString shape;
+        QStringList categories;
+    };
+    const QStringList standard{u"bookmarks"_s, u"extensions"_s, u"settings"_s};
+    const QList<Case> cases{
+        {"first run", {}, false, false, false, u"roundedSquare"_s, standard},
+        {"incognito forces tabs", {{u"defaultIncognitoMode"_s, u"YES"_s}, {u"defaultTabbedApps"_s, false}},
+         true, true, false, u"roundedSquare"_s, standard},
+        {"saved choices",
+         {{u"defaultRegisterAsBrowser"_s, true}, {u"defaultTabbedApps"_s, true}, {u"defaultIconShape"_s, u"circle"_s},
+          {u"defaultImportCategories"_s, QStringList{u"history"_s, u"bookmarks"_s}}},
+         true, false, true, u"circle"_s, {u"bookmarks"_s, u"history"_s}},
+        {"unknown values", {{u"defaultIconShape"_s, u"star"_s}, {u"defaultImportCategories"_s, QStringList{u"cookies"_s}}},
+         false, false, false, u"roundedSquare"_s, standard},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        TestContext test;
+        UserDefaults &defaults = test.context().defaults();
+        for (auto it = c.settings.cbegin(); it != c.settings.cend(); ++it)
+            defaults.setValue(it.key(), it.value());
+        const Store store(test.context());
+        EXPECT_EQ(store.isTabbedApp(), c.tabbed);
+        EXPECT_EQ(store.enableIncognito(), c.incognito);
+        EXPECT_EQ(store.registerAsBrowser(), c.browser);
+        EXPECT_EQ(store.selectedIconShape(), c.shape);
+        EXPECT_EQ(store.importCategories(), c.categories);
+        EXPECT_EQ(store.appSaveLocation(), test.context().applicationsFolder());
+        // The three switches are written on the first run, and kept as they were otherwise.
+        for (const QString &key : {u"defaultRegisterAsBrowser"_s, u"defaultIncognitoMode"_s, u"defaultTabbedApps"_s})
+            EXPECT_TRUE(defaults.hasPersistentValue(key)) << qPrintable(key);
+        EXPECT_EQ(test.log().contains(u"🔍 Debug - Forcing isTabbedApp = true because incognito is enabled"_s),
+                  c.incognito && !c.settings.value(u"defaultTabbedApps"_s).toBool());
+    }
+}
+
+TEST(WizardStore, FollowsSettingsChangesAndTheUsersSwitches)
+{
+    TestContext test;
+    Store store(test.context());
+    QSignalSpy tabbed(&store, &Store::isTabbedAppChanged);
+    test.context().defaults().setValue(u"defaultTabbedApps"_s, true);
+    test.context().defaults().setValue(u"applicationsPath"_s, u"/srv/apps"_s);
+    test.context().notifications().post(FrontendNotifications::SorvaneSettingsChanged);
+    EXPECT_TRUE(store.isTabbedApp());
+    EXPECT_EQ(store.appSaveLocation(), u"/srv/apps"_s);
+    EXPECT_GE(tabbed.count(), 1);
+
+    // Incognito chosen by hand turns tabs on; turning it off leaves tabs as they are.
+    store.setProperty("isTabbedApp", false);
+    store.setProperty("enableIncognito", true);
+    EXPECT_TRUE(store.isTabbedApp());
+    store.setProperty("enableIncognito", false);
+    EXPECT_TRUE(store.isTabbedApp());
+}
+
+TEST(WizardStore, ValidatesTheBasics)
+{
+    struct Case
+    {
+        const char *name;
+        QString appName, url;
+        bool tabbed;
+        QStringList tabs;
+        QList<Error> errors;
+    };
+    const QList<Case> cases{
+        {"complete", u"Mail"_s, u"mail.example.org"_s, false, {}, {}},
+        {"blank", u" \n"_s, u"  "_s, false, {}, {Error::EmptyAppName, Error::EmptyAppURL}},
+        {"not an address", u"Mail"_s, u"http://"_s, false, {}, {Error::InvalidURL}},
+        {"slashes", u"A/B\\C"_s, u"https://x.example/"_s, false, {}, {Error::InvalidAppName}},
+        {"several at once", u"a/b"_s, u"javascript:alert(1)"_s, false, {}, {Error::InvalidURL, Error::InvalidAppName}},
+        {"punctuation passes", u"Mail: \"Work\" & $(x)"_s, u"https://x.example/"_s, false, {}, {}},
+        {"tabs stand in for the address", u"Desk"_s, u""_s, true, {u"  "_s, u"https://a.example/"_s}, {}},
+        {"blank tabs do not", u"Desk"_s, u""_s, true, {u"  "_s}, {Error::EmptyAppURL}},
+        {"a bad tab", u"Desk"_s, u"https://a.example/"_s, true, {u"file:///etc/passwd"_s}, {Error::InvalidURL}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        TestContext test;
+        Store store(test.context());
+        QSignalSpy changed(&store, &Store::validationErrorsChanged);
+        store.setProperty("appName", c.appName);
+        store.setProperty("appURL", c.url);
+        store.setProperty("isTabbedApp", c.tabbed);
+        for (const QString &tab : c.tabs)
+            store.tabs()->addTab(tab);
+        EXPECT_EQ(store.nextStep(), c.errors.isEmpty());
+        EXPECT_EQ(store.validationErrors(), c.errors);
+        EXPECT_EQ(store.currentStep(), c.errors.isEmpty() ? Store::WizardStep::Browser : Store::WizardStep::Basics);
+        EXPECT_EQ(store.stepValidationStates().value(u"basics"_s).toBool(), c.errors.isEmpty());
+        EXPECT_EQ(changed.count(), 1);
+        if (c.errors.isEmpty()) {
+            // Only the tabs with an address reach the app.
+            EXPECT_EQ(store.bulkApp().tabsList.size(), c.tabbed ? 1 : 0);
+        } else {
+            EXPECT_EQ(store.validationMessages().first(), Store::message(c.errors.first()));
+        }
+    }
+}
+
+// The first installed browser in the picker's order is chosen once; an Opera engine runs tabbed.
+TEST(WizardStore, ChoosesTheFirstInstalledBrowserOnce)
+{
+    TestContext test;
+    test.context().defaults().setValue(u"operaPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+    for (const char *key : {"chromePath", "canaryPath", "bravePath", "edgePath"})
+        test.context().defaults().setValue(QString::fromLatin1(key), QString(test.root() + u"/missing"_s));
+    for (int type : {BrowserCatalogue::Chrome, BrowserCatalogue::Canary, BrowserCatalogue::Brave, BrowserCatalogue::Edge}) {
+        if (QFileInfo::exists(InstalledBrowsers::defaultPath(type)))
+            GTEST_SKIP() << "a browser before Opera is installed on this machine";
+    }
+    Store store(test.context());
+    store.applyInitialBrowserFromPickerOrder();
+    EXPECT_EQ(store.selectedBrowser(), int(BrowserCatalogue::Opera));
+    EXPECT_TRUE(store.isTabbedApp());
+
+    store.setProperty("isTabbedApp", false);
+    store.setSelectedBrowser(BrowserCatalogue::Chromium);
+    store.applyInitialBrowserFromPickerOrder();
+    EXPECT_EQ(store.selectedBrowser(), int(BrowserCatalogue::Chromium));
+    store.setSelectedBrowser(BrowserCatalogue::Opera); // by hand: no tabs forced
+    EXPECT_FALSE(store.isTabbedApp());
+}
+
+// What a user does in the wizard ends in an app that reads back as they made it; the editor on
+// that app changes its rules without a rebuild and its icon shape with one.
+TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
+{
+    WizardHome home;
+    Context &context = home.test.context();
+    QSignalSpy completed(&context.notifications(), &NotificationCenter::posted);
+
+    Store store(context);
+    store.setProperty("appName", u"Team Desk"_s);
+    store.setProperty("appURL", u"desk.example.org"_s);
+    store.setSelectedBrowser(BrowserCatalogue::Brave);
+    store.setProperty("isTabbedApp", true);
+    store.tabs()->addTab(u"https://desk.example.org/inbox"_s);
+    store.tabs()->addTab(u"  "_s);
+    store.tabs()->addTab(u"https://docs.example.org/"_s);
+    store.routingRules()->addRule(u"*.video.example.com"_s, WizardRoutingRule::Action::Route,
+                                  RoutingDestination::browser(u"org.chromium.Chromium"_s, u"Chromium"_s));
+    store.setProperty("accentColorEnabled", true);
+    store.setProperty("accentColor", QColor(u"#3366cc"_s));
+    store.setProperty("importEnabled", true);
+    QSignalSpy extensionsLoaded(store.availableImportExtensions(), &ChoiceListModel::countChanged);
+    ASSERT_TRUE(extensionsLoaded.wait(5000));
+    EXPECT_EQ(store.selectedImportProfileKey(), u"Default"_s);
+    store.setSelectedExtensionIDs({u"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk"_s, u"not-offered"_s});
+    EXPECT_EQ(store.selectedExtensionIDs(), QStringList{u"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk"_s});
+    store.setImportCategories({u"bookmarks"_s});
+    while (store.currentStep() != Store::WizardStep::Review)
+        ASSERT_TRUE(store.nextStep());
+
+    ASSERT_TRUE(store.createApp()) << qPrintable(store.creationError());
+    const QString bundle = home.bundle(u"Team Desk"_s);
+    EXPECT_EQ(store.createdAppPath(), bundle);
+    EXPECT_TRUE(store.showingSuccess());
+    EXPECT_EQ(store.lastImportSummary().value(u"copiedItemCount"_s).toInt(), 1);
+    EXPECT_TRUE(QFileInfo::exists(bundle + u"/Contents/Profile/Default/Bookmarks"_s));
+    EXPECT_EQ(std::count_if(completed.cbegin(), completed.cend(), [](const QList<QVariant> &call) {
+                  return call.first().toString() == FrontendNotifications::AppCreationCompleted;
+              }),
+              1);
+
+    QJsonObject info = home.info(bundle);
+    EXPECT_EQ(info.value(u"appName"_s).toString(), u"Team Desk"_s);
+    EXPECT_EQ(info.value(u"browserType"_s).toString(), u"brave"_s);
+    EXPECT_TRUE(info.value(u"isTabs"_s).toBool());
+    EXPECT_EQ(info.value(u"tabs"_s).toVariant().toStringList(),
+              (QStringList{u"https://desk.example.org/inbox"_s, u"https://docs.example.org/"_s}));
+    const QJsonObject configuration = info.value(u"configuration"_s).toObject();
+    EXPECT_EQ(configuration.value(u"appURL"_s).toString(), u"https://desk.example.org"_s);
+    EXPECT_EQ(configuration.value(u"accentColor"_s).toString(), u"#3366CC"_s);
+    const QJsonArray rules = configuration.value(u"routingRules"_s).toArray();
+    ASSERT_EQ(rules.size(), 1);
+    EXPECT_EQ(rules.first()[u"pattern"_s].toString(), u"*.video.example.com"_s);
+    EXPECT_EQ(rules.first()[u"destination"_s][u"bundleId"_s].toString(), u"org.chromium.Chromium"_s);
+
+    // The editor on that app: a settings change does not touch what is being edited.
+    HomescreenAppEntry entry;
+    entry.id = configuration.value(u"appID"_s).toString(info.value(u"appID"_s).toString());
+    entry.appPath = bundle;
+    Store editor(context, entry);
+    ASSERT_FALSE(editor.showingError()) << qPrintable(editor.creationError());
+    EXPECT_EQ(editor.appName(), u"Team Desk"_s);
+    EXPECT_EQ(editor.selectedBrowser(), int(BrowserCatalogue::Brave));
+    EXPECT_EQ(editor.routingRules()->rules().size(), 1);
+    EXPECT_EQ(editor.tabs()->validUrls().size(), 2);
+    context.defaults().setValue(u"defaultTabbedApps"_s, false);
+    context.notifications().post(FrontendNotifications::SorvaneSettingsChanged);
+    EXPECT_TRUE(editor.isTabbedApp());
+    EXPECT_TRUE(home.test.log().contains(u"🔄 Skipping settings refresh (editing existing app)"_s));
+
+    const QByteArray script = hashOf(bundle + u"/Contents/Resources/script"_s);
+    const QByteArray icon = hashOf(bundle + u"/Contents/Resources/icon.icns"_s);
+    const QFileInfo scriptBefore(bundle + u"/Contents/Resources/script"_s);
+    editor.routingRules()->addSeveralRules(u"a.example, b.example\nc.example"_s, RoutingDestination::inApp());
+    home.test.clearLog();
+    ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
+    EXPECT_TRUE(home.test.log().contains(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s));
+    EXPECT_EQ(hashOf(bundle + u"/Contents/Resources/script"_s), script);
+    EXPECT_EQ(QFileInfo(bundle + u"/Contents/Resources/script"_s).lastModified(), scriptBefore.lastModified());
+    EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
+
+    editor.setProperty("selectedIconShape", u"circle"_s);
+    editor.setProperty("hasCustomIconEnhancements", true);
+    home.test.clearLog();
+    ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
+    EXPECT_FALSE(home.test.log().contains(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s));
+    EXPECT_TRUE(home.test.log().contains(u"✅ Updated app verified at: "_s + bundle));
+    EXPECT_NE(hashOf(bundle + u"/Contents/Resources/icon.icns"_s), icon);
+    EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
+
+    // A new engine is only taken after the user confirmed the warning.
+    editor.setSelectedBrowser(BrowserCatalogue::Chromium);
+    EXPECT_TRUE(editor.showingEngineSwitchWarning());
+    EXPECT_TRUE(editor.engineSwitchWarningText().contains(u"before switching its engine, so its tabs and data are saved first."_s));
+    EXPECT_FALSE(editor.createApp());
+    editor.cancelEngineSwitch();
+    EXPECT_EQ(editor.selectedBrowser(), int(BrowserCatalogue::Brave));
+    EXPECT_FALSE(editor.showingEngineSwitchWarning());
+}
+
+// A failed creation keeps the wizard's state and says why.
+TEST(WizardStore, ReportsAFailedCreation)
+{
+    WizardHome home;
+    Store store(home.test.context());
+    store.setProperty("appName", u"Mail"_s);
+    store.setProperty("appURL", u"https://mail.example.org/"_s);
+    store.setSelectedBrowser(BrowserCatalogue::Brave);
+    store.setProperty("appSaveLocation", u"/proc/no-apps-here"_s);
+    QSignalSpy state(&store, &Store::creationStateChanged);
+    EXPECT_FALSE(store.createApp());
+    EXPECT_TRUE(store.showingError());
+    EXPECT_FALSE(store.isCreatingApp());
+    EXPECT_FALSE(store.creationError().isEmpty());
+    EXPECT_EQ(store.appName(), u"Mail"_s);
+    EXPECT_GE(state.count(), 2);
+    EXPECT_EQ(Store::CreationErrorTitle, u"App Creation Failed"_s);
+}
