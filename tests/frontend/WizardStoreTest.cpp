@@ -258,6 +258,14 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_TRUE(editor.isTabbedApp());
     EXPECT_TRUE(home.test.log().contains(u"🔄 Skipping settings refresh (editing existing app)"_s));
 
+    // Other apps are offered as destinations; the edited app is not.
+    const auto offers = [](const Store &wizard, const QString &path) {
+        const QList<RoutingDestination> &choices = wizard.destinations()->choices();
+        return std::any_of(choices.cbegin(), choices.cend(), [&](const RoutingDestination &d) { return d.path == path; });
+    };
+    EXPECT_TRUE(offers(Store(context), bundle));
+    EXPECT_FALSE(offers(editor, bundle));
+
     const QByteArray script = hashOf(bundle + u"/Contents/Resources/script"_s);
     const QByteArray icon = hashOf(bundle + u"/Contents/Resources/icon.icns"_s);
     const QFileInfo scriptBefore(bundle + u"/Contents/Resources/script"_s);
@@ -277,6 +285,18 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_TRUE(home.test.log().contains(u"✅ Updated app verified at: "_s + bundle));
     EXPECT_NE(hashOf(bundle + u"/Contents/Resources/icon.icns"_s), icon);
     EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
+
+    // A duplicate has no bundle yet: the wizard makes a new app of it and leaves the first alone.
+    HomescreenAppEntry copy;
+    copy.id = u"COPY"_s;
+    copy.name = u"Team Desk 2"_s;
+    copy.appType = HomescreenAppEntry::AppType::Tabbed;
+    copy.browserType = BrowserCatalogue::Brave;
+    copy.urls = {u"https://desk.example.org/inbox"_s, u"https://docs.example.org/"_s};
+    Store duplicate(context, copy);
+    ASSERT_TRUE(duplicate.createApp()) << qPrintable(duplicate.creationError());
+    EXPECT_EQ(duplicate.createdAppPath(), home.bundle(u"Team Desk 2"_s));
+    EXPECT_EQ(home.info(home.bundle(u"Team Desk 2"_s)).value(u"tabs"_s), home.info(bundle).value(u"tabs"_s));
 
     // A new engine is only taken after the user confirmed the warning.
     editor.setSelectedBrowser(BrowserCatalogue::Chromium);
