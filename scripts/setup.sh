@@ -7,7 +7,7 @@ repo="$(cd "$(dirname "$0")/.." && pwd)"
 
 packages=(
     cmake ninja-build g++ pkg-config git
-    qt6-base-dev qt6-image-formats-plugins
+    qt6-base-dev qt6-image-formats-plugins qt6-declarative-dev qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
     libplist-dev libtiff-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools

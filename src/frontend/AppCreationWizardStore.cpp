@@ -504,6 +504,18 @@ bool AppCreationWizardStore::setIconFromFile(const QString &path)
     return true;
 }
 
+void AppCreationWizardStore::applySuggestion(const QVariantMap &choice)
+{
+    set(m_appName, choice.value(u"appName"_s).toString(), &AppCreationWizardStore::appNameChanged);
+    set(m_appURL, choice.value(u"appURL"_s).toString(), &AppCreationWizardStore::appURLChanged);
+    const QStringList tabs = choice.value(u"tabs"_s).toStringList();
+    m_tabs->setUrls(tabs);
+    if (tabs.size() > 1)
+        set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
+    if (choice.value(u"incognito"_s).toBool())
+        setProperty("enableIncognito", true);
+}
+
 void AppCreationWizardStore::clearIcon()
 {
     setAppIcon({}, false);

@@ -127,6 +127,9 @@ public:
     // Looks up the address's icon and the page's title, in the background.
     Q_INVOKABLE void detectNameAndIcon();
     Q_INVOKABLE bool setIconFromFile(const QString &path);
+    // Fills the basics from a chosen suggestion or template: "appName", "appURL", "tabs" (a list
+    // of addresses; more than one makes the app tabbed) and "incognito".
+    Q_INVOKABLE void applySuggestion(const QVariantMap &choice);
     void setAppIcon(const SNImage &icon, bool customAsset);
     Q_INVOKABLE void clearIcon();
 

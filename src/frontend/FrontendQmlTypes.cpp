@@ -1,0 +1,46 @@
+#include "frontend/FrontendQmlTypes.h"
+
+#include "frontend/AppCreationWizardStore.h"
+#include "frontend/ChoiceListModel.h"
+#include "frontend/DestinationChoicesModel.h"
+#include "frontend/HomescreenAppEntry.h"
+#include "frontend/RoutingDestination.h"
+#include "frontend/RoutingRulesModel.h"
+#include "frontend/TabsModel.h"
+#include "frontend/WizardRoutingRule.h"
+
+#include <QQmlEngine>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace FrontendQmlTypes {
+
+namespace {
+
+template<typename Store>
+void registerStore(const char *name)
+{
+    qmlRegisterUncreatableType<Store>(Uri, 1, 0, name, u"%1 is made by the application"_s.arg(QLatin1String(name)));
+}
+
+void registerValueType(const QMetaObject &metaObject, const char *name)
+{
+    qmlRegisterUncreatableMetaObject(metaObject, Uri, 1, 0, name,
+                                     u"%1 values come from the stores"_s.arg(QLatin1String(name)));
+}
+
+} // namespace
+
+void registerTypes()
+{
+    registerStore<AppCreationWizardStore>("AppCreationWizardStore");
+    registerStore<TabsModel>("TabsModel");
+    registerStore<RoutingRulesModel>("RoutingRulesModel");
+    registerStore<DestinationChoicesModel>("DestinationChoicesModel");
+    registerStore<ChoiceListModel>("ChoiceListModel");
+    registerValueType(RoutingDestination::staticMetaObject, "RoutingDestination");
+    registerValueType(WizardRoutingRule::staticMetaObject, "WizardRoutingRule");
+    registerValueType(HomescreenAppEntry::staticMetaObject, "HomescreenAppEntry");
+}
+
+} // namespace FrontendQmlTypes
