@@ -1,4 +1,5 @@
 #include "CliSandbox.h"
+#include "support/LocalHttpServer.h"
 
 #include "core/BrowserCatalogue.h"
 #include "core/NotificationCenter.h"
@@ -306,6 +307,44 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     editor.cancelEngineSwitch();
     EXPECT_EQ(editor.selectedBrowser(), int(BrowserCatalogue::Brave));
     EXPECT_FALSE(editor.showingEngineSwitchWarning());
+    editor.setSelectedBrowser(BrowserCatalogue::Chromium);
+    editor.confirmEngineSwitch(false);
+    ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
+    EXPECT_EQ(home.info(bundle).value(u"browserType"_s).toString(), u"chromium"_s);
+    EXPECT_TRUE(QFileInfo(bundle + u"/Contents/Profile.brave.backup"_s).isDir());
+}
+
+// The site's title names the app when the user has not, and its icon becomes the app's.
+TEST(WizardStore, NamesTheAppAfterItsSite)
+{
+    TestContext test;
+    LocalHttpServer site;
+    site.serve(u"/"_s, {R"(<html><head><title> Team &amp; Chat
+        </title><link rel="icon" href="/icon.png"></head></html>)", 200, "text/html"});
+    site.serve(u"/icon.png"_s, {LocalHttpServer::icon(64), 200, "image/png"});
+    Store store(test.context());
+    store.setProperty("appURL", site.url().toString());
+    QSignalSpy detection(&store, &Store::detectionChanged);
+    store.detectNameAndIcon();
+    EXPECT_TRUE(store.isAutoDetecting());
+    ASSERT_TRUE(detection.wait(15000));
+    EXPECT_FALSE(store.isLoadingFavicon());
+    EXPECT_EQ(store.autoDetectedName(), u"Team & Chat"_s);
+    EXPECT_EQ(store.appName(), u"Team & Chat"_s);
+    EXPECT_EQ(store.appIcon().width(), 64);
+    EXPECT_FALSE(store.isCustomAssetIcon());
+
+    // A name the user typed stays; a short text without a scheme is not looked up.
+    Store typed(test.context());
+    typed.setProperty("appName", u"Mine"_s);
+    typed.setProperty("appURL", site.url().toString());
+    QSignalSpy typedDetection(&typed, &Store::detectionChanged);
+    typed.detectNameAndIcon();
+    ASSERT_TRUE(typedDetection.wait(15000));
+    EXPECT_EQ(typed.appName(), u"Mine"_s);
+    typed.setProperty("appURL", u"a.b"_s);
+    typed.detectNameAndIcon();
+    EXPECT_FALSE(typed.isAutoDetecting());
 }
 
 // A failed creation keeps the wizard's state and says why.
