@@ -120,14 +120,14 @@ QUuid CustomQuickSetupList::saveCurrentAsSetup(const QString &name, const QStrin
         Logger::log(u"❌ Quick setup not saved: it needs a name"_s);
         return {};
     }
-    if (!availableIcons().contains(icon)) {
+    if (!icon.isEmpty() && !availableIcons().contains(icon)) {
         Logger::log(u"❌ Quick setup not saved: unknown icon \"%1\""_s.arg(icon));
         return {};
     }
     CustomQuickSetup setup;
     setup.id = QUuid::createUuid();
     setup.name = name.trimmed();
-    setup.icon = icon;
+    setup.icon = icon.isEmpty() ? defaultIcon() : icon;
     setup.description = description.trimmed();
     setup.urls = consideredAddresses(tabAddresses);
     setup.createdAt = m_context.clock().now();

@@ -49,9 +49,9 @@ public:
     Q_INVOKABLE void load();
     void save();
 
-    // Appends a setup of the given tab addresses (trimmed, empty ones left out) and saves. A name
-    // that is empty after trimming, or an icon that is not offered, is refused with a log line:
-    // a null id and nothing changed.
+    // Appends a setup of the given tab addresses (trimmed, empty ones left out) and saves. An
+    // empty icon means the default one. A name that is empty after trimming, or an icon that is
+    // not offered, is refused with a log line: a null id and nothing changed.
     Q_INVOKABLE QUuid saveCurrentAsSetup(const QString &name, const QString &icon, const QString &description,
                                          const QStringList &tabAddresses);
     // Removes every setup with this id and saves.

@@ -53,7 +53,7 @@ TEST(CustomQuickSetupList, SavesTheTrimmedAddressesAsOneJsonArray)
     QSignalSpy inserted(&list, &QAbstractItemModel::rowsInserted);
     const QStringList tabs{u"  https://mail.example.org/  "_s, u"   "_s};
 
-    const QUuid id = list.saveCurrentAsSetup(u" Mail "_s, CustomQuickSetupList::defaultIcon(),
+    const QUuid id = list.saveCurrentAsSetup(u" Mail "_s, QString(),
                                              CustomQuickSetupList::suggestedDescription(tabs), tabs);
 
     ASSERT_FALSE(id.isNull());
@@ -64,6 +64,7 @@ TEST(CustomQuickSetupList, SavesTheTrimmedAddressesAsOneJsonArray)
     const QJsonObject entry = stored.at(0).toObject();
     EXPECT_EQ(entry.value(u"id"_s).toString(), id.toString(QUuid::WithoutBraces).toUpper());
     EXPECT_EQ(entry.value(u"name"_s).toString(), u"Mail"_s);
+    EXPECT_EQ(entry.value(u"icon"_s).toString(), CustomQuickSetupList::defaultIcon());
     EXPECT_EQ(entry.value(u"urls"_s).toArray(), QJsonArray({u"https://mail.example.org/"_s}));
     EXPECT_EQ(entry.value(u"description"_s).toString(), u"Single site configuration"_s);
     EXPECT_DOUBLE_EQ(entry.value(u"createdAt"_s).toDouble(), 86430.0); // seconds since 2001-01-01
@@ -159,6 +160,7 @@ TEST(CustomQuickSetupList, RefusalsAndEncodeFailuresLeaveTheStoredListAlone)
     EXPECT_TRUE(list.saveCurrentAsSetup(u"   "_s, u"star"_s, {}, {u"a.example"_s}).isNull());
     EXPECT_TRUE(list.saveCurrentAsSetup(u"Bad icon"_s, u"../../icon"_s, {}, {u"a.example"_s}).isNull());
     EXPECT_EQ(list.count(), 1);
+    EXPECT_EQ(test.context().defaults().value(Key).toByteArray(), before);
 
     // A date that has no number cannot be encoded: the list in memory grows, the stored one stays.
     test.setNow(QDateTime());

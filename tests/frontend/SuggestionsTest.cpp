@@ -2,7 +2,9 @@
 #include "frontend/AppSuggestionsModel.h"
 #include "frontend/AppSuggestionsStore.h"
 
+#include "core/NotificationCenter.h"
 #include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
 #include "core/SNAppItem.h"
 #include "core/UserDefaults.h"
 #include "support/TestContext.h"
@@ -187,6 +189,31 @@ TEST(AppSuggestionsStore, AnAppIsMadeFromASuggestionOfTheSameNameOrHost)
         SCOPED_TRACE(c.name);
         EXPECT_EQ(AppSuggestionsStore::isMadeFrom(gmail, c.app), c.madeFrom);
     }
+}
+
+TEST(AppSuggestionsStore, InstalledMarksFollowTheUsersApps)
+{
+    ResourcesContext env;
+    QDir().mkpath(env.context->resourcesFolder());
+    const QVariantList items{item(u"example"_s, u"Example"_s, u"https://www.example.com/start"_s, u"other"_s),
+                             item(u"new"_s, u"New Site"_s, u"https://new.example.com/"_s, u"other"_s)};
+    ASSERT_TRUE(PropertyList::writeFile(
+        env.resource(), QVariantMap{{u"SuggestionsAll"_s, QVariantList{QVariantMap{{u"items"_s, items}}}}}));
+    AppSuggestionsStore store(*env.context);
+    ASSERT_EQ(store.allSuggestions().size(), 2);
+    EXPECT_FALSE(store.allSuggestions().at(0).isInstalled);
+
+    // An app on example.com appears in the registry, and the app list says it reloaded.
+    const QString bundle = env.test.root() + u"/apps/Site.app"_s;
+    writeFile(bundle + u"/Contents/Resources/script"_s, readAll(fixturePath(u"scripts/chrome-single-window.golden"_s)));
+    SNAppTracker(*env.context).updateAppTracker(u"5D7E4B1C-0000-4000-8000-000000000001"_s, bundle);
+    QSignalSpy reset(store.suggestions(), &QAbstractItemModel::modelReset);
+    env.context->notifications().post(u"AppItemsDidLoad"_s);
+
+    EXPECT_EQ(reset.count(), 1);
+    EXPECT_TRUE(store.allSuggestions().at(0).isInstalled);
+    EXPECT_FALSE(store.allSuggestions().at(1).isInstalled);
+    EXPECT_TRUE(store.suggestions()->index(0).data(AppSuggestionsModel::IsInstalledRole).toBool());
 }
 
 TEST(AppSuggestionsStore, TheShippedCatalogueIsCompleteAndReadableByAnotherReader)
