@@ -282,8 +282,11 @@ void SorvaneSettingsStore::loadSettings()
     bool pathsChanged = false;
     for (const BrowserInfo &browser : BrowserCatalogue::all()) {
         const QString key = pathKey(browser.number);
+        // A stored path that could not have been set here (relative, control characters) is
+        // not used either.
         const QVariant stored = defaults.value(key);
-        const QString path = stored.isValid() ? stored.toString() : m_browserDefaults.value(key);
+        const QString path = stored.isValid() && acceptablePath(stored.toString(), true) ? stored.toString()
+                                                                                         : m_browserDefaults.value(key);
         QString &field = m_browserPaths[static_cast<size_t>(browser.number)];
         if (field != path) {
             field = path;

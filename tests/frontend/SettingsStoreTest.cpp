@@ -101,6 +101,8 @@ TEST(SorvaneSettingsStore, LoadingKeepsKnownValuesAndIgnoresUnknownOnes)
         {"flag stored as YES", u"defaultTabbedApps"_s, u"YES"_s, [](auto &s) { return s.defaultTabbedApps(); }},
         {"updates switched off", u"automaticAppUpdates"_s, false, [](auto &s) { return !s.automaticAppUpdates(); }},
         {"a chosen engine path", u"canaryPath"_s, u"/usr/local/bin/canary"_s, [](auto &s) { return s.canaryPath() == u"/usr/local/bin/canary"_s; }},
+        {"an engine path with a line break", u"canaryPath"_s, u"/usr/bin/x\n--no-sandbox"_s, [](auto &s) { return s.canaryPath() == SorvaneSettingsStore::platformBrowserDefaults().value(u"canaryPath"_s); }},
+        {"a relative engine path", u"canaryPath"_s, u"bin/canary"_s, [](auto &s) { return s.canaryPath() == SorvaneSettingsStore::platformBrowserDefaults().value(u"canaryPath"_s); }},
     };
     // clang-format on
     for (const auto &c : cases) {
