@@ -27,6 +27,14 @@ bool flag(const QVariantMap &map, const QString &key)
     return value.typeId() == QMetaType::Bool && value.toBool();
 }
 
+// Icon keys and image names become file names in a view: plain names only, never a path.
+QString imageName(const QVariantMap &map, const QString &key)
+{
+    static const QRegularExpression plain(u"^[A-Za-z0-9_][A-Za-z0-9._-]*$"_s);
+    const QString name = text(map, key);
+    return plain.match(name).hasMatch() ? name : QString();
+}
+
 // A stable key when the resource gives none: the name in lower case, words joined by "-".
 QString idFor(const QString &given, const QString &name)
 {
@@ -66,7 +74,7 @@ std::optional<AppSuggestion> suggestionOf(const QVariantMap &item, std::optional
         suggestion.url = suggestion.tabs.constFirst().url;
     if (suggestion.id.isEmpty() || !AppSuggestionsCatalogue::isWebAddress(suggestion.url))
         return std::nullopt;
-    suggestion.iconName = text(item, u"iconName"_s);
+    suggestion.iconName = imageName(item, u"iconName"_s);
     suggestion.description = text(item, u"description"_s);
     if (suggestion.description.isEmpty())
         suggestion.description = FallbackDescription;
@@ -120,7 +128,7 @@ std::optional<AppTemplate> templateOf(const QVariantMap &entry)
     result.description = text(entry, u"description"_s);
     if (result.description.isEmpty())
         result.description = FallbackDescription;
-    result.iconName = text(entry, u"iconName"_s);
+    result.iconName = imageName(entry, u"iconName"_s);
     const auto category = AppCategory::fromRawValue(text(entry, u"category"_s));
     if (category && *category != Category::Popular && *category != Category::All)
         result.category = *category;
@@ -166,8 +174,9 @@ std::optional<AppSuggestionsCatalogue> AppSuggestionsCatalogue::read(const QStri
     AppSuggestionsCatalogue catalogue;
     const QVariantMap mappings = plist.value(u"IconMappings"_s).toMap();
     for (auto it = mappings.cbegin(); it != mappings.cend(); ++it) {
-        if (it.value().typeId() == QMetaType::QString)
-            catalogue.iconMappings.insert(it.key(), it.value().toString());
+        const QString image = imageName(mappings, it.key());
+        if (!image.isEmpty())
+            catalogue.iconMappings.insert(it.key(), image);
     }
     const QVariantList templates = plist.value(u"Templates"_s).toList();
     for (const QVariant &entry : templates) {

@@ -19,7 +19,8 @@
 // takes its row's; every item of the "popular apps" row is popular. An item whose address is not
 // an http(s) address with a host is left out, as is a template without such a tab. Items are kept
 // once per id, the first time they appear; a later popular appearance still marks them popular.
-// Templates are listed among the suggestions as well, marked `isTemplate`.
+// Templates are listed among the suggestions as well, marked `isTemplate`. Icon keys and image
+// names that are not plain names (letters, digits, ".", "_", "-") are dropped.
 struct AppSuggestionsCatalogue
 {
     QList<AppSuggestion> suggestions;

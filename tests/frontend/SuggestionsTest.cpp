@@ -56,11 +56,12 @@ QVariantMap smallCatalogue()
 {
     QVariantMap noName = item(u"anon"_s, {}, u"https://anon.example/"_s, u"other"_s);
     noName.remove(u"name"_s);
+    noName.insert(u"iconName"_s, u"../../secret"_s);
     const QVariantList tabs{QVariantMap{{u"name"_s, u"One"_s}, {u"url"_s, u"https://one.example/"_s}},
                             QVariantMap{{u"name"_s, u"Bad"_s}, {u"url"_s, u"file:///etc/passwd"_s}},
                             QVariantMap{{u"name"_s, u"Two"_s}, {u"url"_s, u"https://two.example/"_s}}};
     return {
-        {u"IconMappings"_s, QVariantMap{{u"mail"_s, u"suggestion-mail"_s}}},
+        {u"IconMappings"_s, QVariantMap{{u"mail"_s, u"suggestion-mail"_s}, {u"chat"_s, u"/etc/passwd"_s}}},
         {u"Templates"_s, QVariantList{
              QVariantMap{{u"id"_s, u"pair"_s}, {u"name"_s, u"Pair"_s}, {u"incognito"_s, true}, {u"tabs"_s, tabs}},
              QVariantMap{{u"id"_s, u"empty"_s}, {u"name"_s, u"Empty"_s},
@@ -123,6 +124,8 @@ TEST(AppSuggestionsStore, ReadsRowsTemplatesAndAwkwardItems)
     EXPECT_EQ(mail.description, u"Web application"_s);
     EXPECT_EQ(store.allSuggestions().at(1).category, Category::Social); // unknown category: the row's
     EXPECT_EQ(store.allSuggestions().at(2).name, u"Unknown App"_s);
+    EXPECT_TRUE(store.allSuggestions().at(2).iconName.isEmpty());
+    EXPECT_EQ(store.iconMappings().keys(), QStringList{u"mail"_s});
     const AppSuggestion &pair = store.allSuggestions().at(3);
     EXPECT_TRUE(pair.isTemplate);
     EXPECT_EQ(pair.category, Category::Workspaces);
