@@ -11,7 +11,8 @@
 namespace AppCategory {
 Q_NAMESPACE
 
-enum class Category {
+enum class Category
+{
     Popular,
     All,
     Workspaces,

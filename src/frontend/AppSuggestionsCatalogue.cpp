@@ -156,8 +156,8 @@ AppSuggestion suggestionOfTemplate(const AppTemplate &appTemplate)
 bool AppSuggestionsCatalogue::isWebAddress(const QString &url)
 {
     const QUrl parsed(url, QUrl::StrictMode);
-    return parsed.isValid() && (parsed.scheme() == u"https"_s || parsed.scheme() == u"http"_s)
-           && !parsed.host().isEmpty();
+    return parsed.isValid() && (parsed.scheme() == u"https"_s || parsed.scheme() == u"http"_s) &&
+           !parsed.host().isEmpty();
 }
 
 std::optional<AppSuggestionsCatalogue> AppSuggestionsCatalogue::read(const QString &path, QString *error)
@@ -213,16 +213,18 @@ QList<AppSuggestion> AppSuggestionsCatalogue::builtInSuggestions()
     return {
         entry(u"chatgpt"_s, u"ChatGPT"_s, u"https://chatgpt.com/"_s, Category::Ai,
               u"Advanced AI assistant for conversation and tasks"_s),
-        entry(u"gmail"_s, u"Gmail"_s, u"https://mail.google.com/"_s, Category::Productivity, u"Google's email service"_s),
+        entry(u"gmail"_s, u"Gmail"_s, u"https://mail.google.com/"_s, Category::Productivity,
+              u"Google's email service"_s),
         entry(u"slack"_s, u"Slack"_s, u"https://app.slack.com/"_s, Category::Communication,
               u"Team collaboration and messaging"_s),
         entry(u"notion"_s, u"Notion"_s, u"https://www.notion.so/"_s, Category::Productivity,
               u"All-in-one workspace for notes and collaboration"_s),
-        entry(u"figma"_s, u"Figma"_s, u"https://www.figma.com/"_s, Category::Design, u"Collaborative design tool"_s),
+        entry(u"figma"_s, u"Figma"_s, u"https://www.figma.com/"_s, Category::Design,
+              u"Collaborative design tool"_s),
         entry(u"github"_s, u"GitHub"_s, u"https://github.com/"_s, Category::Development,
               u"Code repository and collaboration platform"_s),
-        entry(u"google-workspace"_s, u"Google Workspace"_s, u"https://workspace.google.com/dashboard"_s, Category::Productivity,
-              u"Complete Google productivity suite"_s),
+        entry(u"google-workspace"_s, u"Google Workspace"_s, u"https://workspace.google.com/dashboard"_s,
+              Category::Productivity, u"Complete Google productivity suite"_s),
         entry(u"whatsapp"_s, u"WhatsApp"_s, u"https://web.whatsapp.com/"_s, Category::Communication,
               u"WhatsApp messaging for web"_s),
     };

@@ -1,9 +1,6 @@
 #include "frontend/AppSuggestionsModel.h"
 
-AppSuggestionsModel::AppSuggestionsModel(QObject *parent)
-    : QAbstractListModel(parent)
-{
-}
+AppSuggestionsModel::AppSuggestionsModel(QObject *parent) : QAbstractListModel(parent) {}
 
 int AppSuggestionsModel::rowCount(const QModelIndex &parent) const
 {
@@ -46,10 +43,17 @@ QVariant AppSuggestionsModel::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> AppSuggestionsModel::roleNames() const
 {
-    return {{IdRole, "suggestionId"},     {NameRole, "name"},           {UrlRole, "url"},
-            {IconNameRole, "iconName"},   {CategoryRole, "category"},   {DescriptionRole, "description"},
-            {TabsRole, "tabs"},           {IsPopularRole, "isPopular"}, {IncognitoRole, "incognito"},
-            {IsTemplateRole, "isTemplate"}, {IsInstalledRole, "isInstalled"}};
+    return {{IdRole, "suggestionId"},
+            {NameRole, "name"},
+            {UrlRole, "url"},
+            {IconNameRole, "iconName"},
+            {CategoryRole, "category"},
+            {DescriptionRole, "description"},
+            {TabsRole, "tabs"},
+            {IsPopularRole, "isPopular"},
+            {IncognitoRole, "incognito"},
+            {IsTemplateRole, "isTemplate"},
+            {IsInstalledRole, "isInstalled"}};
 }
 
 void AppSuggestionsModel::setSuggestions(const QList<AppSuggestion> &suggestions)

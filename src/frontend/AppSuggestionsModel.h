@@ -11,7 +11,8 @@ class AppSuggestionsModel final : public QAbstractListModel
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 public:
-    enum Role {
+    enum Role
+    {
         IdRole = Qt::UserRole + 1,
         NameRole,
         UrlRole,

@@ -92,9 +92,9 @@ void AppSuggestionsStore::refreshInstalledMarks()
     const QList<SNAppItem> apps = SNRecentAppsManager::loadAppItems(m_context);
     const auto mark = [&apps](QList<AppSuggestion> &suggestions) {
         for (AppSuggestion &suggestion : suggestions) {
-            suggestion.isInstalled = std::any_of(apps.cbegin(), apps.cend(), [&suggestion](const SNAppItem &app) {
-                return isMadeFrom(suggestion, app);
-            });
+            suggestion.isInstalled =
+                std::any_of(apps.cbegin(), apps.cend(),
+                            [&suggestion](const SNAppItem &app) { return isMadeFrom(suggestion, app); });
         }
     };
     mark(m_allSuggestions);

@@ -28,7 +28,8 @@ class AppSuggestionsStore final : public QObject
     Q_OBJECT
     Q_PROPERTY(AppSuggestionsModel *suggestions READ suggestions CONSTANT)
     // Category label -> list of AppSuggestion, for every category.
-    Q_PROPERTY(QVariantMap categorizedSuggestions READ categorizedSuggestions NOTIFY categorizedSuggestionsChanged)
+    Q_PROPERTY(
+        QVariantMap categorizedSuggestions READ categorizedSuggestions NOTIFY categorizedSuggestionsChanged)
     Q_PROPERTY(AppCategory::Category selectedCategory READ selectedCategory WRITE setSelectedCategory NOTIFY
                    selectedCategoryChanged)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
@@ -65,7 +66,10 @@ public:
     Q_INVOKABLE void loadSuggestions();
     Q_INVOKABLE void refreshInstalledMarks();
     Q_INVOKABLE QVariantList suggestionsFor(AppCategory::Category category) const;
-    Q_INVOKABLE QString categoryLabel(AppCategory::Category category) const { return AppCategory::label(category); }
+    Q_INVOKABLE QString categoryLabel(AppCategory::Category category) const
+    {
+        return AppCategory::label(category);
+    }
     // What choosing a suggestion puts into the wizard: appName, appURL, tabs (addresses),
     // isTabbedApp, incognito, iconName and imageName (its icon mapping). Empty for an unknown id.
     Q_INVOKABLE QVariantMap wizardValues(const QString &suggestionId) const;

@@ -67,9 +67,10 @@ std::optional<CustomQuickSetup> CustomQuickSetup::fromJson(const QJsonObject &ob
     const QJsonValue createdAt = object.value(u"createdAt"_s);
     const QJsonValue lastUsed = object.value(u"lastUsed"_s);
     // fromString also takes braces, which the stored form never has.
-    if (id.isNull() || object.value(u"id"_s).toString().startsWith(u'{') || !urls || !isDateNumber(createdAt)
-        || !object.value(u"name"_s).isString() || !object.value(u"icon"_s).isString()
-        || !object.value(u"description"_s).isString() || !(lastUsed.isUndefined() || lastUsed.isNull() || isDateNumber(lastUsed)))
+    if (id.isNull() || object.value(u"id"_s).toString().startsWith(u'{') || !urls ||
+        !isDateNumber(createdAt) || !object.value(u"name"_s).isString() ||
+        !object.value(u"icon"_s).isString() || !object.value(u"description"_s).isString() ||
+        !(lastUsed.isUndefined() || lastUsed.isNull() || isDateNumber(lastUsed)))
         return std::nullopt;
 
     CustomQuickSetup setup;
@@ -104,7 +105,8 @@ std::optional<QList<CustomQuickSetup>> CustomQuickSetup::decodeList(const QByteA
         return std::nullopt;
     QList<CustomQuickSetup> setups;
     for (const QJsonValue &item : document.array()) {
-        const std::optional<CustomQuickSetup> setup = item.isObject() ? fromJson(item.toObject()) : std::nullopt;
+        const std::optional<CustomQuickSetup> setup =
+            item.isObject() ? fromJson(item.toObject()) : std::nullopt;
         if (!setup)
             return std::nullopt;
         setups.append(*setup);

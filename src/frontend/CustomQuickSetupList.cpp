@@ -77,14 +77,17 @@ QVariant CustomQuickSetupList::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> CustomQuickSetupList::roleNames() const
 {
-    return {{IdRole, "setupId"},  {NameRole, "name"},           {IconRole, "icon"},         {DescriptionRole, "description"},
-            {UrlsRole, "urls"},   {CreatedAtRole, "createdAt"}, {LastUsedRole, "lastUsed"}};
+    return {{IdRole, "setupId"},       {NameRole, "name"},
+            {IconRole, "icon"},        {DescriptionRole, "description"},
+            {UrlsRole, "urls"},        {CreatedAtRole, "createdAt"},
+            {LastUsedRole, "lastUsed"}};
 }
 
 QStringList CustomQuickSetupList::availableIcons()
 {
-    return {u"square.grid.2x2"_s, u"briefcase"_s, u"bolt"_s, u"star"_s, u"globe"_s, u"folder"_s,
-            u"hammer"_s, u"paintbrush"_s, u"book"_s, u"chart.bar"_s, u"cart"_s, u"gamecontroller"_s};
+    return {
+        u"square.grid.2x2"_s, u"briefcase"_s,  u"bolt"_s, u"star"_s,      u"globe"_s, u"folder"_s,
+        u"hammer"_s,          u"paintbrush"_s, u"book"_s, u"chart.bar"_s, u"cart"_s,  u"gamecontroller"_s};
 }
 
 QString CustomQuickSetupList::defaultIcon()
@@ -113,8 +116,8 @@ void CustomQuickSetupList::save()
     m_context.defaults().synchronize();
 }
 
-QUuid CustomQuickSetupList::saveCurrentAsSetup(const QString &name, const QString &icon, const QString &description,
-                                               const QStringList &tabAddresses)
+QUuid CustomQuickSetupList::saveCurrentAsSetup(const QString &name, const QString &icon,
+                                               const QString &description, const QStringList &tabAddresses)
 {
     if (name.trimmed().isEmpty()) {
         Logger::log(u"❌ Quick setup not saved: it needs a name"_s);

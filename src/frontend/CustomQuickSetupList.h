@@ -23,7 +23,8 @@ class CustomQuickSetupList final : public QAbstractListModel
     Q_PROPERTY(QStringList availableIcons READ availableIcons CONSTANT)
     Q_PROPERTY(QString defaultIcon READ defaultIcon CONSTANT)
 public:
-    enum Role {
+    enum Role
+    {
         IdRole = Qt::UserRole + 1,
         NameRole,
         IconRole,
@@ -63,7 +64,10 @@ public:
     // What the save sheet proposes for the given tab addresses.
     static QString suggestedName(const QStringList &tabAddresses);
     static QString suggestedDescription(const QStringList &tabAddresses);
-    Q_INVOKABLE QString nameSuggestion(const QStringList &tabAddresses) const { return suggestedName(tabAddresses); }
+    Q_INVOKABLE QString nameSuggestion(const QStringList &tabAddresses) const
+    {
+        return suggestedName(tabAddresses);
+    }
     Q_INVOKABLE QString descriptionSuggestion(const QStringList &tabAddresses) const
     {
         return suggestedDescription(tabAddresses);

@@ -11,7 +11,12 @@
 namespace IconShape {
 Q_NAMESPACE
 
-enum class Shape { Circle, RoundedSquare, Square };
+enum class Shape
+{
+    Circle,
+    RoundedSquare,
+    Square
+};
 Q_ENUM_NS(Shape)
 
 QString rawValue(Shape shape);

@@ -63,7 +63,8 @@ bool acceptablePath(const QString &path, bool allowEmpty)
         return allowEmpty;
     if (!path.startsWith(u'/'))
         return false;
-    return std::none_of(path.cbegin(), path.cend(), [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    return std::none_of(path.cbegin(), path.cend(),
+                        [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
 }
 
 bool configuredPathCounts(const QString &path)
@@ -130,16 +131,17 @@ QMap<QString, QString> SorvaneSettingsStore::platformBrowserDefaults()
 {
     QMap<QString, QString> locations;
     for (const BrowserInfo &browser : BrowserCatalogue::all()) {
-        locations.insert(pathKey(browser.number), Platform::isMac()
-                                                      ? BrowserCatalogue::bundleOfEngine(browser.macEnginePath)
-                                                      : browser.linuxEnginePath);
+        locations.insert(pathKey(browser.number),
+                         Platform::isMac() ? BrowserCatalogue::bundleOfEngine(browser.macEnginePath)
+                                           : browser.linuxEnginePath);
     }
     return locations;
 }
 
 QString SorvaneSettingsStore::pathKey(int browserType)
 {
-    return knownBrowser(browserType) ? BrowserCatalogue::typeKeyForNumber(browserType) + u"Path"_s : QString();
+    return knownBrowser(browserType) ? BrowserCatalogue::typeKeyForNumber(browserType) + u"Path"_s
+                                     : QString();
 }
 
 QStringList SorvaneSettingsStore::importCategoryValues() const
@@ -169,7 +171,8 @@ void SorvaneSettingsStore::setDefaultSaveLocation(const QString &path)
         Logger::log(u"❌ Applications folder not changed: \"%1\" is not an absolute path"_s.arg(path));
         return;
     }
-    assign(m_defaultSaveLocation, path, &SorvaneSettingsStore::defaultSaveLocationChanged, u"defaultSaveLocation"_s);
+    assign(m_defaultSaveLocation, path, &SorvaneSettingsStore::defaultSaveLocationChanged,
+           u"defaultSaveLocation"_s);
 }
 
 void SorvaneSettingsStore::setDefaultRegisterAsBrowser(bool on)
@@ -180,7 +183,8 @@ void SorvaneSettingsStore::setDefaultRegisterAsBrowser(bool on)
 
 void SorvaneSettingsStore::setDefaultIncognitoMode(bool on)
 {
-    assign(m_defaultIncognitoMode, on, &SorvaneSettingsStore::defaultIncognitoModeChanged, u"defaultIncognitoMode"_s);
+    assign(m_defaultIncognitoMode, on, &SorvaneSettingsStore::defaultIncognitoModeChanged,
+           u"defaultIncognitoMode"_s);
 }
 
 void SorvaneSettingsStore::setDefaultTabbedApps(bool on)
@@ -202,21 +206,24 @@ void SorvaneSettingsStore::setDefaultIconShape(IconShape::Shape shape)
 void SorvaneSettingsStore::setAutomaticAppUpdates(bool on)
 {
     const bool before = m_automaticAppUpdates;
-    assign(m_automaticAppUpdates, on, &SorvaneSettingsStore::automaticAppUpdatesChanged, u"automaticAppUpdates"_s);
+    assign(m_automaticAppUpdates, on, &SorvaneSettingsStore::automaticAppUpdatesChanged,
+           u"automaticAppUpdates"_s);
     if (before != on)
         scheduleDelayedVerify(m_automaticAppUpdates);
 }
 
 void SorvaneSettingsStore::setDefaultImportEnabled(bool on)
 {
-    assign(m_defaultImportEnabled, on, &SorvaneSettingsStore::defaultImportEnabledChanged, u"defaultImportEnabled"_s);
+    assign(m_defaultImportEnabled, on, &SorvaneSettingsStore::defaultImportEnabledChanged,
+           u"defaultImportEnabled"_s);
 }
 
 void SorvaneSettingsStore::setDefaultImportCategories(const QStringList &names)
 {
     const QStringList known = knownCategories(names);
     if (known.size() != QSet<QString>(names.cbegin(), names.cend()).size()) {
-        Logger::log(u"❌ Import categories not changed: unknown category in \"%1\""_s.arg(names.join(u", "_s)));
+        Logger::log(
+            u"❌ Import categories not changed: unknown category in \"%1\""_s.arg(names.join(u", "_s)));
         return;
     }
     assign(m_defaultImportCategories, known, &SorvaneSettingsStore::defaultImportCategoriesChanged,
@@ -285,8 +292,9 @@ void SorvaneSettingsStore::loadSettings()
         // A stored path that could not have been set here (relative, control characters) is
         // not used either.
         const QVariant stored = defaults.value(key);
-        const QString path = stored.isValid() && acceptablePath(stored.toString(), true) ? stored.toString()
-                                                                                         : m_browserDefaults.value(key);
+        const QString path = stored.isValid() && acceptablePath(stored.toString(), true)
+                                 ? stored.toString()
+                                 : m_browserDefaults.value(key);
         QString &field = m_browserPaths[static_cast<size_t>(browser.number)];
         if (field != path) {
             field = path;
@@ -309,7 +317,8 @@ void SorvaneSettingsStore::loadSettings()
     Logger::log(u"   defaultImportEnabled: "_s + boolText(m_defaultImportEnabled));
     Logger::log(u"   defaultImportCategories: "_s + m_defaultImportCategories.join(u", "_s));
     for (const BrowserInfo &browser : BrowserCatalogue::all())
-        Logger::log(u"   %1: %2"_s.arg(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]));
+        Logger::log(
+            u"   %1: %2"_s.arg(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]));
     Logger::log(u"Settings loaded - applicationsPath: "_s + m_defaultSaveLocation);
 
     m_isLoadingSettings = false;
@@ -333,8 +342,8 @@ void SorvaneSettingsStore::saveSettings()
     // This one key has been seen not to stick; it is read back and written again when it did not.
     const bool stored = defaults.boolForKey(TabbedAppsKey);
     if (stored != m_defaultTabbedApps) {
-        Logger::log(u"🔧 defaultTabbedApps did not save - Expected: %1, Got: %2"_s.arg(boolText(m_defaultTabbedApps),
-                                                                                         boolText(stored)));
+        Logger::log(u"🔧 defaultTabbedApps did not save - Expected: %1, Got: %2"_s.arg(
+            boolText(m_defaultTabbedApps), boolText(stored)));
         defaults.setValue(TabbedAppsKey, m_defaultTabbedApps);
         defaults.synchronize();
         Logger::log(u"🔧 Retry save - now contains: "_s + boolText(defaults.boolForKey(TabbedAppsKey)));
@@ -384,7 +393,8 @@ void SorvaneSettingsStore::refreshInstalledBrowsers()
     QList<int> installed;
     for (const BrowserInfo &browser : BrowserCatalogue::all()) {
         const QString configured = m_browserPaths[static_cast<size_t>(browser.number)];
-        if (configuredPathCounts(configured) || defaultPathCounts(m_browserDefaults.value(pathKey(browser.number))))
+        if (configuredPathCounts(configured) ||
+            defaultPathCounts(m_browserDefaults.value(pathKey(browser.number))))
             installed.append(browser.number);
     }
     if (installed == m_installedBrowsers)

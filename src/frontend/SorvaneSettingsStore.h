@@ -29,11 +29,12 @@ class SorvaneSettingsStore final : public QObject
     Q_OBJECT
     Q_PROPERTY(QString defaultSaveLocation READ defaultSaveLocation WRITE setDefaultSaveLocation NOTIFY
                    defaultSaveLocationChanged)
-    Q_PROPERTY(bool defaultRegisterAsBrowser READ defaultRegisterAsBrowser WRITE setDefaultRegisterAsBrowser NOTIFY
-                   defaultRegisterAsBrowserChanged)
+    Q_PROPERTY(bool defaultRegisterAsBrowser READ defaultRegisterAsBrowser WRITE setDefaultRegisterAsBrowser
+                   NOTIFY defaultRegisterAsBrowserChanged)
     Q_PROPERTY(bool defaultIncognitoMode READ defaultIncognitoMode WRITE setDefaultIncognitoMode NOTIFY
                    defaultIncognitoModeChanged)
-    Q_PROPERTY(bool defaultTabbedApps READ defaultTabbedApps WRITE setDefaultTabbedApps NOTIFY defaultTabbedAppsChanged)
+    Q_PROPERTY(bool defaultTabbedApps READ defaultTabbedApps WRITE setDefaultTabbedApps NOTIFY
+                   defaultTabbedAppsChanged)
     Q_PROPERTY(IconShape::Shape defaultIconShape READ defaultIconShape WRITE setDefaultIconShape NOTIFY
                    defaultIconShapeChanged)
     Q_PROPERTY(bool automaticAppUpdates READ automaticAppUpdates WRITE setAutomaticAppUpdates NOTIFY
@@ -41,8 +42,8 @@ class SorvaneSettingsStore final : public QObject
     Q_PROPERTY(bool defaultImportEnabled READ defaultImportEnabled WRITE setDefaultImportEnabled NOTIFY
                    defaultImportEnabledChanged)
     // Raw values of the import categories ("bookmarks", "extensions", ...).
-    Q_PROPERTY(QStringList defaultImportCategories READ defaultImportCategories WRITE setDefaultImportCategories
-                   NOTIFY defaultImportCategoriesChanged)
+    Q_PROPERTY(QStringList defaultImportCategories READ defaultImportCategories WRITE
+                   setDefaultImportCategories NOTIFY defaultImportCategoriesChanged)
     Q_PROPERTY(QString chromePath READ chromePath NOTIFY browserPathsChanged)
     Q_PROPERTY(QString canaryPath READ canaryPath NOTIFY browserPathsChanged)
     Q_PROPERTY(QString bravePath READ bravePath NOTIFY browserPathsChanged)
@@ -62,7 +63,8 @@ public:
     explicit SorvaneSettingsStore(Context &context, QObject *parent = nullptr);
     // For a machine whose browsers live elsewhere: `browserDefaults` maps a path key ("chromePath")
     // to the location that proves the browser installed.
-    SorvaneSettingsStore(Context &context, const QMap<QString, QString> &browserDefaults, QObject *parent = nullptr);
+    SorvaneSettingsStore(Context &context, const QMap<QString, QString> &browserDefaults,
+                         QObject *parent = nullptr);
     ~SorvaneSettingsStore() override;
 
     // What the application registers at start-up, before any store exists: the engine paths of

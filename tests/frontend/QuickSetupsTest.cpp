@@ -105,11 +105,16 @@ TEST(CustomQuickSetupList, DeletingRemovesEveryEntryWithThatIdAndKeepsTheOrder)
     TestContext test;
     const QString twice = u"6F9619FF-8B86-D011-B42D-00C04FC964FF"_s;
     const auto entry = [](const QString &id, const QString &name) {
-        return QJsonObject{{u"id"_s, id},        {u"name"_s, name},           {u"icon"_s, u"star"_s},
-                           {u"description"_s, u""_s}, {u"urls"_s, QJsonArray()}, {u"createdAt"_s, 10.5}};
+        return QJsonObject{{u"id"_s, id},
+                           {u"name"_s, name},
+                           {u"icon"_s, u"star"_s},
+                           {u"description"_s, u""_s},
+                           {u"urls"_s, QJsonArray()},
+                           {u"createdAt"_s, 10.5}};
     };
-    const QJsonArray stored{entry(twice, u"one"_s), entry(u"0F9619FF-8B86-D011-B42D-00C04FC964FF"_s, u"two"_s),
-                            entry(twice, u"three"_s), entry(u"1F9619FF-8B86-D011-B42D-00C04FC964FF"_s, u"four"_s)};
+    const QJsonArray stored{
+        entry(twice, u"one"_s), entry(u"0F9619FF-8B86-D011-B42D-00C04FC964FF"_s, u"two"_s),
+        entry(twice, u"three"_s), entry(u"1F9619FF-8B86-D011-B42D-00C04FC964FF"_s, u"four"_s)};
     test.context().defaults().setValue(Key, QJsonDocument(stored).toJson());
     CustomQuickSetupList list(test.context());
     ASSERT_EQ(list.count(), 4);

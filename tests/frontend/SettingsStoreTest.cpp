@@ -22,10 +22,7 @@ namespace {
 // Every notification posted; settingsPosts() counts "SorvaneSettingsChanged".
 struct Posts : QSignalSpy
 {
-    explicit Posts(Context &context)
-        : QSignalSpy(&context.notifications(), &NotificationCenter::posted)
-    {
-    }
+    explicit Posts(Context &context) : QSignalSpy(&context.notifications(), &NotificationCenter::posted) {}
     qsizetype settingsPosts() const
     {
         return std::count_if(cbegin(), cend(), [](const QList<QVariant> &post) {
@@ -66,7 +63,8 @@ TEST(SorvaneSettingsStore, AFreshDomainStartsFromTheDefaultsAndWritesTheThreeFla
     EXPECT_TRUE(store.automaticAppUpdates());
     EXPECT_EQ(store.defaultIconShape(), Shape::RoundedSquare);
     EXPECT_EQ(store.defaultImportCategories(), QStringList({u"bookmarks"_s, u"extensions"_s, u"settings"_s}));
-    for (const QString &key : {u"defaultRegisterAsBrowser"_s, u"defaultIncognitoMode"_s, u"defaultTabbedApps"_s}) {
+    for (const QString &key :
+         {u"defaultRegisterAsBrowser"_s, u"defaultIncognitoMode"_s, u"defaultTabbedApps"_s}) {
         EXPECT_TRUE(defaults.hasPersistentValue(key)) << key.toStdString();
         EXPECT_TRUE(storedAs(defaults.value(key), false)) << key.toStdString();
     }
@@ -80,9 +78,8 @@ TEST(SorvaneSettingsStore, AFreshDomainStartsFromTheDefaultsAndWritesTheThreeFla
     EXPECT_TRUE(test.log().endsWith(u"🔧 SorvaneSettingsStore init() - Initialization complete"_s));
 
     // The start-up check logs the final value a moment later.
-    EXPECT_TRUE(QTest::qWaitFor([&] {
-        return test.log().contains(u"🔧 DELAYED VERIFY: Property value after dispatch: false"_s);
-    }));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return test.log().contains(u"🔧 DELAYED VERIFY: Property value after dispatch: false"_s); }));
 }
 
 TEST(SorvaneSettingsStore, LoadingKeepsKnownValuesAndIgnoresUnknownOnes)
@@ -116,7 +113,13 @@ TEST(SorvaneSettingsStore, LoadingKeepsKnownValuesAndIgnoresUnknownOnes)
 
 TEST(SorvaneSettingsStore, InstalledBrowsersFollowTheConfiguredFileOrTheDefaultLocation)
 {
-    enum Thing { Nothing, Folder, Executable, PlainFile };
+    enum Thing
+    {
+        Nothing,
+        Folder,
+        Executable,
+        PlainFile
+    };
     // clang-format off
     const struct { const char *name; Thing configured; Thing atDefault; bool installed; } cases[] = {
         {"configured executable", Executable, Nothing, true},
@@ -132,7 +135,8 @@ TEST(SorvaneSettingsStore, InstalledBrowsersFollowTheConfiguredFileOrTheDefaultL
         if (thing == Folder)
             QDir().mkpath(path);
         else if (thing != Nothing)
-            writeFile(path, "#!/bin/sh\n", thing == Executable ? QFileDevice::ExeOwner : QFileDevice::Permissions());
+            writeFile(path, "#!/bin/sh\n",
+                      thing == Executable ? QFileDevice::ExeOwner : QFileDevice::Permissions());
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -217,7 +221,8 @@ TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
         SCOPED_TRACE(c.name);
         TestContext test;
         SorvaneSettingsStore store(test.context());
-        const QMetaProperty property = store.metaObject()->property(store.metaObject()->indexOfProperty(qPrintable(c.property)));
+        const QMetaProperty property =
+            store.metaObject()->property(store.metaObject()->indexOfProperty(qPrintable(c.property)));
         QSignalSpy changed(&store, property.notifySignal());
         Posts saved(test.context());
 
@@ -265,7 +270,6 @@ TEST(SorvaneSettingsStore, ValuesChangedWhileLoadingAreNotSaved)
     EXPECT_TRUE(test.log().contains(u"🔧 Skipping auto-save for defaultTabbedApps change during loading"_s));
     EXPECT_TRUE(test.log().contains(u"🔧 Skipping auto-save for defaultIconShape change during loading"_s));
     EXPECT_FALSE(store.isLoadingSettings());
-    EXPECT_TRUE(QTest::qWaitFor([&] {
-        return test.log().contains(u"🔧 DELAYED VERIFY: Property value after dispatch: true"_s);
-    }));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return test.log().contains(u"🔧 DELAYED VERIFY: Property value after dispatch: true"_s); }));
 }

@@ -4,8 +4,8 @@
 
 #include "core/NotificationCenter.h"
 #include "core/PropertyList.h"
-#include "core/SNAppTracker.h"
 #include "core/SNAppItem.h"
+#include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
 #include "support/TestContext.h"
 
@@ -33,7 +33,8 @@ struct ResourcesContext
     ResourcesContext()
     {
         Context::Folders folders{test.home(), test.supportFolder(), test.root() + u"/resources"_s};
-        context = std::make_unique<Context>(folders, std::make_unique<UserDefaults>(test.root() + u"/s.ini"_s));
+        context =
+            std::make_unique<Context>(folders, std::make_unique<UserDefaults>(test.root() + u"/s.ini"_s));
     }
     QString resource() const { return context->resourcesFolder() + u"/AppSuggestions.plist"_s; }
 };
@@ -48,7 +49,11 @@ QStringList ids(const QList<AppSuggestion> &suggestions)
 
 QVariantMap item(const QString &id, const QString &name, const QString &url, const QString &category)
 {
-    return {{u"id"_s, id}, {u"name"_s, name}, {u"url"_s, url}, {u"category"_s, category}, {u"iconName"_s, id.toLower()}};
+    return {{u"id"_s, id},
+            {u"name"_s, name},
+            {u"url"_s, url},
+            {u"category"_s, category},
+            {u"iconName"_s, id.toLower()}};
 }
 
 // A small resource with the awkward cases of a hand-edited file.
@@ -62,20 +67,29 @@ QVariantMap smallCatalogue()
                             QVariantMap{{u"name"_s, u"Two"_s}, {u"url"_s, u"https://two.example/"_s}}};
     return {
         {u"IconMappings"_s, QVariantMap{{u"mail"_s, u"suggestion-mail"_s}, {u"chat"_s, u"/etc/passwd"_s}}},
-        {u"Templates"_s, QVariantList{
-             QVariantMap{{u"id"_s, u"pair"_s}, {u"name"_s, u"Pair"_s}, {u"incognito"_s, true}, {u"tabs"_s, tabs}},
-             QVariantMap{{u"id"_s, u"empty"_s}, {u"name"_s, u"Empty"_s},
+        {u"Templates"_s,
+         QVariantList{
+             QVariantMap{
+                 {u"id"_s, u"pair"_s}, {u"name"_s, u"Pair"_s}, {u"incognito"_s, true}, {u"tabs"_s, tabs}},
+             QVariantMap{{u"id"_s, u"empty"_s},
+                         {u"name"_s, u"Empty"_s},
                          {u"tabs"_s, QVariantList{QVariantMap{{u"url"_s, u"javascript:alert(1)"_s}}}}},
          }},
-        {u"SuggestionsAll"_s, QVariantList{
+        {u"SuggestionsAll"_s,
+         QVariantList{
              QVariantMap{{u"rowName"_s, u"popular apps"_s},
-                         {u"items"_s, QVariantList{item(u"Mail"_s, u"Mail"_s, u"https://mail.example/"_s, u"productivity"_s)}}},
+                         {u"items"_s, QVariantList{item(u"Mail"_s, u"Mail"_s, u"https://mail.example/"_s,
+                                                        u"productivity"_s)}}},
              QVariantMap{{u"rowName"_s, u"productivity"_s},
-                         {u"items"_s, QVariantList{item(u"mail"_s, u"Mail again"_s, u"https://mail.example/"_s, u"productivity"_s),
-                                                   item(u"script"_s, u"Script"_s, u"javascript:alert(1)"_s, u"productivity"_s),
-                                                   item(u"nohost"_s, u"No host"_s, u"https://"_s, u"productivity"_s)}}},
-             QVariantMap{{u"rowName"_s, u"social media"_s},
-                         {u"items"_s, QVariantList{item(u"chat"_s, u"Chat"_s, u"https://chat.example/"_s, u"bogus"_s), noName}}},
+                         {u"items"_s,
+                          QVariantList{
+                              item(u"mail"_s, u"Mail again"_s, u"https://mail.example/"_s, u"productivity"_s),
+                              item(u"script"_s, u"Script"_s, u"javascript:alert(1)"_s, u"productivity"_s),
+                              item(u"nohost"_s, u"No host"_s, u"https://"_s, u"productivity"_s)}}},
+             QVariantMap{
+                 {u"rowName"_s, u"social media"_s},
+                 {u"items"_s,
+                  QVariantList{item(u"chat"_s, u"Chat"_s, u"https://chat.example/"_s, u"bogus"_s), noName}}},
          }},
     };
 }
@@ -102,9 +116,11 @@ TEST(AppSuggestionsStore, AMissingOrUnreadableResourceGivesTheEightBuiltInSugges
                   QStringList({u"chatgpt"_s, u"gmail"_s, u"slack"_s, u"notion"_s, u"figma"_s, u"github"_s,
                                u"google-workspace"_s, u"whatsapp"_s}));
         EXPECT_EQ(store.suggestions()->count(), 8);
-        EXPECT_TRUE(env.test.log().contains(u"Failed to load AppSuggestions.plist, falling back to hardcoded suggestions"_s));
+        EXPECT_TRUE(env.test.log().contains(
+            u"Failed to load AppSuggestions.plist, falling back to hardcoded suggestions"_s));
         for (const AppSuggestion &suggestion : store.allSuggestions())
-            EXPECT_TRUE(AppSuggestionsCatalogue::isWebAddress(suggestion.url)) << suggestion.url.toStdString();
+            EXPECT_TRUE(AppSuggestionsCatalogue::isWebAddress(suggestion.url))
+                << suggestion.url.toStdString();
     }
 }
 
@@ -151,7 +167,8 @@ TEST(AppSuggestionsStore, ReadsRowsTemplatesAndAwkwardItems)
         for (int row = 0; row < store.suggestions()->rowCount(); ++row)
             listed.append(store.suggestions()->index(row).data(AppSuggestionsModel::IdRole).toString());
         EXPECT_EQ(listed, c.ids);
-        EXPECT_EQ(store.categorizedSuggestions().value(AppCategory::label(c.category)).toList().size(), c.ids.size());
+        EXPECT_EQ(store.categorizedSuggestions().value(AppCategory::label(c.category)).toList().size(),
+                  c.ids.size());
     }
     EXPECT_EQ(selected.count(), 6); // "all" was already selected
     EXPECT_EQ(reset.count(), 6);
@@ -208,7 +225,8 @@ TEST(AppSuggestionsStore, InstalledMarksFollowTheUsersApps)
 
     // An app on example.com appears in the registry, and the app list says it reloaded.
     const QString bundle = env.test.root() + u"/apps/Site.app"_s;
-    writeFile(bundle + u"/Contents/Resources/script"_s, readAll(fixturePath(u"scripts/chrome-single-window.golden"_s)));
+    writeFile(bundle + u"/Contents/Resources/script"_s,
+              readAll(fixturePath(u"scripts/chrome-single-window.golden"_s)));
     SNAppTracker(*env.context).updateAppTracker(u"5D7E4B1C-0000-4000-8000-000000000001"_s, bundle);
     QSignalSpy reset(store.suggestions(), &QAbstractItemModel::modelReset);
     env.context->notifications().post(u"AppItemsDidLoad"_s);
@@ -243,7 +261,8 @@ TEST(AppSuggestionsStore, TheShippedCatalogueIsCompleteAndReadableByAnotherReade
         }
     };
     for (const QJsonValue &row : plist.value(u"SuggestionsAll"_s).toArray()) {
-        EXPECT_TRUE(AppCategory::fromRowName(row[u"rowName"_s].toString())) << row[u"rowName"_s].toString().toStdString();
+        EXPECT_TRUE(AppCategory::fromRowName(row[u"rowName"_s].toString()))
+            << row[u"rowName"_s].toString().toStdString();
         QSet<QString> rowIds;
         for (const QJsonValue &entry : row[u"items"_s].toArray()) {
             checkEntry(entry.toObject(), {entry[u"url"_s].toString()});
@@ -284,5 +303,6 @@ TEST(AppSuggestionsStore, TheShippedCatalogueIsCompleteAndReadableByAnotherReade
     }
     EXPECT_EQ(placed, allIds.size());
     EXPECT_GE(store.suggestionsIn(Category::Popular).size(), 4);
-    EXPECT_FALSE(test.log().contains(u"Failed to load AppSuggestions.plist, falling back to hardcoded suggestions"_s));
+    EXPECT_FALSE(
+        test.log().contains(u"Failed to load AppSuggestions.plist, falling back to hardcoded suggestions"_s));
 }
