@@ -18,6 +18,7 @@
 #include "frontend/DestinationChoicesModel.h"
 #include "frontend/FrontendNotifications.h"
 #include "frontend/IconComposer.h"
+#include "frontend/IconShape.h"
 #include "frontend/InstalledBrowsers.h"
 #include "frontend/RoutingRulesModel.h"
 #include "frontend/TabsModel.h"
@@ -42,7 +43,6 @@ const QString DefaultTabbedAppsKey = u"defaultTabbedApps"_s;
 const QString DefaultIconShapeKey = u"defaultIconShape"_s;
 const QString DefaultImportEnabledKey = u"defaultImportEnabled"_s;
 const QString DefaultImportCategoriesKey = u"defaultImportCategories"_s;
-const QStringList IconShapes{u"circle"_s, u"roundedSquare"_s, u"square"_s};
 
 QString yesNo(bool value)
 {
@@ -110,7 +110,8 @@ AppCreationWizardStore::AppCreationWizardStore(Context &context, QObject *parent
       m_routingRules(new RoutingRulesModel(this)),
       m_destinations(new DestinationChoicesModel(context, this)),
       m_importProfiles(new ChoiceListModel(this)),
-      m_importExtensions(new ChoiceListModel(this))
+      m_importExtensions(new ChoiceListModel(this)),
+      m_customQuickSetups(new CustomQuickSetupList(context, this))
 {
     initialize();
 }
@@ -123,6 +124,7 @@ AppCreationWizardStore::AppCreationWizardStore(Context &context, const Homescree
       m_destinations(new DestinationChoicesModel(context, this)),
       m_importProfiles(new ChoiceListModel(this)),
       m_importExtensions(new ChoiceListModel(this)),
+      m_customQuickSetups(new CustomQuickSetupList(context, this)),
       m_editingApp(editingApp)
 {
     initialize();
@@ -215,7 +217,7 @@ void AppCreationWizardStore::loadDefaults()
     }
 
     const QString shape = defaults.stringForKey(DefaultIconShapeKey);
-    if (IconShapes.contains(shape))
+    if (IconShape::fromRawValue(shape))
         set(m_selectedIconShape, shape, &AppCreationWizardStore::selectedIconShapeChanged);
     set(m_importEnabled, defaults.boolForKey(DefaultImportEnabledKey), &AppCreationWizardStore::importEnabledChanged);
     if (defaults.hasPersistentValue(DefaultImportCategoriesKey)) {
@@ -504,13 +506,43 @@ bool AppCreationWizardStore::setIconFromFile(const QString &path)
     return true;
 }
 
+QUuid AppCreationWizardStore::saveCurrentAsSetup(const QString &name, const QString &icon, const QString &description)
+{
+    return m_customQuickSetups->saveCurrentAsSetup(name, icon, description, m_tabs->urls());
+}
+
+void AppCreationWizardStore::deleteSetup(const QUuid &id)
+{
+    m_customQuickSetups->deleteSetup(id);
+}
+
+void AppCreationWizardStore::applySetup(const QUuid &id)
+{
+    const QStringList urls = m_customQuickSetups->applySetup(id);
+    if (urls.isEmpty())
+        return;
+    m_tabs->setUrls(urls);
+    if (urls.size() > 1)
+        set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
+}
+
+QString AppCreationWizardStore::suggestedSetupName() const
+{
+    return CustomQuickSetupList::suggestedName(m_tabs->urls());
+}
+
+QString AppCreationWizardStore::suggestedSetupDescription() const
+{
+    return CustomQuickSetupList::suggestedDescription(m_tabs->urls());
+}
+
 void AppCreationWizardStore::applySuggestion(const QVariantMap &choice)
 {
     set(m_appName, choice.value(u"appName"_s).toString(), &AppCreationWizardStore::appNameChanged);
     set(m_appURL, choice.value(u"appURL"_s).toString(), &AppCreationWizardStore::appURLChanged);
     const QStringList tabs = choice.value(u"tabs"_s).toStringList();
     m_tabs->setUrls(tabs);
-    if (tabs.size() > 1)
+    if (tabs.size() > 1 || choice.value(u"isTabbedApp"_s).toBool())
         set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
     if (choice.value(u"incognito"_s).toBool())
         setProperty("enableIncognito", true);

@@ -5,6 +5,7 @@
 #include "editing/ImportSummary.h"
 #include "editing/StructuralState.h"
 #include "frontend/ChoiceListModel.h"
+#include "frontend/CustomQuickSetupList.h"
 #include "frontend/DestinationChoicesModel.h"
 #include "frontend/HomescreenAppEntry.h"
 #include "frontend/RoutingDestination.h"
@@ -49,6 +50,7 @@ class AppCreationWizardStore final : public QObject
     Q_PROPERTY(QColor selectedIconColor MEMBER m_selectedIconColor READ selectedIconColor NOTIFY selectedIconColorChanged)
     Q_PROPERTY(bool hasCustomIconEnhancements MEMBER m_hasCustomIconEnhancements NOTIFY hasCustomIconEnhancementsChanged)
     Q_PROPERTY(bool isCustomAssetIcon READ isCustomAssetIcon NOTIFY appIconChanged)
+    Q_PROPERTY(CustomQuickSetupList *customQuickSetups READ customQuickSetups CONSTANT)
     Q_PROPERTY(bool isAutoDetecting READ isAutoDetecting NOTIFY detectionChanged)
     Q_PROPERTY(bool isLoadingFavicon READ isLoadingFavicon NOTIFY detectionChanged)
     Q_PROPERTY(QString autoDetectedName READ autoDetectedName NOTIFY detectionChanged)
@@ -127,8 +129,16 @@ public:
     // Looks up the address's icon and the page's title, in the background.
     Q_INVOKABLE void detectNameAndIcon();
     Q_INVOKABLE bool setIconFromFile(const QString &path);
-    // Fills the basics from a chosen suggestion or template: "appName", "appURL", "tabs" (a list
-    // of addresses; more than one makes the app tabbed) and "incognito".
+    // Quick setups: the current tabs saved under a name, or a saved list of addresses made the
+    // tabs (a list of several makes the app tabbed).
+    Q_INVOKABLE QUuid saveCurrentAsSetup(const QString &name, const QString &icon, const QString &description);
+    Q_INVOKABLE void deleteSetup(const QUuid &id);
+    Q_INVOKABLE void applySetup(const QUuid &id);
+    Q_INVOKABLE QString suggestedSetupName() const;
+    Q_INVOKABLE QString suggestedSetupDescription() const;
+    // Fills the basics from a chosen suggestion or template (AppSuggestionsStore::wizardValues):
+    // "appName", "appURL", "tabs" (addresses; several make the app tabbed, as does "isTabbedApp")
+    // and "incognito".
     Q_INVOKABLE void applySuggestion(const QVariantMap &choice);
     void setAppIcon(const SNImage &icon, bool customAsset);
     Q_INVOKABLE void clearIcon();
@@ -169,6 +179,7 @@ public:
     QVariantList installedBrowsers() const;
     QImage appIcon() const { return m_appIcon.largestRepresentation(); }
     TabsModel *tabs() const { return m_tabs; }
+    CustomQuickSetupList *customQuickSetups() const { return m_customQuickSetups; }
     QString selectedIconShape() const { return m_selectedIconShape; }
     QColor selectedIconColor() const { return m_selectedIconColor; }
     bool isCustomAssetIcon() const { return m_isCustomAssetIcon; }
@@ -259,6 +270,7 @@ private:
     DestinationChoicesModel *m_destinations;
     ChoiceListModel *m_importProfiles;
     ChoiceListModel *m_importExtensions;
+    CustomQuickSetupList *m_customQuickSetups;
     std::unique_ptr<SNFaviconHelper> m_favicon;
 
     WizardStep m_currentStep = WizardStep::Basics;

@@ -1,11 +1,20 @@
 #include "frontend/FrontendQmlTypes.h"
 
+#include "frontend/AppCategory.h"
 #include "frontend/AppCreationWizardStore.h"
+#include "frontend/AppSuggestion.h"
+#include "frontend/AppSuggestionsModel.h"
+#include "frontend/AppSuggestionsStore.h"
+#include "frontend/AppTemplate.h"
+#include "frontend/CustomQuickSetup.h"
+#include "frontend/CustomQuickSetupList.h"
 #include "frontend/ChoiceListModel.h"
 #include "frontend/DestinationChoicesModel.h"
 #include "frontend/HomescreenAppEntry.h"
+#include "frontend/IconShape.h"
 #include "frontend/RoutingDestination.h"
 #include "frontend/RoutingRulesModel.h"
+#include "frontend/SorvaneSettingsStore.h"
 #include "frontend/TabsModel.h"
 #include "frontend/WizardRoutingRule.h"
 
@@ -38,9 +47,18 @@ void registerTypes()
     registerStore<RoutingRulesModel>("RoutingRulesModel");
     registerStore<DestinationChoicesModel>("DestinationChoicesModel");
     registerStore<ChoiceListModel>("ChoiceListModel");
+    registerStore<SorvaneSettingsStore>("SorvaneSettingsStore");
+    registerStore<CustomQuickSetupList>("CustomQuickSetupList");
+    registerStore<AppSuggestionsStore>("AppSuggestionsStore");
+    registerStore<AppSuggestionsModel>("AppSuggestionsModel");
     registerValueType(RoutingDestination::staticMetaObject, "RoutingDestination");
     registerValueType(WizardRoutingRule::staticMetaObject, "WizardRoutingRule");
     registerValueType(HomescreenAppEntry::staticMetaObject, "HomescreenAppEntry");
+    registerValueType(CustomQuickSetup::staticMetaObject, "CustomQuickSetup");
+    registerValueType(AppSuggestion::staticMetaObject, "AppSuggestion");
+    registerValueType(AppTemplate::staticMetaObject, "AppTemplate");
+    registerValueType(IconShape::staticMetaObject, "IconShape");
+    registerValueType(AppCategory::staticMetaObject, "AppCategory");
 }
 
 } // namespace FrontendQmlTypes

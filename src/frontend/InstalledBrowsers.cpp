@@ -12,14 +12,27 @@ QString InstalledBrowsers::defaultPath(int applicationType)
     return Platform::isMac() ? BrowserCatalogue::bundleOfEngine(browser.macEnginePath) : browser.linuxEnginePath;
 }
 
+bool InstalledBrowsers::configuredPathCounts(const QString &path)
+{
+    const QFileInfo info(path);
+    if (path.isEmpty() || !info.exists() || info.isDir())
+        return false;
+    return Platform::isMac() || info.isExecutable();
+}
+
+bool InstalledBrowsers::defaultPathCounts(const QString &path)
+{
+    const QFileInfo info(path);
+    if (path.isEmpty())
+        return false;
+    return Platform::isMac() ? info.isDir() : info.isFile() && info.isExecutable();
+}
+
 bool InstalledBrowsers::isInstalled(int applicationType, const UserDefaults &defaults)
 {
     const BrowserInfo &browser = BrowserCatalogue::byNumber(applicationType);
-    const QFileInfo configured(defaults.stringForKey(browser.settingsKey));
-    if (!configured.filePath().isEmpty() && configured.exists() && !configured.isDir())
-        return true;
-    const QFileInfo fallback(defaultPath(applicationType));
-    return Platform::isMac() ? fallback.isDir() : fallback.isFile() && fallback.isExecutable();
+    return configuredPathCounts(defaults.stringForKey(browser.settingsKey)) ||
+           defaultPathCounts(defaultPath(applicationType));
 }
 
 QList<int> InstalledBrowsers::detect(const UserDefaults &defaults)

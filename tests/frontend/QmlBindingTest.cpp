@@ -27,6 +27,7 @@ TEST(FrontendQmlTypes, ViewsBindToTheStores)
         QtObject {
             property string title: wizard.appName.length > 0 ? wizard.appName : "New App"
             property bool onBasics: wizard.currentStep === AppCreationWizardStore.Basics
+            property bool circle: wizard.selectedIconShape === "circle" && IconShape.Circle === 0
             property int rules: wizard.routingRules.count
             property string firstChoice: wizard.destinations.destinationAt(0).label
             function typeName(text) { wizard.appName = text }
@@ -40,6 +41,9 @@ TEST(FrontendQmlTypes, ViewsBindToTheStores)
 
     EXPECT_EQ(view->property("title").toString(), u"New App"_s);
     EXPECT_TRUE(view->property("onBasics").toBool());
+    EXPECT_FALSE(view->property("circle").toBool());
+    wizard.setProperty("selectedIconShape", u"circle"_s);
+    EXPECT_TRUE(view->property("circle").toBool());
     EXPECT_EQ(view->property("firstChoice").toString(), u"Default browser"_s);
     QMetaObject::invokeMethod(view.get(), "typeName", Q_ARG(QVariant, u"Mail"_s));
     EXPECT_EQ(wizard.appName(), u"Mail"_s);

@@ -5,6 +5,7 @@
 #include "core/NotificationCenter.h"
 #include "core/UserDefaults.h"
 #include "frontend/AppCreationWizardStore.h"
+#include "frontend/AppSuggestionsStore.h"
 #include "frontend/FrontendNotifications.h"
 #include "frontend/InstalledBrowsers.h"
 
@@ -118,6 +119,29 @@ TEST(WizardStore, FollowsSettingsChangesAndTheUsersSwitches)
     EXPECT_TRUE(store.isTabbedApp());
     store.setProperty("enableIncognito", false);
     EXPECT_TRUE(store.isTabbedApp());
+}
+
+// A saved quick setup and a chosen template fill the tabs; several tabs make the app tabbed.
+TEST(WizardStore, TakesTabsFromQuickSetupsAndTemplates)
+{
+    TestContext test;
+    Store first(test.context());
+    first.tabs()->setUrls({u"https://mail.example.org/"_s, u" "_s, u"https://www.docs.example.org/"_s});
+    EXPECT_EQ(first.suggestedSetupName(), u"Mail.example.org + Docs.example.org Setup"_s);
+    const QUuid id = first.saveCurrentAsSetup(u"Work"_s, {}, first.suggestedSetupDescription());
+    ASSERT_FALSE(id.isNull());
+
+    Store second(test.context());
+    ASSERT_EQ(second.customQuickSetups()->count(), 1);
+    second.applySetup(id);
+    EXPECT_EQ(second.tabs()->urls(), (QStringList{u"https://mail.example.org/"_s, u"https://www.docs.example.org/"_s}));
+    EXPECT_TRUE(second.isTabbedApp());
+
+    Store third(test.context());
+    third.applySuggestion(AppSuggestionsStore(test.context()).wizardValues(u"google-workspace"_s));
+    EXPECT_EQ(third.appName(), u"Google Workspace"_s);
+    EXPECT_TRUE(third.isTabbedApp());
+    EXPECT_GE(third.tabs()->validUrls().size(), 2);
 }
 
 TEST(WizardStore, ValidatesTheBasics)

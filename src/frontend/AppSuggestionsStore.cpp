@@ -1,0 +1,203 @@
+#include "frontend/AppSuggestionsStore.h"
+
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/NotificationCenter.h"
+#include "core/SNAppItem.h"
+#include "frontend/AppSuggestionsCatalogue.h"
+#include "frontend/AppSuggestionsModel.h"
+#include "frontend/FrontendNotifications.h"
+#include "maintenance/SNRecentAppsManager.h"
+
+#include <QDir>
+#include <QUrl>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+using AppCategory::Category;
+
+const QString AppSuggestionsStore::ResourceName = u"AppSuggestions.plist"_s;
+
+namespace {
+
+// The host of an address as typed or stored: a missing scheme means https; letter case and a
+// leading "www." do not count.
+QString normalisedHost(const QString &address)
+{
+    const QString trimmed = address.trimmed();
+    if (trimmed.isEmpty())
+        return {};
+    const QUrl url(trimmed.contains(u"://"_s) ? trimmed : u"https://"_s + trimmed);
+    QString host = url.host().toLower();
+    if (host.startsWith(u"www."_s))
+        host.remove(0, 4);
+    return host;
+}
+
+QVariantList values(const QList<AppSuggestion> &suggestions)
+{
+    QVariantList list;
+    for (const AppSuggestion &suggestion : suggestions)
+        list.append(QVariant::fromValue(suggestion));
+    return list;
+}
+
+} // namespace
+
+AppSuggestionsStore::AppSuggestionsStore(Context &context, QObject *parent)
+    : QObject(parent), m_context(context), m_model(new AppSuggestionsModel(this))
+{
+    const auto renew = [this](const QVariantMap &) { refreshInstalledMarks(); };
+    context.notifications().addObserver(FrontendNotifications::AppItemsDidLoad, this, renew);
+    context.notifications().addObserver(FrontendNotifications::AppCreationCompleted, this, renew);
+    loadSuggestions();
+}
+
+AppSuggestionsStore::~AppSuggestionsStore() = default;
+
+void AppSuggestionsStore::setLoading(bool loading)
+{
+    if (m_isLoading == loading)
+        return;
+    m_isLoading = loading;
+    Q_EMIT isLoadingChanged();
+}
+
+void AppSuggestionsStore::loadSuggestions()
+{
+    setLoading(true);
+    QString error;
+    const auto catalogue =
+        AppSuggestionsCatalogue::read(QDir(m_context.resourcesFolder()).filePath(ResourceName), &error);
+    if (catalogue) {
+        m_allSuggestions = catalogue->suggestions;
+        m_shortList = catalogue->shortList;
+        m_templates = catalogue->templates;
+        m_iconMappings = catalogue->iconMappings;
+    } else {
+        Logger::log(u"Failed to load AppSuggestions.plist, falling back to hardcoded suggestions"_s);
+        m_allSuggestions = AppSuggestionsCatalogue::builtInSuggestions();
+        m_shortList.clear();
+        m_templates.clear();
+        m_iconMappings.clear();
+    }
+    Q_EMIT templatesChanged();
+    refreshInstalledMarks();
+    setLoading(false);
+}
+
+void AppSuggestionsStore::refreshInstalledMarks()
+{
+    const QList<SNAppItem> apps = SNRecentAppsManager::loadAppItems(m_context);
+    const auto mark = [&apps](QList<AppSuggestion> &suggestions) {
+        for (AppSuggestion &suggestion : suggestions) {
+            suggestion.isInstalled =
+                std::any_of(apps.cbegin(), apps.cend(),
+                            [&suggestion](const SNAppItem &app) { return isMadeFrom(suggestion, app); });
+        }
+    };
+    mark(m_allSuggestions);
+    mark(m_shortList);
+    publish();
+}
+
+bool AppSuggestionsStore::isMadeFrom(const AppSuggestion &suggestion, const SNAppItem &app)
+{
+    const QString name = app.name.trimmed().isEmpty() ? u"Unknown App"_s : app.name.trimmed();
+    if (name.compare(suggestion.name, Qt::CaseInsensitive) == 0)
+        return true;
+    const QString host = normalisedHost(suggestion.url);
+    if (host.isEmpty())
+        return false;
+    return std::any_of(app.urls.cbegin(), app.urls.cend(),
+                       [&host](const QString &address) { return normalisedHost(address) == host; });
+}
+
+void AppSuggestionsStore::publish()
+{
+    m_model->setSuggestions(suggestionsIn(m_selectedCategory));
+    Q_EMIT categorizedSuggestionsChanged();
+}
+
+QList<AppSuggestion> AppSuggestionsStore::suggestionsIn(Category category) const
+{
+    if (category == Category::All)
+        return m_allSuggestions;
+    QList<AppSuggestion> selected;
+    for (const AppSuggestion &suggestion : m_allSuggestions) {
+        if (category == Category::Popular ? suggestion.isPopular : suggestion.category == category)
+            selected.append(suggestion);
+    }
+    return selected;
+}
+
+QVariantList AppSuggestionsStore::suggestionsFor(Category category) const
+{
+    return values(suggestionsIn(category));
+}
+
+QVariantMap AppSuggestionsStore::categorizedSuggestions() const
+{
+    QVariantMap map;
+    for (const Category category : AppCategory::all())
+        map.insert(AppCategory::label(category), suggestionsFor(category));
+    return map;
+}
+
+void AppSuggestionsStore::setSelectedCategory(Category category)
+{
+    if (AppCategory::rawValue(category).isEmpty() || category == m_selectedCategory)
+        return;
+    m_selectedCategory = category;
+    Q_EMIT selectedCategoryChanged();
+    m_model->setSuggestions(suggestionsIn(category));
+}
+
+QVariantList AppSuggestionsStore::templateValues() const
+{
+    QVariantList list;
+    for (const AppTemplate &appTemplate : m_templates)
+        list.append(QVariant::fromValue(appTemplate));
+    return list;
+}
+
+QVariantList AppSuggestionsStore::shortListValues() const
+{
+    return values(m_shortList);
+}
+
+QVariantMap AppSuggestionsStore::iconMappingValues() const
+{
+    QVariantMap map;
+    for (auto it = m_iconMappings.cbegin(); it != m_iconMappings.cend(); ++it)
+        map.insert(it.key(), it.value());
+    return map;
+}
+
+QStringList AppSuggestionsStore::categoryLabels() const
+{
+    QStringList labels;
+    for (const Category category : AppCategory::all())
+        labels.append(AppCategory::label(category));
+    return labels;
+}
+
+QVariantMap AppSuggestionsStore::wizardValues(const QString &suggestionId) const
+{
+    for (const AppSuggestion &suggestion : m_allSuggestions) {
+        if (suggestion.id != suggestionId)
+            continue;
+        const QStringList tabs = suggestion.tabUrls();
+        return {
+            {u"appName"_s, suggestion.name},
+            {u"appURL"_s, suggestion.url},
+            {u"tabs"_s, tabs},
+            {u"isTabbedApp"_s, !tabs.isEmpty()},
+            {u"incognito"_s, suggestion.incognito},
+            {u"iconName"_s, suggestion.iconName},
+            {u"imageName"_s, m_iconMappings.value(suggestion.iconName)},
+        };
+    }
+    return {};
+}

@@ -1,0 +1,386 @@
+#include "frontend/SorvaneSettingsStore.h"
+
+#include "frontend/InstalledBrowsers.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/Context.h"
+#include "core/Logger.h"
+#include "core/NotificationCenter.h"
+#include "core/Platform.h"
+#include "core/UserDefaults.h"
+#include "editing/ImportCategory.h"
+#include "frontend/FrontendNotifications.h"
+
+#include <QFileInfo>
+#include <QSet>
+#include <QTimer>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString ApplicationsPathKey = u"applicationsPath"_s;
+const QString RegisterAsBrowserKey = u"defaultRegisterAsBrowser"_s;
+const QString IncognitoModeKey = u"defaultIncognitoMode"_s;
+const QString TabbedAppsKey = u"defaultTabbedApps"_s;
+const QString IconShapeKey = u"defaultIconShape"_s;
+const QString AutomaticUpdatesKey = u"automaticAppUpdates"_s;
+const QString ImportEnabledKey = u"defaultImportEnabled"_s;
+const QString ImportCategoriesKey = u"defaultImportCategories"_s;
+
+// Only logs; long enough for everything queued by the change to have run.
+constexpr int DelayedVerifyMilliseconds = 100;
+
+QString boolText(bool value)
+{
+    return value ? u"true"_s : u"false"_s;
+}
+
+QStringList rawValues(const QList<ImportCategory> &categories)
+{
+    QStringList names;
+    for (const ImportCategory category : categories)
+        names.append(ImportCategories::rawValue(category));
+    return names;
+}
+
+// Known category names in their given order, each once.
+QStringList knownCategories(const QStringList &names)
+{
+    QStringList known;
+    for (const QString &name : names) {
+        if (ImportCategories::fromRawValue(name) && !known.contains(name))
+            known.append(name);
+    }
+    return known;
+}
+
+// A path the user chose: empty, or absolute without control characters (it ends up in scripts
+// and file names).
+bool acceptablePath(const QString &path, bool allowEmpty)
+{
+    if (path.isEmpty())
+        return allowEmpty;
+    if (!path.startsWith(u'/'))
+        return false;
+    return std::none_of(path.cbegin(), path.cend(),
+                        [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+}
+
+bool knownBrowser(int browserType)
+{
+    return browserType >= BrowserCatalogue::Chrome && browserType <= BrowserCatalogue::Helium;
+}
+
+} // namespace
+
+SorvaneSettingsStore::SorvaneSettingsStore(Context &context, QObject *parent)
+    : SorvaneSettingsStore(context, platformBrowserDefaults(), parent)
+{
+}
+
+SorvaneSettingsStore::SorvaneSettingsStore(Context &context, const QMap<QString, QString> &browserDefaults,
+                                           QObject *parent)
+    : QObject(parent), m_context(context), m_browserDefaults(browserDefaults)
+{
+    Logger::log(u"🔧 SorvaneSettingsStore init() - Starting initialization"_s);
+    m_defaultSaveLocation = Platform::defaultApplicationsFolder(context.homeFolder());
+    m_defaultImportCategories = rawValues(ImportCategories::defaults());
+    loadSettings();
+    refreshInstalledBrowsers();
+    m_observing = true;
+    Logger::log(u"🔧 SorvaneSettingsStore init() - Initialization complete"_s);
+    scheduleDelayedVerify(m_defaultTabbedApps);
+}
+
+SorvaneSettingsStore::~SorvaneSettingsStore() = default;
+
+void SorvaneSettingsStore::registerStartupDefaults(UserDefaults &defaults, const QString &homeFolder)
+{
+    QVariantMap registered{
+        {ApplicationsPathKey, Platform::defaultApplicationsFolder(homeFolder)},
+        {u"HAS_LAUNCHED_4"_s, u"NO"_s},
+        {AutomaticUpdatesKey, true},
+    };
+    for (const int type : {BrowserCatalogue::Chrome, BrowserCatalogue::Vivaldi, BrowserCatalogue::Helium}) {
+        const BrowserInfo &browser = BrowserCatalogue::byNumber(type);
+        registered.insert(browser.settingsKey, BrowserCatalogue::defaultEnginePath(browser));
+    }
+    defaults.registerDefaults(registered);
+}
+
+QMap<QString, QString> SorvaneSettingsStore::platformBrowserDefaults()
+{
+    QMap<QString, QString> locations;
+    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+        locations.insert(pathKey(browser.number), InstalledBrowsers::defaultPath(browser.number));
+    }
+    return locations;
+}
+
+QString SorvaneSettingsStore::pathKey(int browserType)
+{
+    return knownBrowser(browserType) ? BrowserCatalogue::typeKeyForNumber(browserType) + u"Path"_s
+                                     : QString();
+}
+
+QStringList SorvaneSettingsStore::importCategoryValues() const
+{
+    return rawValues(ImportCategories::all());
+}
+
+QStringList SorvaneSettingsStore::iconShapeValues() const
+{
+    return IconShape::rawValues();
+}
+
+template <typename T>
+void SorvaneSettingsStore::assign(T &field, const T &value, void (SorvaneSettingsStore::*changed)(),
+                                  const QString &name)
+{
+    if (field == value)
+        return;
+    field = value;
+    Q_EMIT(this->*changed)();
+    autoSave(name);
+}
+
+void SorvaneSettingsStore::setDefaultSaveLocation(const QString &path)
+{
+    if (!acceptablePath(path, false)) {
+        Logger::log(u"❌ Applications folder not changed: \"%1\" is not an absolute path"_s.arg(path));
+        return;
+    }
+    assign(m_defaultSaveLocation, path, &SorvaneSettingsStore::defaultSaveLocationChanged,
+           u"defaultSaveLocation"_s);
+}
+
+void SorvaneSettingsStore::setDefaultRegisterAsBrowser(bool on)
+{
+    assign(m_defaultRegisterAsBrowser, on, &SorvaneSettingsStore::defaultRegisterAsBrowserChanged,
+           u"defaultRegisterAsBrowser"_s);
+}
+
+void SorvaneSettingsStore::setDefaultIncognitoMode(bool on)
+{
+    assign(m_defaultIncognitoMode, on, &SorvaneSettingsStore::defaultIncognitoModeChanged,
+           u"defaultIncognitoMode"_s);
+}
+
+void SorvaneSettingsStore::setDefaultTabbedApps(bool on)
+{
+    const bool before = m_defaultTabbedApps;
+    assign(m_defaultTabbedApps, on, &SorvaneSettingsStore::defaultTabbedAppsChanged, u"defaultTabbedApps"_s);
+    if (before != on)
+        scheduleDelayedVerify(m_defaultTabbedApps);
+}
+
+void SorvaneSettingsStore::setDefaultIconShape(IconShape::Shape shape)
+{
+    // A number from a view that is no shape at all changes nothing.
+    if (IconShape::rawValue(shape).isEmpty())
+        return;
+    assign(m_defaultIconShape, shape, &SorvaneSettingsStore::defaultIconShapeChanged, u"defaultIconShape"_s);
+}
+
+void SorvaneSettingsStore::setAutomaticAppUpdates(bool on)
+{
+    const bool before = m_automaticAppUpdates;
+    assign(m_automaticAppUpdates, on, &SorvaneSettingsStore::automaticAppUpdatesChanged,
+           u"automaticAppUpdates"_s);
+    if (before != on)
+        scheduleDelayedVerify(m_automaticAppUpdates);
+}
+
+void SorvaneSettingsStore::setDefaultImportEnabled(bool on)
+{
+    assign(m_defaultImportEnabled, on, &SorvaneSettingsStore::defaultImportEnabledChanged,
+           u"defaultImportEnabled"_s);
+}
+
+void SorvaneSettingsStore::setDefaultImportCategories(const QStringList &names)
+{
+    const QStringList known = knownCategories(names);
+    if (known.size() != QSet<QString>(names.cbegin(), names.cend()).size()) {
+        Logger::log(
+            u"❌ Import categories not changed: unknown category in \"%1\""_s.arg(names.join(u", "_s)));
+        return;
+    }
+    assign(m_defaultImportCategories, known, &SorvaneSettingsStore::defaultImportCategoriesChanged,
+           u"defaultImportCategories"_s);
+}
+
+void SorvaneSettingsStore::autoSave(const QString &name)
+{
+    if (!m_observing)
+        return;
+    if (m_isLoadingSettings) {
+        Logger::log(u"🔧 Skipping auto-save for %1 change during loading"_s.arg(name));
+        return;
+    }
+    Logger::log(u"🔧 Auto-save triggered for %1 change"_s.arg(name));
+    saveSettings();
+}
+
+void SorvaneSettingsStore::scheduleDelayedVerify(const bool &property)
+{
+    if (!m_observing)
+        return;
+    const bool *watched = &property;
+    QTimer::singleShot(DelayedVerifyMilliseconds, this, [watched] {
+        Logger::log(u"🔧 DELAYED VERIFY: Property value after dispatch: "_s + boolText(*watched));
+    });
+}
+
+bool SorvaneSettingsStore::loadFlag(const QString &key)
+{
+    UserDefaults &defaults = m_context.defaults();
+    const bool exists = defaults.hasPersistentValue(key);
+    if (key == TabbedAppsKey)
+        Logger::log(u"🔧 UserDefaults key 'defaultTabbedApps' exists: "_s + boolText(exists));
+    if (exists)
+        return defaults.boolForKey(key);
+    defaults.setValue(key, false);
+    return false;
+}
+
+void SorvaneSettingsStore::loadSettings()
+{
+    UserDefaults &defaults = m_context.defaults();
+    m_isLoadingSettings = true;
+
+    const QString applicationsPath = defaults.stringForKey(ApplicationsPathKey);
+    setDefaultSaveLocation(acceptablePath(applicationsPath, false)
+                               ? applicationsPath
+                               : Platform::defaultApplicationsFolder(m_context.homeFolder()));
+    setDefaultRegisterAsBrowser(loadFlag(RegisterAsBrowserKey));
+    setDefaultIncognitoMode(loadFlag(IncognitoModeKey));
+    setDefaultTabbedApps(loadFlag(TabbedAppsKey));
+    // Never set (and nothing registered): updates stay on.
+    const QVariant updates = defaults.value(AutomaticUpdatesKey);
+    setAutomaticAppUpdates(updates.isValid() ? UserDefaults::toBool(updates) : true);
+    if (const auto shape = IconShape::fromRawValue(defaults.stringForKey(IconShapeKey)))
+        setDefaultIconShape(*shape);
+    setDefaultImportEnabled(defaults.boolForKey(ImportEnabledKey));
+    const QStringList categories = knownCategories(defaults.value(ImportCategoriesKey).toStringList());
+    if (!categories.isEmpty())
+        setDefaultImportCategories(categories);
+
+    bool pathsChanged = false;
+    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+        const QString key = pathKey(browser.number);
+        // A stored path that could not have been set here (relative, control characters) is
+        // not used either.
+        const QVariant stored = defaults.value(key);
+        const QString path = stored.isValid() && acceptablePath(stored.toString(), true)
+                                 ? stored.toString()
+                                 : m_browserDefaults.value(key);
+        QString &field = m_browserPaths[static_cast<size_t>(browser.number)];
+        if (field != path) {
+            field = path;
+            pathsChanged = true;
+        }
+    }
+    if (pathsChanged) {
+        Q_EMIT browserPathsChanged();
+        if (m_observing)
+            Logger::log(u"🔧 Skipping auto-save for browser paths change during loading"_s);
+    }
+
+    Logger::log(u"📖 Loading settings:"_s);
+    Logger::log(u"   defaultSaveLocation: "_s + m_defaultSaveLocation);
+    Logger::log(u"   defaultRegisterAsBrowser: "_s + boolText(m_defaultRegisterAsBrowser));
+    Logger::log(u"   defaultIncognitoMode: "_s + boolText(m_defaultIncognitoMode));
+    Logger::log(u"   defaultTabbedApps: "_s + boolText(m_defaultTabbedApps));
+    Logger::log(u"   defaultIconShape: "_s + IconShape::rawValue(m_defaultIconShape));
+    Logger::log(u"   automaticAppUpdates: "_s + boolText(m_automaticAppUpdates));
+    Logger::log(u"   defaultImportEnabled: "_s + boolText(m_defaultImportEnabled));
+    Logger::log(u"   defaultImportCategories: "_s + m_defaultImportCategories.join(u", "_s));
+    for (const BrowserInfo &browser : BrowserCatalogue::all())
+        Logger::log(
+            u"   %1: %2"_s.arg(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]));
+    Logger::log(u"Settings loaded - applicationsPath: "_s + m_defaultSaveLocation);
+
+    m_isLoadingSettings = false;
+}
+
+void SorvaneSettingsStore::saveSettings()
+{
+    UserDefaults &defaults = m_context.defaults();
+    defaults.setValue(ApplicationsPathKey, m_defaultSaveLocation);
+    defaults.setValue(RegisterAsBrowserKey, m_defaultRegisterAsBrowser);
+    defaults.setValue(IncognitoModeKey, m_defaultIncognitoMode);
+    defaults.setValue(TabbedAppsKey, m_defaultTabbedApps);
+    defaults.setValue(AutomaticUpdatesKey, m_automaticAppUpdates);
+    defaults.setValue(IconShapeKey, IconShape::rawValue(m_defaultIconShape));
+    defaults.setValue(ImportEnabledKey, m_defaultImportEnabled);
+    defaults.setValue(ImportCategoriesKey, m_defaultImportCategories);
+    for (const BrowserInfo &browser : BrowserCatalogue::all())
+        defaults.setValue(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]);
+    defaults.synchronize();
+
+    // This one key has been seen not to stick; it is read back and written again when it did not.
+    const bool stored = defaults.boolForKey(TabbedAppsKey);
+    if (stored != m_defaultTabbedApps) {
+        Logger::log(u"🔧 defaultTabbedApps did not save - Expected: %1, Got: %2"_s.arg(
+            boolText(m_defaultTabbedApps), boolText(stored)));
+        defaults.setValue(TabbedAppsKey, m_defaultTabbedApps);
+        defaults.synchronize();
+        Logger::log(u"🔧 Retry save - now contains: "_s + boolText(defaults.boolForKey(TabbedAppsKey)));
+    }
+
+    Logger::log(u"📢 Sending SorvaneSettingsChanged notification"_s);
+    m_context.notifications().post(FrontendNotifications::SorvaneSettingsChanged);
+}
+
+bool SorvaneSettingsStore::setBrowserPath(int browserType, const QString &path)
+{
+    if (!knownBrowser(browserType)) {
+        Logger::log(u"❌ No browser of type %1: its path was not changed"_s.arg(browserType));
+        return false;
+    }
+    const QString key = pathKey(browserType);
+    if (!acceptablePath(path, true)) {
+        Logger::log(u"❌ %1 not changed: \"%2\" is not an absolute path"_s.arg(key, path));
+        return false;
+    }
+    QString &field = m_browserPaths[static_cast<size_t>(browserType)];
+    const bool changed = field != path;
+    field = path;
+    if (changed)
+        Q_EMIT browserPathsChanged();
+    refreshInstalledBrowsers();
+    if (changed)
+        autoSave(key);
+    return true;
+}
+
+QString SorvaneSettingsStore::browserPath(int browserType) const
+{
+    return knownBrowser(browserType) ? m_browserPaths[static_cast<size_t>(browserType)] : QString();
+}
+
+bool SorvaneSettingsStore::resetBrowserPath(int browserType)
+{
+    const auto location = m_browserDefaults.constFind(pathKey(browserType));
+    if (location == m_browserDefaults.cend())
+        return false;
+    return setBrowserPath(browserType, *location);
+}
+
+void SorvaneSettingsStore::refreshInstalledBrowsers()
+{
+    QList<int> installed;
+    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+        const QString configured = m_browserPaths[static_cast<size_t>(browser.number)];
+        if (InstalledBrowsers::configuredPathCounts(configured) ||
+            InstalledBrowsers::defaultPathCounts(m_browserDefaults.value(pathKey(browser.number))))
+            installed.append(browser.number);
+    }
+    if (installed == m_installedBrowsers)
+        return;
+    m_installedBrowsers = installed;
+    Q_EMIT installedBrowsersChanged();
+}
