@@ -21,6 +21,7 @@
 #include "frontend/IconShape.h"
 #include "frontend/InstalledBrowsers.h"
 #include "frontend/RoutingRulesModel.h"
+#include "frontend/SettingsKeys.h"
 #include "frontend/TabsModel.h"
 #include "generation/ApplicationManager.h"
 #include "generation/DefinitionValidator.h"
@@ -35,14 +36,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-const QString ApplicationsPathKey = u"applicationsPath"_s;
-const QString DefaultRegisterAsBrowserKey = u"defaultRegisterAsBrowser"_s;
-const QString DefaultIncognitoModeKey = u"defaultIncognitoMode"_s;
-const QString DefaultTabbedAppsKey = u"defaultTabbedApps"_s;
-const QString DefaultIconShapeKey = u"defaultIconShape"_s;
-const QString DefaultImportEnabledKey = u"defaultImportEnabled"_s;
-const QString DefaultImportCategoriesKey = u"defaultImportCategories"_s;
 
 QString yesNo(bool value)
 {
@@ -192,16 +185,16 @@ QString AppCreationWizardStore::message(ValidationError error)
 void AppCreationWizardStore::loadDefaults()
 {
     UserDefaults &defaults = m_context.defaults();
-    const QString location = defaults.stringForKey(ApplicationsPathKey);
+    const QString location = defaults.stringForKey(SettingsKeys::ApplicationsPath);
     set(m_appSaveLocation, location.isEmpty() ? m_context.applicationsFolder() : location,
         &AppCreationWizardStore::appSaveLocationChanged);
     Logger::log(u"Wizard loading settings - applicationsPath: "_s + m_appSaveLocation);
 
     if (!m_editingApp) {
         const std::pair<QString, bool AppCreationWizardStore::*> switches[] = {
-            {DefaultRegisterAsBrowserKey, &AppCreationWizardStore::m_registerAsBrowser},
-            {DefaultIncognitoModeKey, &AppCreationWizardStore::m_enableIncognito},
-            {DefaultTabbedAppsKey, &AppCreationWizardStore::m_isTabbedApp},
+            {SettingsKeys::RegisterAsBrowser, &AppCreationWizardStore::m_registerAsBrowser},
+            {SettingsKeys::IncognitoMode, &AppCreationWizardStore::m_enableIncognito},
+            {SettingsKeys::TabbedApps, &AppCreationWizardStore::m_isTabbedApp},
         };
         for (const auto &[key, member] : switches) {
             bool value = false;
@@ -216,14 +209,14 @@ void AppCreationWizardStore::loadDefaults()
         Q_EMIT isTabbedAppChanged();
     }
 
-    const QString shape = defaults.stringForKey(DefaultIconShapeKey);
+    const QString shape = defaults.stringForKey(SettingsKeys::IconShape);
     if (IconShape::fromRawValue(shape))
         set(m_selectedIconShape, shape, &AppCreationWizardStore::selectedIconShapeChanged);
-    set(m_importEnabled, defaults.boolForKey(DefaultImportEnabledKey), &AppCreationWizardStore::importEnabledChanged);
-    if (defaults.hasPersistentValue(DefaultImportCategoriesKey)) {
+    set(m_importEnabled, defaults.boolForKey(SettingsKeys::ImportEnabled), &AppCreationWizardStore::importEnabledChanged);
+    if (defaults.hasPersistentValue(SettingsKeys::ImportCategories)) {
         QStringList categories;
         for (ImportCategory category :
-             ImportCategories::fromSavedList(defaults.value(DefaultImportCategoriesKey).toStringList()))
+             ImportCategories::fromSavedList(defaults.value(SettingsKeys::ImportCategories).toStringList()))
             categories.append(ImportCategories::rawValue(category));
         setImportCategories(categories);
     }

@@ -1,6 +1,7 @@
 #include "frontend/SorvaneSettingsStore.h"
 
 #include "frontend/InstalledBrowsers.h"
+#include "frontend/SettingsKeys.h"
 
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
@@ -20,15 +21,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-const QString ApplicationsPathKey = u"applicationsPath"_s;
-const QString RegisterAsBrowserKey = u"defaultRegisterAsBrowser"_s;
-const QString IncognitoModeKey = u"defaultIncognitoMode"_s;
-const QString TabbedAppsKey = u"defaultTabbedApps"_s;
-const QString IconShapeKey = u"defaultIconShape"_s;
-const QString AutomaticUpdatesKey = u"automaticAppUpdates"_s;
-const QString ImportEnabledKey = u"defaultImportEnabled"_s;
-const QString ImportCategoriesKey = u"defaultImportCategories"_s;
 
 // Only logs; long enough for everything queued by the change to have run.
 constexpr int DelayedVerifyMilliseconds = 100;
@@ -100,9 +92,9 @@ SorvaneSettingsStore::~SorvaneSettingsStore() = default;
 void SorvaneSettingsStore::registerStartupDefaults(UserDefaults &defaults, const QString &homeFolder)
 {
     QVariantMap registered{
-        {ApplicationsPathKey, Platform::defaultApplicationsFolder(homeFolder)},
+        {SettingsKeys::ApplicationsPath, Platform::defaultApplicationsFolder(homeFolder)},
         {u"HAS_LAUNCHED_4"_s, u"NO"_s},
-        {AutomaticUpdatesKey, true},
+        {SettingsKeys::AutomaticUpdates, true},
     };
     for (const int type : {BrowserCatalogue::Chrome, BrowserCatalogue::Vivaldi, BrowserCatalogue::Helium}) {
         const BrowserInfo &browser = BrowserCatalogue::byNumber(type);
@@ -238,7 +230,7 @@ bool SorvaneSettingsStore::loadFlag(const QString &key)
 {
     UserDefaults &defaults = m_context.defaults();
     const bool exists = defaults.hasPersistentValue(key);
-    if (key == TabbedAppsKey)
+    if (key == SettingsKeys::TabbedApps)
         Logger::log(u"🔧 UserDefaults key 'defaultTabbedApps' exists: "_s + boolText(exists));
     if (exists)
         return defaults.boolForKey(key);
@@ -251,20 +243,20 @@ void SorvaneSettingsStore::loadSettings()
     UserDefaults &defaults = m_context.defaults();
     m_isLoadingSettings = true;
 
-    const QString applicationsPath = defaults.stringForKey(ApplicationsPathKey);
+    const QString applicationsPath = defaults.stringForKey(SettingsKeys::ApplicationsPath);
     setDefaultSaveLocation(acceptablePath(applicationsPath, false)
                                ? applicationsPath
                                : Platform::defaultApplicationsFolder(m_context.homeFolder()));
-    setDefaultRegisterAsBrowser(loadFlag(RegisterAsBrowserKey));
-    setDefaultIncognitoMode(loadFlag(IncognitoModeKey));
-    setDefaultTabbedApps(loadFlag(TabbedAppsKey));
+    setDefaultRegisterAsBrowser(loadFlag(SettingsKeys::RegisterAsBrowser));
+    setDefaultIncognitoMode(loadFlag(SettingsKeys::IncognitoMode));
+    setDefaultTabbedApps(loadFlag(SettingsKeys::TabbedApps));
     // Never set (and nothing registered): updates stay on.
-    const QVariant updates = defaults.value(AutomaticUpdatesKey);
+    const QVariant updates = defaults.value(SettingsKeys::AutomaticUpdates);
     setAutomaticAppUpdates(updates.isValid() ? UserDefaults::toBool(updates) : true);
-    if (const auto shape = IconShape::fromRawValue(defaults.stringForKey(IconShapeKey)))
+    if (const auto shape = IconShape::fromRawValue(defaults.stringForKey(SettingsKeys::IconShape)))
         setDefaultIconShape(*shape);
-    setDefaultImportEnabled(defaults.boolForKey(ImportEnabledKey));
-    const QStringList categories = knownCategories(defaults.value(ImportCategoriesKey).toStringList());
+    setDefaultImportEnabled(defaults.boolForKey(SettingsKeys::ImportEnabled));
+    const QStringList categories = knownCategories(defaults.value(SettingsKeys::ImportCategories).toStringList());
     if (!categories.isEmpty())
         setDefaultImportCategories(categories);
 
@@ -309,26 +301,26 @@ void SorvaneSettingsStore::loadSettings()
 void SorvaneSettingsStore::saveSettings()
 {
     UserDefaults &defaults = m_context.defaults();
-    defaults.setValue(ApplicationsPathKey, m_defaultSaveLocation);
-    defaults.setValue(RegisterAsBrowserKey, m_defaultRegisterAsBrowser);
-    defaults.setValue(IncognitoModeKey, m_defaultIncognitoMode);
-    defaults.setValue(TabbedAppsKey, m_defaultTabbedApps);
-    defaults.setValue(AutomaticUpdatesKey, m_automaticAppUpdates);
-    defaults.setValue(IconShapeKey, IconShape::rawValue(m_defaultIconShape));
-    defaults.setValue(ImportEnabledKey, m_defaultImportEnabled);
-    defaults.setValue(ImportCategoriesKey, m_defaultImportCategories);
+    defaults.setValue(SettingsKeys::ApplicationsPath, m_defaultSaveLocation);
+    defaults.setValue(SettingsKeys::RegisterAsBrowser, m_defaultRegisterAsBrowser);
+    defaults.setValue(SettingsKeys::IncognitoMode, m_defaultIncognitoMode);
+    defaults.setValue(SettingsKeys::TabbedApps, m_defaultTabbedApps);
+    defaults.setValue(SettingsKeys::AutomaticUpdates, m_automaticAppUpdates);
+    defaults.setValue(SettingsKeys::IconShape, IconShape::rawValue(m_defaultIconShape));
+    defaults.setValue(SettingsKeys::ImportEnabled, m_defaultImportEnabled);
+    defaults.setValue(SettingsKeys::ImportCategories, m_defaultImportCategories);
     for (const BrowserInfo &browser : BrowserCatalogue::all())
         defaults.setValue(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]);
     defaults.synchronize();
 
     // This one key has been seen not to stick; it is read back and written again when it did not.
-    const bool stored = defaults.boolForKey(TabbedAppsKey);
+    const bool stored = defaults.boolForKey(SettingsKeys::TabbedApps);
     if (stored != m_defaultTabbedApps) {
         Logger::log(u"🔧 defaultTabbedApps did not save - Expected: %1, Got: %2"_s.arg(
             boolText(m_defaultTabbedApps), boolText(stored)));
-        defaults.setValue(TabbedAppsKey, m_defaultTabbedApps);
+        defaults.setValue(SettingsKeys::TabbedApps, m_defaultTabbedApps);
         defaults.synchronize();
-        Logger::log(u"🔧 Retry save - now contains: "_s + boolText(defaults.boolForKey(TabbedAppsKey)));
+        Logger::log(u"🔧 Retry save - now contains: "_s + boolText(defaults.boolForKey(SettingsKeys::TabbedApps)));
     }
 
     Logger::log(u"📢 Sending SorvaneSettingsChanged notification"_s);

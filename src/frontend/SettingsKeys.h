@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+// The user-defaults keys of the settings window, which the wizard reads its defaults from.
+namespace SettingsKeys {
+
+inline const QString ApplicationsPath = QStringLiteral("applicationsPath");
+inline const QString RegisterAsBrowser = QStringLiteral("defaultRegisterAsBrowser");
+inline const QString IncognitoMode = QStringLiteral("defaultIncognitoMode");
+inline const QString TabbedApps = QStringLiteral("defaultTabbedApps");
+inline const QString IconShape = QStringLiteral("defaultIconShape");
+inline const QString AutomaticUpdates = QStringLiteral("automaticAppUpdates");
+inline const QString ImportEnabled = QStringLiteral("defaultImportEnabled");
+inline const QString ImportCategories = QStringLiteral("defaultImportCategories");
+
+} // namespace SettingsKeys
