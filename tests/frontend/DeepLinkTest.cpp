@@ -12,6 +12,7 @@
 #include <QLocalSocket>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QTest>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -37,47 +38,6 @@ struct EditorRequests : QObject
     }
     QList<QVariantMap> posted;
 };
-
-struct UrlCase
-{
-    const char *label;
-    QString url;
-    bool ours;       // acted on (the app is brought forward)
-    QString appId;   // the editor asked for; empty for none
-};
-
-class DeepLinkUrls : public ::testing::TestWithParam<UrlCase>
-{
-};
-
-TEST_P(DeepLinkUrls, OnlyEditAppLinksAreActedOn)
-{
-    const UrlCase &row = GetParam();
-    TestContext test;
-    SNDeepLinkRouter::setPendingEditAppId({});
-    EditorRequests requests(test.context());
-    DeepLinkHandler handler(test.context());
-    QSignalSpy activation(&handler, &DeepLinkHandler::activationRequested);
-
-    EXPECT_EQ(handler.handleURL(row.url), row.ours);
-
-    EXPECT_EQ(activation.size(), row.ours ? 1 : 0);
-    EXPECT_TRUE(requests.are(row.appId));
-    EXPECT_EQ(SNDeepLinkRouter::pendingEditAppId(), row.appId);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, DeepLinkUrls,
-    ::testing::Values(UrlCase{"editApp", u"sorvane://edit-app?id=5A1B"_s, true, u"5A1B"_s},
-                      UrlCase{"encodedId", u"sorvane://edit-app?other=1&id=A%20B"_s, true, u"A B"_s},
-                      UrlCase{"noId", u"sorvane://edit-app"_s, true, {}},
-                      UrlCase{"otherHost", u"sorvane://other?id=x"_s, false, {}},
-                      UrlCase{"upperCaseScheme", u"SORVANE://edit-app?id=x"_s, false, {}},
-                      UrlCase{"upperCaseHost", u"sorvane://Edit-App?id=x"_s, false, {}},
-                      UrlCase{"hostWithUser", u"sorvane://edit-app@elsewhere?id=x"_s, false, {}},
-                      UrlCase{"hostWithPort", u"sorvane://edit-app:1?id=x"_s, false, {}},
-                      UrlCase{"empty", QString(), false, {}}),
-    [](const auto &test) { return std::string(test.param.label); });
 
 struct CliRun
 {
@@ -105,7 +65,7 @@ protected:
         process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
         process.start(QStringLiteral(SORVANE_CLI), QStringList{u"open-url"_s} + arguments);
         process.closeWriteChannel();
-        if (!waitUntil([&] { return process.state() == QProcess::NotRunning; }, 30000))
+        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 30000))
             process.kill();
         process.waitForFinished();
         return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
@@ -120,9 +80,10 @@ private:
 struct DeliveryCase
 {
     const char *label;
-    QByteArray garbage; // sent on its own connection first; the server drops it and goes on
     QString url;
-    QString appId; // what reaches the router; empty for nothing
+    bool ours;          // acted on: the app is brought forward
+    QString appId;      // the editor asked for; empty for none
+    QByteArray garbage = {}; // sent on its own connection first; the server drops it and goes on
 };
 
 class DeepLinkDelivery : public RuntimeFolder, public ::testing::WithParamInterface<DeliveryCase>
@@ -143,9 +104,9 @@ TEST_P(DeepLinkDelivery, ASecondStartHandsItsUrlToTheRunningInstance)
     if (!row.garbage.isEmpty()) {
         QLocalSocket client;
         client.connectToServer(server.socketPath());
-        ASSERT_TRUE(waitUntil([&] { return client.state() == QLocalSocket::ConnectedState; }));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return client.state() == QLocalSocket::ConnectedState; }));
         client.write(row.garbage);
-        EXPECT_TRUE(waitUntil([&] { return client.state() == QLocalSocket::UnconnectedState; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return client.state() == QLocalSocket::UnconnectedState; }));
     }
 
     const CliRun run = openUrl({row.url});
@@ -153,24 +114,30 @@ TEST_P(DeepLinkDelivery, ASecondStartHandsItsUrlToTheRunningInstance)
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     ASSERT_EQ(received.size(), 1);
     EXPECT_EQ(received.first().first().toString(), row.url);
-    EXPECT_EQ(activation.size(), row.appId.isEmpty() ? 0 : 1);
+    EXPECT_EQ(activation.size(), row.ours ? 1 : 0);
     EXPECT_TRUE(requests.are(row.appId));
+    EXPECT_EQ(SNDeepLinkRouter::pendingEditAppId(), row.appId);
     // Only this user can reach the socket.
     struct stat folder{};
     ASSERT_EQ(::stat(QFile::encodeName(QFileInfo(server.socketPath()).absolutePath()).constData(), &folder), 0);
     EXPECT_EQ(folder.st_mode & 0777, 0700u);
 }
 
-const QString editLink = u"sorvane://edit-app?id=9F2C-11"_s;
+const QString editLink = u"sorvane://edit-app?id=5A1B"_s;
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, DeepLinkDelivery,
-    ::testing::Values(DeliveryCase{"editApp", {}, editLink, u"9F2C-11"_s},
-                      DeliveryCase{"otherHostIgnored", {}, u"sorvane://other?id=x"_s, {}},
-                      DeliveryCase{"afterTooLong", QByteArray(DeepLinkServer::MaximumLineBytes + 10, 'a'), editLink,
-                                   u"9F2C-11"_s},
-                      DeliveryCase{"afterNotUtf8", "sorvane://edit-app?id=\xff\xfe\n", editLink, u"9F2C-11"_s},
-                      DeliveryCase{"afterControl", "sorvane://edit-app?id=a\tb\n", editLink, u"9F2C-11"_s}),
+    ::testing::Values(DeliveryCase{"editApp", editLink, true, u"5A1B"_s},
+                      DeliveryCase{"encodedId", u"sorvane://edit-app?other=1&id=A%20B"_s, true, u"A B"_s},
+                      DeliveryCase{"noId", u"sorvane://edit-app"_s, true, {}},
+                      DeliveryCase{"otherHost", u"sorvane://other?id=x"_s, false, {}},
+                      DeliveryCase{"upperCaseScheme", u"SORVANE://edit-app?id=x"_s, false, {}},
+                      DeliveryCase{"upperCaseHost", u"sorvane://Edit-App?id=x"_s, false, {}},
+                      DeliveryCase{"hostWithUser", u"sorvane://edit-app@elsewhere?id=x"_s, false, {}},
+                      DeliveryCase{"hostWithPort", u"sorvane://edit-app:1?id=x"_s, false, {}},
+                      DeliveryCase{"afterTooLong", editLink, true, u"5A1B"_s, QByteArray(5000, 'a')},
+                      DeliveryCase{"afterNotUtf8", editLink, true, u"5A1B"_s, "sorvane://edit-app?id=\xff\xfe\n"},
+                      DeliveryCase{"afterControl", editLink, true, u"5A1B"_s, "sorvane://edit-app?id=a\tb\n"}),
     [](const auto &test) { return std::string(test.param.label); });
 
 TEST_F(RuntimeFolder, OpenUrlExitsOneWithoutAnInstanceAndTwoOnBadUsage)
@@ -179,6 +146,7 @@ TEST_F(RuntimeFolder, OpenUrlExitsOneWithoutAnInstanceAndTwoOnBadUsage)
     EXPECT_EQ(alone.exitCode, 1);
     EXPECT_TRUE(alone.err.contains("not running")) << alone.err.constData();
     EXPECT_EQ(openUrl({}).exitCode, 2);
+    EXPECT_EQ(openUrl({QString()}).exitCode, 2);
     EXPECT_EQ(openUrl({u"sorvane://edit-app?id=X\nsorvane://edit-app?id=Y"_s}).exitCode, 2);
     EXPECT_EQ(openUrl({u"sorvane://edit-app?id="_s + QString(5000, u'A')}).exitCode, 2);
 }

@@ -1,11 +1,10 @@
-// The home screen over apps made by the real creation (the engine script stubbed), driven as its
-// view would drive it.
+// The home screen over apps made by the real creation (on the recording fake engine), driven as
+// its view would drive it.
 
 #include "support/Frozen.h"
 #include "support/TestContext.h"
 
 #include "core/NotificationCenter.h"
-#include "core/ProcessRunner.h"
 #include "core/Prompter.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
@@ -20,6 +19,7 @@
 
 #include <QDir>
 #include <QSignalSpy>
+#include <QTest>
 #include <QThread>
 #include <QUuid>
 
@@ -38,15 +38,6 @@ namespace {
 using Filter = HomescreenStore::AppFilter;
 using Order = HomescreenStore::AppSortOrder;
 using Direction = HomescreenStore::SortDirection;
-
-class StubbedEngineScript final : public ProcessRunner
-{
-public:
-    Result run(const QString &, const QStringList &, const QString &, int) override
-    {
-        return {true, false, false, 0, {}, {}};
-    }
-};
 
 // Answers every question with one button; keeps each question as {message, informative text,
 // buttons...} and each error.
@@ -74,7 +65,6 @@ struct Home
     Home()
     {
         test.context().defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
-        test.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
         answer(0);
         make(u"Notes"_s, {u"https://notes.example.com/"_s}, false, true);
         make(u"Mail 2"_s, {u"https://mail.example.org/"_s, u"https://calendar.example.net/"_s}, true, false);
@@ -412,7 +402,7 @@ TEST_P(BundleLaunch, StartsTheLaunchProgramOrLogsWhyNot)
     EXPECT_EQ(BundleLauncher::launch(bundle), !row.present.isEmpty());
 
     if (!row.present.isEmpty()) {
-        ASSERT_TRUE(waitUntil([&] { return readAll(marker).endsWith('\n'); }));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return readAll(marker).endsWith('\n'); }));
         const QByteArray folder = QFile::encodeName(QFileInfo(bundle).canonicalFilePath()) + "/Contents/MacOS";
         EXPECT_EQ(readAll(marker), "0 " + folder + '\n');
         EXPECT_TRUE(test.log().isEmpty());

@@ -3,13 +3,10 @@
 #include "core/Logger.h"
 #include "core/UserDefaults.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -107,17 +104,4 @@ with open(sys.argv[1], "rb") as f:
 QString fixturePath(const QString &relative)
 {
     return QStringLiteral(SORVANE_TEST_FIXTURES "/") + relative;
-}
-
-bool waitUntil(const std::function<bool()> &done, int timeoutMs)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.hasExpired(timeoutMs))
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-        QThread::msleep(5);
-    }
-    return true;
 }

@@ -9,7 +9,6 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-#include <functional>
 #include <memory>
 
 // A Context over a fresh temporary folder: its own home, support folder, applications folder and
@@ -53,6 +52,3 @@ void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permiss
 
 // The test fixtures folder of the source tree.
 QString fixturePath(const QString &relative);
-
-// Lets the event loop run until `done` holds; false when it still does not after `timeoutMs`.
-bool waitUntil(const std::function<bool()> &done, int timeoutMs = 10000);
