@@ -121,7 +121,7 @@ const auto label = [](const auto &test) { return std::string(test.param.label); 
 
 } // namespace
 
-TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitches)
+TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitchesAndLayout)
 {
     Home home;
     HomescreenStore store(home.test.context());
@@ -149,6 +149,13 @@ TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitches)
     store.loadApps();
     EXPECT_EQ(names(store.legacyApps()), QStringList{u"Mail"_s});
     EXPECT_EQ(legacy.size(), 1);
+
+    QSignalSpy creation(&store, &HomescreenStore::showingAppCreationChanged);
+    QSignalSpy extension(&store, &HomescreenStore::showingExtensionDownloadChanged);
+    store.newApp();
+    store.setShowingExtensionDownload(true);
+    EXPECT_TRUE(store.showingAppCreation() && store.showingExtensionDownload());
+    EXPECT_EQ(creation.size() + extension.size(), 2);
 }
 
 struct ViewCase
