@@ -5,6 +5,8 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 const QString DeepLinkHandler::Scheme = u"sorvane"_s;
@@ -31,7 +33,11 @@ bool DeepLinkHandler::handleURL(const QString &text)
     if (url.scheme() != Scheme || url.host() != EditAppHost)
         return false;
 
-    const QString appId = QUrlQuery(url).queryItemValue(u"id"_s, QUrl::FullyDecoded);
+    QString appId = QUrlQuery(url).queryItemValue(u"id"_s, QUrl::FullyDecoded);
+    // Registry ids are plain text; a decoded line break or other control character would only
+    // end up in the log as a forged line.
+    if (std::any_of(appId.cbegin(), appId.cend(), [](QChar c) { return c.category() == QChar::Other_Control; }))
+        appId.clear();
     Q_EMIT activationRequested();
     if (!appId.isEmpty())
         SNDeepLinkRouter::requestAppEditor(appId, m_context);

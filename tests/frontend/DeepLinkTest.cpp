@@ -130,6 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(DeliveryCase{"editApp", editLink, true, u"5A1B"_s},
                       DeliveryCase{"encodedId", u"sorvane://edit-app?other=1&id=A%20B"_s, true, u"A B"_s},
                       DeliveryCase{"noId", u"sorvane://edit-app"_s, true, {}},
+                      DeliveryCase{"lineBreakInId", u"sorvane://edit-app?id=A%0AB"_s, true, {}},
                       DeliveryCase{"otherHost", u"sorvane://other?id=x"_s, false, {}},
                       DeliveryCase{"upperCaseScheme", u"SORVANE://edit-app?id=x"_s, false, {}},
                       DeliveryCase{"upperCaseHost", u"sorvane://Edit-App?id=x"_s, false, {}},
