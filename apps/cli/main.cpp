@@ -11,6 +11,7 @@
 #include "IconCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
+#include "OpenUrlCommand.h"
 #include "ProfilesCommand.h"
 #include "RegistryCommand.h"
 #include "ScriptCommand.h"
@@ -44,6 +45,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<IconCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
+    list.push_back(std::make_unique<OpenUrlCommand>());
     return list;
 }
 

@@ -14,6 +14,7 @@
 #include "editing/SNExtensionDiscovery.h"
 #include "editing/SNFaviconHelper.h"
 #include "editing/SNProfileDiscovery.h"
+#include "frontend/BundleLauncher.h"
 #include "frontend/ChoiceListModel.h"
 #include "frontend/DestinationChoicesModel.h"
 #include "frontend/FrontendNotifications.h"
@@ -898,7 +899,7 @@ bool AppCreationWizardStore::launchCreatedApp()
         Logger::log(u"❌ App does not exist at: "_s + m_createdAppPath);
         return false;
     }
-    // TODO(frontend): start through the shared bundle launcher.
-    Logger::log(u"❌ App launch failed"_s);
-    return false;
+    const bool launched = BundleLauncher::launch(m_createdAppPath);
+    Logger::log(launched ? u"✅ App launch initiated successfully"_s : u"❌ App launch failed"_s);
+    return launched;
 }

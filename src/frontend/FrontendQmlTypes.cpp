@@ -10,12 +10,16 @@
 #include "frontend/CustomQuickSetupList.h"
 #include "frontend/ChoiceListModel.h"
 #include "frontend/DestinationChoicesModel.h"
+#include "frontend/DeepLinkHandler.h"
 #include "frontend/HomescreenAppEntry.h"
+#include "frontend/HomescreenAppsModel.h"
+#include "frontend/HomescreenStore.h"
 #include "frontend/IconShape.h"
 #include "frontend/RoutingDestination.h"
 #include "frontend/RoutingRulesModel.h"
 #include "frontend/SorvaneSettingsStore.h"
 #include "frontend/TabsModel.h"
+#include "frontend/WindowManager.h"
 #include "frontend/WizardRoutingRule.h"
 
 #include <QQmlEngine>
@@ -51,6 +55,10 @@ void registerTypes()
     registerStore<CustomQuickSetupList>("CustomQuickSetupList");
     registerStore<AppSuggestionsStore>("AppSuggestionsStore");
     registerStore<AppSuggestionsModel>("AppSuggestionsModel");
+    registerStore<HomescreenStore>("HomescreenStore");
+    registerStore<HomescreenAppsModel>("HomescreenAppsModel");
+    registerStore<WindowManager>("WindowManager");
+    registerStore<DeepLinkHandler>("DeepLinkHandler");
     registerValueType(RoutingDestination::staticMetaObject, "RoutingDestination");
     registerValueType(WizardRoutingRule::staticMetaObject, "WizardRoutingRule");
     registerValueType(HomescreenAppEntry::staticMetaObject, "HomescreenAppEntry");

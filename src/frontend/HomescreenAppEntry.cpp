@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 
+using namespace Qt::Literals::StringLiterals;
+
 HomescreenAppEntry HomescreenAppEntry::fromAppItem(const SNAppItem &item)
 {
     HomescreenAppEntry entry;
@@ -18,5 +20,6 @@ HomescreenAppEntry HomescreenAppEntry::fromAppItem(const SNAppItem &item)
     entry.urls = item.urls;
     const QFileInfo bundle(item.path);
     entry.date = bundle.birthTime().isValid() ? bundle.birthTime() : bundle.lastModified();
+    entry.legacyLayout = !item.path.isEmpty() && !QFileInfo(item.path + u"/Contents/Resources/script"_s).isFile();
     return entry;
 }

@@ -4,6 +4,7 @@
 // Info.plist is corrupt.
 
 #include "CliSandbox.h"
+#include "support/Frozen.h"
 
 #include "core/PropertyList.h"
 
@@ -36,29 +37,6 @@ bool copyTree(const QString &from, const QString &to)
 {
     return QProcess::execute(u"cp"_s, {u"-a"_s, from, to}) == 0;
 }
-
-// Makes a folder's entries impossible to rename or remove, for root too; undone on destruction.
-class Frozen
-{
-public:
-    explicit Frozen(const QString &folder) : m_folder(folder)
-    {
-        m_frozen = geteuid() == 0 ? QProcess::execute(u"chattr"_s, {u"+i"_s, folder}) == 0
-                                  : QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
-    }
-    ~Frozen()
-    {
-        if (geteuid() == 0)
-            QProcess::execute(u"chattr"_s, {u"-i"_s, m_folder});
-        else
-            QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-    bool frozen() const { return m_frozen; }
-
-private:
-    QString m_folder;
-    bool m_frozen = false;
-};
 
 } // namespace
 

@@ -7,6 +7,7 @@
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/AppSuggestionsStore.h"
 #include "frontend/FrontendNotifications.h"
+#include "frontend/HomescreenStore.h"
 #include "frontend/InstalledBrowsers.h"
 
 #include <QCryptographicHash>
@@ -268,11 +269,12 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_EQ(rules.first()[u"pattern"_s].toString(), u"*.video.example.com"_s);
     EXPECT_EQ(rules.first()[u"destination"_s][u"bundleId"_s].toString(), u"org.chromium.Chromium"_s);
 
-    // The editor on that app: a settings change does not touch what is being edited.
-    HomescreenAppEntry entry;
-    entry.id = configuration.value(u"appID"_s).toString(info.value(u"appID"_s).toString());
-    entry.appPath = bundle;
-    Store editor(context, entry);
+    // The home screen lists it and opens the editor on it; a settings change does not touch what is
+    // being edited.
+    HomescreenStore homescreen(context);
+    ASSERT_TRUE(homescreen.editApp(info.value(u"appID"_s).toString()));
+    ASSERT_NE(homescreen.wizard(), nullptr);
+    Store &editor = *homescreen.wizard();
     ASSERT_FALSE(editor.showingError()) << qPrintable(editor.creationError());
     EXPECT_EQ(editor.appName(), u"Team Desk"_s);
     EXPECT_EQ(editor.selectedBrowser(), int(BrowserCatalogue::Brave));
@@ -311,18 +313,6 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_NE(hashOf(bundle + u"/Contents/Resources/icon.icns"_s), icon);
     EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
 
-    // A duplicate has no bundle yet: the wizard makes a new app of it and leaves the first alone.
-    HomescreenAppEntry copy;
-    copy.id = u"COPY"_s;
-    copy.name = u"Team Desk 2"_s;
-    copy.appType = HomescreenAppEntry::AppType::Tabbed;
-    copy.browserType = BrowserCatalogue::Brave;
-    copy.urls = {u"https://desk.example.org/inbox"_s, u"https://docs.example.org/"_s};
-    Store duplicate(context, copy);
-    ASSERT_TRUE(duplicate.createApp()) << qPrintable(duplicate.creationError());
-    EXPECT_EQ(duplicate.createdAppPath(), home.bundle(u"Team Desk 2"_s));
-    EXPECT_EQ(home.info(home.bundle(u"Team Desk 2"_s)).value(u"tabs"_s), home.info(bundle).value(u"tabs"_s));
-
     // A new engine is only taken after the user confirmed the warning.
     editor.setSelectedBrowser(BrowserCatalogue::Chromium);
     EXPECT_TRUE(editor.showingEngineSwitchWarning());
@@ -336,6 +326,16 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
     EXPECT_EQ(home.info(bundle).value(u"browserType"_s).toString(), u"chromium"_s);
     EXPECT_TRUE(QFileInfo(bundle + u"/Contents/Profile.brave.backup"_s).isDir());
+
+    // A duplicate has no bundle yet: its wizard makes a new app and leaves the first alone.
+    homescreen.setShowingAppEdit(false);
+    EXPECT_EQ(homescreen.wizard(), nullptr);
+    ASSERT_TRUE(homescreen.duplicateApp(homescreen.editingApp().id));
+    ASSERT_NE(homescreen.wizard(), nullptr);
+    ASSERT_TRUE(homescreen.wizard()->createApp()) << qPrintable(homescreen.wizard()->creationError());
+    EXPECT_EQ(homescreen.wizard()->createdAppPath(), home.bundle(u"Team Desk 2"_s));
+    EXPECT_EQ(home.info(home.bundle(u"Team Desk 2"_s)).value(u"tabs"_s), home.info(bundle).value(u"tabs"_s));
+    EXPECT_EQ(home.info(bundle).value(u"appName"_s).toString(), u"Team Desk"_s);
 }
 
 // The site's title names the app when the user has not, and its icon becomes the app's.

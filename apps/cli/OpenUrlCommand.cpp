@@ -1,0 +1,40 @@
+#include "OpenUrlCommand.h"
+
+#include "frontend/DeepLinkServer.h"
+
+#include <QVariantMap>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int AnswerTimeoutMs = 5000;
+} // namespace
+
+void OpenUrlCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addPositionalArgument(u"URL"_s, u"For example sorvane://edit-app?id=<app id>."_s);
+}
+
+int OpenUrlCommand::run(const QCommandLineParser &parser, Context &)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 1 || !DeepLinkServer::isSendable(arguments.constFirst())) {
+        printError(u"sorvane open-url: give one URL on one line, shorter than %1 bytes"_s.arg(
+            DeepLinkServer::MaximumLineBytes));
+        return BadUsage;
+    }
+    QString error;
+    switch (DeepLinkServer::sendToRunningInstance(arguments.constFirst(), AnswerTimeoutMs, &error)) {
+    case DeepLinkServer::SendResult::Delivered:
+        if (parser.isSet(u"json"_s))
+            printJson(QVariantMap{{u"delivered"_s, true}});
+        return Success;
+    case DeepLinkServer::SendResult::NoInstance:
+    case DeepLinkServer::SendResult::Failed:
+        break;
+    }
+    if (parser.isSet(u"json"_s))
+        printJson(QVariantMap{{u"delivered"_s, false}, {u"error"_s, error}});
+    printError(u"open-url: "_s + error);
+    return Failure;
+}

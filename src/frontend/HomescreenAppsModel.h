@@ -1,0 +1,57 @@
+#pragma once
+
+#include "frontend/HomescreenAppEntry.h"
+
+#include <QAbstractListModel>
+#include <QList>
+
+// A list of home-screen entries as a view shows it: one row per app, a role per entry field. The
+// icon is offered twice: as the image itself (Qt::DecorationRole) and as a "data:image/png" URL
+// (`iconUrl`) that an Image element can show without an image provider.
+class HomescreenAppsModel final : public QAbstractListModel
+{
+    Q_OBJECT
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
+public:
+    enum Role {
+        IdRole = Qt::UserRole + 1,
+        NameRole,
+        IconUrlRole,
+        AppPathRole,
+        AppTypeRole,
+        IsTabbedRole,
+        BrowserTypeRole,
+        BrowserNameRole,
+        UrlsRole,
+        RegisterAsBrowserRole,
+        EnableIncognitoRole,
+        EnableWhitelistingRole,
+        DateRole,
+        LegacyLayoutRole,
+        EntryRole, // the whole entry, as a HomescreenAppEntry value
+    };
+    Q_ENUM(Role)
+
+    explicit HomescreenAppsModel(QObject *parent = nullptr);
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    int count() const { return static_cast<int>(m_entries.size()); }
+    const QList<HomescreenAppEntry> &entries() const { return m_entries; }
+    // Replaces every row; false (and no signal) when the list is the same.
+    bool setEntries(const QList<HomescreenAppEntry> &entries);
+
+    Q_INVOKABLE HomescreenAppEntry entryAt(int row) const { return m_entries.value(row); }
+    Q_INVOKABLE int rowOf(const QString &id) const;
+
+    // The image as a PNG data URL; empty for no image.
+    static QString iconUrl(const QImage &image);
+
+Q_SIGNALS:
+    void countChanged();
+
+private:
+    QList<HomescreenAppEntry> m_entries;
+};

@@ -1,0 +1,34 @@
+#include "frontend/SNDeepLinkRouter.h"
+
+#include "core/Context.h"
+#include "core/NotificationCenter.h"
+#include "frontend/FrontendNotifications.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+QString pendingId;
+} // namespace
+
+const QString SNDeepLinkRouter::openAppEditorNotification = FrontendNotifications::SorvaneOpenAppEditor;
+
+QString SNDeepLinkRouter::pendingEditAppId()
+{
+    return pendingId;
+}
+
+void SNDeepLinkRouter::setPendingEditAppId(const QString &appId)
+{
+    pendingId = appId;
+}
+
+void SNDeepLinkRouter::requestAppEditor(const QString &appId)
+{
+    requestAppEditor(appId, Context::shared());
+}
+
+void SNDeepLinkRouter::requestAppEditor(const QString &appId, Context &context)
+{
+    setPendingEditAppId(appId);
+    context.notifications().post(openAppEditorNotification, {{u"appId"_s, appId}});
+}

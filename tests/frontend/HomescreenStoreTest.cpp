@@ -1,0 +1,432 @@
+// The home screen over apps made by the real creation (on the recording fake engine), driven as
+// its view would drive it.
+
+#include "support/Frozen.h"
+#include "support/TestContext.h"
+
+#include "core/NotificationCenter.h"
+#include "core/Prompter.h"
+#include "core/PropertyList.h"
+#include "core/SNAppTracker.h"
+#include "core/UserDefaults.h"
+#include "frontend/AppCreationWizardStore.h"
+#include "frontend/BundleLauncher.h"
+#include "frontend/FrontendNotifications.h"
+#include "frontend/HomescreenAppsModel.h"
+#include "frontend/HomescreenStore.h"
+#include "frontend/SNDeepLinkRouter.h"
+#include "generation/ApplicationManager.h"
+#include "maintenance/SNRecentAppsManager.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThread>
+#include <QUuid>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Filter = HomescreenStore::AppFilter;
+using Order = HomescreenStore::AppSortOrder;
+using Direction = HomescreenStore::SortDirection;
+
+// Answers every question with one button; keeps each question as {message, informative text,
+// buttons...} and each error.
+struct ScriptedPrompter final : Prompter
+{
+    ScriptedPrompter(int button, QList<QStringList> &questions, QStringList &shown)
+        : answer(button), asked(questions), errors(shown)
+    {
+    }
+    int ask(const QString &message, const QString &text, const QStringList &buttons) override
+    {
+        asked.append(QStringList{message, text} + buttons);
+        return answer;
+    }
+    void showError(const QString &message) override { errors.append(message); }
+    int answer;
+    QList<QStringList> &asked;
+    QStringList &errors;
+};
+
+// A test home with Notes (standard, registered as a browser), Mail 2 (tabbed: mail and
+// calendar, incognito) and Mail (standard), made in that order.
+struct Home
+{
+    Home()
+    {
+        test.context().defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+        answer(0);
+        make(u"Notes"_s, {u"https://notes.example.com/"_s}, false, true);
+        make(u"Mail 2"_s, {u"https://mail.example.org/"_s, u"https://calendar.example.net/"_s}, true, false);
+        make(u"Mail"_s, {u"https://mail.example.org/"_s}, false, false);
+    }
+    void make(const QString &name, const QStringList &urls, bool incognito, bool registerAsBrowser)
+    {
+        ApplicationManager manager(test.context());
+        manager.definition().applicationType = 5; // chromium
+        manager.definition().applicationsPath = apps();
+        SNBulkApp entry;
+        entry.appName = name;
+        entry.appURL = urls.value(0);
+        entry.tabbedApp = urls.size() > 1;
+        for (const QString &url : entry.tabbedApp ? urls : QStringList())
+            entry.tabsList.append(SNTabModel(url));
+        entry.incognito = incognito;
+        entry.registerAsBrowser = registerAsBrowser;
+        manager.bulkApps = {entry};
+        manager.create(false);
+        ids.insert(name, manager.created().appID);
+        QThread::msleep(20); // bundle dates a file system tells apart
+    }
+    void answer(int button) { test.context().setPrompter(std::make_unique<ScriptedPrompter>(button, asked, errors)); }
+    QString apps() const { return test.root() + u"/Apps"_s; }
+    QString bundle(const QString &name) const { return apps() + u'/' + name + u".app"_s; }
+
+    TestContext test;
+    QMap<QString, QString> ids;
+    QList<QStringList> asked;
+    QStringList errors;
+};
+
+QStringList names(const HomescreenAppsModel *model)
+{
+    QStringList list;
+    for (const HomescreenAppEntry &entry : model->entries())
+        list.append(entry.name);
+    return list;
+}
+
+// One home for the cases that only read it.
+template<typename Case>
+class SharedHome : public ::testing::TestWithParam<Case>
+{
+protected:
+    static void SetUpTestSuite() { home = new Home; }
+    static void TearDownTestSuite() { delete home; }
+    void SetUp() override { home->test.clearLog(); }
+    static inline Home *home = nullptr;
+};
+
+const auto label = [](const auto &test) { return std::string(test.param.label); };
+
+} // namespace
+
+TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitchesAndLayout)
+{
+    Home home;
+    HomescreenStore store(home.test.context());
+    EXPECT_TRUE(home.test.log().contains(u"Successfully created SNRecentAppsManager instance"_s));
+    EXPECT_EQ(store.activeApps()->count(), 3);
+    EXPECT_EQ(store.legacyApps()->count(), 0);
+    const HomescreenAppsModel *apps = store.apps();
+    const HomescreenAppEntry notes = apps->entryAt(apps->rowOf(home.ids.value(u"Notes"_s)));
+    EXPECT_EQ(notes.appPath, home.bundle(u"Notes"_s));
+    EXPECT_EQ(notes.appType, HomescreenAppEntry::AppType::Standard);
+    EXPECT_EQ(notes.browserName, u"Chromium"_s);
+    EXPECT_EQ(notes.urls, QStringList{u"https://notes.example.com/"_s});
+    EXPECT_TRUE(notes.registerAsBrowser);
+    EXPECT_FALSE(notes.enableIncognito);
+    const QModelIndex tabbed = apps->index(apps->rowOf(home.ids.value(u"Mail 2"_s)));
+    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::IsTabbedRole), true);
+    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::EnableIncognitoRole), true);
+    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::RegisterAsBrowserRole), false);
+
+    // An app whose script is its Contents/MacOS program was made by an older generator.
+    const QString program = home.bundle(u"Mail"_s) + u"/Contents/MacOS/Mail"_s;
+    ASSERT_TRUE(QFile::remove(program));
+    ASSERT_TRUE(QFile::rename(home.bundle(u"Mail"_s) + u"/Contents/Resources/script"_s, program));
+    QSignalSpy legacy(&store, &HomescreenStore::legacyAppsChanged);
+    store.loadApps();
+    EXPECT_EQ(names(store.legacyApps()), QStringList{u"Mail"_s});
+    EXPECT_EQ(legacy.size(), 1);
+
+    QSignalSpy creation(&store, &HomescreenStore::showingAppCreationChanged);
+    QSignalSpy extension(&store, &HomescreenStore::showingExtensionDownloadChanged);
+    store.newApp();
+    store.setShowingExtensionDownload(true);
+    EXPECT_TRUE(store.showingAppCreation() && store.showingExtensionDownload());
+    EXPECT_EQ(creation.size() + extension.size(), 2);
+}
+
+struct ViewCase
+{
+    const char *label;
+    Filter filter;
+    QString search;
+    QStringList expected;
+    Order order = Order::Name;
+    Direction direction = Direction::Ascending;
+};
+
+using HomescreenView = SharedHome<ViewCase>;
+
+TEST_P(HomescreenView, SearchesFiltersAndSorts)
+{
+    const ViewCase &row = GetParam();
+    HomescreenStore store(home->test.context());
+    QSignalSpy filtered(&store, &HomescreenStore::filteredAppsChanged);
+    std::vector<std::unique_ptr<QSignalSpy>> changes;
+    for (const auto signal : {&HomescreenStore::searchTextChanged, &HomescreenStore::selectedFilterChanged,
+                              &HomescreenStore::sortOrderChanged, &HomescreenStore::sortDirectionChanged})
+        changes.push_back(std::make_unique<QSignalSpy>(&store, signal));
+    const QStringList before = names(store.filteredApps());
+
+    store.setSelectedFilter(row.filter);
+    store.setSearchText(row.search);
+    store.setSortOrder(row.order);
+    store.setSortDirection(row.direction);
+
+    EXPECT_EQ(names(store.filteredApps()), row.expected);
+    EXPECT_TRUE(before == row.expected || !filtered.isEmpty());
+    const QList<bool> changed{!row.search.isEmpty(), row.filter != Filter::All, row.order != Order::Name,
+                              row.direction != Direction::Ascending};
+    for (qsizetype i = 0; i < changed.size(); ++i)
+        EXPECT_EQ(changes.at(std::size_t(i))->size(), changed.at(i) ? 1 : 0) << i;
+    EXPECT_EQ(store.apps()->count(), 3);
+}
+
+const QStringList byName{u"Mail"_s, u"Mail 2"_s, u"Notes"_s};
+const QStringList byDate{u"Notes"_s, u"Mail 2"_s, u"Mail"_s};
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, HomescreenView,
+    ::testing::Values(ViewCase{"everything", Filter::All, {}, byName},
+                      ViewCase{"nameDescending", Filter::All, {}, byDate, Order::Name, Direction::Descending},
+                      ViewCase{"tabbedEmptySearch", Filter::Tabbed, {}, {u"Mail 2"_s}},
+                      ViewCase{"standard", Filter::Standard, {}, {u"Mail"_s, u"Notes"_s}},
+                      ViewCase{"nameAnyCase", Filter::All, u"mAIL"_s, {u"Mail"_s, u"Mail 2"_s}},
+                      ViewCase{"address", Filter::All, u"CALENDAR.example"_s, {u"Mail 2"_s}},
+                      ViewCase{"searchInFilter", Filter::Standard, u"mail"_s, {u"Mail"_s}},
+                      ViewCase{"noMatch", Filter::All, u"zzz"_s, {}},
+                      ViewCase{"dateAscending", Filter::All, {}, byDate, Order::Date},
+                      ViewCase{"dateDescending", Filter::All, {}, byName, Order::Date, Direction::Descending}),
+    label);
+
+// The app copied, and the name its copy gets.
+using HomescreenDuplicate = SharedHome<std::pair<QString, QString>>;
+
+TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
+{
+    const auto &[sourceName, expectedName] = GetParam();
+    HomescreenStore store(home->test.context());
+    QSignalSpy editing(&store, &HomescreenStore::editingAppChanged);
+    QSignalSpy showing(&store, &HomescreenStore::showingAppEditChanged);
+    const QString sourceId = home->ids.value(sourceName);
+    home->test.clearLog();
+
+    ASSERT_TRUE(store.duplicateApp(sourceId));
+
+    HomescreenAppEntry copy = store.editingApp();
+    EXPECT_EQ(copy.name, expectedName);
+    EXPECT_TRUE(copy.appPath.isEmpty());
+    EXPECT_EQ(copy.id, QUuid::fromString(copy.id).toString(QUuid::WithoutBraces).toUpper());
+    EXPECT_NE(copy.id, sourceId);
+    // Everything else is the source's.
+    HomescreenAppEntry source = store.apps()->entryAt(store.apps()->rowOf(sourceId));
+    copy.id = source.id;
+    copy.name = source.name;
+    copy.appPath = source.appPath;
+    copy.date = source.date;
+    EXPECT_EQ(copy, source);
+    EXPECT_TRUE(store.showingAppEdit());
+    EXPECT_EQ(editing.size(), 1);
+    EXPECT_EQ(showing.size(), 1);
+    EXPECT_EQ(home->test.log().mid(0, 2),
+              (QStringList{u"🔍 SORVANE: Duplicating app: "_s + sourceName + u" with browserType: chromium"_s,
+                           u"🔍 SORVANE: Created duplicate with browserType: chromium"_s}));
+    // The wizard opens on the copy.
+    ASSERT_NE(store.wizard(), nullptr);
+    EXPECT_EQ(store.wizard()->appName(), expectedName);
+    EXPECT_EQ(QDir(home->apps()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 3); // nothing on disk
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDuplicate,
+                         ::testing::Values(std::pair{u"Mail"_s, u"Mail 3"_s}, std::pair{u"Notes"_s, u"Notes 2"_s},
+                                           std::pair{u"Mail 2"_s, u"Mail 2 2"_s}),
+                         [](const auto &test) { return QString(test.param.second).remove(u' ').toStdString(); });
+
+struct DeleteCase
+{
+    const char *label;
+    int answer;  // the button chosen: 0 Delete, 1 Cancel, -1 dismissed
+    bool frozen; // the bundle cannot be removed
+};
+
+class HomescreenDelete : public ::testing::TestWithParam<DeleteCase>
+{
+};
+
+TEST_P(HomescreenDelete, AsksThenRemovesTheBundleAndItsRecord)
+{
+    const DeleteCase &row = GetParam();
+    const bool gone = row.answer == 0 && !row.frozen;
+    Home home;
+    home.answer(row.answer);
+    HomescreenStore store(home.test.context());
+    QSignalSpy apps(&store, &HomescreenStore::appsChanged);
+    const QString id = home.ids.value(u"Mail"_s);
+    std::optional<Frozen> frozen;
+    if (row.frozen) {
+        ASSERT_TRUE(frozen.emplace(home.apps()).frozen());
+    }
+
+    EXPECT_EQ(store.deleteApp(id), gone);
+
+    EXPECT_EQ(home.asked.value(0), (QStringList{u"Delete Mail?"_s,
+                                               u"This will permanently delete the app from your Applications folder. "
+                                               "This action cannot be undone."_s,
+                                               u"Delete"_s, u"Cancel"_s}));
+    EXPECT_EQ(QFileInfo::exists(home.bundle(u"Mail"_s)), !gone);
+    EXPECT_EQ(SNAppTracker(home.test.context()).getTracker().contains(id), !gone);
+    EXPECT_EQ(store.filteredApps()->rowOf(id) >= 0, !gone);
+    EXPECT_EQ(store.recentAppsManager().count(), gone ? 2 : 3);
+    // Taken off the list at once; a failed removal shows it again after the reload.
+    EXPECT_EQ(apps.size(), row.answer != 0 ? 0 : row.frozen ? 2 : 1);
+    EXPECT_EQ(home.asked.size(), row.frozen ? 2 : 1);
+    if (row.frozen) {
+        EXPECT_EQ(home.asked.value(1).value(0), u"Failed to delete app"_s);
+        EXPECT_TRUE(home.asked.value(1).value(1).contains(u"cannot be removed"_s));
+        EXPECT_EQ(home.asked.value(1).mid(2), QStringList{u"OK"_s});
+        EXPECT_EQ(home.test.log().filter(u"Failed to delete app: "_s).size(), 1);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDelete,
+                         ::testing::Values(DeleteCase{"confirmed", 0, false}, DeleteCase{"cancelled", 1, false},
+                                           DeleteCase{"dismissed", -1, false}, DeleteCase{"removalFails", 0, true}),
+                         label);
+
+class HomescreenReload : public ::testing::TestWithParam<QString>
+{
+};
+
+TEST_P(HomescreenReload, ReloadsWhenTheListMayHaveChanged)
+{
+    Home home;
+    HomescreenStore store(home.test.context());
+    QSignalSpy apps(&store, &HomescreenStore::appsChanged);
+    QSignalSpy loading(&store, &HomescreenStore::isLoadingChanged);
+    ASSERT_TRUE(QDir(home.bundle(u"Notes"_s)).removeRecursively());
+
+    home.test.context().notifications().post(GetParam());
+
+    EXPECT_TRUE(apps.wait(5000));
+    EXPECT_EQ(names(store.filteredApps()), (QStringList{u"Mail"_s, u"Mail 2"_s}));
+    EXPECT_FALSE(store.isLoading());
+    EXPECT_EQ(loading.size(), 2); // on, then off
+}
+
+INSTANTIATE_TEST_SUITE_P(Notifications, HomescreenReload,
+                         ::testing::Values(FrontendNotifications::AppUpdateNotification,
+                                           FrontendNotifications::SorvaneAppsUpdated,
+                                           FrontendNotifications::AppCreationCompleted),
+                         [](const auto &test) { return test.param.toStdString(); });
+
+// Whether the app is listed, and whether the link came while no home screen was open.
+using HomescreenDeepLink = SharedHome<std::tuple<bool, bool>>;
+
+TEST_P(HomescreenDeepLink, OpensTheEditorOfTheLinkedApp)
+{
+    const auto [known, beforeTheStore] = GetParam();
+    const QString id = known ? home->ids.value(u"Notes"_s) : u"0BADF00D-0000-0000-0000-000000000000"_s;
+    if (beforeTheStore)
+        SNDeepLinkRouter::requestAppEditor(id, home->test.context());
+    HomescreenStore store(home->test.context());
+    QSignalSpy editing(&store, &HomescreenStore::editingAppChanged);
+    if (!beforeTheStore)
+        SNDeepLinkRouter::requestAppEditor(id, home->test.context());
+
+    EXPECT_TRUE(SNDeepLinkRouter::pendingEditAppId().isEmpty()); // consumed
+    EXPECT_EQ(store.showingAppEdit(), known);
+    EXPECT_EQ(store.editingApp().name, known ? u"Notes"_s : QString());
+    EXPECT_EQ(editing.size(), known && !beforeTheStore ? 1 : 0);
+    EXPECT_EQ(home->test.log().contains(u"Deep link: no app with tracker id "_s + id), !known);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDeepLink, ::testing::Combine(::testing::Bool(), ::testing::Bool()),
+                         [](const auto &test) {
+                             return std::string(std::get<0>(test.param) ? "known" : "unknown") +
+                                    (std::get<1>(test.param) ? "Pending" : "");
+                         });
+
+TEST(HomescreenStore, ExportedAppsComeBackThroughImport)
+{
+    Home home;
+    HomescreenStore store(home.test.context());
+    const QString file = home.test.root() + u"/set"_s;
+    const QStringList chosen{home.ids.value(u"Mail 2"_s), home.ids.value(u"Notes"_s)};
+    EXPECT_EQ(store.exportApps(chosen, QUrl::fromLocalFile(file)), 2);
+    EXPECT_EQ(store.exportApps({u"not-an-app"_s}, QUrl::fromLocalFile(file)), -1);
+    EXPECT_EQ(store.importAppSet(QUrl::fromLocalFile(home.test.root() + u"/missing.sorvane"_s)), -1);
+    EXPECT_EQ(home.errors.filter(u"Invalid App Config File"_s).size(), 2);
+
+    ASSERT_TRUE(QDir(home.bundle(u"Mail 2"_s)).removeRecursively());
+    ASSERT_TRUE(QDir(home.bundle(u"Notes"_s)).removeRecursively());
+    store.setShowingImportSheet(true);
+    QSignalSpy sheet(&store, &HomescreenStore::showingImportSheetChanged);
+    QSignalSpy apps(&store, &HomescreenStore::appsChanged);
+    EXPECT_EQ(store.importAppSet(QUrl::fromLocalFile(file + u".sorvane"_s)), 2);
+    EXPECT_EQ(sheet.size(), 1);
+    EXPECT_FALSE(store.showingImportSheet());
+    // The creations announce the new apps; the store reloads on that.
+    EXPECT_TRUE(apps.wait(5000));
+    EXPECT_EQ(names(store.filteredApps()), byName);
+    EXPECT_EQ(store.apps()->rowOf(home.ids.value(u"Notes"_s)), -1); // made again, under a new id
+}
+
+struct LaunchCase
+{
+    const char *label;
+    QString named;   // CFBundleExecutable
+    QString present; // the program in Contents/MacOS; none: only a link to a program outside
+};
+
+class BundleLaunch : public ::testing::TestWithParam<LaunchCase>
+{
+};
+
+TEST_P(BundleLaunch, StartsTheLaunchProgramOrLogsWhyNot)
+{
+    const LaunchCase &row = GetParam();
+    TestContext test;
+    const QString bundle = test.root() + u"/Tool.app"_s;
+    const QString marker = test.root() + u"/started"_s;
+    PropertyList::writeFile(bundle + u"/Contents/Info.plist"_s, QVariantMap{{u"CFBundleExecutable"_s, row.named}});
+    const QString program = row.present.isEmpty() ? QString(test.root() + u"/outside"_s)
+                                                   : QString(bundle + u"/Contents/MacOS/"_s + row.present);
+    // Its arguments and folder show that it ran as itself, with no shell around it.
+    writeFile(program, "#!/bin/sh\necho \"$# $(pwd)\" > '" + marker.toUtf8() + "'\n", QFileDevice::ExeOwner);
+    if (row.present.isEmpty())
+        QFile::link(program, bundle + u"/Contents/MacOS/Link"_s);
+
+    EXPECT_EQ(BundleLauncher::launch(bundle), !row.present.isEmpty());
+
+    if (!row.present.isEmpty()) {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return readAll(marker).endsWith('\n'); }));
+        const QByteArray folder = QFile::encodeName(QFileInfo(bundle).canonicalFilePath()) + "/Contents/MacOS";
+        EXPECT_EQ(readAll(marker), "0 " + folder + '\n');
+        EXPECT_TRUE(test.log().isEmpty());
+    } else {
+        ASSERT_EQ(test.log().size(), 1);
+        EXPECT_TRUE(test.log().first().startsWith(u"launchApp: LaunchServices refused "_s));
+        EXPECT_TRUE(test.log().first().contains(u" and direct exec failed: "_s));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, BundleLaunch,
+                         ::testing::Values(LaunchCase{"named", u"Tool"_s, u"Tool"_s},
+                                           LaunchCase{"fallbackToScript", u"Missing"_s, u"Tool"_s},
+                                           LaunchCase{"linkOutside", u"Link"_s, {}},
+                                           LaunchCase{"escapingName", u"../../../outside"_s, {}}),
+                         label);
