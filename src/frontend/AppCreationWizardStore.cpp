@@ -630,17 +630,22 @@ QVariantMap AppCreationWizardStore::lastImportSummary() const
     return m_lastImportSummary ? m_lastImportSummary->toVariantMap() : QVariantMap();
 }
 
+QString AppCreationWizardStore::importSourceFolder() const
+{
+    return BrowserCatalogue::userDataFolder(BrowserCatalogue::byNumber(m_selectedBrowser), m_context.homeFolder());
+}
+
 void AppCreationWizardStore::loadImportProfiles()
 {
-    const QString typeKey = BrowserCatalogue::typeKeyForNumber(m_selectedBrowser);
+    // The scan holds only plain values: it may outlive the store and its context.
+    const QString userData = importSourceFolder();
     m_isLoadingImportProfiles = true;
     Q_EMIT importStateChanged();
-    Context *context = &m_context;
     inBackground<QList<ChoiceListModel::Choice>>(
         this,
-        [context, typeKey] {
+        [userData] {
             QList<ChoiceListModel::Choice> choices;
-            for (const ImportableProfile &profile : SNProfileDiscovery(*context, typeKey).profiles())
+            for (const ImportableProfile &profile : SNProfileDiscovery(userData).profiles())
                 choices.append({profile.key, profile.name});
             return choices;
         },
@@ -659,17 +664,15 @@ void AppCreationWizardStore::loadImportExtensions()
         m_importExtensions->setChoices({});
         return;
     }
-    const QString typeKey = BrowserCatalogue::typeKeyForNumber(m_selectedBrowser);
+    const QString userData = importSourceFolder();
     const QString profileKey = m_selectedImportProfileKey;
     m_isLoadingImportExtensions = true;
     Q_EMIT importStateChanged();
-    Context *context = &m_context;
     inBackground<QList<ChoiceListModel::Choice>>(
         this,
-        [context, typeKey, profileKey] {
+        [userData, profileKey] {
             QList<ChoiceListModel::Choice> choices;
-            const std::optional<QJsonObject> preferences =
-                SNProfileDiscovery(*context, typeKey).preferencesOf(profileKey);
+            const std::optional<QJsonObject> preferences = SNProfileDiscovery(userData).preferencesOf(profileKey);
             if (preferences) {
                 for (const ImportableExtension &extension : SNExtensionDiscovery::offerableExtensions(*preferences))
                     choices.append({extension.id, extension.name});
@@ -700,8 +703,7 @@ void AppCreationWizardStore::runImport(const QString &bundlePath)
         if (chosen.contains(choice.key))
             extensions.append({choice.key, choice.name});
     }
-    const BrowserInfo &browser = BrowserCatalogue::byNumber(m_selectedBrowser);
-    const BrowserDataImporter importer(BrowserCatalogue::userDataFolder(browser, m_context.homeFolder()));
+    const BrowserDataImporter importer(importSourceFolder());
     ImportSummary missing;
     missing.missingSource = true;
     const ImportSummary summary = m_selectedImportProfileKey.isEmpty()

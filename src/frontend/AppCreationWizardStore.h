@@ -261,6 +261,8 @@ private:
     void fail(const QString &message);
     void setCreationProgress(double progress);
     void runImport(const QString &bundlePath);
+    // The chosen browser's user-data folder, which profiles and data are taken from.
+    QString importSourceFolder() const;
     template<typename T>
     void set(T &field, const T &value, void (AppCreationWizardStore::*changed)());
 
