@@ -50,13 +50,16 @@ TEST(Cli, BrowsersJsonListsTheEightWithResolvedPaths)
     QStringList keys;
     for (const QJsonValue &value : browsers) {
         const QJsonObject browser = value.toObject();
-        keys.append(browser.value(QStringLiteral("key")).toString());
+        keys.append(browser.value(QStringLiteral("key")).toString() + u'=' +
+                    browser.value(QStringLiteral("bundleId")).toString());
         EXPECT_TRUE(browser.value(QStringLiteral("installed")).isBool());
         EXPECT_FALSE(browser.value(QStringLiteral("enginePath")).toString().isEmpty());
     }
-    EXPECT_EQ(keys, (QStringList{QStringLiteral("chrome"), QStringLiteral("canary"), QStringLiteral("brave"),
-                                 QStringLiteral("edge"), QStringLiteral("opera"), QStringLiteral("chromium"),
-                                 QStringLiteral("vivaldi"), QStringLiteral("helium")}));
+    // Only the first six have bundle identifiers of their own; the rest say Google Chrome's.
+    EXPECT_EQ(keys.join(u' '), QStringLiteral("chrome=com.google.Chrome canary=com.google.Chrome.canary "
+                                              "brave=com.brave.Browser edge=com.microsoft.edgemac "
+                                              "opera=com.operasoftware.Opera chromium=org.chromium.Chromium "
+                                              "vivaldi=com.google.Chrome helium=com.google.Chrome"));
     const QJsonObject vivaldi = browsers[6].toObject();
     EXPECT_EQ(vivaldi.value(QStringLiteral("enginePath")).toString(), QStringLiteral("/bin/sh"));
     EXPECT_TRUE(vivaldi.value(QStringLiteral("installed")).toBool());
