@@ -64,7 +64,8 @@ TEST(CreateCommand, WritesACompleteBundleThatReadsBackToTheDefinition)
           "Contents/Resources/sorvanemessaginghost", "Contents/Resources/Sorvane_Extension/background.js",
           "Contents/Resources/Sorvane_Extension/nativeHost.js", "Contents/Resources/Sorvane_Extension/manifest.json",
           "Contents/Profile/First Run", "Contents/Profile/Local State", "Contents/Profile/Default/Preferences",
-          "Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json", "Contents/Profile/Default/Extensions"})
+          "Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json", "Contents/Profile/Default/Extensions",
+          "Contents/Profile/Default/IndexedDB", "Contents/Profile/Default/Local Storage"})
         EXPECT_TRUE(entries.contains(QString::fromUtf8(expected))) << expected;
 
     const QString appID = result.value(u"appID"_s).toString();
@@ -78,6 +79,8 @@ TEST(CreateCommand, WritesACompleteBundleThatReadsBackToTheDefinition)
     EXPECT_TRUE(config.value(u"forceDarkMode"_s).toBool());
     const QJsonObject info = QJsonDocument::fromJson(plistAsJsonFromPython(bundle + u"/Contents/Info.plist"_s)).object();
     EXPECT_EQ(info.value(u"CFBundleExecutable"_s).toString(), u"Team \"Mail\" $x"_s);
+    EXPECT_EQ(info.value(u"CFBundleShortVersionString"_s).toString(), QStringLiteral(SORVANE_EXPECTED_VERSION));
+    EXPECT_EQ(info.value(u"CFBundleIdentifier"_s).toString(), u"com.Ondrel.SorvaneTeam_\"Mail\"_$x"_s);
 
     const QJsonObject data = jsonFromPython(bundle + u"/Contents/Resources/data.json"_s).toObject();
     EXPECT_EQ(data.value(u"rule_list"_s).toArray(), QJsonArray{u"news.example.org"_s});
