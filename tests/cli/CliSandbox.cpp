@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,10 +29,5 @@ CliRun CliSandbox::sorvane(const QStringList &arguments) const
 
 CliRun CliSandbox::run(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment)
 {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    process.closeWriteChannel();
-    process.waitForFinished(60000);
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    return runProgram(program, arguments, environment);
 }

@@ -10,12 +10,7 @@
 #include <QString>
 #include <QStringList>
 
-struct CliRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+using CliRun = Outcome;
 
 // A temporary home for the built `sorvane`: HOME and the XDG folders inside a TestContext.
 class CliSandbox

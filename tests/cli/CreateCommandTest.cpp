@@ -24,11 +24,9 @@ namespace {
 
 QJsonValue jsonFromPython(const QString &path)
 {
-    QProcess python;
-    python.start(QStringLiteral(SORVANE_PYTHON3),
-                 {u"-c"_s, u"import json,sys; print(json.dumps(json.load(open(sys.argv[1], encoding='utf-8'))))"_s, path});
-    python.waitForFinished();
-    return QJsonDocument::fromJson(u"[%1]"_s.arg(QString::fromUtf8(python.readAllStandardOutput())).toUtf8()).array().at(0);
+    const QString read = u"import json,sys; print(json.dumps(json.load(open(sys.argv[1], encoding='utf-8'))))"_s;
+    const QByteArray json = runProgram(QStringLiteral(SORVANE_PYTHON3), {u"-c"_s, read, path}, environmentWith()).out;
+    return QJsonDocument::fromJson("[" + json + "]").array().at(0);
 }
 
 QStringList entriesUnder(const QString &folder)

@@ -60,9 +60,7 @@ TEST(PropertyList, ReadsBinaryPropertyLists)
     EXPECT_EQ(PropertyList::readFile(path).toMap(), expected);
 }
 
-class PropertyListRejects : public ::testing::TestWithParam<const char *>
-{
-};
+using PropertyListRejects = ::testing::TestWithParam<const char *>;
 
 TEST_P(PropertyListRejects, DataThatIsNoPropertyList)
 {

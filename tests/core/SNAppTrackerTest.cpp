@@ -11,8 +11,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QProcessEnvironment>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,12 +43,10 @@ plistlib.dump(root, open(path, "wb"))
 // holds the stand-in plutil (first on PATH). Returns bash's exit code, or -1 if it did not finish.
 int runFragment(const QString &fragment, const QString &resources)
 {
-    QProcess bash;
-    bash.setWorkingDirectory(resources);
-    bash.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    bash.start(u"/usr/bin/env"_s, {u"PATH="_s + resources + u':' + qEnvironmentVariable("PATH"),
-                                   u"PWD="_s + resources, u"LC_ALL=C"_s, u"/bin/bash"_s, u"-c"_s, fragment});
-    return bash.waitForFinished(30000) && bash.exitStatus() == QProcess::NormalExit ? bash.exitCode() : -1;
+    QProcessEnvironment environment = environmentWith(resources);
+    environment.insert(u"PWD"_s, resources);
+    environment.insert(u"LC_ALL"_s, u"C"_s);
+    return runProgram(u"/bin/bash"_s, {u"-c"_s, fragment}, environment, resources).exitCode;
 }
 
 } // namespace

@@ -11,7 +11,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -24,15 +23,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Runs `command` in `folder`; NAME carries a value without any shell quoting. Gives exit code, out, err.
-std::tuple<int, QByteArray, QByteArray> run(const QStringList &command, const QString &folder = {},
-                                            const QString &name = {})
+// Runs `command` in `folder`; NAME carries a value without any shell quoting.
+Outcome run(const QStringList &command, const QString &folder = {}, const QString &name = {})
 {
-    QProcess process;
-    process.setWorkingDirectory(folder);
-    process.start(u"/usr/bin/env"_s, QStringList{u"LC_ALL=C.UTF-8"_s, u"NAME="_s + name} + command);
-    process.waitForFinished(20000);
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    return runProgram(u"/usr/bin/env"_s, QStringList{u"LC_ALL=C.UTF-8"_s, u"NAME="_s + name} + command,
+                      environmentWith(), folder);
 }
 
 // What `bash -n` says about a script: empty when it accepts it.
@@ -248,7 +243,7 @@ TEST_P(ScriptBlock, LeavesTheExpectedState)
     ASSERT_TRUE(QDir().mkpath(resources));
     const QString program = QString::fromUtf8(c.setup) + u'\n' + text.mid(from, to - from) +
                             u"\nprintf %s \"$Tabs\""_s;
-    EXPECT_EQ(std::get<1>(run({u"/bin/bash"_s, u"-c"_s, program}, resources)), QByteArray(c.expected));
+    EXPECT_EQ(run({u"/bin/bash"_s, u"-c"_s, program}, resources).out, QByteArray(c.expected));
 }
 
 INSTANTIATE_TEST_SUITE_P(States, ScriptBlock, ::testing::ValuesIn(blockCases));

@@ -72,6 +72,12 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+QByteArray contentsOrMarker(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
 void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
@@ -104,4 +110,34 @@ with open(sys.argv[1], "rb") as f:
 QString fixturePath(const QString &relative)
 {
     return QStringLiteral(SORVANE_TEST_FIXTURES "/") + relative;
+}
+
+bool copyTree(const QString &from, const QString &to)
+{
+    const QString target = QDir::cleanPath(to);
+    QDir().mkpath(QFileInfo(target).absolutePath());
+    return runProgram(QStringLiteral("cp"), {QStringLiteral("-a"), from, target}, environmentWith()).exitCode == 0;
+}
+
+Outcome runProgram(const QString &program, const QStringList &arguments,
+                   const QProcessEnvironment &environment, const QString &workingDirectory)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    if (!workingDirectory.isEmpty())
+        process.setWorkingDirectory(workingDirectory);
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(60000))
+        process.kill();
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QProcessEnvironment environmentWith(const QString &firstOnPath)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (!firstOnPath.isEmpty())
+        environment.insert(QStringLiteral("PATH"), firstOnPath + u':' + environment.value(QStringLiteral("PATH")));
+    return environment;
 }
