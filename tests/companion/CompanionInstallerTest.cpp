@@ -2,11 +2,9 @@
 
 #include "support/TestContext.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -83,26 +81,6 @@ TEST(CompanionInstaller, InstallsExtensionManifestAndHost)
         const QString log = fixture.test().log().join(u'\n');
         EXPECT_TRUE(log.contains(manifest) && log.contains(host)) << qPrintable(log);
     }
-}
-
-// The host manifest admits the shipped extension, and its path line is one the start script can
-// rewrite (a line of its own, followed by more keys).
-TEST(CompanionResources, HostManifestTemplateFitsTheExtension)
-{
-    TestContext test;
-    const QString shipped = test.context().resourcesFolder() + u"/extension.bundle"_s;
-    const QJsonObject extension =
-        QJsonDocument::fromJson(contentsOrMarker(shipped + u"/Sorvane_Extension/manifest.json"_s)).object();
-    const QByteArray publicKey = QByteArray::fromBase64(extension.value(u"key"_s).toString().toLatin1());
-    QByteArray id = QCryptographicHash::hash(publicKey, QCryptographicHash::Sha256).toHex().left(32);
-    for (char &digit : id)
-        digit = static_cast<char>('a' + QByteArray(1, digit).toInt(nullptr, 16));
-    const QByteArray text = contentsOrMarker(shipped + u"/com.ondrel.sorvane.helper.json"_s);
-    EXPECT_TRUE(QJsonDocument::fromJson(text)["allowed_origins"_L1].toArray().contains(
-        QString(u"chrome-extension://"_s + QString::fromLatin1(id) + u'/')))
-        << id.constData();
-    EXPECT_EQ(text.count("sorvanemessaginghost"), 1);
-    EXPECT_TRUE(text.contains("\n    \"path\": \"sorvanemessaginghost\",\n"));
 }
 
 TEST(CompanionInstaller, SerialisesContainersOnly)

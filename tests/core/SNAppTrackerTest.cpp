@@ -2,7 +2,6 @@
 
 #include "core/NotificationCenter.h"
 #include "core/PropertyList.h"
-#include "core/ShellEscaping.h"
 #include "core/UserDefaults.h"
 
 #include "support/TestContext.h"
@@ -118,24 +117,7 @@ TEST(SNAppTracker, HasTrackedAppsOnlyWithARecordWhoseBundleExists)
     EXPECT_TRUE(tracker.hasTrackedSorvaneApps());
 }
 
-TEST(SNAppTracker, FragmentIsTheFixedTextForAnOrdinaryPath)
-{
-    TestContext test;
-    ASSERT_EQ(ShellEscaping::unquoted(test.supportFolder()), test.supportFolder()) << "needs escaping";
-    const QString text = uR"SH(
-
-FILE=%1
-if test -f "$FILE"; then
-plutil -replace 0C9F1A52-3B7E-4D2A-9E61-7F4B8C2D1E03.lastActivity -string "$(date +'%Y-%m-%d %l:%M:%S %p')" %1
-TRACKER_APP_ROOT="$(dirname "$(dirname "$PWD")")"
-if [ -f "$TRACKER_APP_ROOT/Contents/Resources/script" ]; then
-plutil -replace 0C9F1A52-3B7E-4D2A-9E61-7F4B8C2D1E03.appPath -string "$TRACKER_APP_ROOT" %1
-fi
-fi
-)SH"_s.arg(test.supportFolder() + u"/tracker.plist"_s);
-    EXPECT_EQ(SNAppTracker(test.context()).shellUpdateCode(u"0C9F1A52-3B7E-4D2A-9E61-7F4B8C2D1E03"_s), text);
-}
-
+// The fragment's text is part of the reviewed launcher scripts (tests/generation/SNAppScriptHelperTest.cpp).
 TEST(SNAppTracker, FragmentRunByBashStampsOnlyAnExistingTrackerAndRunsNothingFromItsPath)
 {
     TestContext test;
