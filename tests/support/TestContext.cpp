@@ -100,11 +100,9 @@ def conv(v):
 with open(sys.argv[1], "rb") as f:
     print(json.dumps(conv(plistlib.load(f)), sort_keys=True, ensure_ascii=False, separators=(",", ":")))
 )PY";
-    QProcess python;
-    python.start(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), QString::fromUtf8(script), path});
-    if (!python.waitForFinished(30000) || python.exitCode() != 0)
-        return {};
-    return python.readAllStandardOutput().trimmed();
+    const Outcome python = runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), QString::fromUtf8(script), path},
+                                      environmentWith());
+    return python.exitCode == 0 ? python.out.trimmed() : QByteArray();
 }
 
 QString fixturePath(const QString &relative)
