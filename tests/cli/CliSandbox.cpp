@@ -1,7 +1,5 @@
 #include "CliSandbox.h"
 
-#include <QDir>
-#include <QFile>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -16,10 +14,7 @@ CliSandbox::CliSandbox()
 
 void CliSandbox::writeSettings(const QString &lines) const
 {
-    QDir().mkpath(test.home() + u"/.config/ondrel"_s);
-    QFile file(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(u"[General]\n"_s.append(lines).toUtf8());
+    writeFile(test.home() + u"/.config/ondrel/Sorvane.conf"_s, u"[General]\n"_s.append(lines).toUtf8());
 }
 
 CliRun CliSandbox::sorvane(const QStringList &arguments) const

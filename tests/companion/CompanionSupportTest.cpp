@@ -20,11 +20,7 @@ namespace {
 // An executable shell script at `path` that logs its start to `<path>.ran` and runs `body`.
 void writeEngine(const QString &path, const QString &body)
 {
-    QFile script(path);
-    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
-    script.write(u"#!/bin/sh\ntouch \"$0.ran\"\n%1\n"_s.arg(body).toUtf8());
-    script.close();
-    ASSERT_TRUE(script.setPermissions(script.permissions() | QFile::ExeOwner | QFile::ReadOwner));
+    writeFile(path, u"#!/bin/sh\ntouch \"$0.ran\"\n%1\n"_s.arg(body).toUtf8(), QFile::ExeOwner);
 }
 
 struct EngineCase

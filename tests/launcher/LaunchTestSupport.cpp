@@ -23,11 +23,7 @@ QString compatTool(const QString &tool)
 
 void writeExecutable(const QString &path, const QByteArray &text)
 {
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(text);
-    file.close();
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    writeFile(path, text, QFile::ExeOwner);
 }
 
 bool waitFor(const std::function<bool()> &condition, int timeoutMs)
