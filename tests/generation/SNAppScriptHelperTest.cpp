@@ -199,15 +199,6 @@ TEST_P(HostileName, ReachesEveryCommandAsOneExactWordAndRunsNothing)
 
 INSTANTIATE_TEST_SUITE_P(Corpus, HostileName, ::testing::Range(0, int(std::size(hostileNames))));
 
-TEST(SNAppScriptHelper, RefusesNamesThatCannotBeABundle)
-{
-    for (const QString &name : {QString(), u"a/b"_s, u"line\nbreak"_s, u"tab\there"_s, u"del\x7f"_s}) {
-        QString error;
-        EXPECT_TRUE(SNAppScriptHelper::scriptText(inputs(u"chrome"_s, name), &error).isEmpty());
-        EXPECT_EQ(error, u"Invalid Application Name. Please correct the name."_s);
-    }
-}
-
 // `key`'s tab choice, run after the shell `setup` in Contents/Resources: the tabs it leaves to
 // open. The restore of the last open tabs runs in tests/launcher/WholeStartTest.cpp.
 struct BlockCase
@@ -248,7 +239,8 @@ TEST_P(ScriptBlock, LeavesTheExpectedState)
 
 INSTANTIATE_TEST_SUITE_P(States, ScriptBlock, ::testing::ValuesIn(blockCases));
 
-// `sorvane script` with the user's engine setting and registry: bad usage, a refused name, one good run.
+// `sorvane script` with the user's engine setting and registry: bad usage, a refused name (which
+// names are refused is ShellEscaping's test), one good run.
 TEST(ScriptCli, ExitsAndPrints)
 {
     // The program inherits this test's private HOME and XDG folders.
