@@ -101,7 +101,8 @@ TEST(GoldenScript, MatchesTheReviewedText)
 
 using EveryBrowser = ::testing::TestWithParam<int>;
 
-// Every option combination is valid bash and keeps the markers the read-back depends on.
+// Every option combination is valid bash and keeps the markers the read-back depends on; the
+// macOS form is read back only here (tests/launcher/MaintenanceTest.cpp reads real bundles).
 TEST_P(EveryBrowser, EveryCombinationIsValidBashWithItsReadBackMarkers)
 {
     const BrowserInfo &browser = BrowserCatalogue::byNumber(GetParam());
