@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 
+// What a run of `sorvane` (or of an app it made) gave back.
 using CliRun = Outcome;
 
 // A temporary home for the built `sorvane`: HOME and the XDG folders inside a TestContext.

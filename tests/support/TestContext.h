@@ -51,7 +51,7 @@ QByteArray readAll(const QString &path);
 // recorded as a test failure.
 void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra = {});
 
-// A file's bytes, or "<unreadable>": two missing files never compare equal.
+// A file's bytes, or "<unreadable>" when it cannot be read: a missing file never passes for an empty one.
 QByteArray contentsOrMarker(const QString &path);
 
 // The test fixtures folder of the source tree.
