@@ -127,7 +127,7 @@ struct App
     }
     QString browserExecutable() const { return u"%1/Contents/MacOS/%2"_s.arg(bundle, browser.browserName); }
     Outcome script(const QString &platform = u"mac"_s, const QString &location = {},
-                const QString &shell = u"/bin/sh"_s) const
+                   const QString &shell = u"/bin/sh"_s) const
     {
         QStringList command{shell, u"./createEngine.sh"_s, name, resources};
         command << (location.isEmpty() ? bundle : location) << browser.browserName << browser.browserShortName
