@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -24,18 +23,12 @@ class InstallFixture
 public:
     InstallFixture()
     {
-        const std::filesystem::path built = Context::locateResources().toStdString();
-        const QString resources = m_scratch.path() + u"/resources"_s;
-        const std::filesystem::path copy = resources.toStdString();
-        std::filesystem::create_directories(copy);
-        std::filesystem::copy(built / "extension.bundle", copy / "extension.bundle",
-                              std::filesystem::copy_options::recursive);
-        std::filesystem::copy(built / "sorvanemessaginghost", copy / "sorvanemessaginghost");
+        const QString built = Context::locateResources(), resources = m_scratch.path() + u"/resources"_s;
+        for (const QString &item : {u"/extension.bundle"_s, u"/sorvanemessaginghost"_s})
+            EXPECT_TRUE(copyTree(built + item, resources + item));
         writeFile(resources + u"/extension.bundle/Sorvane_Extension/.DS_Store"_s, "x");
         QDir().mkpath(resources + u"/extension.bundle/Sorvane_Extension/.git"_s);
-        qputenv("SORVANE_RESOURCES_DIR", resources.toUtf8());
-        m_test = std::make_unique<TestContext>();
-        qunsetenv("SORVANE_RESOURCES_DIR");
+        m_test = std::make_unique<TestContext>(resources);
     }
     TestContext &test() { return *m_test; }
     QString resources() const { return m_test->context().resourcesFolder(); }

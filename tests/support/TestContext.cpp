@@ -27,12 +27,12 @@ private:
 
 } // namespace
 
-TestContext::TestContext()
+TestContext::TestContext(const QString &resources)
 {
     Context::Folders folders;
     folders.home = m_dir.path() + QStringLiteral("/home");
     folders.support = folders.home + QStringLiteral("/.local/share/Sorvane");
-    folders.resources = Context::locateResources();
+    folders.resources = resources.isEmpty() ? Context::locateResources() : resources;
     QDir().mkpath(folders.home);
     m_context = std::make_unique<Context>(
         folders, std::make_unique<UserDefaults>(m_dir.path() + QStringLiteral("/settings.ini")));

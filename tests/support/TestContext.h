@@ -17,7 +17,8 @@
 class TestContext final
 {
 public:
-    TestContext();
+    // `resources` replaces the build's resources folder (a copy a test may break).
+    explicit TestContext(const QString &resources = {});
     ~TestContext();
 
     Context &context() { return *m_context; }
