@@ -33,10 +33,6 @@ QStringList names(const QJsonValue &list)
     return result;
 }
 
-bool copyTree(const QString &from, const QString &to)
-{
-    return QProcess::execute(u"cp"_s, {u"-a"_s, from, to}) == 0;
-}
 
 } // namespace
 

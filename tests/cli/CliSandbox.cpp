@@ -1,8 +1,5 @@
 #include "CliSandbox.h"
 
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -17,10 +14,7 @@ CliSandbox::CliSandbox()
 
 void CliSandbox::writeSettings(const QString &lines) const
 {
-    QDir().mkpath(test.home() + u"/.config/ondrel"_s);
-    QFile file(test.home() + u"/.config/ondrel/Sorvane.conf"_s);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(u"[General]\n"_s.append(lines).toUtf8());
+    writeFile(test.home() + u"/.config/ondrel/Sorvane.conf"_s, u"[General]\n"_s.append(lines).toUtf8());
 }
 
 CliRun CliSandbox::sorvane(const QStringList &arguments) const
@@ -30,10 +24,5 @@ CliRun CliSandbox::sorvane(const QStringList &arguments) const
 
 CliRun CliSandbox::run(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment)
 {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    process.closeWriteChannel();
-    process.waitForFinished(60000);
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    return runProgram(program, arguments, environment);
 }

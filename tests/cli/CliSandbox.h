@@ -10,12 +10,8 @@
 #include <QString>
 #include <QStringList>
 
-struct CliRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+// What a run of `sorvane` (or of an app it made) gave back.
+using CliRun = Outcome;
 
 // A temporary home for the built `sorvane`: HOME and the XDG folders inside a TestContext.
 class CliSandbox

@@ -6,31 +6,28 @@
 
 #include <gtest/gtest.h>
 
-TEST(Cli, VersionAndHelp)
+// Version and help print on standard output; bad usage exits with 2 and says why on standard error.
+TEST(Cli, VersionHelpAndBadUsage)
 {
     const CliSandbox cli;
-    CliRun run = cli.sorvane({QStringLiteral("--version")});
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, QByteArray("sorvane " SORVANE_EXPECTED_VERSION "\n"));
-
-    run = cli.sorvane({QStringLiteral("--help")});
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.out.contains("browsers")) << run.out.constData();
-
-    run = cli.sorvane({QStringLiteral("browsers"), QStringLiteral("--help")});
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.out.contains("--json"));
-}
-
-TEST(Cli, BadUsageExitsWithTwo)
-{
-    const CliSandbox cli;
-    for (const QStringList &arguments : {QStringList{}, QStringList{QStringLiteral("frobnicate")},
-                                         QStringList{QStringLiteral("browsers"), QStringLiteral("--bogus")}}) {
-        const CliRun run = cli.sorvane(arguments);
-        EXPECT_EQ(run.exitCode, 2) << qPrintable(arguments.join(u' '));
-        EXPECT_TRUE(run.out.isEmpty());
-        EXPECT_FALSE(run.err.isEmpty());
+    const CliRun version = cli.sorvane({QStringLiteral("--version")});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out, QByteArray("sorvane " SORVANE_EXPECTED_VERSION "\n"));
+    const struct { QStringList arguments; int exitCode; QByteArray printed; } rows[] = {
+        {{QStringLiteral("--help")}, 0, "browsers"},
+        {{QStringLiteral("browsers"), QStringLiteral("--help")}, 0, "--json"},
+        {{}, 2, {}},
+        {{QStringLiteral("frobnicate")}, 2, {}},
+        {{QStringLiteral("browsers"), QStringLiteral("--bogus")}, 2, {}},
+    };
+    for (const auto &row : rows) {
+        const CliRun run = cli.sorvane(row.arguments);
+        EXPECT_EQ(run.exitCode, row.exitCode) << qPrintable(row.arguments.join(u' '));
+        if (row.exitCode == 0) {
+            EXPECT_TRUE(run.out.contains(row.printed)) << run.out.constData();
+        } else {
+            EXPECT_TRUE(run.out.isEmpty() && !run.err.isEmpty()) << qPrintable(row.arguments.join(u' '));
+        }
     }
 }
 
@@ -50,13 +47,16 @@ TEST(Cli, BrowsersJsonListsTheEightWithResolvedPaths)
     QStringList keys;
     for (const QJsonValue &value : browsers) {
         const QJsonObject browser = value.toObject();
-        keys.append(browser.value(QStringLiteral("key")).toString());
+        keys.append(browser.value(QStringLiteral("key")).toString() + u'=' +
+                    browser.value(QStringLiteral("bundleId")).toString());
         EXPECT_TRUE(browser.value(QStringLiteral("installed")).isBool());
         EXPECT_FALSE(browser.value(QStringLiteral("enginePath")).toString().isEmpty());
     }
-    EXPECT_EQ(keys, (QStringList{QStringLiteral("chrome"), QStringLiteral("canary"), QStringLiteral("brave"),
-                                 QStringLiteral("edge"), QStringLiteral("opera"), QStringLiteral("chromium"),
-                                 QStringLiteral("vivaldi"), QStringLiteral("helium")}));
+    // Only the first six have bundle identifiers of their own; the rest say Google Chrome's.
+    EXPECT_EQ(keys.join(u' '), QStringLiteral("chrome=com.google.Chrome canary=com.google.Chrome.canary "
+                                              "brave=com.brave.Browser edge=com.microsoft.edgemac "
+                                              "opera=com.operasoftware.Opera chromium=org.chromium.Chromium "
+                                              "vivaldi=com.google.Chrome helium=com.google.Chrome"));
     const QJsonObject vivaldi = browsers[6].toObject();
     EXPECT_EQ(vivaldi.value(QStringLiteral("enginePath")).toString(), QStringLiteral("/bin/sh"));
     EXPECT_TRUE(vivaldi.value(QStringLiteral("installed")).toBool());

@@ -24,11 +24,9 @@ namespace {
 
 QJsonValue jsonFromPython(const QString &path)
 {
-    QProcess python;
-    python.start(QStringLiteral(SORVANE_PYTHON3),
-                 {u"-c"_s, u"import json,sys; print(json.dumps(json.load(open(sys.argv[1], encoding='utf-8'))))"_s, path});
-    python.waitForFinished();
-    return QJsonDocument::fromJson(u"[%1]"_s.arg(QString::fromUtf8(python.readAllStandardOutput())).toUtf8()).array().at(0);
+    const QString read = u"import json,sys; print(json.dumps(json.load(open(sys.argv[1], encoding='utf-8'))))"_s;
+    const QByteArray json = runProgram(QStringLiteral(SORVANE_PYTHON3), {u"-c"_s, read, path}, environmentWith()).out;
+    return QJsonDocument::fromJson("[" + json + "]").array().at(0);
 }
 
 QStringList entriesUnder(const QString &folder)
@@ -64,7 +62,8 @@ TEST(CreateCommand, WritesACompleteBundleThatReadsBackToTheDefinition)
           "Contents/Resources/sorvanemessaginghost", "Contents/Resources/Sorvane_Extension/background.js",
           "Contents/Resources/Sorvane_Extension/nativeHost.js", "Contents/Resources/Sorvane_Extension/manifest.json",
           "Contents/Profile/First Run", "Contents/Profile/Local State", "Contents/Profile/Default/Preferences",
-          "Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json", "Contents/Profile/Default/Extensions"})
+          "Contents/Profile/NativeMessagingHosts/com.ondrel.sorvane.helper.json", "Contents/Profile/Default/Extensions",
+          "Contents/Profile/Default/IndexedDB", "Contents/Profile/Default/Local Storage"})
         EXPECT_TRUE(entries.contains(QString::fromUtf8(expected))) << expected;
 
     const QString appID = result.value(u"appID"_s).toString();
@@ -78,6 +77,8 @@ TEST(CreateCommand, WritesACompleteBundleThatReadsBackToTheDefinition)
     EXPECT_TRUE(config.value(u"forceDarkMode"_s).toBool());
     const QJsonObject info = QJsonDocument::fromJson(plistAsJsonFromPython(bundle + u"/Contents/Info.plist"_s)).object();
     EXPECT_EQ(info.value(u"CFBundleExecutable"_s).toString(), u"Team \"Mail\" $x"_s);
+    EXPECT_EQ(info.value(u"CFBundleShortVersionString"_s).toString(), QStringLiteral(SORVANE_EXPECTED_VERSION));
+    EXPECT_EQ(info.value(u"CFBundleIdentifier"_s).toString(), u"com.Ondrel.SorvaneTeam_\"Mail\"_$x"_s);
 
     const QJsonObject data = jsonFromPython(bundle + u"/Contents/Resources/data.json"_s).toObject();
     EXPECT_EQ(data.value(u"rule_list"_s).toArray(), QJsonArray{u"news.example.org"_s});
@@ -98,8 +99,7 @@ TEST(CreateCommand, ExistingAppIsKeptOrReplacedButNeverOverwritten)
     ASSERT_EQ(home.create(u"Mail"_s).exitCode, 0);
     const QString oldID = home.tracker().keys().constFirst();
     QFile marker(home.bundle(u"Mail"_s) + u"/Contents/Resources/user-file"_s);
-    ASSERT_TRUE(marker.open(QIODevice::WriteOnly));
-    marker.close();
+    writeFile(marker.fileName(), "mine");
 
     CliRun run = home.create(u"Mail"_s);
     EXPECT_EQ(run.exitCode, 1);
@@ -179,16 +179,12 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
 TEST(BulkCommand, MakesEveryGoodEntryOfTheExampleFile)
 {
     Home home;
-    QFile examples(QStringLiteral(SORVANE_EXAMPLES "/apps.json"));
-    ASSERT_TRUE(examples.open(QIODevice::ReadOnly));
-    QJsonArray entries = QJsonDocument::fromJson(examples.readAll()).array();
+    QJsonArray entries = QJsonDocument::fromJson(readAll(QStringLiteral(SORVANE_EXAMPLES "/apps.json"))).array();
+    ASSERT_FALSE(entries.isEmpty());
     entries.insert(3, QJsonObject{{u"appName"_s, u"Broken"_s}, {u"appURL"_s, u"https://b.example.org/"_s},
                                   {u"tabbedApp"_s, u"yes"_s}});
     const QString file = home.test.root() + u"/apps.json"_s;
-    QFile out(file);
-    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-    out.write(QJsonDocument(entries).toJson());
-    out.close();
+    writeFile(file, QJsonDocument(entries).toJson());
     QFile::copy(QStringLiteral(SORVANE_EXAMPLES "/example-icon.png"), home.test.root() + u"/example-icon.png"_s);
 
     const CliRun run = home.sorvane({u"bulk"_s, file, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps, u"--json"_s});
@@ -210,14 +206,10 @@ TEST(BulkCommand, MakesEveryGoodEntryOfTheExampleFile)
         EXPECT_EQ(start.exitCode, 0) << qPrintable(name) << start.err.constData();
         const QStringList records = QDir(home.records).entryList({u"*.args"_s}, QDir::Files);
         QByteArray seen;
-        for (const QString &recordName : records) {
-            QFile recordFile(home.records + u'/' + recordName);
-            seen += (recordFile.open(QIODevice::ReadOnly) ? recordFile.readAll().replace('\0', ' ') : QByteArray()) + '\n';
-        }
+        for (const QString &recordName : records)
+            seen += readAll(home.records + u'/' + recordName).replace('\0', ' ') + '\n';
         ASSERT_EQ(records.size(), 1) << qPrintable(name) << '\n' << seen.constData();
-        QFile record(home.records + u'/' + records.constFirst());
-        ASSERT_TRUE(record.open(QIODevice::ReadOnly));
-        const QList<QByteArray> arguments = record.readAll().split('\0');
+        const QList<QByteArray> arguments = readAll(home.records + u'/' + records.constFirst()).split('\0');
         EXPECT_TRUE(arguments.contains("--user-data-dir=./../Profile")) << qPrintable(name);
         const QByteArray address = addresses.value(name).toUtf8();
         EXPECT_TRUE(arguments.contains(address) || arguments.contains("--app=" + address)) << qPrintable(name);

@@ -3,9 +3,7 @@
 
 #include "CliSandbox.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -36,12 +34,7 @@ private:
     QString engine(const QString &name, const QString &versionLine) const
     {
         const QString path = test.root() + u"/engines/"_s + name;
-        QDir().mkpath(QFileInfo(path).path());
-        QFile script(path);
-        if (script.open(QIODevice::WriteOnly))
-            script.write(u"#!/bin/sh\necho '%1'\n"_s.arg(versionLine).toUtf8());
-        script.close();
-        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        writeFile(path, u"#!/bin/sh\necho '%1'\n"_s.arg(versionLine).toUtf8(), QFile::ExeOwner);
         return path;
     }
 };
@@ -96,9 +89,7 @@ TEST(LinkRouting, AppsOnChrome137GetTheCompanionThroughThePipe)
     EXPECT_EQ(result.value(u"linkRouting"_s).toString(), u"yes (through the DevTools pipe)"_s);
     EXPECT_FALSE(routed.err.contains("⚠️")) << routed.err.constData();
     const auto scriptOf = [](const CliRun &run) {
-        QFile file(QJsonDocument::fromJson(run.out).object().value(u"path"_s).toString() +
-                   u"/Contents/Resources/script"_s);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return readAll(QJsonDocument::fromJson(run.out).object().value(u"path"_s).toString() + u"/Contents/Resources/script"_s);
     };
     const QByteArray pipeScript = scriptOf(routed);
     EXPECT_TRUE(pipeScript.contains("\"--remote-debugging-pipe\"") &&
@@ -120,12 +111,9 @@ TEST(LinkRouting, AppsOnChrome137GetTheCompanionThroughThePipe)
 
     // A bulk run reports each app's verdict the same way.
     const QString list = home.test.root() + u"/apps.json"_s;
-    QFile file(list);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(R"([{"appName": "Routed", "appURL": "https://a.example.org/",
-                    "defaultDestination": {"type": "default"}},
-                   {"appName": "Plain", "appURL": "https://b.example.org/"}])");
-    file.close();
+    writeFile(list, R"([{"appName": "Routed", "appURL": "https://a.example.org/",
+                         "defaultDestination": {"type": "default"}},
+                        {"appName": "Plain", "appURL": "https://b.example.org/"}])");
     const CliRun bulk = home.sorvane({u"bulk"_s, list, u"--browser"_s, u"chrome"_s, u"--into"_s, apps, u"--json"_s});
     ASSERT_EQ(bulk.exitCode, 0) << bulk.err.constData();
     const QJsonArray made = QJsonDocument::fromJson(bulk.out).array();

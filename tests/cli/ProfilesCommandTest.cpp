@@ -4,7 +4,6 @@
 #include "CliSandbox.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -27,13 +26,7 @@ const QString OtherId = u"ponmlkjihgfedcbaponmlkjihgfedcba"_s;
 QString installChromiumProfiles(const Home &home)
 {
     const QString folder = home.test.home() + u"/.config/chromium"_s;
-    const QDir fixture(fixturePath(u"profiles/user-data"_s));
-    QDirIterator it(fixture.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString to = folder + u'/' + fixture.relativeFilePath(it.next());
-        QDir().mkpath(QFileInfo(to).path());
-        QFile::copy(it.filePath(), to);
-    }
+    EXPECT_TRUE(copyTree(fixturePath(u"profiles/user-data"_s), folder));
     const QString record = uR"({"from_webstore": true, "manifest": {"name": "%1"}})"_s;
     QFile::remove(folder + u"/Default/Preferences"_s);
     writeFile(folder + u"/Default/Preferences"_s,

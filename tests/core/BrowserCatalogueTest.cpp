@@ -5,26 +5,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(BrowserCatalogue, NumbersAndKeysFindTheSameRow)
-{
-    for (int number = 0; number < 8; ++number) {
-        const BrowserInfo &browser = BrowserCatalogue::all().at(number);
-        EXPECT_EQ(browser.number, number);
-        EXPECT_EQ(&BrowserCatalogue::byTypeKey(browser.typeKey), &BrowserCatalogue::byNumber(number));
-        EXPECT_EQ(browser.escapedBrowserName, QString(browser.browserName).replace(u' ', QStringLiteral("\\ ")));
-    }
-}
-
-TEST(BrowserCatalogue, BundleIdLookupKnowsOnlyOneToFive)
-{
-    const QStringList expected{QStringLiteral("com.google.Chrome"),     QStringLiteral("com.google.Chrome.canary"),
-                               QStringLiteral("com.brave.Browser"),     QStringLiteral("com.microsoft.edgemac"),
-                               QStringLiteral("com.operasoftware.Opera"), QStringLiteral("org.chromium.Chromium"),
-                               QStringLiteral("com.google.Chrome"),     QStringLiteral("com.google.Chrome")};
-    for (int number = 0; number < 8; ++number)
-        EXPECT_EQ(BrowserCatalogue::bundleIdForNumber(number), expected[number]) << number;
-}
-
 TEST(BrowserCatalogue, UnknownNumbersAndKeysMeanGoogleChrome)
 {
     for (int number : {-1, 8, 42}) {
@@ -34,18 +14,6 @@ TEST(BrowserCatalogue, UnknownNumbersAndKeysMeanGoogleChrome)
     }
     for (const char *key : {"", "firefox", "Chrome", "BRAVE"})
         EXPECT_EQ(BrowserCatalogue::numberForTypeKey(QString::fromUtf8(key)), 0) << key;
-}
-
-TEST(BrowserCatalogue, ExtraSwitchesAndEngineName)
-{
-    EXPECT_EQ(BrowserCatalogue::extraEngineSwitches(QStringLiteral("brave")),
-              QStringLiteral("--no-default-browser-check --disable-brave-update"));
-    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
-        if (browser.typeKey != QLatin1String("brave")) {
-            EXPECT_EQ(BrowserCatalogue::extraEngineSwitches(browser.typeKey), QStringLiteral("--no-default-browser-check"));
-        }
-    }
-    EXPECT_EQ(BrowserCatalogue::engineExecutableName(QStringLiteral("My App")), QStringLiteral("My App Engine"));
 }
 
 TEST(BrowserCatalogue, TheTwoPathLookupsDifferOnlyForChromium)

@@ -43,14 +43,9 @@ struct BadField
     QVariant value;
 };
 
-void PrintTo(const BadField &field, std::ostream *os)
-{
-    *os << field.key;
-}
+void PrintTo(const BadField &field, std::ostream *os) { *os << field.key; }
 
-class SNBulkAppRejects : public ::testing::TestWithParam<BadField>
-{
-};
+using SNBulkAppRejects = ::testing::TestWithParam<BadField>;
 
 TEST_P(SNBulkAppRejects, AFieldOfTheWrongTypeByName)
 {

@@ -5,7 +5,6 @@
 #include "support/TestContext.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
@@ -84,10 +83,7 @@ TEST(SNImage, TiffRepresentationHasAPagePerRepresentationAndImageDataDecodesToTh
     const SNImage image = threePages();
     const QString path = test.root() + u"/image.tiff"_s;
     ASSERT_TRUE(AtomicWriter::write(path, image.tiffRepresentation()));
-    QProcess tiffinfo;
-    tiffinfo.start(u"tiffinfo"_s, {path});
-    ASSERT_TRUE(tiffinfo.waitForFinished(30000));
-    const QString info = QString::fromUtf8(tiffinfo.readAllStandardOutput());
+    const QString info = QString::fromUtf8(runProgram(u"tiffinfo"_s, {path}, environmentWith()).out);
     const QStringList pages = info.split(u'\n').filter(u"Image Width:"_s).replaceInStrings(
         QRegularExpression(uR"(.*Image Width: (\d+) Image Length: (\d+).*)"_s), u"\\1x\\2"_s);
     EXPECT_EQ(pages, (QStringList{u"64x64"_s, u"16x16"_s, u"48x32"_s})) << info.toStdString();

@@ -4,7 +4,6 @@
 
 #include <QDateTime>
 #include <QFile>
-#include <QProcess>
 #include <QTimeZone>
 
 #include <gtest/gtest.h>
@@ -45,14 +44,9 @@ TEST(PropertyList, ReadsBinaryPropertyLists)
 {
     TestContext test;
     const QString path = test.root() + QStringLiteral("/binary.plist");
-    QProcess python;
-    python.start(QStringLiteral(SORVANE_PYTHON3),
-                 {QStringLiteral("-c"),
-                  QStringLiteral("import plistlib,sys; open(sys.argv[1],'wb').write(plistlib.dumps("
-                                 "{'name':'Mail','tabs':['a','b'],'n':3,'on':True}, fmt=plistlib.FMT_BINARY))"),
-                  path});
-    ASSERT_TRUE(python.waitForFinished());
-    ASSERT_EQ(python.exitCode(), 0);
+    const QString write = QStringLiteral("import plistlib,sys; open(sys.argv[1],'wb').write(plistlib.dumps("
+                                         "{'name':'Mail','tabs':['a','b'],'n':3,'on':True}, fmt=plistlib.FMT_BINARY))");
+    ASSERT_EQ(runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), write, path}, environmentWith()).exitCode, 0);
     const QVariantMap expected{{QStringLiteral("name"), QStringLiteral("Mail")},
                                {QStringLiteral("tabs"), QVariantList{QStringLiteral("a"), QStringLiteral("b")}},
                                {QStringLiteral("n"), 3},
@@ -60,9 +54,7 @@ TEST(PropertyList, ReadsBinaryPropertyLists)
     EXPECT_EQ(PropertyList::readFile(path).toMap(), expected);
 }
 
-class PropertyListRejects : public ::testing::TestWithParam<const char *>
-{
-};
+using PropertyListRejects = ::testing::TestWithParam<const char *>;
 
 TEST_P(PropertyListRejects, DataThatIsNoPropertyList)
 {
@@ -98,15 +90,11 @@ TEST(PropertyList, RefusesNestingDeeperThanTheLimitInBothFormats)
     for (const char *format : {"FMT_XML", "FMT_BINARY"}) {
         for (const int levels : {200, 300}) {
             const QString path = test.root() + QStringLiteral("/nested-%1-%2.plist").arg(QLatin1String(format)).arg(levels);
-            QProcess python;
-            python.start(QStringLiteral(SORVANE_PYTHON3),
-                         {QStringLiteral("-c"),
-                          QStringLiteral("import plistlib,sys\nx=[]\nfor i in range(int(sys.argv[2])): x=[x]\n"
-                                         "open(sys.argv[1],'wb').write(plistlib.dumps({'a':x}, fmt=plistlib.%1))")
-                              .arg(QLatin1String(format)),
-                          path, QString::number(levels)});
-            ASSERT_TRUE(python.waitForFinished());
-            ASSERT_EQ(python.exitCode(), 0);
+            const QString write = QStringLiteral("import plistlib,sys\nx=[]\nfor i in range(int(sys.argv[2])): x=[x]\n"
+                                                 "open(sys.argv[1],'wb').write(plistlib.dumps({'a':x}, fmt=plistlib.%1))")
+                                      .arg(QLatin1String(format));
+            const QStringList arguments{QStringLiteral("-c"), write, path, QString::number(levels)};
+            ASSERT_EQ(runProgram(QStringLiteral(SORVANE_PYTHON3), arguments, environmentWith()).exitCode, 0);
             QString error;
             const QVariant value = PropertyList::readFile(path, &error);
             EXPECT_EQ(value.isValid(), levels < PropertyList::MaximumDepth) << format << ' ' << levels;

@@ -2,7 +2,6 @@
 
 #include "core/NotificationCenter.h"
 #include "core/PropertyList.h"
-#include "core/ShellEscaping.h"
 #include "core/UserDefaults.h"
 
 #include "support/TestContext.h"
@@ -11,8 +10,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QProcessEnvironment>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,12 +42,10 @@ plistlib.dump(root, open(path, "wb"))
 // holds the stand-in plutil (first on PATH). Returns bash's exit code, or -1 if it did not finish.
 int runFragment(const QString &fragment, const QString &resources)
 {
-    QProcess bash;
-    bash.setWorkingDirectory(resources);
-    bash.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    bash.start(u"/usr/bin/env"_s, {u"PATH="_s + resources + u':' + qEnvironmentVariable("PATH"),
-                                   u"PWD="_s + resources, u"LC_ALL=C"_s, u"/bin/bash"_s, u"-c"_s, fragment});
-    return bash.waitForFinished(30000) && bash.exitStatus() == QProcess::NormalExit ? bash.exitCode() : -1;
+    QProcessEnvironment environment = environmentWith(resources);
+    environment.insert(u"PWD"_s, resources);
+    environment.insert(u"LC_ALL"_s, u"C"_s);
+    return runProgram(u"/bin/bash"_s, {u"-c"_s, fragment}, environment, resources).exitCode;
 }
 
 } // namespace
@@ -122,24 +117,7 @@ TEST(SNAppTracker, HasTrackedAppsOnlyWithARecordWhoseBundleExists)
     EXPECT_TRUE(tracker.hasTrackedSorvaneApps());
 }
 
-TEST(SNAppTracker, FragmentIsTheFixedTextForAnOrdinaryPath)
-{
-    TestContext test;
-    ASSERT_EQ(ShellEscaping::unquoted(test.supportFolder()), test.supportFolder()) << "needs escaping";
-    const QString text = uR"SH(
-
-FILE=%1
-if test -f "$FILE"; then
-plutil -replace 0C9F1A52-3B7E-4D2A-9E61-7F4B8C2D1E03.lastActivity -string "$(date +'%Y-%m-%d %l:%M:%S %p')" %1
-TRACKER_APP_ROOT="$(dirname "$(dirname "$PWD")")"
-if [ -f "$TRACKER_APP_ROOT/Contents/Resources/script" ]; then
-plutil -replace 0C9F1A52-3B7E-4D2A-9E61-7F4B8C2D1E03.appPath -string "$TRACKER_APP_ROOT" %1
-fi
-fi
-)SH"_s.arg(test.supportFolder() + u"/tracker.plist"_s);
-    EXPECT_EQ(SNAppTracker(test.context()).shellUpdateCode(u"0C9F1A52-3B7E-4D2A-9E61-7F4B8C2D1E03"_s), text);
-}
-
+// The fragment's text is part of the reviewed launcher scripts (tests/generation/SNAppScriptHelperTest.cpp).
 TEST(SNAppTracker, FragmentRunByBashStampsOnlyAnExistingTrackerAndRunsNothingFromItsPath)
 {
     TestContext test;

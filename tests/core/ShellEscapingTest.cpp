@@ -3,8 +3,6 @@
 #include "support/TestContext.h"
 
 #include <QDir>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -16,11 +14,9 @@ namespace {
 // What bash prints for `printf %s <word>`, run in `folder`.
 QString bashPrints(const QString &word, const QString &folder)
 {
-    QProcess bash;
-    bash.setWorkingDirectory(folder);
-    bash.start(u"/usr/bin/env"_s, {u"LC_ALL=C.UTF-8"_s, u"/bin/bash"_s, u"-c"_s, u"printf %s "_s + word});
-    const bool ran = bash.waitForFinished(10000) && bash.exitStatus() == QProcess::NormalExit;
-    return ran && bash.exitCode() == 0 ? QString::fromUtf8(bash.readAllStandardOutput()) : u"<bash failed>"_s;
+    const Outcome bash = runProgram(u"/usr/bin/env"_s, {u"LC_ALL=C.UTF-8"_s, u"/bin/bash"_s, u"-c"_s, u"printf %s "_s + word},
+                                    environmentWith(), folder);
+    return bash.exitCode == 0 ? QString::fromUtf8(bash.out) : u"<bash failed>"_s;
 }
 
 } // namespace

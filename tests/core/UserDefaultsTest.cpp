@@ -15,9 +15,7 @@ void PrintTo(const BoolCase &c, std::ostream *os)
     PrintTo(c.value, os);
 }
 
-class UserDefaultsBool : public ::testing::TestWithParam<BoolCase>
-{
-};
+using UserDefaultsBool = ::testing::TestWithParam<BoolCase>;
 
 TEST_P(UserDefaultsBool, ReadsLikeTheMacDefaultsStore)
 {

@@ -4,25 +4,14 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 
-import { Sandbox, startPageServer, waitFor } from './harness.js';
+import { sandbox, server, useSuiteFixtures, waitFor } from './harness.js';
 
 // Each start is a new app with a new profile, as the race is widest on a first start.
 const starts = 20;
 
-let server;
-let sandbox;
-
-before(async () => {
-  server = await startPageServer();
-  sandbox = new Sandbox();
-});
-
-after(async () => {
-  await sandbox?.dispose();
-  await server?.close();
-});
+useSuiteFixtures();
 
 // The host answers three seconds late, so the page has the routing data only after the clicks.
 function slowDownHost(appPath) {

@@ -7,6 +7,7 @@ import http from 'node:http';
 import os from 'node:os';
 import path from 'node:path';
 import { setTimeout as sleep } from 'node:timers/promises';
+import { after, before } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 import { chromium } from 'playwright-core';
@@ -72,10 +73,10 @@ export function processExists(pid) {
 // `requested` lists the host and path of every request, so a test can tell that a page never loaded.
 export async function startPageServer() {
   const requested = [];
-  const server = http.createServer((request, response) => {
+  const listener = http.createServer((request, response) => {
     const host = request.headers.host ?? '';
     requested.push(`${host}${request.url}`);
-    const port = server.address().port;
+    const port = listener.address().port;
     const link = (id, href, target = '') =>
       `<a id="${id}" href="http://${href.replace('{port}', port)}"${target ? ` target="${target}"` : ''}>${id}</a>`;
     response.writeHead(200, { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' });
@@ -87,14 +88,31 @@ ${link('other', 'other.test:{port}/page?q=a%20b', '_blank')}
 ${link('b', 'b.test:{port}/from-a?x=1')}
 </body></html>`);
   });
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  const port = server.address().port;
+  await new Promise((resolve) => listener.listen(0, '127.0.0.1', resolve));
+  const port = listener.address().port;
   return {
     port,
     requested,
     url: (host, pathAndQuery = '/') => `http://${host}:${port}${pathAndQuery}`,
-    close: () => new Promise((resolve) => server.close(resolve)),
+    close: () => new Promise((resolve) => listener.close(resolve)),
   };
+}
+
+// The page server and sandbox of the suite that calls useSuiteFixtures(), made before its first test
+// and disposed after its last; as live bindings, importers see them once they exist. `prepare` may
+// set the sandbox up further.
+export let server;
+export let sandbox;
+export function useSuiteFixtures(sandboxOptions, prepare = () => {}) {
+  before(async () => {
+    server = await startPageServer();
+    sandbox = new Sandbox(sandboxOptions);
+    prepare(sandbox);
+  });
+  after(async () => {
+    await sandbox?.dispose();
+    await server?.close();
+  });
 }
 
 // The way the apps' engine gets the companion: 'flag' (--load-extension, as Debian's chromium

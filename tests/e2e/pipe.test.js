@@ -5,24 +5,13 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 
-import { Sandbox, commandLineOf, companionWay, processExists, startPageServer, waitFor } from './harness.js';
+import { commandLineOf, companionWay, processExists, sandbox, server, useSuiteFixtures, waitFor } from './harness.js';
 
-let server;
-let sandbox;
-
-before(async () => {
-  assert.equal(companionWay, 'pipe', 'run with SORVANE_E2E_COMPANION=pipe (see tests/e2e/CMakeLists.txt)');
-  server = await startPageServer();
-  sandbox = new Sandbox();
-});
-
-after(async () => {
-  await sandbox?.dispose();
-  await server?.close();
-});
+assert.equal(companionWay, 'pipe', 'run with SORVANE_E2E_COMPANION=pipe (see tests/e2e/CMakeLists.txt)');
+useSuiteFixtures();
 
 function pids() {
   return fs.readdirSync('/proc').filter((name) => /^\d+$/.test(name)).map(Number);

@@ -3,27 +3,16 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { setTimeout as sleep } from 'node:timers/promises';
 
-import { Sandbox, startPageServer, waitFor } from './harness.js';
+import { sandbox, server, useSuiteFixtures, waitFor } from './harness.js';
 
-let server;
-let sandbox;
-
-before(async () => {
-  server = await startPageServer();
-  // The second app's engine records its command lines instead of showing pages.
-  const fakeEngine = process.env.SORVANE_FAKE_ENGINE;
-  sandbox = new Sandbox({ settings: { bravePath: fakeEngine } });
-  sandbox.env.SORVANE_FAKE_ENGINE_RECORDS = path.join(sandbox.records, 'engine');
-  sandbox.env.SORVANE_FAKE_ENGINE_STAY = '1';
-  fs.mkdirSync(sandbox.env.SORVANE_FAKE_ENGINE_RECORDS);
-});
-
-after(async () => {
-  await sandbox?.dispose();
-  await server?.close();
+// The second app's engine records its command lines instead of showing pages.
+useSuiteFixtures({ settings: { bravePath: process.env.SORVANE_FAKE_ENGINE } }, (made) => {
+  made.env.SORVANE_FAKE_ENGINE_RECORDS = path.join(made.records, 'engine');
+  made.env.SORVANE_FAKE_ENGINE_STAY = '1';
+  fs.mkdirSync(made.env.SORVANE_FAKE_ENGINE_RECORDS);
 });
 
 // The fake engine's records: one NUL-separated argument list per start.

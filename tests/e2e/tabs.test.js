@@ -3,22 +3,11 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 
-import { Sandbox, startPageServer, waitFor } from './harness.js';
+import { sandbox, server, useSuiteFixtures, waitFor } from './harness.js';
 
-let server;
-let sandbox;
-
-before(async () => {
-  server = await startPageServer();
-  sandbox = new Sandbox();
-});
-
-after(async () => {
-  await sandbox?.dispose();
-  await server?.close();
-});
+useSuiteFixtures();
 
 function testPages(app) {
   return app.pages().map((page) => page.url()).filter((url) => new URL(url).hostname.endsWith('.test')).sort();

@@ -14,7 +14,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QStringConverter>
 
 #include <gtest/gtest.h>
@@ -52,27 +51,14 @@ sed "s/$old/$new/" "$exe" > "$exe.new" && chmod 755 "$exe.new" && mv "$exe.new" 
 rm -rf "${dir:?}/$old" && if [ -L "$dir/Current" ]; then ln -sfn "$new" "$dir/Current"; fi
 )SH";
 
-struct Exec
+// `command` run in `folder`, with `platform` as the engine script's platform and `tools` first on PATH.
+Outcome exec(const QStringList &command, const QString &folder = {}, const QString &platform = {},
+             const QString &tools = {})
 {
-    int code = -1;
-    QByteArray out, err;
-};
-
-Exec exec(const QStringList &command, const QString &folder = {}, const QString &platform = {},
-          const QString &tools = {})
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment = environmentWith(tools);
     if (!platform.isEmpty())
         environment.insert(u"SORVANE_ENGINE_PLATFORM"_s, platform);
-    if (!tools.isEmpty())
-        environment.insert(u"PATH"_s, tools + u':' + environment.value(u"PATH"_s));
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(folder);
-    process.start(command.first(), command.mid(1));
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    return runProgram(command.first(), command.mid(1), environment, folder);
 }
 
 const QFile::Permissions executable = QFile::ExeOwner;
@@ -80,8 +66,8 @@ const QFile::Permissions executable = QFile::ExeOwner;
 // What a program prints for "--probe"; an engine must print what its browser prints.
 QByteArray probe(const QString &program)
 {
-    const Exec run = exec({program, u"--probe"_s});
-    return run.code == 0 ? run.out : "failed: " + run.err;
+    const Outcome run = exec({program, u"--probe"_s});
+    return run.exitCode == 0 ? run.out : "failed: " + run.err;
 }
 
 QJsonObject plistJson(const QString &path)
@@ -136,14 +122,12 @@ struct App
     QString copyBrowser(const BrowserInfo &row) const
     {
         const QString copy = u"%1/Browsers/%2.app"_s.arg(root, row.browserName);
-        QDir().mkpath(root + u"/Browsers"_s);
-        exec(
-            {u"cp"_s, u"-a"_s, u"" SORVANE_TEST_FIXTURES "/browsers/"_s + row.browserName + u".app"_s, copy});
+        copyTree(fixturePath(u"browsers/"_s + row.browserName + u".app"_s), copy);
         return copy;
     }
     QString browserExecutable() const { return u"%1/Contents/MacOS/%2"_s.arg(bundle, browser.browserName); }
-    Exec script(const QString &platform = u"mac"_s, const QString &location = {},
-                const QString &shell = u"/bin/sh"_s) const
+    Outcome script(const QString &platform = u"mac"_s, const QString &location = {},
+                   const QString &shell = u"/bin/sh"_s) const
     {
         QStringList command{shell, u"./createEngine.sh"_s, name, resources};
         command << (location.isEmpty() ? bundle : location) << browser.browserName << browser.browserShortName
@@ -178,8 +162,8 @@ TEST_P(EngineFamily, ScriptClonesTheBrowserStaysPutAndFollowsItsUpdates)
 {
     App app(QLatin1String(GetParam().typeKey), QString::fromUtf8(GetParam().appName));
     const QString shell = app.browser.number % 2 ? u"/bin/bash"_s : u"/bin/sh"_s;
-    const Exec first = app.script(u"mac"_s, {}, shell);
-    ASSERT_EQ(first.code, 0) << first.err.constData();
+    const Outcome first = app.script(u"mac"_s, {}, shell);
+    ASSERT_EQ(first.exitCode, 0) << first.err.constData();
     EXPECT_TRUE(first.err.isEmpty()) << first.err.constData();
 
     // A copy that reaches the browser's framework through the links beside it.
@@ -218,8 +202,8 @@ TEST_P(EngineFamily, ScriptClonesTheBrowserStaysPutAndFollowsItsUpdates)
     }
 
     const QStringList built = listing(app.contents);
-    const Exec second = app.script(u"mac"_s, {}, shell);
-    EXPECT_EQ(second.code, 0);
+    const Outcome second = app.script(u"mac"_s, {}, shell);
+    EXPECT_EQ(second.exitCode, 0);
     EXPECT_TRUE(second.out.isEmpty()) << second.out.constData();
     EXPECT_EQ(listing(app.contents), built);
 
@@ -230,18 +214,18 @@ TEST_P(EngineFamily, ScriptClonesTheBrowserStaysPutAndFollowsItsUpdates)
     const auto update = [&](const char *version, const char *replace) {
         return exec({u"/bin/sh"_s, u"-c"_s, QString::fromUtf8(updateScript), u"update"_s, browser,
                      QLatin1String(version), QLatin1String(replace)})
-                   .code == 0;
+                   .exitCode == 0;
     };
     ASSERT_TRUE(update("999.0.0.1", "no"));
-    Exec run = app.script();
-    EXPECT_EQ(run.code, 0) << run.err.constData();
+    Outcome run = app.script();
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_FALSE(run.out.isEmpty());
     EXPECT_EQ(probe(app.engine), before);
 
     // Then the executable moves to it and the old version is removed: the engine must follow.
     ASSERT_TRUE(update("1000.0.0.2", "yes"));
     EXPECT_TRUE(probe(app.engine).startsWith("failed")) << "the fake update left the old version in place";
-    EXPECT_EQ(app.script().code, 0);
+    EXPECT_EQ(app.script().exitCode, 0);
     EXPECT_TRUE(probe(app.engine).contains("1000.0.0.2: --probe"));
     EXPECT_EQ(probe(app.engine), probe(browser));
 }
@@ -309,8 +293,8 @@ TEST(EngineScript, FailsWithAMessageWhenTheBrowserIsMissing)
         App app(u"chrome"_s, u"Mail"_s);
         const QString path = app.bundle + QLatin1String(removed);
         ASSERT_TRUE(QFileInfo(path).isDir() ? QDir(path).removeRecursively() : QFile::remove(path));
-        const Exec run = app.script();
-        EXPECT_EQ(run.code, 1);
+        const Outcome run = app.script();
+        EXPECT_EQ(run.exitCode, 1);
         EXPECT_TRUE(run.err.startsWith(QByteArray(QByteArray("createEngine.sh: ") + message)))
             << run.err.constData();
         EXPECT_FALSE(QFileInfo::exists(app.engine) || QFileInfo::exists(app.resources + u"/engine.stamp"_s));
@@ -328,18 +312,18 @@ TEST(EngineScript, OnLinuxLinksTheEngineExecutableAndNothingElse)
     };
     const QStringList before = outsideMacOS(listing(app.contents));
 
-    ASSERT_EQ(app.script(u"linux"_s, first).code, 0);
+    ASSERT_EQ(app.script(u"linux"_s, first).exitCode, 0);
     EXPECT_EQ(QFileInfo(app.engine).symLinkTarget(), first);
     EXPECT_EQ(probe(app.engine), "first --probe\n");
     const QStringList after = listing(app.contents);
     EXPECT_EQ(after.filter(u"/Contents/MacOS/"_s).size(), 1);
     EXPECT_EQ(outsideMacOS(after), before);
 
-    EXPECT_EQ(app.script(u"linux"_s, first).code, 0);
+    EXPECT_EQ(app.script(u"linux"_s, first).exitCode, 0);
     EXPECT_EQ(listing(app.contents), after);
     QFile::remove(first);
-    const Exec missing = app.script(u"linux"_s, first);
-    EXPECT_EQ(missing.code, 1);
+    const Outcome missing = app.script(u"linux"_s, first);
+    EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.err, QByteArray("createEngine.sh: no engine executable at " + first.toUtf8() + '\n'));
 }
 

@@ -5,7 +5,6 @@
 #include "support/TestContext.h"
 
 #include <QFileInfo>
-#include <QProcess>
 #include <QRegularExpression>
 
 #include <set>
@@ -29,10 +28,7 @@ QImage solid(int width, int height, const QColor &color = Qt::darkCyan)
 std::multiset<int> listedSizes(const QString &path)
 {
     const QHash<QString, int> pngOnly{{u"icp4"_s, 16}, {u"icp5"_s, 32}, {u"icp6"_s, 64}, {u"ic07"_s, 128}};
-    QProcess icns2png;
-    icns2png.start(u"icns2png"_s, {u"-l"_s, path});
-    EXPECT_TRUE(icns2png.waitForFinished(30000));
-    const QString listing = QString::fromUtf8(icns2png.readAllStandardOutput());
+    const QString listing = QString::fromUtf8(runProgram(u"icns2png"_s, {u"-l"_s, path}, environmentWith()).out);
     std::multiset<int> sizes, decoded;
     for (const auto &entry : QRegularExpression(uR"('(\w{4})' (\d+)x)"_s).globalMatch(listing))
         sizes.insert(pngOnly.value(entry.captured(1), entry.captured(2).toInt()));

@@ -3,7 +3,6 @@
 #include "support/TestContext.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -29,13 +28,7 @@ const QString UnpackedId = u"ponmlkjihgfedcbaponmlkjihgfedcba"_s;
 // Puts the fixture user-data folder where the installed browser keeps its own; returns that folder.
 QString installBrowserFolder(const ProfileSeeder &seeder)
 {
-    const QDir fixture(fixturePath(u"profiles/user-data"_s));
-    QDirIterator it(fixture.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString to = seeder.sourceBrowserFolder() + fixture.relativeFilePath(it.next());
-        QDir().mkpath(QFileInfo(to).path());
-        QFile::copy(it.filePath(), to);
-    }
+    EXPECT_TRUE(copyTree(fixturePath(u"profiles/user-data"_s), seeder.sourceBrowserFolder()));
     return seeder.sourceBrowserFolder();
 }
 
@@ -44,12 +37,6 @@ QJsonObject preferences()
     const QString text = uR"({"extensions": {"settings": {"%1": {"from_webstore": true},
                           "%2": {"from_webstore": false}}}, "v": 2})"_s;
     return QJsonDocument::fromJson(text.arg(StoreId, UnpackedId).toUtf8()).object();
-}
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
 }
 
 QString rawLinkTarget(const QString &path)
@@ -146,13 +133,13 @@ TEST(ProfileSeeder, CopiesExactlyTheChosenStoreExtensionsAndTheirStorage)
             ASSERT_EQ(copy.exists() || copy.isSymLink(), row.kind != Absent);
             EXPECT_EQ(copy.isSymLink(), row.kind == Link);
             if (row.kind == File) {
-                EXPECT_EQ(contents(copy.filePath()), contents(original.filePath()));
+                EXPECT_EQ(contentsOrMarker(copy.filePath()), contentsOrMarker(original.filePath()));
             } else if (row.kind == Link) {
                 // Storage is linked to its absolute place.
                 EXPECT_EQ(rawLinkTarget(copy.filePath()), original.filePath());
             }
         }
-        const QByteArray written = contents(target + u"Secure Preferences"_s);
+        const QByteArray written = contentsOrMarker(target + u"Secure Preferences"_s);
         EXPECT_FALSE(written.contains('\n'));
         EXPECT_EQ(QJsonDocument::fromJson(written).object(), c.preferences);
     }
@@ -200,7 +187,7 @@ TEST(ProfileSeeder, ImportsChosenProfilesAndListsThemInLocalState)
 
         seeder.createProfiles(row.users, profileDirectory);
 
-        const QByteArray localState = contents(profileDirectory + u"/Local State"_s);
+        const QByteArray localState = contentsOrMarker(profileDirectory + u"/Local State"_s);
         EXPECT_TRUE(localState.contains("\n    "));
         const QString expected = uR"({"profile":{"info_cache":%1},%2})"_s.arg(row.infoCache, fre);
         EXPECT_EQ(QJsonDocument::fromJson(localState), QJsonDocument::fromJson(expected.toUtf8()));
@@ -209,7 +196,7 @@ TEST(ProfileSeeder, ImportsChosenProfilesAndListsThemInLocalState)
         for (const SNProfileEntry &user : row.users) {
             const bool copied = row.copied.contains(user.profileKey);
             const QString copy = profileDirectory + u'/' + user.profileKey + u"/Preferences"_s;
-            EXPECT_EQ(contents(copy), copied ? contents(browserFolder + user.profileKey + u"/Preferences"_s)
+            EXPECT_EQ(contentsOrMarker(copy), copied ? contentsOrMarker(browserFolder + user.profileKey + u"/Preferences"_s)
                                              : QByteArray("<unreadable>"));
             const QString copyLine = QDir::cleanPath(browserFolder + user.profileKey);
             EXPECT_EQ(test.log().contains(u"profileToCopyPath:%1 "_s.arg(copyLine)), copied);

@@ -21,14 +21,9 @@ struct AccentCase
     QByteArray preferencesAfter;  // compact JSON
 };
 
-void PrintTo(const AccentCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
+void PrintTo(const AccentCase &c, std::ostream *os) { *os << c.label; }
 
-class Accent : public testing::TestWithParam<AccentCase>
-{
-};
+using Accent = testing::TestWithParam<AccentCase>;
 
 const QByteArray UserTheme =
     R"({"browser":{"show_home_button":true,"theme":{"user_color":-1,"user_color2":-2,"color_scheme":2}},"homepage":"x"})";

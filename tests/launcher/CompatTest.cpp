@@ -144,9 +144,7 @@ TEST_P(CompatSed, TranslatesBsdInPlaceEditingAndPassesTheRestThrough)
 INSTANTIATE_TEST_SUITE_P(Cases, CompatSed, testing::Values(
     SedCase{"bsdInPlaceTwoFilesAfterAnOption", {u"-E"_s, u"-i"_s, QString(), u"s/(a+)/<\\1>/g"_s, u"FILE"_s, u"FILE2"_s},
             "baa\naba\n", "b<aa>\n<a>b<a>\n", ""},
-    // A generated script's manifest repair, for a bundle in a folder with an odd name.
-    SedCase{"manifestRepair", {u"-i"_s, QString(), u"s#.*\"path\":.*#\"path\": \"/A $(x) B/host\",#g"_s, u"FILE"_s},
-            "{\n  \"path\": \"/old/host\",\n  \"type\": 1\n}\n", "{\n\"path\": \"/A $(x) B/host\",\n  \"type\": 1\n}\n", ""},
+    // A generated script's manifest repair runs in tests/launcher/WholeStartTest.cpp (WholeStartMoved).
     SedCase{"gnuInPlaceUnchanged", {u"-i"_s, u"s/a/X/"_s, u"FILE"_s}, "aa\n", "Xa\n", ""}),
     [](const auto &p) { return std::string(p.param.label); });
 // clang-format on

@@ -74,14 +74,9 @@ struct EditCase
     QStringList absentSwitches;
 };
 
-void PrintTo(const EditCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
+void PrintTo(const EditCase &c, std::ostream *os) { *os << c.label; }
 
-class Edit : public testing::TestWithParam<EditCase>
-{
-};
+using Edit = testing::TestWithParam<EditCase>;
 
 } // namespace
 
@@ -337,14 +332,9 @@ struct OlderLayoutCase
     QString warning;      // logged, or empty
 };
 
-void PrintTo(const OlderLayoutCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
+void PrintTo(const OlderLayoutCase &c, std::ostream *os) { *os << c.label; }
 
-class OlderLayout : public testing::TestWithParam<OlderLayoutCase>
-{
-};
+using OlderLayout = testing::TestWithParam<OlderLayoutCase>;
 
 } // namespace
 

@@ -55,7 +55,7 @@ public:
 
     // Starts the app through its launch program and waits until the program, or the engine it
     // became, and (unless an engine is kept running) the helper it started have finished.
-    LaunchTest::Outcome start(const QStringList &arguments = {});
+    Outcome start(const QStringList &arguments = {});
     // Starts the app with an engine that stays, and waits until both the engine and the helper run.
     bool startAndKeepRunning(const QStringList &arguments = {});
     // Stops a kept engine and waits until its helper has left too.

@@ -47,14 +47,9 @@ struct EngineCase
     bool tracked;
 };
 
-void PrintTo(const EngineCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
+void PrintTo(const EngineCase &c, std::ostream *os) { *os << c.label; }
 
-class SorvaneHelperWatch : public testing::TestWithParam<EngineCase>
-{
-};
+using SorvaneHelperWatch = testing::TestWithParam<EngineCase>;
 
 } // namespace
 

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
@@ -31,14 +30,10 @@ public:
     InstallerTest()
     {
         const QString resources = m_scratch.path() + u"/resources"_s;
-        std::filesystem::copy(buildResources().toStdString(), resources.toStdString(),
-                              std::filesystem::copy_options::recursive |
-                                  std::filesystem::copy_options::copy_symlinks);
+        EXPECT_TRUE(copyTree(buildResources(), resources));
         QFile::remove(resources + u"/createEngine.sh"_s);
         writeExecutable(resources + u"/createEngine.sh"_s, EngineScript);
-        qputenv("SORVANE_RESOURCES_DIR", resources.toUtf8());
-        m_test = std::make_unique<TestContext>();
-        qunsetenv("SORVANE_RESOURCES_DIR");
+        m_test = std::make_unique<TestContext>(resources);
     }
 
     TestContext &test() { return *m_test; }

@@ -21,35 +21,9 @@ QString compatTool(const QString &tool)
     return buildResources() + u"/compat/"_s + tool;
 }
 
-Outcome runProgram(const QString &program, const QStringList &arguments,
-                   const QProcessEnvironment &environment, const QString &workingDirectory)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    if (!workingDirectory.isEmpty())
-        process.setWorkingDirectory(workingDirectory);
-    process.start(program, arguments);
-    if (!process.waitForFinished(30000))
-        process.kill();
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-QProcessEnvironment environmentWith(const QString &firstOnPath)
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (!firstOnPath.isEmpty())
-        environment.insert(u"PATH"_s, firstOnPath + u':' + environment.value(u"PATH"_s));
-    return environment;
-}
-
 void writeExecutable(const QString &path, const QByteArray &text)
 {
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(text);
-    file.close();
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    writeFile(path, text, QFile::ExeOwner);
 }
 
 bool waitFor(const std::function<bool()> &condition, int timeoutMs)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/TestContext.h" // readAll, writeFile
+#include "support/TestContext.h" // readAll, writeFile, runProgram
 
 #include <QByteArray>
 #include <QProcessEnvironment>
@@ -12,20 +12,9 @@
 // Shared by the tests of the built launch program, helper app and tool stand-ins.
 namespace LaunchTest {
 
-struct Outcome
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
 // The build tree's generator resources folder and the programs in it.
 QString buildResources();
 QString compatTool(const QString &tool);
-
-Outcome runProgram(const QString &program, const QStringList &arguments,
-                   const QProcessEnvironment &environment, const QString &workingDirectory = {});
-QProcessEnvironment environmentWith(const QString &firstOnPath = {});
 
 void writeExecutable(const QString &path, const QByteArray &text);
 // Waits up to `timeoutMs` until `condition` holds.

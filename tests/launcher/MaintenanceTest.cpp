@@ -49,14 +49,9 @@ struct RegenerationCase
     AppTraits traits;
 };
 
-void PrintTo(const RegenerationCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
+void PrintTo(const RegenerationCase &c, std::ostream *os) { *os << c.label; }
 
-class Regeneration : public testing::TestWithParam<RegenerationCase>
-{
-};
+using Regeneration = testing::TestWithParam<RegenerationCase>;
 
 } // namespace
 
@@ -158,7 +153,7 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
     TestContext test;
     GeneratedApp current(test, {.name = u"New"_s, .routing = true});
     const QString bundle = test.root() + u"/Apps/Legacy Mail.app"_s;
-    ASSERT_EQ(QProcess::execute(u"cp"_s, {u"-a"_s, fixturePath(u"bundles/Legacy Mail.app"_s), bundle}), 0);
+    ASSERT_TRUE(copyTree(fixturePath(u"bundles/Legacy Mail.app"_s), bundle));
     const QString appID = u"7D3F2A10-1B2C-4D5E-8F90-A1B2C3D4E5F6"_s;
     SNAppTracker(test.context()).updateAppTracker(appID, bundle);
     test.context().defaults().setValue(u"chromePath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));

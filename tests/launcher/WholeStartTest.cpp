@@ -36,14 +36,9 @@ struct StartCase
     QStringList expected; // the engine's arguments
 };
 
-void PrintTo(const StartCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
+void PrintTo(const StartCase &c, std::ostream *os) { *os << c.label; }
 
-class WholeStart : public testing::TestWithParam<StartCase>
-{
-};
+using WholeStart = testing::TestWithParam<StartCase>;
 
 // Files that a value run as a command would have made.
 QStringList strayFiles(const QString &root)

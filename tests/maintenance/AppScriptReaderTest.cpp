@@ -1,6 +1,7 @@
-// Reading apps back from launcher scripts: the reviewed scripts of today's generator, the forms
-// older generators wrote, values that pose as markers, and scripts cut and scrambled at random.
-// (Every generated combination is read back in tests/generation/SNAppScriptHelperTest.cpp.)
+// Reading apps back from launcher scripts: the forms older generators wrote, values that pose as
+// markers, and scripts cut and scrambled at random. Today's scripts are read back from real
+// bundles of every browser and kind in tests/launcher/MaintenanceTest.cpp (ReadBack) and with
+// hostile names in tests/generation/SNAppScriptHelperTest.cpp.
 
 #include "maintenance/AppScriptReader.h"
 
@@ -15,51 +16,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString TrackerID = u"5F0C6B2E-8D4A-4C1B-9E7F-1A2B3C4D5E6F"_s;
-
-QVariantMap info(const QString &name, bool tabbed, const QString &url, const QStringList &tabs, const QString &browser,
-                 bool incognito = false, bool companion = false)
-{
-    return {{u"appName"_s, name},           {u"isTabs"_s, tabbed},
-            {u"appURL"_s, url},             {u"tabs"_s, tabs},
-            {u"incognito"_s, incognito},    {u"browserType"_s, browser},
-            {u"shouldIncludeWLExt"_s, companion}, {u"appID"_s, TrackerID}};
-}
-
 QString golden(const char *file)
 {
     return QString::fromUtf8(readAll(QStringLiteral(SORVANE_TEST_FIXTURES "/scripts/") + QLatin1String(file)));
 }
 
 } // namespace
-
-TEST(AppScriptReader, ReadsTodaysScriptsBack)
-{
-    const QString office = u"https://office.example.com/"_s;
-    const struct
-    {
-        const char *file;
-        QVariantMap expected;
-    } cases[] = {
-        {"chrome-single-window.golden", info(u"My App"_s, false, u"https://example.com/"_s, {}, u"chrome"_s)},
-        {"brave-tabbed-incognito-dark-routing.golden",
-         info(u"Team Chat"_s, true, u"https://chat.example.com/"_s,
-              {u"https://chat.example.com/"_s, u"https://mail.example.com/inbox?x=1"_s}, u"brave"_s, true, true)},
-        {"helium-single-window.golden", info(u"Notes"_s, false, u"https://example.com/"_s, {}, u"helium"_s, false, true)},
-        {"edge-tabbed-linux.golden",
-         info(u"Office"_s, true, office, {office, u"https://calendar.example.com/"_s}, u"edge"_s)},
-        // The companion comes over the DevTools pipe: no --load-extension, and still included.
-        {"chrome-tabbed-routing-pipe.golden",
-         info(u"Mail"_s, true, u"https://mail.example.com/"_s,
-              {u"https://mail.example.com/"_s, u"https://calendar.example.com/"_s}, u"chrome"_s, false, true)},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.file);
-        const QString script = golden(c.file);
-        ASSERT_FALSE(script.isEmpty());
-        EXPECT_EQ(AppScriptReader::appInfo(c.expected.value(u"appName"_s).toString(), script), c.expected);
-    }
-}
 
 // Forms older generators wrote, the engine line's variants, and user values that look like
 // markers. Each case names the keys it checks.

@@ -27,12 +27,12 @@ private:
 
 } // namespace
 
-TestContext::TestContext()
+TestContext::TestContext(const QString &resources)
 {
     Context::Folders folders;
     folders.home = m_dir.path() + QStringLiteral("/home");
     folders.support = folders.home + QStringLiteral("/.local/share/Sorvane");
-    folders.resources = Context::locateResources();
+    folders.resources = resources.isEmpty() ? Context::locateResources() : resources;
     QDir().mkpath(folders.home);
     m_context = std::make_unique<Context>(
         folders, std::make_unique<UserDefaults>(m_dir.path() + QStringLiteral("/settings.ini")));
@@ -72,6 +72,12 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+QByteArray contentsOrMarker(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
 void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
@@ -94,14 +100,42 @@ def conv(v):
 with open(sys.argv[1], "rb") as f:
     print(json.dumps(conv(plistlib.load(f)), sort_keys=True, ensure_ascii=False, separators=(",", ":")))
 )PY";
-    QProcess python;
-    python.start(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), QString::fromUtf8(script), path});
-    if (!python.waitForFinished(30000) || python.exitCode() != 0)
-        return {};
-    return python.readAllStandardOutput().trimmed();
+    const Outcome python = runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), QString::fromUtf8(script), path},
+                                      environmentWith());
+    return python.exitCode == 0 ? python.out.trimmed() : QByteArray();
 }
 
 QString fixturePath(const QString &relative)
 {
     return QStringLiteral(SORVANE_TEST_FIXTURES "/") + relative;
+}
+
+bool copyTree(const QString &from, const QString &to)
+{
+    const QString target = QDir::cleanPath(to);
+    QDir().mkpath(QFileInfo(target).absolutePath());
+    return runProgram(QStringLiteral("cp"), {QStringLiteral("-a"), from, target}, environmentWith()).exitCode == 0;
+}
+
+Outcome runProgram(const QString &program, const QStringList &arguments,
+                   const QProcessEnvironment &environment, const QString &workingDirectory)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    if (!workingDirectory.isEmpty())
+        process.setWorkingDirectory(workingDirectory);
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(60000))
+        process.kill();
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QProcessEnvironment environmentWith(const QString &firstOnPath)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (!firstOnPath.isEmpty())
+        environment.insert(QStringLiteral("PATH"), firstOnPath + u':' + environment.value(QStringLiteral("PATH")));
+    return environment;
 }

@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QFileDevice>
+#include <QProcessEnvironment>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -16,7 +17,8 @@
 class TestContext final
 {
 public:
-    TestContext();
+    // `resources` replaces the build's resources folder (a copy a test may break).
+    explicit TestContext(const QString &resources = {});
     ~TestContext();
 
     Context &context() { return *m_context; }
@@ -50,5 +52,24 @@ QByteArray readAll(const QString &path);
 // recorded as a test failure.
 void writeFile(const QString &path, const QByteArray &data, QFileDevice::Permissions extra = {});
 
+// A file's bytes, or "<unreadable>" when it cannot be read: a missing file never passes for an empty one.
+QByteArray contentsOrMarker(const QString &path);
+
 // The test fixtures folder of the source tree.
 QString fixturePath(const QString &relative);
+
+// Copies a folder with everything in it (links as links) to `to`, which must not exist yet.
+bool copyTree(const QString &from, const QString &to);
+
+struct Outcome
+{
+    int exitCode = -1; // -1: it crashed or did not end within a minute
+    QByteArray out;
+    QByteArray err;
+};
+
+// Runs a program to its end with nothing on its standard input.
+Outcome runProgram(const QString &program, const QStringList &arguments,
+                   const QProcessEnvironment &environment, const QString &workingDirectory = {});
+// This process's environment, with `firstOnPath` (if any) put first on PATH.
+QProcessEnvironment environmentWith(const QString &firstOnPath = {});
