@@ -129,7 +129,6 @@ AppCreationWizardStore::~AppCreationWizardStore() = default;
 void AppCreationWizardStore::initialize()
 {
     m_isInitializing = true;
-    m_importCategories = allImportCategories().mid(0, 0);
     for (ImportCategory category : ImportCategories::defaults())
         m_importCategories.append(ImportCategories::rawValue(category));
     loadDefaults();
@@ -348,9 +347,14 @@ QList<AppCreationWizardStore::ValidationError> AppCreationWizardStore::errorsOf(
 
 bool AppCreationWizardStore::validateCurrentStep()
 {
-    m_validationErrors = errorsOf(m_currentStep);
-    for (WizardStep step : allSteps())
-        m_stepValidationStates.insert(step, errorsOf(step).isEmpty());
+    return publishErrors(m_currentStep);
+}
+
+bool AppCreationWizardStore::publishErrors(WizardStep step)
+{
+    m_validationErrors = errorsOf(step);
+    for (WizardStep each : allSteps())
+        m_stepValidationStates.insert(each, errorsOf(each).isEmpty());
     Q_EMIT validationErrorsChanged();
     return m_validationErrors.isEmpty();
 }
@@ -427,11 +431,10 @@ void AppCreationWizardStore::setSelectedBrowser(int type)
     if (m_isInitializing || !m_originalItem)
         return;
     // A new engine for an existing app starts with an empty profile: the user is asked first.
-    const bool switching = BrowserCatalogue::typeKeyForNumber(type) != m_originalItem->browser;
     m_engineSwitchConfirmed = false;
     m_restoreProfileBackupOnSwitch = false;
-    set(m_showingEngineSwitchWarning, switching, &AppCreationWizardStore::engineSwitchChanged);
-    Q_EMIT engineSwitchChanged();
+    m_showingEngineSwitchWarning = BrowserCatalogue::typeKeyForNumber(type) != m_originalItem->browser;
+    Q_EMIT engineSwitchChanged(); // the warning's text names the new engine
 }
 
 QString AppCreationWizardStore::engineSwitchWarningText() const
@@ -772,8 +775,9 @@ bool AppCreationWizardStore::createApp()
 {
     if (m_isCreatingApp)
         return false;
-    if (!validateCurrentStep() || !errorsOf(WizardStep::Review).isEmpty()) {
-        fail(validationMessages().value(0, message(errorsOf(WizardStep::Review).value(0))));
+    // Everything is checked, from whichever step the user saves.
+    if (!publishErrors(WizardStep::Review)) {
+        fail(validationMessages().first());
         return false;
     }
     m_isCreatingApp = true;

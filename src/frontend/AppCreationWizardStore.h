@@ -256,6 +256,8 @@ private:
     void loadEditedApp();
     void fill(const SNBulkApp &app, int browser);
     QList<ValidationError> errorsOf(WizardStep step) const;
+    // Publishes the errors of `step` and every step's state; whether `step` is valid.
+    bool publishErrors(WizardStep step);
     bool createNewApp();
     bool updateExistingApp();
     void fail(const QString &message);
