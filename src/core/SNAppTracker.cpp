@@ -6,6 +6,7 @@
 #include "core/Ids.h"
 #include "core/Logger.h"
 #include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
 #include "core/PropertyList.h"
 #include "core/ShellEscaping.h"
 
@@ -22,7 +23,6 @@ namespace {
 const QString AppIdKey = QStringLiteral("appID");
 const QString AppPathKey = QStringLiteral("appPath");
 const QString LastActivityKey = QStringLiteral("lastActivity");
-const QString AppUpdateNotification = QStringLiteral("AppUpdateNotification");
 
 } // namespace
 
@@ -68,14 +68,14 @@ QVariantMap SNAppTracker::addAppTracker(const QString &path, QString *error)
     const QVariantMap added = record(Ids::newRegistryId(), path);
     if (!modify([&](QVariantMap &tracker) { tracker.insert(added.value(AppIdKey).toString(), added); }, error))
         return {};
-    m_context.notifications().post(AppUpdateNotification);
+    m_context.notifications().post(NotificationNames::AppUpdateNotification);
     return added;
 }
 
 void SNAppTracker::updateAppTracker(const QString &appId, const QString &path)
 {
     modify([&](QVariantMap &tracker) { tracker.insert(appId, record(appId, path)); });
-    m_context.notifications().post(AppUpdateNotification);
+    m_context.notifications().post(NotificationNames::AppUpdateNotification);
 }
 
 void SNAppTracker::deleteAppFromTracker(const QString &appId)

@@ -17,7 +17,7 @@
 #include "frontend/BundleLauncher.h"
 #include "frontend/ChoiceListModel.h"
 #include "frontend/DestinationChoicesModel.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 #include "frontend/IconComposer.h"
 #include "frontend/IconShape.h"
 #include "frontend/InstalledBrowsers.h"
@@ -229,7 +229,7 @@ void AppCreationWizardStore::loadDefaults()
 void AppCreationWizardStore::installObservers()
 {
     Logger::log(u"🔧 Adding notification observer for SorvaneSettingsChanged"_s);
-    m_context.notifications().addObserver(FrontendNotifications::SorvaneSettingsChanged, this, [this](const QVariantMap &) {
+    m_context.notifications().addObserver(NotificationNames::SorvaneSettingsChanged, this, [this](const QVariantMap &) {
         if (m_editingApp) {
             Logger::log(u"🔄 Skipping settings refresh (editing existing app)"_s);
             return;
@@ -837,7 +837,7 @@ bool AppCreationWizardStore::createNewApp()
     m_isCreatingApp = false;
     m_showingSuccess = true;
     Q_EMIT creationStateChanged();
-    m_context.notifications().post(FrontendNotifications::AppCreationCompleted);
+    m_context.notifications().post(NotificationNames::AppCreationCompleted);
     return true;
 }
 
@@ -891,7 +891,7 @@ bool AppCreationWizardStore::updateExistingApp()
     m_isCreatingApp = false;
     m_showingSuccess = true;
     Q_EMIT creationStateChanged();
-    m_context.notifications().post(FrontendNotifications::AppCreationCompleted);
+    m_context.notifications().post(NotificationNames::AppCreationCompleted);
     return true;
 }
 

@@ -6,7 +6,7 @@
 #include "core/SNAppItem.h"
 #include "frontend/AppSuggestionsCatalogue.h"
 #include "frontend/AppSuggestionsModel.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 #include "maintenance/SNRecentAppsManager.h"
 
 #include <QDir>
@@ -49,8 +49,8 @@ AppSuggestionsStore::AppSuggestionsStore(Context &context, QObject *parent)
     : QObject(parent), m_context(context), m_model(new AppSuggestionsModel(this))
 {
     const auto renew = [this](const QVariantMap &) { refreshInstalledMarks(); };
-    context.notifications().addObserver(FrontendNotifications::AppItemsDidLoad, this, renew);
-    context.notifications().addObserver(FrontendNotifications::AppCreationCompleted, this, renew);
+    context.notifications().addObserver(NotificationNames::AppItemsDidLoad, this, renew);
+    context.notifications().addObserver(NotificationNames::AppCreationCompleted, this, renew);
     loadSuggestions();
 }
 

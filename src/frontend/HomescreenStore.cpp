@@ -11,7 +11,7 @@
 #include "editing/SNExporter.h"
 #include "editing/SNImporter.h"
 #include "frontend/BundleLauncher.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 #include "frontend/HomescreenAppsModel.h"
 #include "frontend/SNDeepLinkRouter.h"
 #include "generation/AppConfigFile.h"
@@ -70,15 +70,15 @@ void HomescreenStore::installObservers()
 {
     NotificationCenter &centre = m_context.notifications();
     // The registry object reloads itself on this one and then posts "AppItemsDidLoad".
-    centre.addObserver(FrontendNotifications::AppUpdateNotification, this,
+    centre.addObserver(NotificationNames::AppUpdateNotification, this,
                        [this](const QVariantMap &) { setLoading(true); });
-    centre.addObserver(FrontendNotifications::AppItemsDidLoad, this, [this](const QVariantMap &) {
+    centre.addObserver(NotificationNames::AppItemsDidLoad, this, [this](const QVariantMap &) {
         takeManagerItems();
         setLoading(false);
     });
-    centre.addObserver(FrontendNotifications::SorvaneAppsUpdated, this,
+    centre.addObserver(NotificationNames::SorvaneAppsUpdated, this,
                        [this](const QVariantMap &) { scheduleReload(); });
-    centre.addObserver(FrontendNotifications::AppCreationCompleted, this,
+    centre.addObserver(NotificationNames::AppCreationCompleted, this,
                        [this](const QVariantMap &) { scheduleReload(); });
     centre.addObserver(SNDeepLinkRouter::openAppEditorNotification, this, [this](const QVariantMap &info) {
         const QString id = info.value(u"appId"_s).toString();

@@ -2,7 +2,7 @@
 
 #include "core/Context.h"
 #include "core/NotificationCenter.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -10,7 +10,7 @@ namespace {
 QString pendingId;
 } // namespace
 
-const QString SNDeepLinkRouter::openAppEditorNotification = FrontendNotifications::SorvaneOpenAppEditor;
+const QString SNDeepLinkRouter::openAppEditorNotification = NotificationNames::SorvaneOpenAppEditor;
 
 QString SNDeepLinkRouter::pendingEditAppId()
 {

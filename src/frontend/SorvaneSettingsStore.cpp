@@ -10,7 +10,7 @@
 #include "core/Platform.h"
 #include "core/UserDefaults.h"
 #include "editing/ImportCategory.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 
 #include <QFileInfo>
 #include <QSet>
@@ -324,7 +324,7 @@ void SorvaneSettingsStore::saveSettings()
     }
 
     Logger::log(u"📢 Sending SorvaneSettingsChanged notification"_s);
-    m_context.notifications().post(FrontendNotifications::SorvaneSettingsChanged);
+    m_context.notifications().post(NotificationNames::SorvaneSettingsChanged);
 }
 
 bool SorvaneSettingsStore::setBrowserPath(int browserType, const QString &path)

@@ -4,6 +4,7 @@
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
@@ -163,8 +164,8 @@ void SNAutoUpdateManager::runUpdates(const QStringList &paths)
 void SNAutoUpdateManager::finishRun(int updated, int total)
 {
     --m_pendingRuns;
-    m_context.notifications().post(u"SorvaneAppsUpdated"_s);
-    m_context.notifications().post(u"AppUpdateNotification"_s);
+    m_context.notifications().post(NotificationNames::SorvaneAppsUpdated);
+    m_context.notifications().post(NotificationNames::AppUpdateNotification);
     Q_EMIT updateRunFinished(updated, total);
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/Context.h"
 #include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "maintenance/SNUpdaterHelper.h"
@@ -13,17 +14,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-const QString AppUpdateNotification = u"AppUpdateNotification"_s;
-const QString AppItemsDidLoad = u"AppItemsDidLoad"_s;
-
-} // namespace
-
 SNRecentAppsManager::SNRecentAppsManager(Context &context, QObject *parent)
     : QAbstractListModel(parent), m_context(context)
 {
-    context.notifications().addObserver(AppUpdateNotification, this, [this](const QVariantMap &) {
+    context.notifications().addObserver(NotificationNames::AppUpdateNotification, this, [this](const QVariantMap &) {
         loadRecentAppsAsync();
     });
     loadRecentApps();
@@ -81,7 +75,7 @@ void SNRecentAppsManager::loadRecentApps()
     endResetModel();
     if (before != m_appItems.size())
         Q_EMIT countChanged();
-    m_context.notifications().post(AppItemsDidLoad);
+    m_context.notifications().post(NotificationNames::AppItemsDidLoad);
 }
 
 void SNRecentAppsManager::loadRecentAppsAsync()
@@ -98,7 +92,7 @@ void SNRecentAppsManager::removeAppItem(const QString &appId)
         m_appItems.removeAt(row);
         endRemoveRows();
         Q_EMIT countChanged();
-        m_context.notifications().post(AppItemsDidLoad);
+        m_context.notifications().post(NotificationNames::AppItemsDidLoad);
         return;
     }
 }

@@ -11,7 +11,7 @@
 #include "core/UserDefaults.h"
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/BundleLauncher.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 #include "frontend/HomescreenAppsModel.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/SNDeepLinkRouter.h"
@@ -328,9 +328,9 @@ TEST_P(HomescreenReload, ReloadsWhenTheListMayHaveChanged)
 }
 
 INSTANTIATE_TEST_SUITE_P(Notifications, HomescreenReload,
-                         ::testing::Values(FrontendNotifications::AppUpdateNotification,
-                                           FrontendNotifications::SorvaneAppsUpdated,
-                                           FrontendNotifications::AppCreationCompleted),
+                         ::testing::Values(NotificationNames::AppUpdateNotification,
+                                           NotificationNames::SorvaneAppsUpdated,
+                                           NotificationNames::AppCreationCompleted),
                          [](const auto &test) { return test.param.toStdString(); });
 
 // Whether the app is listed, and whether the link came while no home screen was open.

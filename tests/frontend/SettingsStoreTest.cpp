@@ -2,7 +2,7 @@
 
 #include "core/NotificationCenter.h"
 #include "core/UserDefaults.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -26,7 +26,7 @@ struct Posts : QSignalSpy
     qsizetype settingsPosts() const
     {
         return std::count_if(cbegin(), cend(), [](const QList<QVariant> &post) {
-            return post.at(0).toString() == FrontendNotifications::SorvaneSettingsChanged;
+            return post.at(0).toString() == NotificationNames::SorvaneSettingsChanged;
         });
     }
 };

@@ -6,7 +6,7 @@
 #include "core/UserDefaults.h"
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/AppSuggestionsStore.h"
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/InstalledBrowsers.h"
 
@@ -109,7 +109,7 @@ TEST(WizardStore, FollowsSettingsChangesAndTheUsersSwitches)
     QSignalSpy tabbed(&store, &Store::isTabbedAppChanged);
     test.context().defaults().setValue(u"defaultTabbedApps"_s, true);
     test.context().defaults().setValue(u"applicationsPath"_s, u"/srv/apps"_s);
-    test.context().notifications().post(FrontendNotifications::SorvaneSettingsChanged);
+    test.context().notifications().post(NotificationNames::SorvaneSettingsChanged);
     EXPECT_TRUE(store.isTabbedApp());
     EXPECT_EQ(store.appSaveLocation(), u"/srv/apps"_s);
     EXPECT_GE(tabbed.count(), 1);
@@ -251,7 +251,7 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_EQ(store.lastImportSummary().value(u"copiedItemCount"_s).toInt(), 1);
     EXPECT_TRUE(QFileInfo::exists(bundle + u"/Contents/Profile/Default/Bookmarks"_s));
     EXPECT_EQ(std::count_if(completed.cbegin(), completed.cend(), [](const QList<QVariant> &call) {
-                  return call.first().toString() == FrontendNotifications::AppCreationCompleted;
+                  return call.first().toString() == NotificationNames::AppCreationCompleted;
               }),
               1);
 
@@ -281,7 +281,7 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_EQ(editor.routingRules()->rules().size(), 1);
     EXPECT_EQ(editor.tabs()->validUrls().size(), 2);
     context.defaults().setValue(u"defaultTabbedApps"_s, false);
-    context.notifications().post(FrontendNotifications::SorvaneSettingsChanged);
+    context.notifications().post(NotificationNames::SorvaneSettingsChanged);
     EXPECT_TRUE(editor.isTabbedApp());
     EXPECT_TRUE(home.test.log().contains(u"🔄 Skipping settings refresh (editing existing app)"_s));
 

@@ -2,8 +2,9 @@
 
 #include <QString>
 
-// Names of the notifications the stores post and observe (name only, no sender).
-namespace FrontendNotifications {
+// Names of the notifications posted on the context's centre (name only, no sender): the
+// registry, the app list, automatic updates and the desktop app's stores.
+namespace NotificationNames {
 
 // The registry changed or apps were regenerated.
 extern const QString AppUpdateNotification;
@@ -18,4 +19,4 @@ extern const QString SorvaneOpenAppEditor;
 // Settings were saved.
 extern const QString SorvaneSettingsChanged;
 
-} // namespace FrontendNotifications
+} // namespace NotificationNames

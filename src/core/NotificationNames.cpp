@@ -1,8 +1,8 @@
-#include "frontend/FrontendNotifications.h"
+#include "core/NotificationNames.h"
 
 using namespace Qt::StringLiterals;
 
-namespace FrontendNotifications {
+namespace NotificationNames {
 
 const QString AppUpdateNotification = u"AppUpdateNotification"_s;
 const QString AppItemsDidLoad = u"AppItemsDidLoad"_s;
@@ -11,4 +11,4 @@ const QString AppCreationCompleted = u"AppCreationCompleted"_s;
 const QString SorvaneOpenAppEditor = u"SorvaneOpenAppEditor"_s;
 const QString SorvaneSettingsChanged = u"SorvaneSettingsChanged"_s;
 
-} // namespace FrontendNotifications
+} // namespace NotificationNames
