@@ -41,6 +41,14 @@ QList<ImportCategory> defaults()
     return {ImportCategory::Bookmarks, ImportCategory::Extensions, ImportCategory::Settings};
 }
 
+QStringList rawValues(const QList<ImportCategory> &categories)
+{
+    QStringList names;
+    for (const ImportCategory category : categories)
+        names.append(rawValue(category));
+    return names;
+}
+
 QList<ImportCategory> fromSavedList(const QStringList &names)
 {
     QList<ImportCategory> categories;

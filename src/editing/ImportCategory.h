@@ -21,5 +21,7 @@ QList<ImportCategory> defaults();
 // The categories named in a saved list (`defaultImportCategories`): unknown names are dropped, and
 // when none is left the defaults apply.
 QList<ImportCategory> fromSavedList(const QStringList &names);
+// The names of the categories, in their order.
+QStringList rawValues(const QList<ImportCategory> &categories);
 
 } // namespace ImportCategories

@@ -129,8 +129,7 @@ AppCreationWizardStore::~AppCreationWizardStore() = default;
 void AppCreationWizardStore::initialize()
 {
     m_isInitializing = true;
-    for (ImportCategory category : ImportCategories::defaults())
-        m_importCategories.append(ImportCategories::rawValue(category));
+    m_importCategories = ImportCategories::rawValues(ImportCategories::defaults());
     loadDefaults();
     if (m_editingApp)
         loadEditedApp();
@@ -213,13 +212,9 @@ void AppCreationWizardStore::loadDefaults()
     if (IconShape::fromRawValue(shape))
         set(m_selectedIconShape, shape, &AppCreationWizardStore::selectedIconShapeChanged);
     set(m_importEnabled, defaults.boolForKey(SettingsKeys::ImportEnabled), &AppCreationWizardStore::importEnabledChanged);
-    if (defaults.hasPersistentValue(SettingsKeys::ImportCategories)) {
-        QStringList categories;
-        for (ImportCategory category :
-             ImportCategories::fromSavedList(defaults.value(SettingsKeys::ImportCategories).toStringList()))
-            categories.append(ImportCategories::rawValue(category));
-        setImportCategories(categories);
-    }
+    if (defaults.hasPersistentValue(SettingsKeys::ImportCategories))
+        setImportCategories(ImportCategories::rawValues(
+            ImportCategories::fromSavedList(defaults.value(SettingsKeys::ImportCategories).toStringList())));
     if (m_enableIncognito && !m_isTabbedApp) {
         Logger::log(u"🔍 Debug - Forcing isTabbedApp = true because incognito is enabled"_s);
         set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
@@ -595,10 +590,7 @@ StructuralState AppCreationWizardStore::structuralState() const
 
 QStringList AppCreationWizardStore::allImportCategories()
 {
-    QStringList names;
-    for (ImportCategory category : ImportCategories::all())
-        names.append(ImportCategories::rawValue(category));
-    return names;
+    return ImportCategories::rawValues(ImportCategories::all());
 }
 
 void AppCreationWizardStore::setImportCategories(const QStringList &categories)

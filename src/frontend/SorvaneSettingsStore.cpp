@@ -30,14 +30,6 @@ QString boolText(bool value)
     return value ? u"true"_s : u"false"_s;
 }
 
-QStringList rawValues(const QList<ImportCategory> &categories)
-{
-    QStringList names;
-    for (const ImportCategory category : categories)
-        names.append(ImportCategories::rawValue(category));
-    return names;
-}
-
 // Known category names in their given order, each once.
 QStringList knownCategories(const QStringList &names)
 {
@@ -79,7 +71,7 @@ SorvaneSettingsStore::SorvaneSettingsStore(Context &context, const QMap<QString,
 {
     Logger::log(u"🔧 SorvaneSettingsStore init() - Starting initialization"_s);
     m_defaultSaveLocation = Platform::defaultApplicationsFolder(context.homeFolder());
-    m_defaultImportCategories = rawValues(ImportCategories::defaults());
+    m_defaultImportCategories = ImportCategories::rawValues(ImportCategories::defaults());
     loadSettings();
     refreshInstalledBrowsers();
     m_observing = true;
@@ -120,7 +112,7 @@ QString SorvaneSettingsStore::pathKey(int browserType)
 
 QStringList SorvaneSettingsStore::importCategoryValues() const
 {
-    return rawValues(ImportCategories::all());
+    return ImportCategories::rawValues(ImportCategories::all());
 }
 
 QStringList SorvaneSettingsStore::iconShapeValues() const
