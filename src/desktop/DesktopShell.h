@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include <memory>
+
+class AppSuggestionsStore;
+class Context;
+class DeepLinkHandler;
+class DialogBroker;
+class HomescreenStore;
+class Prompter;
+class QQmlApplicationEngine;
+class QQuickWindow;
+class SNBulkAppsManager;
+class SorvaneSettingsStore;
+
+// The desktop app: the stores over one Context, the dialogs that answer the generator's
+// questions, and the QML engine that shows the main window bound to them. The views only bind
+// to these objects; everything they do goes through the stores.
+class DesktopShell final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit DesktopShell(Context &context, QObject *parent = nullptr);
+    ~DesktopShell() override;
+
+    // Registers the QML types once per process (before any shell loads).
+    static void registerQmlTypes();
+
+    // Builds the main window; false, with the engine's messages in `error`, when it failed.
+    bool load(QString *error = nullptr);
+
+    QQmlApplicationEngine &engine() const { return *m_engine; }
+    QQuickWindow *mainWindow() const;
+
+    Context &context() const { return m_context; }
+    HomescreenStore &home() const { return *m_home; }
+    SorvaneSettingsStore &settings() const { return *m_settings; }
+    AppSuggestionsStore &suggestions() const { return *m_suggestions; }
+    SNBulkAppsManager &bulk() const { return *m_bulk; }
+    DialogBroker &dialogs() const { return *m_dialogs; }
+    DeepLinkHandler &deepLinks() const { return *m_deepLinks; }
+
+    // Acts on a "sorvane:" link handed to the program (first start or a later one).
+    bool openUrl(const QString &url);
+
+private:
+    Context &m_context;
+    DialogBroker *m_dialogs;
+    std::unique_ptr<Prompter> m_previousPrompter;
+    SorvaneSettingsStore *m_settings;
+    HomescreenStore *m_home;
+    AppSuggestionsStore *m_suggestions;
+    SNBulkAppsManager *m_bulk;
+    DeepLinkHandler *m_deepLinks;
+    std::unique_ptr<QQmlApplicationEngine> m_engine;
+};
