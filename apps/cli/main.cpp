@@ -5,6 +5,7 @@
 #include "BulkCommand.h"
 #include "CreateCommand.h"
 #include "DeleteCommand.h"
+#include "DesktopEntriesCommand.h"
 #include "EditCommand.h"
 #include "ExportCommand.h"
 #include "ImportCommand.h"
@@ -44,6 +45,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<ProfilesCommand>());
     list.push_back(std::make_unique<IconCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
+    list.push_back(std::make_unique<DesktopEntriesCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
     list.push_back(std::make_unique<OpenUrlCommand>());
     return list;

@@ -1,0 +1,321 @@
+// The menu entries of generated apps as the desktop sees them: `sorvane desktop-entries` putting
+// them back in step with the registry, and, under Xvfb with Debian's chromium, the window class
+// the app's engine really gives its windows against the entry's StartupWMClass.
+
+#include "CliSandbox.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QJsonArray>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <iostream>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QJsonObject jsonObject(const CliRun &run)
+{
+    return QJsonDocument::fromJson(run.out).object();
+}
+
+QString dataHome(const CliSandbox &sandbox)
+{
+    return sandbox.environment.value(u"XDG_DATA_HOME"_s);
+}
+
+QString entryFile(const CliSandbox &sandbox, const QString &appId)
+{
+    return dataHome(sandbox) + u"/applications/sorvane-"_s + appId + u".desktop"_s;
+}
+
+QString iconFile(const CliSandbox &sandbox, int size, const QString &appId)
+{
+    return u"%1/icons/hicolor/%2x%2/apps/sorvane-%3.png"_s.arg(dataHome(sandbox)).arg(size).arg(appId);
+}
+
+// The entry's key lines as a map (values as written; the keys read here need no unescaping).
+QMap<QString, QString> entryKeys(const QString &path)
+{
+    QMap<QString, QString> keys;
+    for (const QString &line : QString::fromUtf8(readAll(path)).split(u'\n')) {
+        const qsizetype equals = line.indexOf(u'=');
+        if (equals > 0)
+            keys.insert(line.left(equals), line.mid(equals + 1));
+    }
+    return keys;
+}
+
+// Every pixel size icon.icns holds, read with Qt's own ICNS reader.
+QList<int> icnsSizes(const QString &path)
+{
+    QList<int> sizes;
+    QImageReader reader(path, "icns");
+    for (int i = 0; i < reader.imageCount(); ++i) {
+        reader.jumpToImage(i);
+        const QImage image = reader.read();
+        if (!image.isNull() && !sizes.contains(image.width()))
+            sizes << image.width();
+    }
+    return sizes;
+}
+
+QStringList iconFilesOf(const CliSandbox &sandbox, const QString &appId)
+{
+    QStringList found;
+    const QDir theme(dataHome(sandbox) + u"/icons/hicolor"_s);
+    for (const QString &size : theme.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (QFileInfo::exists(theme.filePath(size + u"/apps/sorvane-"_s + appId + u".png"_s)))
+            found << size;
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDeleteRemovesIt)
+{
+    Home home;
+    const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, fixturePath(u"images/sizes-16-32.ico"_s)});
+    ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+    const QString appId = jsonObject(created).value(u"appID"_s).toString();
+    const QString bundle = home.bundle(u"Mail"_s);
+
+    // Creation wrote the entry; its window class is the switch the engine gets.
+    QMap<QString, QString> keys = entryKeys(entryFile(home, appId));
+    EXPECT_EQ(keys.value(u"Exec"_s), u"\"%1/Contents/MacOS/Mail\""_s.arg(bundle));
+    EXPECT_EQ(keys.value(u"StartupWMClass"_s), u"sorvane-"_s + appId);
+    EXPECT_EQ(keys.value(u"Icon"_s), u"sorvane-"_s + appId);
+    EXPECT_TRUE(readAll(bundle + u"/Contents/Resources/script"_s).contains((u"--class=sorvane-"_s + appId).toUtf8()));
+    const QStringList installedSizes = iconFilesOf(home, appId);
+    EXPECT_FALSE(installedSizes.isEmpty());
+
+    // The entry goes missing, an icon size the bundle does not have appears, and an app that is
+    // no longer registered left its entry and icon behind; files that are not ours stay.
+    ASSERT_TRUE(QFile::remove(entryFile(home, appId)));
+    writeFile(iconFile(home, 999, appId), "stale");
+    writeFile(entryFile(home, u"GONE-1"_s), "[Desktop Entry]\n");
+    writeFile(iconFile(home, 48, u"GONE-1"_s), "png");
+    writeFile(dataHome(home) + u"/applications/other.desktop"_s, "[Desktop Entry]\n");
+    writeFile(dataHome(home) + u"/applications/sorvane-not ours.desktop"_s, "[Desktop Entry]\n");
+
+    const CliRun check = home.sorvane({u"desktop-entries"_s, u"--json"_s});
+    EXPECT_EQ(check.exitCode, 1) << check.err.toStdString();
+    EXPECT_EQ(jsonObject(check).value(u"missing"_s).toArray().at(0)[u"appId"_s].toString(), appId);
+    EXPECT_EQ(jsonObject(check).value(u"orphans"_s).toArray(), QJsonArray{u"GONE-1"_s});
+    EXPECT_TRUE(QFileInfo::exists(entryFile(home, u"GONE-1"_s))) << "a check changes nothing";
+
+    const CliRun sync = home.sorvane({u"desktop-entries"_s, u"--sync"_s, u"--json"_s});
+    ASSERT_EQ(sync.exitCode, 0) << sync.err.toStdString();
+    EXPECT_EQ(jsonObject(sync).value(u"written"_s).toArray().size(), 1);
+    EXPECT_EQ(jsonObject(sync).value(u"removed"_s).toArray(), QJsonArray{u"GONE-1"_s});
+    EXPECT_EQ(entryKeys(entryFile(home, appId)), keys);
+    EXPECT_EQ(iconFilesOf(home, appId), installedSizes);
+    EXPECT_FALSE(QFileInfo::exists(entryFile(home, u"GONE-1"_s)));
+    EXPECT_EQ(iconFilesOf(home, u"GONE-1"_s), QStringList());
+    EXPECT_TRUE(QFileInfo::exists(dataHome(home) + u"/applications/other.desktop"_s));
+    EXPECT_TRUE(QFileInfo::exists(dataHome(home) + u"/applications/sorvane-not ours.desktop"_s));
+    EXPECT_EQ(home.sorvane({u"desktop-entries"_s}).exitCode, 0);
+
+    const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
+    ASSERT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(entryFile(home, appId)));
+    EXPECT_EQ(iconFilesOf(home, appId), QStringList());
+}
+
+namespace {
+
+const QString Chromium = u"/usr/lib/chromium/chromium"_s;
+
+// A program started in a process group of its own, which is ended whole when this goes.
+class ProcessGroup final
+{
+public:
+    ProcessGroup(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment,
+                 const QString &workingDirectory = {})
+    {
+        m_process.setProgram(program);
+        m_process.setArguments(arguments);
+        m_process.setProcessEnvironment(environment);
+        m_process.setWorkingDirectory(workingDirectory);
+        m_process.setStandardOutputFile(QProcess::nullDevice());
+        m_process.setStandardErrorFile(QProcess::nullDevice());
+        m_process.setChildProcessModifier([] { ::setsid(); });
+        m_process.start();
+        m_process.waitForStarted();
+    }
+    ~ProcessGroup()
+    {
+        const pid_t group = pid_t(m_process.processId());
+        if (group <= 0)
+            return;
+        ::kill(-group, SIGTERM);
+        for (int i = 0; i < 50 && ::kill(-group, 0) == 0; ++i)
+            QThread::msleep(100);
+        ::kill(-group, SIGKILL);
+        m_process.waitForFinished(5000);
+    }
+    qint64 pid() const { return m_process.processId(); }
+
+private:
+    QProcess m_process;
+};
+
+// What the app started beyond its process group (its helper, the engine's crash handlers) ends
+// with the engine; anything still running from the bundle after ten seconds is killed.
+void endLeftovers(const QString &bundle)
+{
+    const QDeadlineTimer deadline(10000);
+    QList<pid_t> left;
+    do {
+        left.clear();
+        for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
+            if (pid.toInt() > 0 && readAll(u"/proc/%1/cmdline"_s.arg(pid)).contains(bundle.toUtf8()))
+                left << pid_t(pid.toInt());
+        }
+        if (!left.isEmpty())
+            QThread::msleep(200);
+    } while (!left.isEmpty() && !deadline.hasExpired());
+    for (const pid_t pid : std::as_const(left))
+        ::kill(pid, SIGKILL);
+    EXPECT_TRUE(left.isEmpty()) << "processes of " << bundle.toStdString() << " outlived the engine";
+}
+
+int freeDisplay()
+{
+    for (int display = 90; display < 200; ++display) {
+        if (!QFileInfo::exists(u"/tmp/.X11-unix/X%1"_s.arg(display)) &&
+            !QFileInfo::exists(u"/tmp/.X%1-lock"_s.arg(display)))
+            return display;
+    }
+    return -1;
+}
+
+QString xprop(const QString &display, const QStringList &arguments)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"DISPLAY"_s, display);
+    return QString::fromUtf8(runProgram(u"xprop"_s, arguments, environment).out);
+}
+
+// The WM_CLASS (instance, class) of every top-level window whose _NET_WM_PID is a process of
+// `bundle` (the engine runs from it), once a browser window is among them (not just the hidden
+// leader window named after the program), waiting up to a minute.
+QList<QStringList> windowClassesOfApp(const QString &display, const QString &bundle, const QString &engineName)
+{
+    static const QRegularExpression windowId(u"0x[0-9a-f]+"_s);
+    static const QRegularExpression wmClass(u"WM_CLASS\\(STRING\\) = \"([^\"]*)\", \"([^\"]*)\""_s);
+    static const QRegularExpression wmPid(u"_NET_WM_PID\\(CARDINAL\\) = (\\d+)"_s);
+    const QDeadlineTimer deadline(60000);
+    while (!deadline.hasExpired()) {
+        QList<QStringList> found;
+        bool browserWindow = false;
+        const QString tree = QString::fromUtf8(
+            runProgram(u"xwininfo"_s, {u"-root"_s, u"-children"_s, u"-display"_s, display},
+                       QProcessEnvironment::systemEnvironment())
+                .out);
+        for (auto it = windowId.globalMatch(tree); it.hasNext();) {
+            const QString id = it.next().captured();
+            const QString properties = xprop(display, {u"-id"_s, id, u"WM_CLASS"_s, u"_NET_WM_PID"_s});
+            const QRegularExpressionMatch pid = wmPid.match(properties);
+            const QRegularExpressionMatch classes = wmClass.match(properties);
+            if (!pid.hasMatch() || !classes.hasMatch())
+                continue;
+            const QString executable = QFileInfo(u"/proc/%1/exe"_s.arg(pid.captured(1))).symLinkTarget();
+            const QString command = QString::fromUtf8(readAll(u"/proc/%1/cmdline"_s.arg(pid.captured(1))));
+            if (command.contains(bundle) || executable.contains(bundle)) {
+                found.append({classes.captured(1), classes.captured(2)});
+                browserWindow = browserWindow || classes.captured(1) != engineName;
+            }
+        }
+        if (browserWindow)
+            return found;
+        QThread::msleep(300);
+    }
+    return {};
+}
+
+} // namespace
+
+TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
+{
+    const QString xvfb = QStandardPaths::findExecutable(u"Xvfb"_s);
+    if (xvfb.isEmpty() || !QFileInfo(Chromium).isExecutable() || QStandardPaths::findExecutable(u"xprop"_s).isEmpty() ||
+        QStandardPaths::findExecutable(u"xwininfo"_s).isEmpty())
+        GTEST_SKIP() << "needs Xvfb, xprop and xwininfo (packages xvfb, x11-utils) and Debian's chromium at "
+                     << Chromium.toStdString();
+    const int displayNumber = freeDisplay();
+    ASSERT_GT(displayNumber, 0);
+    const QString display = u":%1"_s.arg(displayNumber);
+    const ProcessGroup server(xvfb, {display, u"-screen"_s, u"0"_s, u"1280x800x24"_s, u"-nolisten"_s, u"tcp"_s},
+                              QProcessEnvironment::systemEnvironment());
+    for (int i = 0; i < 100 && !QFileInfo::exists(u"/tmp/.X11-unix/X%1"_s.arg(displayNumber)); ++i)
+        QThread::msleep(100);
+
+    Home home;
+    // Chromium refuses to start as root without --no-sandbox; otherwise it is the engine as it is.
+    QString engine = Chromium;
+    if (::geteuid() == 0) {
+        engine = home.test.root() + u"/chromium-as-root"_s;
+        writeFile(engine, "#!/bin/bash\nexec -a \"$0\" /usr/lib/chromium/chromium --no-sandbox \"$@\"\n",
+                  QFileDevice::ExeOwner);
+    }
+    home.writeSettings(u"chromiumPath="_s + engine + u'\n');
+    home.environment.insert(u"DISPLAY"_s, display);
+    home.environment.remove(u"SORVANE_HELPER_GRACE_MS"_s);
+
+    const QString icon = fixturePath(u"images/sizes-16-32.ico"_s);
+    // Two apps on one address: only their own class keeps them apart in a task bar.
+    const QList<std::pair<QString, QStringList>> apps{
+        {u"Standard"_s, {u"--url"_s, u"https://mail.example.org/"_s, u"--register-as-browser"_s}},
+        {u"Tabbed"_s, {u"--tab"_s, u"https://mail.example.org/"_s, u"--tab"_s, u"http://127.0.0.1:9/"_s}}};
+    for (const auto &[name, options] : apps) {
+        SCOPED_TRACE(name.toStdString());
+        const CliRun created = home.sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--browser"_s, u"chromium"_s,
+                                                        u"--into"_s, home.apps, u"--icon"_s, icon, u"--json"_s} +
+                                            options);
+        ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+        const QString appId = jsonObject(created).value(u"appID"_s).toString();
+        const QString bundle = home.bundle(name);
+        const QMap<QString, QString> keys = entryKeys(entryFile(home, appId));
+
+        QList<QStringList> windows;
+        {
+            const ProcessGroup app(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
+            windows = windowClassesOfApp(display, bundle, name + u" Engine"_s);
+        }
+        endLeftovers(bundle);
+        ASSERT_FALSE(windows.isEmpty()) << "no window of the app's engine appeared";
+        // A dock matches StartupWMClass against the instance, then the class: every window of the
+        // app has the entry's as its class (the instance is Chromium's, from the address or profile).
+        for (const QStringList &window : std::as_const(windows)) {
+            std::cout << name.toStdString() << " window WM_CLASS: \"" << window.join(u"\", \""_s).toStdString()
+                      << "\"\n";
+            EXPECT_EQ(window.at(1), keys.value(u"StartupWMClass"_s));
+        }
+        if (name == u"Standard"_s) {
+            EXPECT_EQ(keys.value(u"MimeType"_s), u"x-scheme-handler/http;x-scheme-handler/https;text/html;"_s);
+            EXPECT_TRUE(keys.value(u"Exec"_s).endsWith(u"\" %u"_s));
+        }
+
+        const QList<int> sizes = icnsSizes(bundle + u"/Contents/Resources/icon.icns"_s);
+        EXPECT_FALSE(sizes.isEmpty());
+        for (const int size : sizes)
+            EXPECT_TRUE(QFileInfo::exists(iconFile(home, size, appId))) << size;
+
+        const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
+        EXPECT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
+        EXPECT_FALSE(QFileInfo::exists(entryFile(home, appId)));
+        EXPECT_EQ(iconFilesOf(home, appId), QStringList());
+    }
+}
