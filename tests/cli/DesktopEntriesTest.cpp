@@ -6,7 +6,6 @@
 
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QFile>
 #include <QImageReader>
 #include <QJsonArray>
 #include <QProcess>
@@ -16,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <iostream>
 #include <unistd.h>
@@ -70,6 +70,11 @@ QList<int> icnsSizes(const QString &path)
     return sizes;
 }
 
+QString icon()
+{
+    return fixturePath(u"images/sizes-16-32.ico"_s);
+}
+
 QStringList iconFilesOf(const CliSandbox &sandbox, const QString &appId)
 {
     QStringList found;
@@ -86,7 +91,7 @@ QStringList iconFilesOf(const CliSandbox &sandbox, const QString &appId)
 TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDeleteRemovesIt)
 {
     Home home;
-    const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, fixturePath(u"images/sizes-16-32.ico"_s)});
+    const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, icon()});
     ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
     const QString appId = jsonObject(created).value(u"appID"_s).toString();
     const QString bundle = home.bundle(u"Mail"_s);
@@ -137,110 +142,52 @@ namespace {
 
 const QString Chromium = u"/usr/lib/chromium/chromium"_s;
 
-// A program started in a process group of its own, which is ended whole when this goes.
+// A program in a process group of its own (the app's engine and what it starts), ended whole.
 class ProcessGroup final
 {
 public:
-    ProcessGroup(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment,
-                 const QString &workingDirectory = {})
+    ProcessGroup(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment)
     {
-        m_process.setProgram(program);
-        m_process.setArguments(arguments);
         m_process.setProcessEnvironment(environment);
-        m_process.setWorkingDirectory(workingDirectory);
-        m_process.setStandardOutputFile(QProcess::nullDevice());
         m_process.setStandardErrorFile(QProcess::nullDevice());
         m_process.setChildProcessModifier([] { ::setsid(); });
-        m_process.start();
+        m_process.start(program, arguments);
         m_process.waitForStarted();
     }
     ~ProcessGroup()
     {
-        const pid_t group = pid_t(m_process.processId());
-        if (group <= 0)
-            return;
-        ::kill(-group, SIGTERM);
-        for (int i = 0; i < 50 && ::kill(-group, 0) == 0; ++i)
+        const auto group = pid_t(m_process.processId());
+        for (int i = 0; group > 0 && i < 50 && ::kill(-group, i == 0 ? SIGTERM : 0) == 0; ++i)
             QThread::msleep(100);
-        ::kill(-group, SIGKILL);
+        if (group > 0)
+            ::kill(-group, SIGKILL);
         m_process.waitForFinished(5000);
     }
-    qint64 pid() const { return m_process.processId(); }
+    QProcess &process() { return m_process; }
 
 private:
     QProcess m_process;
 };
 
-// What the app started beyond its process group (its helper, the engine's crash handlers) ends
-// with the engine; anything still running from the bundle after ten seconds is killed.
-void endLeftovers(const QString &bundle)
-{
-    const QDeadlineTimer deadline(10000);
-    QList<pid_t> left;
-    do {
-        left.clear();
-        for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
-            if (pid.toInt() > 0 && readAll(u"/proc/%1/cmdline"_s.arg(pid)).contains(bundle.toUtf8()))
-                left << pid_t(pid.toInt());
-        }
-        if (!left.isEmpty())
-            QThread::msleep(200);
-    } while (!left.isEmpty() && !deadline.hasExpired());
-    for (const pid_t pid : std::as_const(left))
-        ::kill(pid, SIGKILL);
-    EXPECT_TRUE(left.isEmpty()) << "processes of " << bundle.toStdString() << " outlived the engine";
-}
-
-int freeDisplay()
-{
-    for (int display = 90; display < 200; ++display) {
-        if (!QFileInfo::exists(u"/tmp/.X11-unix/X%1"_s.arg(display)) &&
-            !QFileInfo::exists(u"/tmp/.X%1-lock"_s.arg(display)))
-            return display;
-    }
-    return -1;
-}
-
-QString xprop(const QString &display, const QStringList &arguments)
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"DISPLAY"_s, display);
-    return QString::fromUtf8(runProgram(u"xprop"_s, arguments, environment).out);
-}
-
-// The WM_CLASS (instance, class) of every top-level window whose _NET_WM_PID is a process of
-// `bundle` (the engine runs from it), once a browser window is among them (not just the hidden
-// leader window named after the program), waiting up to a minute.
-QList<QStringList> windowClassesOfApp(const QString &display, const QString &bundle, const QString &engineName)
+// WM_CLASS (instance, class) of every top-level window of process `pid`, once one is not the
+// hidden leader window named after the program; waits up to a minute.
+QList<QStringList> windowClassesOf(const QProcessEnvironment &display, qint64 pid, const QString &program)
 {
     static const QRegularExpression windowId(u"0x[0-9a-f]+"_s);
-    static const QRegularExpression wmClass(u"WM_CLASS\\(STRING\\) = \"([^\"]*)\", \"([^\"]*)\""_s);
-    static const QRegularExpression wmPid(u"_NET_WM_PID\\(CARDINAL\\) = (\\d+)"_s);
-    const QDeadlineTimer deadline(60000);
-    while (!deadline.hasExpired()) {
+    static const QRegularExpression wmClass(
+        u"WM_CLASS\\(STRING\\) = \"([^\"]*)\", \"([^\"]*)\"\\s*_NET_WM_PID\\(CARDINAL\\) = (\\d+)"_s);
+    for (const QDeadlineTimer deadline(60000); !deadline.hasExpired(); QThread::msleep(300)) {
         QList<QStringList> found;
-        bool browserWindow = false;
-        const QString tree = QString::fromUtf8(
-            runProgram(u"xwininfo"_s, {u"-root"_s, u"-children"_s, u"-display"_s, display},
-                       QProcessEnvironment::systemEnvironment())
-                .out);
+        const QString tree = QString::fromUtf8(runProgram(u"xwininfo"_s, {u"-root"_s, u"-children"_s}, display).out);
         for (auto it = windowId.globalMatch(tree); it.hasNext();) {
-            const QString id = it.next().captured();
-            const QString properties = xprop(display, {u"-id"_s, id, u"WM_CLASS"_s, u"_NET_WM_PID"_s});
-            const QRegularExpressionMatch pid = wmPid.match(properties);
-            const QRegularExpressionMatch classes = wmClass.match(properties);
-            if (!pid.hasMatch() || !classes.hasMatch())
-                continue;
-            const QString executable = QFileInfo(u"/proc/%1/exe"_s.arg(pid.captured(1))).symLinkTarget();
-            const QString command = QString::fromUtf8(readAll(u"/proc/%1/cmdline"_s.arg(pid.captured(1))));
-            if (command.contains(bundle) || executable.contains(bundle)) {
-                found.append({classes.captured(1), classes.captured(2)});
-                browserWindow = browserWindow || classes.captured(1) != engineName;
-            }
+            const QByteArray properties =
+                runProgram(u"xprop"_s, {u"-id"_s, it.next().captured(), u"WM_CLASS"_s, u"_NET_WM_PID"_s}, display).out;
+            const QRegularExpressionMatch match = wmClass.match(QString::fromUtf8(properties));
+            if (match.hasMatch() && match.captured(3).toLongLong() == pid)
+                found.append({match.captured(1), match.captured(2)});
         }
-        if (browserWindow)
+        if (std::any_of(found.cbegin(), found.cend(), [&](const QStringList &w) { return w.first() != program; }))
             return found;
-        QThread::msleep(300);
     }
     return {};
 }
@@ -254,13 +201,11 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
         QStandardPaths::findExecutable(u"xwininfo"_s).isEmpty())
         GTEST_SKIP() << "needs Xvfb, xprop and xwininfo (packages xvfb, x11-utils) and Debian's chromium at "
                      << Chromium.toStdString();
-    const int displayNumber = freeDisplay();
-    ASSERT_GT(displayNumber, 0);
-    const QString display = u":%1"_s.arg(displayNumber);
-    const ProcessGroup server(xvfb, {display, u"-screen"_s, u"0"_s, u"1280x800x24"_s, u"-nolisten"_s, u"tcp"_s},
-                              QProcessEnvironment::systemEnvironment());
-    for (int i = 0; i < 100 && !QFileInfo::exists(u"/tmp/.X11-unix/X%1"_s.arg(displayNumber)); ++i)
-        QThread::msleep(100);
+    // Xvfb picks a free display and writes its number once it accepts clients.
+    ProcessGroup server(xvfb, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x800x24"_s, u"-nolisten"_s, u"tcp"_s},
+                        QProcessEnvironment::systemEnvironment());
+    ASSERT_TRUE(server.process().waitForReadyRead(20000)) << "Xvfb did not start";
+    const QString display = u':' + QString::fromUtf8(server.process().readAllStandardOutput()).trimmed();
 
     Home home;
     // Chromium refuses to start as root without --no-sandbox; otherwise it is the engine as it is.
@@ -274,7 +219,6 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
     home.environment.insert(u"DISPLAY"_s, display);
     home.environment.remove(u"SORVANE_HELPER_GRACE_MS"_s);
 
-    const QString icon = fixturePath(u"images/sizes-16-32.ico"_s);
     // Two apps on one address: only their own class keeps them apart in a task bar.
     const QList<std::pair<QString, QStringList>> apps{
         {u"Standard"_s, {u"--url"_s, u"https://mail.example.org/"_s, u"--register-as-browser"_s}},
@@ -282,7 +226,7 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
     for (const auto &[name, options] : apps) {
         SCOPED_TRACE(name.toStdString());
         const CliRun created = home.sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--browser"_s, u"chromium"_s,
-                                                        u"--into"_s, home.apps, u"--icon"_s, icon, u"--json"_s} +
+                                                        u"--into"_s, home.apps, u"--icon"_s, icon(), u"--json"_s} +
                                             options);
         ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
         const QString appId = jsonObject(created).value(u"appID"_s).toString();
@@ -291,16 +235,15 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
 
         QList<QStringList> windows;
         {
-            const ProcessGroup app(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
-            windows = windowClassesOfApp(display, bundle, name + u" Engine"_s);
+            // The launch program runs the script, which runs the engine: one process throughout.
+            ProcessGroup app(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
+            windows = windowClassesOf(home.environment, app.process().processId(), name + u" Engine"_s);
         }
-        endLeftovers(bundle);
         ASSERT_FALSE(windows.isEmpty()) << "no window of the app's engine appeared";
-        // A dock matches StartupWMClass against the instance, then the class: every window of the
-        // app has the entry's as its class (the instance is Chromium's, from the address or profile).
+        // A dock matches StartupWMClass against the instance, then the class; the instance is
+        // Chromium's (from the address or the profile), the class is the app's.
         for (const QStringList &window : std::as_const(windows)) {
-            std::cout << name.toStdString() << " window WM_CLASS: \"" << window.join(u"\", \""_s).toStdString()
-                      << "\"\n";
+            std::cout << name.toStdString() << " window WM_CLASS: \"" << window.join(u"\", \""_s).toStdString() << "\"\n";
             EXPECT_EQ(window.at(1), keys.value(u"StartupWMClass"_s));
         }
         if (name == u"Standard"_s) {
