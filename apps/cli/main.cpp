@@ -57,7 +57,7 @@ QString usage(const std::vector<std::unique_ptr<Command>> &list)
                                   "Turns web sites into stand-alone desktop apps.\n\n"
                                   "Commands:\n");
     for (const auto &command : list)
-        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(11), command->description());
+        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(15), command->description());
     text += QStringLiteral("\nOptions:\n"
                            "  --help     Show this help; `sorvane <command> --help` shows a command's options.\n"
                            "  --version  Show Sorvane's version.\n");
