@@ -5,7 +5,7 @@
 #include "CliSandbox.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
+#include <QDirIterator>
 #include <QImageReader>
 #include <QJsonArray>
 #include <QProcess>
@@ -31,27 +31,37 @@ QJsonObject jsonObject(const CliRun &run)
 
 QString dataHome(const CliSandbox &sandbox)
 {
-    return sandbox.environment.value(u"XDG_DATA_HOME"_s);
+    return sandbox.environment.value(u"XDG_DATA_HOME"_s) + u'/';
 }
 
-QString entryFile(const CliSandbox &sandbox, const QString &appId)
+// The files of an app's menu entry under the data home, sorted: its entry and its icons.
+QStringList menuFilesOf(const CliSandbox &sandbox, const QString &appId)
 {
-    return dataHome(sandbox) + u"/applications/sorvane-"_s + appId + u".desktop"_s;
+    QStringList files;
+    const QStringList names{u"sorvane-"_s + appId + u".desktop"_s, u"sorvane-"_s + appId + u".png"_s};
+    for (QDirIterator it(dataHome(sandbox), names, QDir::Files, QDirIterator::Subdirectories); it.hasNext();)
+        files << it.next().mid(dataHome(sandbox).size());
+    files.sort();
+    return files;
 }
 
-QString iconFile(const CliSandbox &sandbox, int size, const QString &appId)
+// What an app with icons of these pixel sizes should have, sorted as menuFilesOf.
+QStringList expectedMenuFiles(const QString &appId, const QList<int> &sizes)
 {
-    return u"%1/icons/hicolor/%2x%2/apps/sorvane-%3.png"_s.arg(dataHome(sandbox)).arg(size).arg(appId);
+    QStringList files{u"applications/sorvane-"_s + appId + u".desktop"_s};
+    for (const int size : sizes)
+        files << u"icons/hicolor/%1x%1/apps/sorvane-%2.png"_s.arg(size).arg(appId);
+    files.sort();
+    return files;
 }
 
-// The entry's key lines as a map (values as written; the keys read here need no unescaping).
-QMap<QString, QString> entryKeys(const QString &path)
+// The entry's key lines (values as written; the keys read here need no unescaping).
+QMap<QString, QString> entryKeys(const CliSandbox &sandbox, const QString &appId)
 {
     QMap<QString, QString> keys;
-    for (const QString &line : QString::fromUtf8(readAll(path)).split(u'\n')) {
-        const qsizetype equals = line.indexOf(u'=');
-        if (equals > 0)
-            keys.insert(line.left(equals), line.mid(equals + 1));
+    for (const QString &line : QString::fromUtf8(readAll(dataHome(sandbox) + expectedMenuFiles(appId, {}).first())).split(u'\n')) {
+        if (line.indexOf(u'=') > 0)
+            keys.insert(line.section(u'=', 0, 0), line.section(u'=', 1));
     }
     return keys;
 }
@@ -61,81 +71,63 @@ QList<int> icnsSizes(const QString &path)
 {
     QList<int> sizes;
     QImageReader reader(path, "icns");
-    for (int i = 0; i < reader.imageCount(); ++i) {
-        reader.jumpToImage(i);
-        const QImage image = reader.read();
-        if (!image.isNull() && !sizes.contains(image.width()))
-            sizes << image.width();
+    for (int i = 0; i < reader.imageCount() && reader.jumpToImage(i); ++i) {
+        if (const int size = reader.read().width(); size > 0 && !sizes.contains(size))
+            sizes << size;
     }
     return sizes;
 }
 
-QString icon()
-{
-    return fixturePath(u"images/sizes-16-32.ico"_s);
-}
-
-QStringList iconFilesOf(const CliSandbox &sandbox, const QString &appId)
-{
-    QStringList found;
-    const QDir theme(dataHome(sandbox) + u"/icons/hicolor"_s);
-    for (const QString &size : theme.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        if (QFileInfo::exists(theme.filePath(size + u"/apps/sorvane-"_s + appId + u".png"_s)))
-            found << size;
-    }
-    return found;
-}
+const QString Icon = fixturePath(u"images/sizes-16-32.ico"_s);
 
 } // namespace
 
 TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDeleteRemovesIt)
 {
     Home home;
-    const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, icon()});
+    const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, Icon});
     ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
     const QString appId = jsonObject(created).value(u"appID"_s).toString();
     const QString bundle = home.bundle(u"Mail"_s);
 
-    // Creation wrote the entry; its window class is the switch the engine gets.
-    QMap<QString, QString> keys = entryKeys(entryFile(home, appId));
+    // Creation wrote the entry and icons; its window class is the switch the engine gets.
+    const QMap<QString, QString> keys = entryKeys(home, appId);
     EXPECT_EQ(keys.value(u"Exec"_s), u"\"%1/Contents/MacOS/Mail\""_s.arg(bundle));
     EXPECT_EQ(keys.value(u"StartupWMClass"_s), u"sorvane-"_s + appId);
     EXPECT_EQ(keys.value(u"Icon"_s), u"sorvane-"_s + appId);
     EXPECT_TRUE(readAll(bundle + u"/Contents/Resources/script"_s).contains((u"--class=sorvane-"_s + appId).toUtf8()));
-    const QStringList installedSizes = iconFilesOf(home, appId);
-    EXPECT_FALSE(installedSizes.isEmpty());
+    const QStringList files = menuFilesOf(home, appId);
+    EXPECT_EQ(files, expectedMenuFiles(appId, icnsSizes(bundle + u"/Contents/Resources/icon.icns"_s)));
 
     // The entry goes missing, an icon size the bundle does not have appears, and an app that is
     // no longer registered left its entry and icon behind; files that are not ours stay.
-    ASSERT_TRUE(QFile::remove(entryFile(home, appId)));
-    writeFile(iconFile(home, 999, appId), "stale");
-    writeFile(entryFile(home, u"GONE-1"_s), "[Desktop Entry]\n");
-    writeFile(iconFile(home, 48, u"GONE-1"_s), "png");
-    writeFile(dataHome(home) + u"/applications/other.desktop"_s, "[Desktop Entry]\n");
-    writeFile(dataHome(home) + u"/applications/sorvane-not ours.desktop"_s, "[Desktop Entry]\n");
+    ASSERT_TRUE(QFile::remove(dataHome(home) + files.first()));
+    writeFile(dataHome(home) + expectedMenuFiles(appId, {999}).last(), "stale");
+    for (const QString &file : expectedMenuFiles(u"GONE-1"_s, {48}))
+        writeFile(dataHome(home) + file, "[Desktop Entry]\n");
+    const QStringList others{u"applications/other.desktop"_s, u"applications/sorvane-not ours.desktop"_s};
+    for (const QString &file : others)
+        writeFile(dataHome(home) + file, "[Desktop Entry]\n");
 
     const CliRun check = home.sorvane({u"desktop-entries"_s, u"--json"_s});
     EXPECT_EQ(check.exitCode, 1) << check.err.toStdString();
     EXPECT_EQ(jsonObject(check).value(u"missing"_s).toArray().at(0)[u"appId"_s].toString(), appId);
     EXPECT_EQ(jsonObject(check).value(u"orphans"_s).toArray(), QJsonArray{u"GONE-1"_s});
-    EXPECT_TRUE(QFileInfo::exists(entryFile(home, u"GONE-1"_s))) << "a check changes nothing";
+    EXPECT_EQ(menuFilesOf(home, u"GONE-1"_s).size(), 2) << "a check changes nothing";
 
     const CliRun sync = home.sorvane({u"desktop-entries"_s, u"--sync"_s, u"--json"_s});
     ASSERT_EQ(sync.exitCode, 0) << sync.err.toStdString();
-    EXPECT_EQ(jsonObject(sync).value(u"written"_s).toArray().size(), 1);
     EXPECT_EQ(jsonObject(sync).value(u"removed"_s).toArray(), QJsonArray{u"GONE-1"_s});
-    EXPECT_EQ(entryKeys(entryFile(home, appId)), keys);
-    EXPECT_EQ(iconFilesOf(home, appId), installedSizes);
-    EXPECT_FALSE(QFileInfo::exists(entryFile(home, u"GONE-1"_s)));
-    EXPECT_EQ(iconFilesOf(home, u"GONE-1"_s), QStringList());
-    EXPECT_TRUE(QFileInfo::exists(dataHome(home) + u"/applications/other.desktop"_s));
-    EXPECT_TRUE(QFileInfo::exists(dataHome(home) + u"/applications/sorvane-not ours.desktop"_s));
+    EXPECT_EQ(menuFilesOf(home, appId), files);
+    EXPECT_EQ(entryKeys(home, appId), keys);
+    EXPECT_EQ(menuFilesOf(home, u"GONE-1"_s), QStringList());
+    for (const QString &file : others)
+        EXPECT_TRUE(QFileInfo::exists(dataHome(home) + file)) << file.toStdString();
     EXPECT_EQ(home.sorvane({u"desktop-entries"_s}).exitCode, 0);
 
     const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
     ASSERT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
-    EXPECT_FALSE(QFileInfo::exists(entryFile(home, appId)));
-    EXPECT_EQ(iconFilesOf(home, appId), QStringList());
+    EXPECT_EQ(menuFilesOf(home, appId), QStringList());
 }
 
 namespace {
@@ -226,12 +218,12 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
     for (const auto &[name, options] : apps) {
         SCOPED_TRACE(name.toStdString());
         const CliRun created = home.sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--browser"_s, u"chromium"_s,
-                                                        u"--into"_s, home.apps, u"--icon"_s, icon(), u"--json"_s} +
+                                                        u"--into"_s, home.apps, u"--icon"_s, Icon, u"--json"_s} +
                                             options);
         ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
         const QString appId = jsonObject(created).value(u"appID"_s).toString();
         const QString bundle = home.bundle(name);
-        const QMap<QString, QString> keys = entryKeys(entryFile(home, appId));
+        const QMap<QString, QString> keys = entryKeys(home, appId);
 
         QList<QStringList> windows;
         {
@@ -253,12 +245,10 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
 
         const QList<int> sizes = icnsSizes(bundle + u"/Contents/Resources/icon.icns"_s);
         EXPECT_FALSE(sizes.isEmpty());
-        for (const int size : sizes)
-            EXPECT_TRUE(QFileInfo::exists(iconFile(home, size, appId))) << size;
+        EXPECT_EQ(menuFilesOf(home, appId), expectedMenuFiles(appId, sizes));
 
         const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
         EXPECT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
-        EXPECT_FALSE(QFileInfo::exists(entryFile(home, appId)));
-        EXPECT_EQ(iconFilesOf(home, appId), QStringList());
+        EXPECT_EQ(menuFilesOf(home, appId), QStringList());
     }
 }
