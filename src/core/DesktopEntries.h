@@ -48,7 +48,7 @@ public:
     QString entryPath(const QString &appId) const;
 
     // Writes or rewrites the entry and icons of the app with this id from its bundle (its
-    // Info.plist names the display name, the launch program and whether it takes links;
+    // Info.plist names the launch program, whose name is the app's, and whether it takes links;
     // Contents/Resources/icon.icns the icons). Icon sizes no longer in the bundle are removed.
     bool writeAppEntry(const QString &appId, const QString &bundlePath, QString *error = nullptr) const;
     // writeAppEntry for the steps that go on without a menu entry: a failure is logged.

@@ -104,9 +104,9 @@ bool DesktopEntries::writeAppEntry(const QString &appId, const QString &bundlePa
         return fail(error, u"No menu entry for %1: it names no launch program"_s.arg(bundle));
 
     Entry entry;
-    entry.name = plist.value(u"CFBundleDisplayName"_s, plist.value(u"CFBundleName"_s)).toString();
-    if (entry.name.trimmed().isEmpty())
-        entry.name = QFileInfo(bundle).completeBaseName();
+    // The launch program carries the app's name, and a rename renames it (Info.plist's display
+    // name stays as it was made).
+    entry.name = executable;
     entry.program = bundle + u"/Contents/MacOS/"_s + executable;
     entry.icon = IconFilePrefix + appId;
     entry.windowClass = windowClass(appId);

@@ -125,6 +125,14 @@ TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDelete
         EXPECT_TRUE(QFileInfo::exists(dataHome(home) + file)) << file.toStdString();
     EXPECT_EQ(home.sorvane({u"desktop-entries"_s}).exitCode, 0);
 
+    // Regeneration writes a lost entry again; a rename points it at the renamed bundle.
+    ASSERT_TRUE(QFile::remove(dataHome(home) + files.first()));
+    EXPECT_EQ(home.sorvane({u"update"_s, appId}).exitCode, 0);
+    EXPECT_EQ(entryKeys(home, appId), keys);
+    EXPECT_EQ(home.sorvane({u"edit"_s, appId, u"--name"_s, u"Post"_s}).exitCode, 0);
+    EXPECT_EQ(entryKeys(home, appId).value(u"Exec"_s), u"\"%1/Contents/MacOS/Post\""_s.arg(home.bundle(u"Post"_s)));
+    EXPECT_EQ(entryKeys(home, appId).value(u"Name"_s), u"Post"_s);
+
     const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
     ASSERT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
     EXPECT_EQ(menuFilesOf(home, appId), QStringList());

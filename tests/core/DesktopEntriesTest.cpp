@@ -113,3 +113,14 @@ TEST(DesktopEntriesTest, UnsafeRegistryIdsReachNoFile)
     EXPECT_EQ(readAll(dataHome + u"/victim.desktop"_s), "kept");
     EXPECT_FALSE(QFileInfo::exists(entries.applicationsFolder()));
 }
+
+TEST(DesktopEntriesTest, SorvanesOwnEntryStartsTheDesktopProgramWithSorvaneLinks)
+{
+    TestContext test;
+    const DesktopEntries entries(test.context());
+    EXPECT_FALSE(entries.writeSorvaneEntry(u"sorvane-desktop"_s)) << "a relative program";
+    ASSERT_TRUE(entries.writeSorvaneEntry(u"/opt/So $orvane/sorvane-desktop"_s));
+    const QStringList lines = readEntry(readAll(entries.applicationsFolder() + u"/sorvane.desktop"_s));
+    EXPECT_TRUE(lines.contains(u"MimeType=x-scheme-handler/sorvane;"_s)) << lines.join(u'\n').toStdString();
+    EXPECT_TRUE(lines.contains(u"Exec=\"/opt/So \\$orvane/sorvane-desktop\" %u"_s)) << lines.join(u'\n').toStdString();
+}
