@@ -17,6 +17,7 @@ packages=(
     procps
     clang libclang-rt-14-dev
     chromium
+    xvfb x11-utils
 )
 # The extension's tests and the end-to-end harness run on Node; any recent Node will do.
 if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
