@@ -12,6 +12,8 @@
 #include "frontend/HomescreenStore.h"
 
 #include <QDir>
+#include <QGuiApplication>
+#include <QTest>
 #include <QHash>
 #include <QQuickWindow>
 
