@@ -15,6 +15,7 @@
 #include <QQuickWindow>
 #include <QTest>
 #include <QThread>
+#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -193,6 +194,26 @@ void DesktopHarness::key(int key, Qt::KeyboardModifiers modifiers, const QString
     }
     QTest::keyClick(target, Qt::Key(key), modifiers);
     settle();
+}
+
+void DesktopHarness::answerNextAlert(const QString &buttonObjectName, QStringList *shown)
+{
+    auto *poll = new QTimer(m_shell.get());
+    poll->setInterval(20);
+    QObject::connect(poll, &QTimer::timeout, poll, [this, poll, buttonObjectName, shown] {
+        QObject *alert = find(u"alertDialog"_s);
+        if (!alert || !alert->property("opened").toBool())
+            return;
+        poll->stop();
+        poll->deleteLater();
+        if (shown) {
+            *shown = QStringList{alert->property("title").toString()};
+            if (QObject *text = find(u"alertText"_s))
+                shown->append(text->property("text").toString());
+        }
+        click(buttonObjectName);
+    });
+    poll->start();
 }
 
 bool DesktopHarness::waitFor(const std::function<bool()> &condition, int timeoutMs)

@@ -54,6 +54,11 @@ public:
     // Sends a key to whatever has the focus in the window showing that item (or the main window).
     void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString &objectName = {});
 
+    // A question (AlertDialog) blocks the click that raised it, as a modal dialog does: this
+    // answers the next one with the button named so, from inside that wait, and records what it
+    // showed as {title, text}.
+    void answerNextAlert(const QString &buttonObjectName, QStringList *shown = nullptr);
+
     // Processes events until `condition` holds or `timeoutMs` passes.
     static bool waitFor(const std::function<bool()> &condition, int timeoutMs = 5000);
     // Lets the scene settle: pending bindings, Qt.callLater and one frame.
