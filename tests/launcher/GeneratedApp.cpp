@@ -125,7 +125,10 @@ QList<EngineStart> GeneratedApp::engineStarts() const
         const QStringList items = recorded(m_recordsFolder + u'/' + name);
         if (items.size() < 2)
             continue;
-        starts.append({items.at(0), items.at(1), items.mid(2), name.section(u'-', 1).chopped(5).toLongLong()});
+        EngineStart start{items.at(0), items.at(1), items.mid(2), {}, name.section(u'-', 1).chopped(5).toLongLong()};
+        if (!start.arguments.isEmpty() && start.arguments.constLast().startsWith(u"--class="_s))
+            start.windowClass = start.arguments.takeLast().mid(8);
+        starts.append(start);
     }
     return starts;
 }

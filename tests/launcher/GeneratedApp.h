@@ -32,7 +32,8 @@ struct EngineStart
 {
     QString program; // argv[0]
     QString workingFolder;
-    QStringList arguments;
+    QStringList arguments; // without the window-class switch every start of the app ends with
+    QString windowClass;   // that switch's value; empty when the start did not end with it
     qint64 pid = 0;
 };
 

@@ -4,6 +4,8 @@
 
 #include "GeneratedApp.h"
 
+#include "core/DesktopEntries.h"
+
 #include "maintenance/SNUpdaterHelper.h"
 #include "support/TestContext.h"
 
@@ -86,6 +88,7 @@ TEST_P(WholeStart, ExecsTheEngineWithTheAppsSwitches)
     EXPECT_EQ(QDir::cleanPath(starts[0].program), app.bundle() + u"/Contents/MacOS/"_s + c.traits.name + u" Engine"_s);
     EXPECT_EQ(starts[0].workingFolder, app.resources());
     EXPECT_EQ(starts[0].arguments, c.expected);
+    EXPECT_EQ(starts[0].windowClass, DesktopEntries::windowClass(app.appId()));
     EXPECT_TRUE(QFileInfo(app.bundle() + u"/Contents/MacOS/"_s + c.traits.name + u" Engine"_s).isSymLink());
     EXPECT_EQ(tabsFiles(app), QStringList());
     EXPECT_EQ(strayFiles(test.root()), QStringList());
