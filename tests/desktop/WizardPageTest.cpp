@@ -327,9 +327,20 @@ TEST(WizardPage, TheEditorWarnsBeforeAnotherEngine)
 
     wizard.goTo(AppCreationWizardStore::WizardStep::Review);
     EXPECT_EQ(wizard.text(u"createButton"_s), u"Save"_s);
+    // The progress is on screen (a frame was drawn with it) before the blocking update starts.
+    bool progressShown = false;
+    int framesWithProgress = 0;
+    QObject::connect(wizard.app.window(), &QQuickWindow::frameSwapped, wizard.store(), [&] {
+        framesWithProgress += wizard.visible(u"creationOverlay"_s) ? 1 : 0;
+    });
+    QObject::connect(wizard.store(), &AppCreationWizardStore::creationStateChanged, wizard.store(), [&] {
+        if (wizard.store()->isCreatingApp())
+            progressShown = progressShown || framesWithProgress > 0;
+    });
     wizard.click(u"createButton"_s);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"doneButton"_s); }, 20000))
         << wizard.store()->creationError().toStdString();
+    EXPECT_TRUE(progressShown);
     EXPECT_EQ(wizard.text(u"successTitle"_s), u"Mail is saved"_s);
     wizard.click(u"doneButton"_s);
     EXPECT_TRUE(DesktopHarness::waitFor([&] { return wizard.store() == nullptr; }));
