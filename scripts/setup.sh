@@ -8,6 +8,9 @@ repo="$(cd "$(dirname "$0")/.." && pwd)"
 packages=(
     cmake ninja-build g++ pkg-config git
     qt6-base-dev qt6-image-formats-plugins qt6-declarative-dev qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
+    qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
+    qml6-module-qtquick-window qml6-module-qtquick-dialogs qt6-qpa-plugins
+    xvfb xauth x11-utils
     libplist-dev libtiff-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools

@@ -4,6 +4,7 @@
 #include "desktop/DesktopShell.h"
 
 #include "core/Context.h"
+#include "core/DesktopEntries.h"
 #include "frontend/DeepLinkServer.h"
 #include "frontend/SorvaneSettingsStore.h"
 
@@ -76,6 +77,11 @@ int main(int argc, char **argv)
         }
         return delivered ? 0 : 1;
     }
+
+    // The menu entry that starts Sorvane and hands it "sorvane:" links; kept pointing at this program.
+    QString entryError;
+    if (!DesktopEntries(*context).writeSorvaneEntry(QCoreApplication::applicationFilePath(), &entryError))
+        QTextStream(stderr) << "Sorvane's menu entry was not written: " << entryError << Qt::endl;
 
     QString loadError;
     if (!shell.load(&loadError)) {

@@ -1,0 +1,112 @@
+// A person's first session, through the windows only: the first app made with the wizard (its
+// name and icon found from the site), listed on the home screen, renamed in the editor,
+// duplicated, and deleted, with its bundle, registry record and menu entry.
+
+#include "DesktopHarness.h"
+
+#include "support/LocalHttpServer.h"
+
+#include "core/DesktopEntries.h"
+#include "core/SNAppTracker.h"
+
+#include <QFile>
+#include <QQuickItem>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool isShown(DesktopHarness &app, const QString &objectName)
+{
+    auto *item = app.find<QQuickItem>(objectName);
+    return item && item->isVisible();
+}
+
+QString textOf(DesktopHarness &app, const QString &objectName)
+{
+    QObject *object = app.find(objectName);
+    return object ? object->property("text").toString() : u"<no %1>"_s.arg(objectName);
+}
+
+// Next through the three steps before the review, then Create (or Save), then Done.
+void finishWizard(DesktopHarness &app)
+{
+    for (int step = 0; step < 3; ++step)
+        ASSERT_TRUE(app.click(u"nextButton"_s)) << "step " << step;
+    ASSERT_TRUE(app.click(u"createButton"_s));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"successView"_s); }, 20000))
+        << textOf(app, u"creationErrorText"_s).toStdString();
+    ASSERT_TRUE(app.click(u"doneButton"_s));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
+}
+
+QString openMenuAction(DesktopHarness &app, const QString &action, const QString &name)
+{
+    QString why;
+    if (!app.click(u"appActions:"_s + name, &why) || !app.click(action + u':' + name, &why))
+        return why;
+    return {};
+}
+
+} // namespace
+
+TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
+{
+    LocalHttpServer site;
+    site.serve(u"/"_s, {R"(<html><head><title>Team Desk</title><link rel="icon" href="/icon.png"></head></html>)",
+                        200, "text/html"});
+    site.serve(u"/icon.png"_s, {LocalHttpServer::icon(128), 200, "image/png"});
+
+    DesktopHarness app;
+    QString error;
+    ASSERT_TRUE(app.load(&error)) << error.toStdString();
+    ASSERT_TRUE(isShown(app, u"emptyState"_s));
+
+    // Made: only the address is typed; the site names the app and gives its icon.
+    ASSERT_TRUE(app.click(u"createFirstAppButton"_s));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"wizardPage"_s); }));
+    ASSERT_TRUE(app.type(u"appURLField"_s, site.url().toString(), &error)) << error.toStdString();
+    app.key(Qt::Key_Tab);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return textOf(app, u"appNameField"_s) == u"Team Desk"_s; }, 15000))
+        << textOf(app, u"appNameField"_s).toStdString();
+    finishWizard(app);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"app:Team Desk"_s); }));
+    EXPECT_TRUE(QFile::exists(app.bundle(u"Team Desk"_s) + u"/Contents/Resources/icon.icns"_s));
+    const QStringList ids = SNAppTracker(app.test().context()).getTracker().keys();
+    ASSERT_EQ(ids.size(), 1);
+    const QString entry = DesktopEntries(app.test().context()).entryPath(ids.first());
+    EXPECT_TRUE(readAll(entry).contains("\nName=Team Desk\n")) << entry.toStdString();
+
+    // Renamed in the editor: the same app, its bundle and menu entry under the new name.
+    ASSERT_EQ(openMenuAction(app, u"editAction"_s, u"Team Desk"_s), QString());
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"wizardPage"_s); }));
+    ASSERT_TRUE(app.type(u"appNameField"_s, u"Team Hub"_s, &error)) << error.toStdString();
+    finishWizard(app);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"app:Team Hub"_s); }));
+    EXPECT_EQ(app.find(u"app:Team Desk"_s), nullptr);
+    EXPECT_TRUE(QFile::exists(app.bundle(u"Team Hub"_s)));
+    EXPECT_FALSE(QFile::exists(app.bundle(u"Team Desk"_s)));
+    EXPECT_EQ(SNAppTracker(app.test().context()).getTracker().keys(), ids);
+    EXPECT_TRUE(readAll(entry).contains("\nName=Team Hub\n"));
+
+    // Duplicated: the wizard opens on the first free name; cancelling makes nothing.
+    ASSERT_EQ(openMenuAction(app, u"duplicateAction"_s, u"Team Hub"_s), QString());
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"wizardPage"_s); }));
+    EXPECT_EQ(textOf(app, u"appNameField"_s), u"Team Hub 2"_s);
+    ASSERT_TRUE(app.click(u"cancelButton"_s));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
+    EXPECT_FALSE(QFile::exists(app.bundle(u"Team Hub 2"_s)));
+
+    // Deleted once confirmed: bundle, record and menu entry go, and the home screen is empty again.
+    QStringList alert;
+    app.answerNextAlert(u"alertButton0"_s, &alert);
+    ASSERT_EQ(openMenuAction(app, u"deleteAction"_s, u"Team Hub"_s), QString());
+    EXPECT_EQ(alert.value(0), u"Delete Team Hub?"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return !QFile::exists(app.bundle(u"Team Hub"_s)); }));
+    EXPECT_TRUE(SNAppTracker(app.test().context()).getTracker().isEmpty());
+    EXPECT_FALSE(QFile::exists(entry));
+    EXPECT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"emptyState"_s); }));
+    EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
+}
