@@ -25,6 +25,8 @@ Page {
     readonly property bool busy: creationRequested || (wizard !== null && wizard.isCreatingApp)
 
     focus: true
+    // Whether the page has finished sliding in: until then the stack takes no clicks.
+    readonly property bool ready: StackView.status === StackView.Active
     // The keyboard starts in the first field once the page has slid in.
     StackView.onActivated: page.forceActiveFocus()
     // Each step starts with the keyboard in it, so Tab goes through its controls from the top.
