@@ -9,6 +9,7 @@
 #include "core/UserDefaults.h"
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/AppSuggestionsStore.h"
+#include "frontend/CustomQuickSetupList.h"
 #include "frontend/EngineChoices.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/InstalledBrowsers.h"
@@ -344,4 +345,36 @@ TEST(WizardPage, TheEditorWarnsBeforeAnotherEngine)
     EXPECT_EQ(wizard.text(u"successTitle"_s), u"Mail is saved"_s);
     wizard.click(u"doneButton"_s);
     EXPECT_TRUE(DesktopHarness::waitFor([&] { return wizard.store() == nullptr; }));
+}
+
+// The tabs saved as a quick setup under the proposed name come back with one click, until the
+// setup is deleted.
+TEST(WizardPage, QuickSetupsAreSavedUsedAndDeleted)
+{
+    Wizard wizard;
+    ASSERT_TRUE(wizard.opened);
+    wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.click(u"tabbedSwitch"_s);
+    wizard.click(u"addTabButton"_s);
+    wizard.click(u"addTabButton"_s);
+    wizard.type(u"tabField:0"_s, u"https://mail.example.org/"_s);
+    wizard.type(u"tabField:1"_s, u"https://docs.example.org/"_s);
+    wizard.click(u"backButton"_s);
+    wizard.click(u"backButton"_s);
+
+    wizard.click(u"saveSetupButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"setupNameField"_s); }));
+    EXPECT_EQ(wizard.text(u"setupNameField"_s), u"Mail.example.org + Docs.example.org Setup"_s);
+    EXPECT_EQ(wizard.text(u"setupDescriptionField"_s), u"2 sites configuration"_s);
+    wizard.type(u"setupNameField"_s, u"Office"_s);
+    wizard.click(u"setupSaveButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"quickSetup:Office"_s); }));
+
+    wizard.store()->tabs()->setUrls({u"https://other.example.org/"_s});
+    wizard.click(u"applySetupButton:Office"_s);
+    EXPECT_EQ(wizard.store()->tabs()->urls(), (QStringList{u"https://mail.example.org/"_s, u"https://docs.example.org/"_s}));
+    wizard.click(u"deleteSetupButton:Office"_s);
+    EXPECT_EQ(wizard.item(u"quickSetup:Office"_s), nullptr);
+    EXPECT_EQ(wizard.store()->customQuickSetups()->count(), 0);
 }

@@ -90,6 +90,7 @@ Page {
                 objectName: "cancelButton"
                 text: qsTr("Cancel")
                 enabled: !page.busy
+                visible: !page.succeeded // Done closes it then
                 Accessible.name: text
                 onClicked: page.cancel()
             }

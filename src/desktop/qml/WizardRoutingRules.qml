@@ -50,6 +50,7 @@ ColumnLayout {
             Button {
                 objectName: "ruleUpButton:" + index
                 text: "↑"
+                Layout.preferredWidth: implicitHeight * 1.5
                 enabled: index > 0
                 Accessible.name: qsTr("Move rule %1 up").arg(index + 1)
                 onClicked: rules.model.moveRule(index, index - 1)

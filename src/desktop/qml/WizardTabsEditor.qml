@@ -39,6 +39,7 @@ ColumnLayout {
             Button {
                 objectName: "tabUpButton:" + index
                 text: "↑"
+                Layout.preferredWidth: implicitHeight * 1.5
                 enabled: index > 0
                 Accessible.name: qsTr("Move tab %1 up").arg(index + 1)
                 onClicked: editor.tabs.moveTab(index, index - 1)
@@ -46,6 +47,7 @@ ColumnLayout {
             Button {
                 objectName: "tabDownButton:" + index
                 text: "↓"
+                Layout.preferredWidth: implicitHeight * 1.5
                 enabled: index < tabRepeater.count - 1
                 Accessible.name: qsTr("Move tab %1 down").arg(index + 1)
                 onClicked: editor.tabs.moveTab(index, index + 1)
