@@ -184,7 +184,10 @@ FocusScope {
                             required property string name
                             required property string description
                             required property bool isInstalled
+                            required property bool isTemplate
                             objectName: "suggestion:" + suggestionId
+                            // Templates have their own row, except in the category that holds them.
+                            visible: !isTemplate || basics.suggestions.selectedCategory === AppCategory.Workspaces
                             text: isInstalled ? qsTr("%1 (made)").arg(name) : name
                             ToolTip.text: description
                             ToolTip.visible: hovered || visualFocus
