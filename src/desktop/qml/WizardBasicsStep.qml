@@ -58,9 +58,18 @@ FocusScope {
                     activeFocusOnTab: true
                     inputMethodHints: Qt.ImhUrlCharactersOnly
                     Accessible.name: qsTr("Web address")
-                    onTextEdited: basics.wizard.appURL = text
-                    // The site's name and icon are looked up once the address is complete.
-                    onEditingFinished: basics.wizard.detectNameAndIcon()
+                    // The site's name and icon are looked up once a changed address is complete
+                    // (not when the editor merely passes through the field).
+                    property bool changed: false
+                    onTextEdited: {
+                        basics.wizard.appURL = text
+                        changed = true
+                    }
+                    onEditingFinished: {
+                        if (changed)
+                            basics.wizard.detectNameAndIcon()
+                        changed = false
+                    }
                 }
                 WizardFieldMessages {
                     objectName: "appURLMessages"
