@@ -203,7 +203,7 @@ ScrollView {
                 }
             }
             Label {
-                visible: extensionRepeater.count > 0
+                visible: extensionRepeater.count > 0 && settingsStep.wizard.importCategories.indexOf("extensions") >= 0
                 text: qsTr("Extensions to bring over")
             }
             Repeater {
@@ -211,6 +211,7 @@ ScrollView {
                 model: settingsStep.wizard ? settingsStep.wizard.availableImportExtensions : null
                 delegate: CheckBox {
                     required property var model
+                    visible: settingsStep.wizard.importCategories.indexOf("extensions") >= 0
                     objectName: "importExtension:" + model.key
                     text: model.name
                     checked: model.checked

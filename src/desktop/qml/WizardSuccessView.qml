@@ -5,7 +5,7 @@ import Sorvane.Frontend
 
 // Shown once the app is made (or saved): open it, or go back to the apps. What the browser-data
 // import brought (or could not bring) is listed here.
-// objectNames: successTitle, importMessages, openAppButton, doneButton
+// objectNames: successTitle, importedCount, importMessages, openAppButton, doneButton
 Item {
     id: success
     property AppCreationWizardStore wizard
@@ -40,6 +40,18 @@ Item {
         }
         Label {
             text: qsTr("You'll find it with your apps and in your desktop's application menu.")
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WordWrap
+            Layout.fillWidth: true
+        }
+        Label {
+            objectName: "importedCount"
+            readonly property int copied: success.wizard && success.wizard.lastImportSummary.copiedItemCount
+                                          ? success.wizard.lastImportSummary.copiedItemCount : 0
+            visible: copied > 0
+            text: copied === 1 ? qsTr("1 item was brought over from %1.").arg(success.wizard.selectedBrowserName)
+                               : qsTr("%1 items were brought over from %2.").arg(copied)
+                                     .arg(success.wizard ? success.wizard.selectedBrowserName : "")
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
