@@ -17,6 +17,7 @@
 #include "frontend/BundleLauncher.h"
 #include "frontend/ChoiceListModel.h"
 #include "frontend/DestinationChoicesModel.h"
+#include "frontend/EngineChoices.h"
 #include "core/NotificationNames.h"
 #include "frontend/IconComposer.h"
 #include "frontend/IconShape.h"
@@ -28,6 +29,7 @@
 #include "generation/DefinitionValidator.h"
 #include "maintenance/SNRecentAppsManager.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
@@ -250,6 +252,12 @@ void AppCreationWizardStore::installObservers()
         if (!m_isInitializing)
             loadImportExtensions();
     });
+    // Everything the composed icon is drawn from.
+    for (auto changed : {&AppCreationWizardStore::appIconChanged, &AppCreationWizardStore::appNameChanged,
+                         &AppCreationWizardStore::selectedIconShapeChanged,
+                         &AppCreationWizardStore::selectedIconColorChanged,
+                         &AppCreationWizardStore::hasCustomIconEnhancementsChanged})
+        connect(this, changed, this, &AppCreationWizardStore::iconPreviewChanged);
     connect(m_importExtensions, &ChoiceListModel::checkedKeysChanged, this,
             &AppCreationWizardStore::selectedExtensionIDsChanged);
 }
@@ -398,6 +406,24 @@ QStringList AppCreationWizardStore::validationMessages() const
     return messages;
 }
 
+QStringList AppCreationWizardStore::appNameMessages() const
+{
+    QStringList messages;
+    for (ValidationError error : m_validationErrors)
+        if (error == ValidationError::EmptyAppName || error == ValidationError::InvalidAppName)
+            messages.append(message(error));
+    return messages;
+}
+
+QStringList AppCreationWizardStore::appURLMessages() const
+{
+    QStringList messages;
+    for (ValidationError error : m_validationErrors)
+        if (error == ValidationError::EmptyAppURL || error == ValidationError::InvalidURL)
+            messages.append(message(error));
+    return messages;
+}
+
 QVariantMap AppCreationWizardStore::stepValidationStates() const
 {
     QVariantMap states;
@@ -414,6 +440,18 @@ QVariantList AppCreationWizardStore::installedBrowsers() const
     for (int type : InstalledBrowsers::detect(m_context.defaults()))
         list.append(type);
     return list;
+}
+
+QVariantList AppCreationWizardStore::browserChoices() const
+{
+    if (!m_browserChoices)
+        m_browserChoices = EngineChoices::describe(m_context, InstalledBrowsers::detect(m_context.defaults()));
+    return *m_browserChoices;
+}
+
+QString AppCreationWizardStore::selectedBrowserName() const
+{
+    return BrowserCatalogue::byNumber(m_selectedBrowser).browserName;
 }
 
 void AppCreationWizardStore::setSelectedBrowser(int type)
@@ -538,6 +576,20 @@ void AppCreationWizardStore::applySuggestion(const QVariantMap &choice)
         set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
     if (choice.value(u"incognito"_s).toBool())
         setProperty("enableIncognito", true);
+}
+
+QString AppCreationWizardStore::iconPreview() const
+{
+    constexpr int PreviewSide = 160;
+    const QImage preview = composedIcon().largestRepresentation().scaled(PreviewSide, PreviewSide, Qt::KeepAspectRatio,
+                                                                         Qt::SmoothTransformation);
+    if (preview.isNull())
+        return {};
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    preview.save(&buffer, "PNG");
+    return u"data:image/png;base64,"_s + QString::fromLatin1(png.toBase64());
 }
 
 void AppCreationWizardStore::clearIcon()

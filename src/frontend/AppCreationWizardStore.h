@@ -38,18 +38,26 @@ class AppCreationWizardStore final : public QObject
     Q_PROPERTY(QVariantList validationErrors READ validationErrorList NOTIFY validationErrorsChanged)
     Q_PROPERTY(QStringList validationMessages READ validationMessages NOTIFY validationErrorsChanged)
     Q_PROPERTY(QVariantMap stepValidationStates READ stepValidationStates NOTIFY validationErrorsChanged)
+    // The current messages about the name and about the address, for beside those fields.
+    Q_PROPERTY(QStringList appNameMessages READ appNameMessages NOTIFY validationErrorsChanged)
+    Q_PROPERTY(QStringList appURLMessages READ appURLMessages NOTIFY validationErrorsChanged)
     Q_PROPERTY(bool isEditing READ isEditing CONSTANT)
     // Basics
     Q_PROPERTY(QString appName MEMBER m_appName READ appName NOTIFY appNameChanged)
     Q_PROPERTY(QString appURL MEMBER m_appURL READ appURL NOTIFY appURLChanged)
     Q_PROPERTY(int selectedBrowser READ selectedBrowser WRITE setSelectedBrowser NOTIFY selectedBrowserChanged)
     Q_PROPERTY(QVariantList installedBrowsers READ installedBrowsers CONSTANT)
+    // The installed engines for the browser step: {"type", "name", "linkRouting"} each.
+    Q_PROPERTY(QVariantList browserChoices READ browserChoices CONSTANT)
+    Q_PROPERTY(QString selectedBrowserName READ selectedBrowserName NOTIFY selectedBrowserChanged)
     Q_PROPERTY(QImage appIcon READ appIcon NOTIFY appIconChanged)
     Q_PROPERTY(TabsModel *tabs READ tabs CONSTANT)
     Q_PROPERTY(QString selectedIconShape MEMBER m_selectedIconShape READ selectedIconShape NOTIFY selectedIconShapeChanged)
     Q_PROPERTY(QColor selectedIconColor MEMBER m_selectedIconColor READ selectedIconColor NOTIFY selectedIconColorChanged)
     Q_PROPERTY(bool hasCustomIconEnhancements MEMBER m_hasCustomIconEnhancements NOTIFY hasCustomIconEnhancementsChanged)
     Q_PROPERTY(bool isCustomAssetIcon READ isCustomAssetIcon NOTIFY appIconChanged)
+    // The icon as creation will write it, small, as an image address a view can show.
+    Q_PROPERTY(QString iconPreview READ iconPreview NOTIFY iconPreviewChanged)
     Q_PROPERTY(CustomQuickSetupList *customQuickSetups READ customQuickSetups CONSTANT)
     Q_PROPERTY(bool isAutoDetecting READ isAutoDetecting NOTIFY detectionChanged)
     Q_PROPERTY(bool isLoadingFavicon READ isLoadingFavicon NOTIFY detectionChanged)
@@ -168,6 +176,8 @@ public:
     QList<ValidationError> validationErrors() const { return m_validationErrors; }
     QVariantList validationErrorList() const;
     QStringList validationMessages() const;
+    QStringList appNameMessages() const;
+    QStringList appURLMessages() const;
     QVariantMap stepValidationStates() const;
     bool isEditing() const { return m_editingApp.has_value(); }
     const std::optional<HomescreenAppEntry> &editingApp() const { return m_editingApp; }
@@ -177,6 +187,9 @@ public:
     int selectedBrowser() const { return m_selectedBrowser; }
     void setSelectedBrowser(int type);
     QVariantList installedBrowsers() const;
+    QVariantList browserChoices() const;
+    QString selectedBrowserName() const;
+    QString iconPreview() const;
     QImage appIcon() const { return m_appIcon.largestRepresentation(); }
     TabsModel *tabs() const { return m_tabs; }
     CustomQuickSetupList *customQuickSetups() const { return m_customQuickSetups; }
@@ -231,6 +244,7 @@ Q_SIGNALS:
     void appIconChanged();
     void selectedIconShapeChanged();
     void selectedIconColorChanged();
+    void iconPreviewChanged();
     void hasCustomIconEnhancementsChanged();
     void detectionChanged();
     void isTabbedAppChanged();
@@ -276,6 +290,7 @@ private:
     ChoiceListModel *m_importExtensions;
     CustomQuickSetupList *m_customQuickSetups;
     std::unique_ptr<SNFaviconHelper> m_favicon;
+    mutable std::optional<QVariantList> m_browserChoices; // asking an engine its version takes a moment
 
     WizardStep m_currentStep = WizardStep::Basics;
     bool m_isNavigatingForward = true;

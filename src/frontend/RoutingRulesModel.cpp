@@ -34,6 +34,9 @@ QVariant RoutingRulesModel::data(const QModelIndex &index, int role) const
     case DestinationLabelRole:
         return rule.action == WizardRoutingRule::Action::Route ? rule.destination.label()
                                                                : RoutingDestination::inApp().label();
+    case ChosenDestinationRole:
+        return QVariant::fromValue(rule.action == WizardRoutingRule::Action::Route ? rule.destination
+                                                                                   : RoutingDestination::inApp());
     default:
         return {};
     }
@@ -42,7 +45,8 @@ QVariant RoutingRulesModel::data(const QModelIndex &index, int role) const
 QHash<int, QByteArray> RoutingRulesModel::roleNames() const
 {
     return {{IdRole, "ruleId"},           {PatternRole, "pattern"},         {ActionRole, "action"},
-            {IsRouteRole, "isRoute"},     {DestinationRole, "destination"}, {DestinationLabelRole, "destinationLabel"}};
+            {IsRouteRole, "isRoute"},     {DestinationRole, "destination"}, {DestinationLabelRole, "destinationLabel"},
+            {ChosenDestinationRole, "chosenDestination"}};
 }
 
 void RoutingRulesModel::setRules(const QList<WizardRoutingRule> &rules)
@@ -132,6 +136,16 @@ void RoutingRulesModel::setDestination(int row, const RoutingDestination &destin
         return;
     m_rules[row].destination = destination;
     changed(row);
+}
+
+void RoutingRulesModel::sendTo(int row, const RoutingDestination &destination)
+{
+    if (destination.kind == RoutingDestination::Kind::InApp) {
+        setAction(row, WizardRoutingRule::Action::Allow);
+        return;
+    }
+    setDestination(row, destination);
+    setAction(row, WizardRoutingRule::Action::Route);
 }
 
 void RoutingRulesModel::changed(int row)

@@ -11,7 +11,16 @@ class RoutingRulesModel final : public QAbstractListModel
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 public:
-    enum Role { IdRole = Qt::UserRole + 1, PatternRole, ActionRole, IsRouteRole, DestinationRole, DestinationLabelRole };
+    enum Role
+    {
+        IdRole = Qt::UserRole + 1,
+        PatternRole,
+        ActionRole,
+        IsRouteRole,
+        DestinationRole,
+        DestinationLabelRole,
+        ChosenDestinationRole, // where the row sends links: "Stay in app" for an allow rule
+    };
     Q_ENUM(Role)
 
     explicit RoutingRulesModel(QObject *parent = nullptr);
@@ -37,6 +46,8 @@ public:
     Q_INVOKABLE void setPattern(int row, const QString &pattern);
     Q_INVOKABLE void setAction(int row, WizardRoutingRule::Action action);
     Q_INVOKABLE void setDestination(int row, const RoutingDestination &destination);
+    // A picker's choice: staying in the app makes the row an allow rule, anything else a route.
+    Q_INVOKABLE void sendTo(int row, const RoutingDestination &destination);
 
 Q_SIGNALS:
     void countChanged();

@@ -107,6 +107,20 @@ TEST(RoutingRulesModel, AddsSeveralRulesAndKeepsTheirOrder)
     EXPECT_EQ(records.at(0).toMap().value(u"pattern"_s), u"d.example"_s);
     EXPECT_FALSE(records.at(1).toMap().contains(u"destination"_s));
     EXPECT_EQ(records.at(2).toMap().value(u"destination"_s).toMap().value(u"appId"_s), u"ID-1"_s);
+
+    // A picker's "Stay in app" makes an allow rule that keeps its destination for later; any
+    // other choice routes there.
+    const auto chosen = [&model](int row) {
+        return model.index(row).data(RoutingRulesModel::ChosenDestinationRole).value<RoutingDestination>();
+    };
+    const RoutingDestination brave = RoutingDestination::browser(u"com.brave.Browser"_s, u"Brave"_s);
+    model.sendTo(2, RoutingDestination::inApp());
+    EXPECT_EQ(model.rules().at(2).action, Action::Allow);
+    EXPECT_EQ(model.rules().at(2).destination, chat);
+    EXPECT_EQ(chosen(2), RoutingDestination::inApp());
+    model.sendTo(1, brave);
+    EXPECT_EQ(model.rules().at(1).action, Action::Route);
+    EXPECT_EQ(chosen(1), brave);
 }
 
 // A chosen bundle is one of Sorvane's apps or a browser, named as the desktop names it.

@@ -6,6 +6,7 @@
 #include "core/UserDefaults.h"
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/AppSuggestionsStore.h"
+#include "frontend/EngineChoices.h"
 #include "core/NotificationNames.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/InstalledBrowsers.h"
@@ -181,6 +182,14 @@ TEST(WizardStore, ValidatesTheBasics)
         EXPECT_EQ(store.currentStep(), c.errors.isEmpty() ? Store::WizardStep::Browser : Store::WizardStep::Basics);
         EXPECT_EQ(store.stepValidationStates().value(u"basics"_s).toBool(), c.errors.isEmpty());
         EXPECT_EQ(changed.count(), 1);
+        // Each message stands beside the field it is about.
+        QStringList nameMessages, urlMessages;
+        for (Error error : c.errors) {
+            const bool aboutName = error == Error::EmptyAppName || error == Error::InvalidAppName;
+            (aboutName ? nameMessages : urlMessages).append(Store::message(error));
+        }
+        EXPECT_EQ(store.appNameMessages(), nameMessages);
+        EXPECT_EQ(store.appURLMessages(), urlMessages);
         if (c.errors.isEmpty()) {
             // Only the tabs with an address reach the app.
             EXPECT_EQ(store.bulkApp().tabsList.size(), c.tabbed ? 1 : 0);
@@ -202,8 +211,14 @@ TEST(WizardStore, ChoosesTheFirstInstalledBrowserOnce)
             GTEST_SKIP() << "a browser before Opera is installed on this machine";
     }
     Store store(test.context());
+    // The picker lists it by name, with its word on link routing (Opera loads the companion).
+    const QVariantMap listed = store.browserChoices().value(0).toMap();
+    EXPECT_EQ(listed.value(u"type"_s), QVariant(int(BrowserCatalogue::Opera)));
+    EXPECT_EQ(listed.value(u"name"_s), QVariant(u"Opera"_s));
+    EXPECT_EQ(listed.value(u"linkRouting"_s), EngineChoices::linkRoutingNote(CompanionSupport::Routing::Yes));
     store.applyInitialBrowserFromPickerOrder();
     EXPECT_EQ(store.selectedBrowser(), int(BrowserCatalogue::Opera));
+    EXPECT_EQ(store.selectedBrowserName(), u"Opera"_s);
     EXPECT_TRUE(store.isTabbedApp());
 
     store.setProperty("isTabbedApp", false);

@@ -1,0 +1,240 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Sorvane.Frontend
+
+// Third step: how the app behaves: tabs, browser role, private mode, where it is saved, where its
+// links open, how it looks, and which data it takes from the browser.
+// objectNames: tabbedSwitch, incognitoTabsNote, registerAsBrowserSwitch, incognitoSwitch,
+// saveLocationLabel, chooseSaveLocationButton, forceDarkModeCheck, accentColorCheck,
+// accentColorButton, restoreTabsCheck, passwordManagerCheck, importSwitch, importProfileBox,
+// importCategory:<raw value>, importExtension:<key>, importLoadingIndicator
+// (and those of WizardTabsEditor and WizardRoutingRules)
+ScrollView {
+    id: settingsStep
+    property AppCreationWizardStore wizard
+    readonly property var categoryNames: ({
+        "bookmarks": qsTr("Bookmarks"),
+        "extensions": qsTr("Extensions"),
+        "settings": qsTr("Settings"),
+        "history": qsTr("History"),
+        "passwords": qsTr("Passwords")
+    })
+    contentWidth: availableWidth
+    clip: true
+
+    ColumnLayout {
+        width: settingsStep.availableWidth
+        spacing: 8
+
+        Label { text: qsTr("Windows and tabs"); font.bold: true }
+        Switch {
+            objectName: "tabbedSwitch"
+            text: qsTr("Open several sites as tabs")
+            checked: settingsStep.wizard ? settingsStep.wizard.isTabbedApp : false
+            // Private mode runs in the tabbed engine only.
+            enabled: settingsStep.wizard !== null && !settingsStep.wizard.enableIncognito
+            Accessible.name: text
+            onToggled: settingsStep.wizard.isTabbedApp = checked
+        }
+        Label {
+            objectName: "incognitoTabsNote"
+            visible: settingsStep.wizard !== null && settingsStep.wizard.enableIncognito
+            text: qsTr("Private apps always open as tabs.")
+            opacity: 0.7
+        }
+        WizardTabsEditor {
+            visible: settingsStep.wizard !== null && settingsStep.wizard.isTabbedApp
+            tabs: settingsStep.wizard ? settingsStep.wizard.tabs : null
+            Layout.fillWidth: true
+            Layout.leftMargin: 24
+        }
+        Switch {
+            objectName: "registerAsBrowserSwitch"
+            text: qsTr("Offer this app as a web browser")
+            checked: settingsStep.wizard ? settingsStep.wizard.registerAsBrowser : false
+            Accessible.name: text
+            onToggled: settingsStep.wizard.registerAsBrowser = checked
+        }
+        Switch {
+            objectName: "incognitoSwitch"
+            text: qsTr("Private mode (nothing is remembered after the app closes)")
+            checked: settingsStep.wizard ? settingsStep.wizard.enableIncognito : false
+            Accessible.name: qsTr("Private mode")
+            onToggled: settingsStep.wizard.enableIncognito = checked
+        }
+
+        MenuSeparator { Layout.fillWidth: true }
+        Label { text: qsTr("Save the app in"); font.bold: true }
+        RowLayout {
+            Layout.fillWidth: true
+            Label {
+                objectName: "saveLocationLabel"
+                text: settingsStep.wizard ? settingsStep.wizard.appSaveLocation : ""
+                elide: Text.ElideMiddle
+                Layout.fillWidth: true
+            }
+            Button {
+                objectName: "chooseSaveLocationButton"
+                text: qsTr("Choose…")
+                Accessible.name: qsTr("Choose where the app is saved")
+                onClicked: folderDialog.open()
+            }
+        }
+
+        MenuSeparator { Layout.fillWidth: true }
+        Label { text: qsTr("Links"); font.bold: true }
+        WizardRoutingRules {
+            wizard: settingsStep.wizard
+            Layout.fillWidth: true
+        }
+
+        MenuSeparator { Layout.fillWidth: true }
+        Label { text: qsTr("Appearance"); font.bold: true }
+        CheckBox {
+            objectName: "forceDarkModeCheck"
+            text: qsTr("Always use dark mode")
+            checked: settingsStep.wizard ? settingsStep.wizard.forceDarkMode : false
+            Accessible.name: text
+            onToggled: settingsStep.wizard.forceDarkMode = checked
+        }
+        RowLayout {
+            CheckBox {
+                objectName: "accentColorCheck"
+                text: qsTr("Accent colour")
+                checked: settingsStep.wizard ? settingsStep.wizard.accentColorEnabled : false
+                Accessible.name: text
+                onToggled: settingsStep.wizard.accentColorEnabled = checked
+            }
+            Button {
+                objectName: "accentColorButton"
+                text: qsTr("Colour…")
+                enabled: settingsStep.wizard !== null && settingsStep.wizard.accentColorEnabled
+                Accessible.name: qsTr("Choose the accent colour")
+                rightPadding: height
+                onClicked: accentDialog.open()
+                Rectangle {
+                    anchors.right: parent.right
+                    anchors.rightMargin: 6
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: parent.height / 2
+                    height: width
+                    radius: 3
+                    border.color: settingsStep.palette.mid
+                    color: settingsStep.wizard ? settingsStep.wizard.accentColor : "transparent"
+                }
+            }
+        }
+        CheckBox {
+            objectName: "restoreTabsCheck"
+            text: qsTr("Reopen the last pages on launch")
+            checked: settingsStep.wizard ? settingsStep.wizard.restoreTabsOnLaunch : false
+            Accessible.name: text
+            onToggled: settingsStep.wizard.restoreTabsOnLaunch = checked
+        }
+        CheckBox {
+            objectName: "passwordManagerCheck"
+            text: qsTr("Password manager compatibility")
+            checked: settingsStep.wizard ? settingsStep.wizard.passwordManagerCompatibility : false
+            Accessible.name: text
+            onToggled: settingsStep.wizard.passwordManagerCompatibility = checked
+        }
+
+        MenuSeparator { Layout.fillWidth: true }
+        Label { text: qsTr("Browser data"); font.bold: true }
+        Switch {
+            objectName: "importSwitch"
+            text: qsTr("Bring data over from the browser")
+            checked: settingsStep.wizard ? settingsStep.wizard.importEnabled : false
+            Accessible.name: text
+            onToggled: settingsStep.wizard.importEnabled = checked
+        }
+        ColumnLayout {
+            visible: settingsStep.wizard !== null && settingsStep.wizard.importEnabled
+            Layout.leftMargin: 24
+            Layout.fillWidth: true
+            RowLayout {
+                objectName: "importLoadingIndicator"
+                visible: settingsStep.wizard !== null
+                         && (settingsStep.wizard.isLoadingImportProfiles || settingsStep.wizard.isLoadingImportExtensions)
+                BusyIndicator { running: parent.visible; Layout.preferredHeight: loadingLabel.implicitHeight * 2 }
+                Label { id: loadingLabel; text: qsTr("Reading the browser's profiles…") }
+            }
+            Label {
+                visible: settingsStep.wizard !== null && !settingsStep.wizard.isLoadingImportProfiles
+                         && settingsStep.wizard.availableImportProfiles.count === 0
+                text: qsTr("The chosen browser has no profile to take data from.")
+                wrapMode: Text.WordWrap
+                Layout.fillWidth: true
+            }
+            RowLayout {
+                visible: settingsStep.wizard !== null && settingsStep.wizard.availableImportProfiles.count > 0
+                Label { text: qsTr("Profile") }
+                ComboBox {
+                    implicitContentWidthPolicy: ComboBox.WidestText
+                    objectName: "importProfileBox"
+                    model: settingsStep.wizard ? settingsStep.wizard.availableImportProfiles : null
+                    textRole: "name"
+                    valueRole: "key"
+                    currentIndex: settingsStep.wizard ? indexOfValue(settingsStep.wizard.selectedImportProfileKey) : -1
+                    Accessible.name: qsTr("Profile to take data from")
+                    onActivated: settingsStep.wizard.selectedImportProfileKey = currentValue
+                }
+            }
+            Flow {
+                Layout.fillWidth: true
+                spacing: 6
+                Repeater {
+                    model: settingsStep.wizard ? settingsStep.wizard.allImportCategories : []
+                    delegate: CheckBox {
+                        required property string modelData
+                        objectName: "importCategory:" + modelData
+                        text: settingsStep.categoryNames[modelData] || modelData
+                        checked: settingsStep.wizard.importCategories.indexOf(modelData) >= 0
+                        Accessible.name: text
+                        onToggled: {
+                            const chosen = settingsStep.wizard.importCategories.filter(c => c !== modelData)
+                            if (checked)
+                                chosen.push(modelData)
+                            settingsStep.wizard.importCategories = chosen
+                        }
+                    }
+                }
+            }
+            Label {
+                visible: extensionRepeater.count > 0 && settingsStep.wizard.importCategories.indexOf("extensions") >= 0
+                text: qsTr("Extensions to bring over")
+            }
+            Repeater {
+                id: extensionRepeater
+                model: settingsStep.wizard ? settingsStep.wizard.availableImportExtensions : null
+                delegate: CheckBox {
+                    required property var model
+                    visible: settingsStep.wizard.importCategories.indexOf("extensions") >= 0
+                    objectName: "importExtension:" + model.key
+                    text: model.name
+                    checked: model.checked
+                    Accessible.name: model.name
+                    onToggled: settingsStep.wizard.availableImportExtensions.setChecked(model.key, checked)
+                }
+            }
+        }
+    }
+
+    FolderDialog {
+        id: folderDialog
+        title: qsTr("Where to save the app")
+        currentFolder: settingsStep.wizard ? "file://" + settingsStep.wizard.appSaveLocation : ""
+        onAccepted: {
+            const chosen = decodeURIComponent(selectedFolder.toString().replace(/^file:\/\//, ""))
+            settingsStep.wizard.appSaveLocation = chosen
+        }
+    }
+    ColorDialog {
+        id: accentDialog
+        title: qsTr("Accent Colour")
+        selectedColor: settingsStep.wizard ? settingsStep.wizard.accentColor : "white"
+        onAccepted: settingsStep.wizard.accentColor = selectedColor
+    }
+}

@@ -1,0 +1,380 @@
+// The creation wizard and the editor as a person uses them: what each step shows, what it lets
+// through, and what creation leaves on screen.
+
+#include "DesktopHarness.h"
+
+#include "desktop/DesktopShell.h"
+
+#include "core/BrowserCatalogue.h"
+#include "core/UserDefaults.h"
+#include "frontend/AppCreationWizardStore.h"
+#include "frontend/AppSuggestionsStore.h"
+#include "frontend/CustomQuickSetupList.h"
+#include "frontend/EngineChoices.h"
+#include "frontend/HomescreenStore.h"
+#include "frontend/InstalledBrowsers.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The main window with the wizard open on a new app (or on `editId`, an existing one).
+class Wizard
+{
+public:
+    explicit Wizard(const std::function<void(DesktopHarness &)> &before = {}, bool edit = false)
+    {
+        if (before)
+            before(app);
+        if (edit)
+            editedId = app.seedApp(u"Mail"_s, {u"https://mail.example.invalid/"_s});
+        QString error;
+        loaded = app.load(&error);
+        EXPECT_TRUE(loaded) << error.toStdString();
+        if (edit)
+            EXPECT_TRUE(home().editApp(editedId));
+        else
+            home().newApp();
+        // The page has slid in when the keyboard is in its first field.
+        opened = DesktopHarness::waitFor([this] { return item(u"appNameField"_s) && item(u"appNameField"_s)->hasActiveFocus(); });
+    }
+
+    // Every step is drawn without a QML warning.
+    ~Wizard() { EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString(); }
+
+    HomescreenStore &home() { return app.shell().home(); }
+    AppCreationWizardStore *store() { return home().wizard(); }
+
+    // The harness finds objects by their QObject parents; the rows of a Repeater have visual
+    // parents only, so the wizard's controls are looked up in the drawn tree.
+    QQuickItem *item(const QString &name)
+    {
+        std::function<QQuickItem *(QQuickItem *)> walk = [&](QQuickItem *at) -> QQuickItem * {
+            if (at->objectName() == name)
+                return at;
+            for (QQuickItem *child : at->childItems())
+                if (QQuickItem *found = walk(child))
+                    return found;
+            return nullptr;
+        };
+        QQuickItem *root = app.window()->contentItem();
+        return walk(root->parentItem() ? root->parentItem() : root); // with the popups' overlay
+    }
+    QStringList named(const QString &prefix)
+    {
+        QStringList names;
+        std::function<void(QQuickItem *)> walk = [&](QQuickItem *at) {
+            if (at->objectName().startsWith(prefix) && at->isVisible() && !names.contains(at->objectName()))
+                names.append(at->objectName());
+            for (QQuickItem *child : at->childItems())
+                walk(child);
+        };
+        walk(app.window()->contentItem());
+        return names;
+    }
+    QString text(const QString &name) { return item(name) ? item(name)->property("text").toString() : u"<none>"_s; }
+    bool visible(const QString &name) { return item(name) && item(name)->isVisible(); }
+    bool checked(const QString &name) { return item(name) && item(name)->property("checked").toBool(); }
+    bool usable(const QString &name)
+    {
+        QQuickItem *control = item(name);
+        EXPECT_TRUE(control && control->isVisible() && control->isEnabled()) << name.toStdString() << " is not usable";
+        return control && control->isVisible() && control->isEnabled();
+    }
+    void click(const QString &name)
+    {
+        if (!usable(name))
+            return;
+        QQuickItem *control = item(name);
+        const QPointF centre = control->mapToScene(QPointF(control->width() / 2, control->height() / 2));
+        QTest::mouseClick(control->window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+        app.settle();
+    }
+    void type(const QString &name, const QString &text)
+    {
+        if (!usable(name))
+            return;
+        QQuickItem *field = item(name);
+        field->forceActiveFocus(Qt::TabFocusReason);
+        QMetaObject::invokeMethod(field, "selectAll");
+        QTest::keyClick(field->window(), Qt::Key_Backspace);
+        for (const QChar character : text) {
+            for (QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+                QKeyEvent event(type, 0, Qt::NoModifier, QString(character));
+                QCoreApplication::sendEvent(field->window(), &event);
+            }
+        }
+        app.settle();
+        EXPECT_EQ(field->property("text").toString(), text);
+    }
+    void fillBasics(const QString &name, const QString &url)
+    {
+        type(u"appNameField"_s, name);
+        type(u"appURLField"_s, url);
+    }
+    // Moves on with Next until the step is shown.
+    void goTo(AppCreationWizardStore::WizardStep step)
+    {
+        while (store() && store()->currentStep() < step) {
+            const auto before = store()->currentStep();
+            click(u"nextButton"_s);
+            ASSERT_NE(store()->currentStep(), before) << store()->validationMessages().join(u", "_s).toStdString();
+        }
+    }
+
+    DesktopHarness app;
+    QString editedId;
+    bool loaded = false;
+    bool opened = false;
+};
+
+} // namespace
+
+// Next is held back by the store's messages beside the fields and lets a valid step through;
+// Enter is Next and Escape closes the wizard.
+TEST(WizardPage, NextWaitsForAValidNameAndAddress)
+{
+    struct Case
+    {
+        const char *name;
+        QString appName, url;
+        QString nameMessage, urlMessage;
+    };
+    const QList<Case> cases{
+        {"empty", {}, {}, u"App name is required"_s, u"App URL is required"_s},
+        {"bad", u"Work/Home"_s, u"http://"_s, u"App name contains invalid characters"_s, u"Please enter a valid URL"_s},
+        {"good", u"Mail"_s, u"https://mail.example.invalid/"_s, {}, {}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        Wizard wizard;
+        ASSERT_TRUE(wizard.opened);
+        if (!c.appName.isEmpty())
+            wizard.fillBasics(c.appName, c.url);
+        wizard.app.key(Qt::Key_Return);
+        const bool passes = c.nameMessage.isEmpty();
+        EXPECT_EQ(wizard.visible(u"appNameMessages"_s), !passes);
+        EXPECT_EQ(wizard.text(u"appNameMessages"_s), c.nameMessage);
+        EXPECT_EQ(wizard.text(u"appURLMessages"_s), c.urlMessage);
+        EXPECT_EQ(wizard.visible(u"appNameField"_s), !passes);
+        EXPECT_EQ(wizard.visible(u"browserList"_s), passes);
+        EXPECT_EQ(wizard.text(u"step:1"_s), u"2 Browser"_s);
+
+        wizard.app.key(Qt::Key_Escape);
+        EXPECT_TRUE(DesktopHarness::waitFor([&] { return wizard.store() == nullptr; }));
+    }
+}
+
+// A suggestion fills the name and the address the person then sees in the fields.
+TEST(WizardPage, ASuggestionFillsTheBasics)
+{
+    Wizard wizard;
+    ASSERT_TRUE(wizard.opened);
+    const QStringList offered = wizard.named(u"suggestion:"_s);
+    ASSERT_FALSE(offered.isEmpty());
+    const QString name = offered.last();
+    const QVariantMap values = wizard.app.shell().suggestions().wizardValues(name.mid(name.indexOf(u':') + 1));
+    wizard.click(name);
+    EXPECT_EQ(wizard.text(u"appNameField"_s), values.value(u"appName"_s).toString());
+    EXPECT_EQ(wizard.text(u"appURLField"_s), values.value(u"appURL"_s).toString());
+    EXPECT_FALSE(wizard.text(u"appNameField"_s).isEmpty());
+}
+
+// The browser step lists the installed engines only, each with its word on link routing, and
+// picks the first of them for a new app.
+TEST(WizardPage, TheBrowserStepListsTheInstalledEngines)
+{
+    Wizard wizard([](DesktopHarness &app) {
+        UserDefaults &defaults = app.test().context().defaults();
+        for (const BrowserInfo &browser : BrowserCatalogue::all())
+            if (browser.typeKey != u"chromium"_s)
+                defaults.setValue(browser.settingsKey, QString(app.test().root() + u"/missing"_s));
+        defaults.setValue(u"bravePath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+    });
+    ASSERT_TRUE(wizard.opened);
+    wizard.fillBasics(u"Mail"_s, u"https://mail.example.invalid/"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Browser);
+
+    QStringList expected;
+    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+        const bool installed = browser.typeKey == u"brave"_s || browser.typeKey == u"chromium"_s ||
+                               QFileInfo::exists(InstalledBrowsers::defaultPath(browser.number));
+        if (installed)
+            expected.append(u"browser:"_s + browser.browserName);
+        else
+            EXPECT_EQ(wizard.item(u"browser:"_s + browser.browserName), nullptr) << browser.browserName.toStdString();
+    }
+    EXPECT_EQ(wizard.named(u"browser:"_s), expected);
+    const QString braveName = BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName;
+    EXPECT_EQ(wizard.text(u"browserRouting:"_s + braveName), EngineChoices::linkRoutingNote(CompanionSupport::Routing::Yes));
+    EXPECT_TRUE(wizard.checked(expected.first()));
+}
+
+// The tabs editor comes with the tabbed switch; private mode turns tabs on and keeps them on.
+TEST(WizardPage, TabsFollowTheTabbedSwitchAndPrivateMode)
+{
+    Wizard wizard;
+    ASSERT_TRUE(wizard.opened);
+    wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    EXPECT_FALSE(wizard.visible(u"tabsEditor"_s));
+    wizard.click(u"tabbedSwitch"_s);
+    EXPECT_TRUE(wizard.visible(u"tabsEditor"_s));
+    wizard.click(u"addTabButton"_s);
+    wizard.click(u"addTabButton"_s);
+    wizard.type(u"tabField:1"_s, u"https://docs.example.invalid/"_s);
+    wizard.click(u"tabUpButton:1"_s);
+    EXPECT_EQ(wizard.text(u"tabField:0"_s), u"https://docs.example.invalid/"_s);
+    EXPECT_EQ(wizard.text(u"tabField:1"_s), QString()); // a blank tab may stand while editing
+    wizard.click(u"tabbedSwitch"_s);
+    EXPECT_FALSE(wizard.visible(u"tabsEditor"_s));
+
+    wizard.click(u"incognitoSwitch"_s);
+    EXPECT_TRUE(wizard.checked(u"tabbedSwitch"_s));
+    EXPECT_FALSE(wizard.item(u"tabbedSwitch"_s)->isEnabled());
+    EXPECT_TRUE(wizard.visible(u"tabsEditor"_s));
+    EXPECT_TRUE(wizard.visible(u"incognitoTabsNote"_s));
+}
+
+// "Add several rules" turns a pasted list into one row per domain, in order.
+TEST(WizardPage, AddSeveralRulesAddsARowPerDomain)
+{
+    Wizard wizard;
+    ASSERT_TRUE(wizard.opened);
+    wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.click(u"addSeveralRulesButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"severalRulesField"_s); }));
+    wizard.type(u"severalRulesField"_s, u"a.example, b.example *.c.example"_s);
+    wizard.click(u"severalRulesAddButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return !wizard.visible(u"severalRulesField"_s); }));
+    EXPECT_EQ(wizard.text(u"rulePattern:0"_s), u"a.example"_s);
+    EXPECT_EQ(wizard.text(u"rulePattern:1"_s), u"b.example"_s);
+    EXPECT_EQ(wizard.text(u"rulePattern:2"_s), u"*.c.example"_s);
+    EXPECT_EQ(wizard.item(u"rulePattern:3"_s), nullptr);
+    EXPECT_EQ(wizard.store()->routingRules()->count(), 3);
+}
+
+// The review shows the choices; a failed creation shows the store's alert and leaves every
+// field as it was.
+TEST(WizardPage, AFailedCreationShowsTheErrorAndKeepsTheChoices)
+{
+    Wizard wizard;
+    ASSERT_TRUE(wizard.opened);
+    wizard.fillBasics(u"Mail"_s, u"https://mail.example.invalid/"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.click(u"incognitoSwitch"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Review);
+    EXPECT_EQ(wizard.text(u"review:name"_s), u"Mail"_s);
+    EXPECT_EQ(wizard.text(u"review:address"_s), u"https://mail.example.invalid/"_s);
+    EXPECT_EQ(wizard.text(u"review:browser"_s), wizard.store()->selectedBrowserName());
+    EXPECT_EQ(wizard.text(u"review:incognito"_s), u"Yes"_s);
+    EXPECT_EQ(wizard.text(u"review:window"_s), u"Tabs"_s);
+    EXPECT_EQ(wizard.text(u"createButton"_s), u"Create"_s);
+
+    // The folder the app goes to is a file: creation cannot write there.
+    const QString blocked = wizard.app.test().root() + u"/not-a-folder"_s;
+    QFile file(blocked);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    wizard.store()->setProperty("appSaveLocation", blocked);
+    wizard.click(u"createButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"creationErrorText"_s); }));
+    EXPECT_EQ(wizard.text(u"creationErrorTitle"_s), u"App Creation Failed"_s);
+    EXPECT_FALSE(wizard.store()->creationError().isEmpty());
+    EXPECT_EQ(wizard.text(u"creationErrorText"_s), wizard.store()->creationError());
+    wizard.click(u"creationErrorOkButton"_s);
+    EXPECT_TRUE(DesktopHarness::waitFor([&] { return !wizard.visible(u"creationErrorText"_s); }));
+    EXPECT_FALSE(wizard.store()->showingError());
+    EXPECT_FALSE(wizard.visible(u"successView"_s));
+    EXPECT_TRUE(wizard.visible(u"createButton"_s));
+    EXPECT_EQ(wizard.text(u"review:name"_s), u"Mail"_s);
+    EXPECT_EQ(wizard.text(u"appNameField"_s), u"Mail"_s);
+    EXPECT_FALSE(QFileInfo::exists(wizard.app.bundle(u"Mail"_s)));
+}
+
+// In the editor another engine is only taken after the warning; Cancel keeps the app's engine,
+// and saving ends in the success view, whose Done closes the editor.
+TEST(WizardPage, TheEditorWarnsBeforeAnotherEngine)
+{
+    Wizard wizard(
+        [](DesktopHarness &app) {
+            app.test().context().defaults().setValue(u"bravePath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
+        },
+        true);
+    ASSERT_TRUE(wizard.opened);
+    EXPECT_EQ(wizard.text(u"wizardTitle"_s), u"Edit App"_s);
+    EXPECT_EQ(wizard.text(u"appNameField"_s), u"Mail"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Browser);
+    EXPECT_TRUE(wizard.checked(u"browser:Chromium"_s));
+
+    wizard.click(u"browser:"_s + BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"engineSwitchText"_s); }));
+    EXPECT_EQ(wizard.text(u"engineSwitchText"_s), wizard.store()->engineSwitchWarningText());
+    EXPECT_TRUE(wizard.text(u"engineSwitchText"_s).contains(u"before switching its engine"_s));
+    wizard.click(u"engineSwitchCancelButton"_s);
+    EXPECT_TRUE(DesktopHarness::waitFor([&] { return !wizard.visible(u"engineSwitchText"_s); }));
+    EXPECT_EQ(wizard.store()->selectedBrowser(), int(BrowserCatalogue::Chromium));
+    EXPECT_TRUE(wizard.checked(u"browser:Chromium"_s));
+    EXPECT_FALSE(wizard.checked(u"browser:"_s + BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName));
+
+    wizard.goTo(AppCreationWizardStore::WizardStep::Review);
+    EXPECT_EQ(wizard.text(u"createButton"_s), u"Save"_s);
+    // The progress is on screen (a frame was drawn with it) before the blocking update starts.
+    bool progressShown = false;
+    int framesWithProgress = 0;
+    QObject::connect(wizard.app.window(), &QQuickWindow::frameSwapped, wizard.store(), [&] {
+        framesWithProgress += wizard.visible(u"creationOverlay"_s) ? 1 : 0;
+    });
+    QObject::connect(wizard.store(), &AppCreationWizardStore::creationStateChanged, wizard.store(), [&] {
+        if (wizard.store()->isCreatingApp())
+            progressShown = progressShown || framesWithProgress > 0;
+    });
+    wizard.click(u"createButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"doneButton"_s); }, 20000))
+        << wizard.store()->creationError().toStdString();
+    EXPECT_TRUE(progressShown);
+    EXPECT_EQ(wizard.text(u"successTitle"_s), u"Mail is saved"_s);
+    wizard.click(u"doneButton"_s);
+    EXPECT_TRUE(DesktopHarness::waitFor([&] { return wizard.store() == nullptr; }));
+}
+
+// The tabs saved as a quick setup under the proposed name come back with one click, until the
+// setup is deleted.
+TEST(WizardPage, QuickSetupsAreSavedUsedAndDeleted)
+{
+    Wizard wizard;
+    ASSERT_TRUE(wizard.opened);
+    wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
+    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.click(u"tabbedSwitch"_s);
+    wizard.click(u"addTabButton"_s);
+    wizard.click(u"addTabButton"_s);
+    wizard.type(u"tabField:0"_s, u"https://mail.example.org/"_s);
+    wizard.type(u"tabField:1"_s, u"https://docs.example.org/"_s);
+    wizard.click(u"backButton"_s);
+    wizard.click(u"backButton"_s);
+
+    wizard.click(u"saveSetupButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"setupNameField"_s); }));
+    EXPECT_EQ(wizard.text(u"setupNameField"_s), u"Mail.example.org + Docs.example.org Setup"_s);
+    EXPECT_EQ(wizard.text(u"setupDescriptionField"_s), u"2 sites configuration"_s);
+    wizard.type(u"setupNameField"_s, u"Office"_s);
+    wizard.click(u"setupSaveButton"_s);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"quickSetup:Office"_s); }));
+
+    wizard.store()->tabs()->setUrls({u"https://other.example.org/"_s});
+    wizard.click(u"applySetupButton:Office"_s);
+    EXPECT_EQ(wizard.store()->tabs()->urls(), (QStringList{u"https://mail.example.org/"_s, u"https://docs.example.org/"_s}));
+    wizard.click(u"deleteSetupButton:Office"_s);
+    EXPECT_EQ(wizard.item(u"quickSetup:Office"_s), nullptr);
+    EXPECT_EQ(wizard.store()->customQuickSetups()->count(), 0);
+}
