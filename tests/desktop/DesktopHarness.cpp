@@ -10,6 +10,7 @@
 #include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QSet>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -85,34 +86,55 @@ QString DesktopHarness::seedApp(const QString &name, const QStringList &urls, bo
     return manager.created().appID;
 }
 
-QObject *DesktopHarness::find(const QString &objectName) const
+namespace {
+
+// Items a Repeater or a view makes have no QObject parent, only a parent item: walk both trees.
+void collect(QObject *object, const std::function<bool(QObject *)> &visit, QSet<QObject *> &seen)
 {
-    for (QObject *root : m_shell->engine().rootObjects()) {
-        if (root->objectName() == objectName)
-            return root;
-        if (QObject *found = root->findChild<QObject *>(objectName))
-            return found;
+    if (!object || seen.contains(object))
+        return;
+    seen.insert(object);
+    if (!visit(object))
+        return;
+    for (QObject *child : object->children())
+        collect(child, visit, seen);
+    if (auto *item = qobject_cast<QQuickItem *>(object)) {
+        for (QQuickItem *child : item->childItems())
+            collect(child, visit, seen);
     }
+}
+
+} // namespace
+
+QList<QObject *> DesktopHarness::matching(const std::function<bool(const QString &)> &test, bool firstOnly) const
+{
+    QList<QObject *> found;
+    QSet<QObject *> seen;
+    const auto visit = [&](QObject *object) {
+        if (firstOnly && !found.isEmpty())
+            return false;
+        if (test(object->objectName()))
+            found.append(object);
+        return true;
+    };
+    for (QObject *root : m_shell->engine().rootObjects())
+        collect(root, visit, seen);
     // Popups and dialogs live in a window's overlay, which is not always below their QML parent.
     for (QWindow *window : QGuiApplication::allWindows()) {
-        if (auto *quick = qobject_cast<QQuickWindow *>(window)) {
-            if (QObject *found = quick->contentItem()->findChild<QObject *>(objectName))
-                return found;
-        }
+        if (auto *quick = qobject_cast<QQuickWindow *>(window))
+            collect(quick->contentItem(), visit, seen);
     }
-    return nullptr;
+    return found;
+}
+
+QObject *DesktopHarness::find(const QString &objectName) const
+{
+    return matching([&](const QString &name) { return name == objectName; }, true).value(0);
 }
 
 QList<QObject *> DesktopHarness::findAll(const QString &prefix) const
 {
-    QList<QObject *> found;
-    for (QObject *root : m_shell->engine().rootObjects()) {
-        for (QObject *child : root->findChildren<QObject *>()) {
-            if (child->objectName().startsWith(prefix) && !found.contains(child))
-                found.append(child);
-        }
-    }
-    return found;
+    return matching([&](const QString &name) { return name.startsWith(prefix); }, false);
 }
 
 QQuickItem *DesktopHarness::visibleItem(const QString &objectName, QString *why) const

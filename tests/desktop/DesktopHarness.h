@@ -70,6 +70,7 @@ public:
     const QStringList &qmlWarnings() const { return m_qmlWarnings; }
 
 private:
+    QList<QObject *> matching(const std::function<bool(const QString &)> &test, bool firstOnly) const;
     QQuickItem *visibleItem(const QString &objectName, QString *why) const;
 
     TestContext m_test;

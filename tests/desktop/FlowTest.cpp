@@ -30,6 +30,15 @@ QString textOf(DesktopHarness &app, const QString &objectName)
     return object ? object->property("text").toString() : u"<no %1>"_s.arg(objectName);
 }
 
+// The wizard has slid in and takes clicks.
+bool wizardReady(DesktopHarness &app)
+{
+    return DesktopHarness::waitFor([&] {
+        QObject *page = app.find(u"wizardPage"_s);
+        return page && page->property("ready").toBool();
+    });
+}
+
 // Next through the three steps before the review, then Create (or Save), then Done.
 void finishWizard(DesktopHarness &app)
 {
@@ -66,7 +75,7 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
 
     // Made: only the address is typed; the site names the app and gives its icon.
     ASSERT_TRUE(app.click(u"createFirstAppButton"_s));
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"wizardPage"_s); }));
+    ASSERT_TRUE(wizardReady(app));
     ASSERT_TRUE(app.type(u"appURLField"_s, site.url().toString(), &error)) << error.toStdString();
     app.key(Qt::Key_Tab);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return textOf(app, u"appNameField"_s) == u"Team Desk"_s; }, 15000))
@@ -81,7 +90,7 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
 
     // Renamed in the editor: the same app, its bundle and menu entry under the new name.
     ASSERT_EQ(openMenuAction(app, u"editAction"_s, u"Team Desk"_s), QString());
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"wizardPage"_s); }));
+    ASSERT_TRUE(wizardReady(app));
     ASSERT_TRUE(app.type(u"appNameField"_s, u"Team Hub"_s, &error)) << error.toStdString();
     finishWizard(app);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"app:Team Hub"_s); }));
@@ -93,7 +102,7 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
 
     // Duplicated: the wizard opens on the first free name; cancelling makes nothing.
     ASSERT_EQ(openMenuAction(app, u"duplicateAction"_s, u"Team Hub"_s), QString());
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"wizardPage"_s); }));
+    ASSERT_TRUE(wizardReady(app));
     EXPECT_EQ(textOf(app, u"appNameField"_s), u"Team Hub 2"_s);
     ASSERT_TRUE(app.click(u"cancelButton"_s));
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
