@@ -53,67 +53,29 @@ public:
     HomescreenStore &home() { return app.shell().home(); }
     AppCreationWizardStore *store() { return home().wizard(); }
 
-    // The harness finds objects by their QObject parents; the rows of a Repeater have visual
-    // parents only, so the wizard's controls are looked up in the drawn tree.
-    QQuickItem *item(const QString &name)
-    {
-        std::function<QQuickItem *(QQuickItem *)> walk = [&](QQuickItem *at) -> QQuickItem * {
-            if (at->objectName() == name)
-                return at;
-            for (QQuickItem *child : at->childItems())
-                if (QQuickItem *found = walk(child))
-                    return found;
-            return nullptr;
-        };
-        QQuickItem *root = app.window()->contentItem();
-        return walk(root->parentItem() ? root->parentItem() : root); // with the popups' overlay
-    }
+    QQuickItem *item(const QString &name) { return app.find<QQuickItem>(name); }
     QStringList named(const QString &prefix)
     {
         QStringList names;
-        std::function<void(QQuickItem *)> walk = [&](QQuickItem *at) {
-            if (at->objectName().startsWith(prefix) && at->isVisible() && !names.contains(at->objectName()))
-                names.append(at->objectName());
-            for (QQuickItem *child : at->childItems())
-                walk(child);
-        };
-        walk(app.window()->contentItem());
+        for (QObject *object : app.findAll(prefix)) {
+            auto *shown = qobject_cast<QQuickItem *>(object);
+            if (shown && shown->isVisible() && !names.contains(object->objectName()))
+                names.append(object->objectName());
+        }
         return names;
     }
     QString text(const QString &name) { return item(name) ? item(name)->property("text").toString() : u"<none>"_s; }
     bool visible(const QString &name) { return item(name) && item(name)->isVisible(); }
     bool checked(const QString &name) { return item(name) && item(name)->property("checked").toBool(); }
-    bool usable(const QString &name)
-    {
-        QQuickItem *control = item(name);
-        EXPECT_TRUE(control && control->isVisible() && control->isEnabled()) << name.toStdString() << " is not usable";
-        return control && control->isVisible() && control->isEnabled();
-    }
     void click(const QString &name)
     {
-        if (!usable(name))
-            return;
-        QQuickItem *control = item(name);
-        const QPointF centre = control->mapToScene(QPointF(control->width() / 2, control->height() / 2));
-        QTest::mouseClick(control->window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
-        app.settle();
+        QString why;
+        EXPECT_TRUE(app.click(name, &why)) << why.toStdString();
     }
     void type(const QString &name, const QString &text)
     {
-        if (!usable(name))
-            return;
-        QQuickItem *field = item(name);
-        field->forceActiveFocus(Qt::TabFocusReason);
-        QMetaObject::invokeMethod(field, "selectAll");
-        QTest::keyClick(field->window(), Qt::Key_Backspace);
-        for (const QChar character : text) {
-            for (QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-                QKeyEvent event(type, 0, Qt::NoModifier, QString(character));
-                QCoreApplication::sendEvent(field->window(), &event);
-            }
-        }
-        app.settle();
-        EXPECT_EQ(field->property("text").toString(), text);
+        QString why;
+        EXPECT_TRUE(app.type(name, text, &why)) << why.toStdString();
     }
     void fillBasics(const QString &name, const QString &url)
     {
