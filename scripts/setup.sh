@@ -8,12 +8,16 @@ repo="$(cd "$(dirname "$0")/.." && pwd)"
 packages=(
     cmake ninja-build g++ pkg-config git
     qt6-base-dev qt6-image-formats-plugins qt6-declarative-dev qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
+    qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
+    qml6-module-qtquick-window qml6-module-qtquick-dialogs qt6-qpa-plugins
+    xvfb xauth x11-utils xdotool
     libplist-dev libtiff-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools
     procps
     clang libclang-rt-14-dev
     chromium
+    xvfb x11-utils
 )
 # The extension's tests and the end-to-end harness run on Node; any recent Node will do.
 if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then

@@ -5,6 +5,7 @@
 #include "BulkCommand.h"
 #include "CreateCommand.h"
 #include "DeleteCommand.h"
+#include "DesktopEntriesCommand.h"
 #include "EditCommand.h"
 #include "ExportCommand.h"
 #include "ImportCommand.h"
@@ -44,6 +45,7 @@ std::vector<std::unique_ptr<Command>> commands()
     list.push_back(std::make_unique<ProfilesCommand>());
     list.push_back(std::make_unique<IconCommand>());
     list.push_back(std::make_unique<RegistryCommand>());
+    list.push_back(std::make_unique<DesktopEntriesCommand>());
     list.push_back(std::make_unique<ScriptCommand>());
     list.push_back(std::make_unique<OpenUrlCommand>());
     return list;
@@ -55,7 +57,7 @@ QString usage(const std::vector<std::unique_ptr<Command>> &list)
                                   "Turns web sites into stand-alone desktop apps.\n\n"
                                   "Commands:\n");
     for (const auto &command : list)
-        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(11), command->description());
+        text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(15), command->description());
     text += QStringLiteral("\nOptions:\n"
                            "  --help     Show this help; `sorvane <command> --help` shows a command's options.\n"
                            "  --version  Show Sorvane's version.\n");

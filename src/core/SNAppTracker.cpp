@@ -2,6 +2,7 @@
 
 #include "core/Clock.h"
 #include "core/Context.h"
+#include "core/DesktopEntries.h"
 #include "core/FileLock.h"
 #include "core/Ids.h"
 #include "core/Logger.h"
@@ -80,6 +81,11 @@ void SNAppTracker::updateAppTracker(const QString &appId, const QString &path)
 
 void SNAppTracker::deleteAppFromTracker(const QString &appId)
 {
+    // Every way an app leaves the registry (deletion, a replaced app, a failed creation) passes
+    // here, so its menu entry goes with its record.
+    QString reason;
+    if (DesktopEntries::isSafeAppId(appId) && !DesktopEntries(m_context).removeAppEntry(appId, &reason))
+        Logger::log(reason);
     getAppBundle();
     if (!QFileInfo::exists(trackerPath()))
         return;

@@ -2,6 +2,7 @@
 
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
+#include "core/DesktopEntries.h"
 #include "core/FileLock.h"
 #include "core/Logger.h"
 #include "core/PropertyList.h"
@@ -144,6 +145,7 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         m_rebuilt = true;
     }
     edited.appItem.appName = newName;
+    DesktopEntries(m_context).refreshAppEntry(edited.appId, edited.path);
     m_result = edited;
     Logger::log(u"✅ In-place app update completed successfully"_s);
     Logger::log(u"- User data preserved: YES"_s);

@@ -2,6 +2,7 @@
 
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
+#include "core/DesktopEntries.h"
 #include "core/Logger.h"
 #include "core/Prompter.h"
 #include "core/SNAppTracker.h"
@@ -134,6 +135,7 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
             return failCreation({1, reason}, error);
         m_registeredAppID.clear();
         m_created.bundlePath = installed.bundle;
+        DesktopEntries(m_context).refreshAppEntry(m_created.appID, installed.bundle);
         // Without the companion there is nothing to route, and the engine is not asked.
         m_created.linkRouting = BundleWriter(m_context, m_definition, installed).includesCompanion()
                                     ? reportLinkRouting()

@@ -6,6 +6,7 @@
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
+#include "core/DesktopEntries.h"
 #include "core/Logger.h"
 #include "core/Platform.h"
 #include "core/ProcessRunner.h"
@@ -109,6 +110,8 @@ QString BundleWriter::scriptText(const QString &appID, QString *error) const
     inputs.shouldIncludeWLExt = includesCompanion();
     inputs.typeKey = browser.typeKey;
     inputs.trackerFragment = SNAppTracker(m_context).shellUpdateCode(appID);
+    if (!Platform::isMac())
+        inputs.windowClass = DesktopEntries::windowClass(appID);
     const QString enginePath = SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults());
     inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(enginePath, Platform::isMac());
     if (inputs.shouldIncludeWLExt) {

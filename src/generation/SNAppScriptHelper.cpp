@@ -4,6 +4,8 @@
 #include "core/Constants.h"
 #include "core/ShellEscaping.h"
 
+#include <QRegularExpression>
+
 #include <initializer_list>
 
 using namespace Qt::Literals::StringLiterals;
@@ -380,6 +382,15 @@ QStringList optionSwitches(const SNScriptInputs &inputs, bool loadExtension)
     return switches;
 }
 
+// The window class rides with the switches every start of the engine carries, the hand-off of a
+// link to a running engine included. It comes from the registry id; anything but a plain word is
+// left out, as the switches are split into words by the shell.
+QString windowClassSwitch(const QString &windowClass)
+{
+    static const QRegularExpression plainWord(u"\\A[A-Za-z0-9_-]+\\z"_s);
+    return plainWord.match(windowClass).hasMatch() ? u" --class="_s + windowClass : QString();
+}
+
 QString launchArrayHead(const QString &engine)
 {
     return fill(u"\nlaunchArray[0]=\"$PWD/../MacOS/%@\"\nlaunchArray[1]=\"--args\"", {dq(engine)});
@@ -470,7 +481,7 @@ QString SNAppScriptHelper::scriptText(const SNScriptInputs &inputs, QString *err
     QString text = u"#!/bin/bash\n#main part\nLINK=\"\"\nLINK+=\"$1\"\n"_s;
     text += u"# switches every launch of the engine binary carries (see SNAppScriptHelper "
             "extraEngineFlagsForBrowser:)\nENGINE_EXTRA_FLAGS=\""_s +
-            dq(extraEngineFlagsForBrowser(key)) + u"\"\n"_s;
+            dq(extraEngineFlagsForBrowser(key)) + windowClassSwitch(inputs.windowClass) + u"\"\n"_s;
     text += preLaunchValidatorScript(engine);
     text += linkHandOff(engine, tabbed, inputs.incognito);
     text += fill(Setup, {dq(inputs.appName), dq(inputs.engineBrowserPath), dq(browser.browserName),

@@ -22,5 +22,8 @@ struct SNScriptInputs
     QString typeKey = QStringLiteral("chrome"); // unknown keys mean Google Chrome
     QString trackerFragment;   // the registry's SNAppTracker::shellUpdateCode for this app's appID
     QString engineBrowserPath; // createEngine.sh's third argument (SNAppScriptHelper::browserPathArgument)
+    // The class the engine gives its windows (--class, Linux only), so that a desktop's task bar
+    // tells the app from the browser and from other apps; none when empty. Never user text.
+    QString windowClass;
     bool targetIsMac = Platform::isMac(); // which NativeMessagingHosts folders the copy loops use
 };

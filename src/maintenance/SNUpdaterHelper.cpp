@@ -4,6 +4,7 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Constants.h"
 #include "core/Context.h"
+#include "core/DesktopEntries.h"
 #include "core/EngineWatch.h"
 #include "core/FileLock.h"
 #include "core/LaunchServices.h"
@@ -192,6 +193,7 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     Logger::log(u"Executable updated successfully."_s);
     writer.setPermissions();
     refreshLaunchServicesRegistration(bundlePath);
+    DesktopEntries(context).refreshAppEntry(appID, bundlePath);
     return true;
 }
 

@@ -44,7 +44,8 @@ SNScriptInputs inputs(const QString &key, const QString &name, const QStringList
     return {.appName = name, .appURL = tabs.isEmpty() ? u"https://example.com/"_s : tabs.first(),
             .needTab = !tabs.isEmpty(), .tabsList = tabs, .incognito = incognito, .forceDarkMode = dark,
             .shouldIncludeWLExt = routing, .typeKey = key, .trackerFragment = u"\n\nFILE=/x/tracker.plist\n"_s,
-            .engineBrowserPath = u"/Applications/Some Browser.app"_s, .targetIsMac = mac};
+            .engineBrowserPath = u"/Applications/Some Browser.app"_s,
+            .windowClass = mac ? QString() : u"sorvane-APP-1"_s, .targetIsMac = mac};
     // clang-format on
 }
 

@@ -1,0 +1,97 @@
+#include "DesktopEntriesCommand.h"
+
+#include "core/DesktopEntries.h"
+
+#include "maintenance/SNRecentAppsManager.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+void DesktopEntriesCommand::addOptions(QCommandLineParser &parser)
+{
+    parser.addOption({u"sync"_s, u"Write every listed app's entry and icons (and Sorvane's own entry when "
+                                 "sorvane-desktop is installed beside sorvane); remove the entries and icons of "
+                                 "apps no longer registered."_s});
+}
+
+int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &context)
+{
+    const bool sync = parser.isSet(u"sync"_s);
+    const DesktopEntries entries(context);
+    QSet<QString> present;
+    for (const QString &id : entries.entryAppIds())
+        present.insert(id);
+
+    QVariantList written, missing, removed, orphans, failed;
+    QSet<QString> listed;
+    for (const SNAppItem &item : SNRecentAppsManager::loadAppItems(context)) {
+        listed.insert(item.appId);
+        const QVariantMap app{{u"appId"_s, item.appId}, {u"path"_s, item.path}};
+        if (!sync) {
+            if (!present.contains(item.appId))
+                missing.append(app);
+            continue;
+        }
+        QString error;
+        if (entries.writeAppEntry(item.appId, item.path, &error)) {
+            written.append(app);
+        } else {
+            failed.append(QVariantMap{{u"appId"_s, item.appId}, {u"error"_s, error}});
+            printError(u"sorvane desktop-entries: "_s + error);
+        }
+    }
+    for (const QString &id : std::as_const(present)) {
+        if (listed.contains(id))
+            continue;
+        QString error;
+        if (!sync) {
+            orphans.append(id);
+        } else if (entries.removeAppEntry(id, &error)) {
+            removed.append(id);
+        } else {
+            failed.append(QVariantMap{{u"appId"_s, id}, {u"error"_s, error}});
+            printError(u"sorvane desktop-entries: "_s + error);
+        }
+    }
+    QString sorvaneEntry;
+    const QString desktopProgram = QCoreApplication::applicationDirPath() + u"/sorvane-desktop"_s;
+    if (sync && QFileInfo(desktopProgram).isExecutable()) {
+        QString error;
+        if (entries.writeSorvaneEntry(desktopProgram, &error))
+            sorvaneEntry = entries.applicationsFolder() + u"/sorvane.desktop"_s;
+        else
+            printError(u"sorvane desktop-entries: "_s + error);
+    }
+
+    if (parser.isSet(u"json"_s)) {
+        QVariantMap report{{u"folder"_s, entries.applicationsFolder()}, {u"failed"_s, failed}};
+        if (sync) {
+            report.insert(u"written"_s, written);
+            report.insert(u"removed"_s, removed);
+            report.insert(u"sorvaneEntry"_s, sorvaneEntry);
+        } else {
+            report.insert(u"missing"_s, missing);
+            report.insert(u"orphans"_s, orphans);
+        }
+        printJson(report);
+    } else if (sync) {
+        for (const QVariant &app : std::as_const(written))
+            print(u"Wrote the entry of %1"_s.arg(app.toMap().value(u"path"_s).toString()));
+        for (const QVariant &id : std::as_const(removed))
+            print(u"Removed the entry of %1, no longer registered"_s.arg(id.toString()));
+        if (!sorvaneEntry.isEmpty())
+            print(u"Wrote %1"_s.arg(sorvaneEntry));
+    } else {
+        for (const QVariant &app : std::as_const(missing))
+            print(u"No entry for %1"_s.arg(app.toMap().value(u"path"_s).toString()));
+        for (const QVariant &id : std::as_const(orphans))
+            print(u"Entry of %1 has no registered app"_s.arg(id.toString()));
+        if (missing.isEmpty() && orphans.isEmpty())
+            printNote(u"Every listed app has its entry in %1."_s.arg(entries.applicationsFolder()), parser);
+    }
+    // A check that finds a gap fails, so scripts can act on it.
+    return !failed.isEmpty() || !missing.isEmpty() || !orphans.isEmpty() ? Failure : Success;
+}

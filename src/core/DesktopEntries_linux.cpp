@@ -1,0 +1,177 @@
+#include "core/AtomicWriter.h"
+#include "core/DesktopEntries.h"
+#include "core/Logger.h"
+#include "core/PropertyList.h"
+#include "core/SNImage.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString IconFilePrefix = u"sorvane-"_s;
+
+bool fail(QString *error, const QString &reason)
+{
+    if (error)
+        *error = reason;
+    return false;
+}
+
+// A key file can carry a line break, tab or carriage return (escaped), but no other control
+// character.
+bool hasUnwritableCharacter(const QString &text)
+{
+    return std::any_of(text.cbegin(), text.cend(), [](QChar c) {
+        return c.category() == QChar::Other_Control && c != u'\n' && c != u'\t' && c != u'\r';
+    });
+}
+
+// The "<s>x<s>" folders of the icon theme, by size.
+QList<int> iconSizeFolders(const QString &theme)
+{
+    static const QRegularExpression square(u"\\A([1-9][0-9]{0,4})x\\1\\z"_s);
+    QList<int> sizes;
+    for (const QString &name : QDir(theme).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QRegularExpressionMatch match = square.match(name);
+        if (match.hasMatch())
+            sizes << match.captured(1).toInt();
+    }
+    return sizes;
+}
+
+QString iconPath(const QString &theme, int size, const QString &appId)
+{
+    return u"%1/%2x%2/apps/%3%4.png"_s.arg(theme).arg(size).arg(IconFilePrefix, appId);
+}
+
+bool removeIfThere(const QString &path, QString *error)
+{
+    const QFileInfo file(path);
+    if (!file.exists() && !file.isSymLink())
+        return true;
+    return QFile::remove(path) || fail(error, u"%1 cannot be removed"_s.arg(path));
+}
+
+// One PNG per distinct square size of the icon, in the theme; the sizes written.
+QSet<int> installIcons(const QString &theme, const QString &icns, const QString &appId, QString *error)
+{
+    QSet<int> written;
+    if (!QFileInfo::exists(icns))
+        return written;
+    QString reason;
+    const SNImage image = SNImage::fromFile(icns, &reason);
+    if (image.isNull())
+        Logger::log(u"The menu icon of %1 cannot be read from %2: %3"_s.arg(appId, icns, reason));
+    for (const QImage &representation : image.representations()) {
+        const int size = representation.width();
+        if (size != representation.height() || written.contains(size))
+            continue;
+        const QString path = iconPath(theme, size, appId);
+        QByteArray png;
+        QBuffer buffer(&png);
+        if (!QDir().mkpath(QFileInfo(path).path()) || !buffer.open(QIODevice::WriteOnly) ||
+            !representation.save(&buffer, "PNG") || !AtomicWriter::write(path, png, &reason)) {
+            if (error && error->isEmpty())
+                *error = u"%1 cannot be written: %2"_s.arg(path, reason);
+            continue;
+        }
+        written.insert(size);
+    }
+    return written;
+}
+
+} // namespace
+
+bool DesktopEntries::writeAppEntry(const QString &appId, const QString &bundlePath, QString *error) const
+{
+    if (!isSafeAppId(appId))
+        return fail(error, u"No menu entry for the registry id \"%1\": it is not a plain id"_s.arg(appId));
+    if (!QDir::isAbsolutePath(bundlePath) || hasUnwritableCharacter(bundlePath))
+        return fail(error, u"No menu entry for %1: the app's path cannot be started from a menu"_s.arg(bundlePath));
+    const QString bundle = QDir::cleanPath(bundlePath);
+    const QVariantMap plist = PropertyList::readFile(bundle + u"/Contents/Info.plist"_s).toMap();
+    const QString executable = plist.value(u"CFBundleExecutable"_s).toString();
+    if (executable.isEmpty() || executable.contains(u'/') || executable == u".."_s || executable == u"."_s ||
+        hasUnwritableCharacter(executable))
+        return fail(error, u"No menu entry for %1: it names no launch program"_s.arg(bundle));
+
+    Entry entry;
+    // The launch program carries the app's name, and a rename renames it (Info.plist's display
+    // name stays as it was made).
+    entry.name = executable;
+    entry.program = bundle + u"/Contents/MacOS/"_s + executable;
+    entry.icon = IconFilePrefix + appId;
+    entry.windowClass = windowClass(appId);
+    entry.categories = {u"Network"_s};
+    // Apps registered as browsers name URL types in their Info.plist.
+    if (!plist.value(u"CFBundleURLTypes"_s).toList().isEmpty()) {
+        entry.passesLinks = true;
+        entry.categories << u"WebBrowser"_s;
+        entry.mimeTypes = {u"x-scheme-handler/http"_s, u"x-scheme-handler/https"_s, u"text/html"_s};
+    }
+
+    QString iconError;
+    const QString theme = iconThemeFolder();
+    const QSet<int> sizes = installIcons(theme, bundle + u"/Contents/Resources/icon.icns"_s, appId, &iconError);
+    for (const int size : iconSizeFolders(theme)) {
+        if (!sizes.contains(size))
+            removeIfThere(iconPath(theme, size, appId), &iconError);
+    }
+
+    QString reason;
+    if (!QDir().mkpath(applicationsFolder()) || !AtomicWriter::write(entryPath(appId), entryText(entry), &reason))
+        return fail(error, u"The menu entry %1 cannot be written: %2"_s.arg(entryPath(appId), reason));
+    if (!iconError.isEmpty())
+        return fail(error, iconError);
+    return true;
+}
+
+bool DesktopEntries::removeAppEntry(const QString &appId, QString *error) const
+{
+    if (!isSafeAppId(appId))
+        return fail(error, u"No menu entry to remove for the registry id \"%1\": it is not a plain id"_s.arg(appId));
+    bool removed = removeIfThere(entryPath(appId), error);
+    const QString theme = iconThemeFolder();
+    for (const int size : iconSizeFolders(theme))
+        removed = removeIfThere(iconPath(theme, size, appId), error) && removed;
+    return removed;
+}
+
+QStringList DesktopEntries::entryAppIds() const
+{
+    QStringList ids;
+    const QStringList names = QDir(applicationsFolder())
+                                  .entryList({u"sorvane-*.desktop"_s}, QDir::Files | QDir::System | QDir::Hidden,
+                                             QDir::Name);
+    for (const QString &name : names) {
+        const QString id = name.mid(IconFilePrefix.size()).chopped(QStringLiteral(".desktop").size());
+        if (isSafeAppId(id))
+            ids << id;
+    }
+    return ids;
+}
+
+bool DesktopEntries::writeSorvaneEntry(const QString &program, QString *error) const
+{
+    if (!QDir::isAbsolutePath(program) || hasUnwritableCharacter(program))
+        return fail(error, u"No menu entry for %1: it is not an absolute path"_s.arg(program));
+    Entry entry;
+    entry.name = u"Sorvane"_s;
+    entry.program = QDir::cleanPath(program);
+    entry.passesLinks = true;
+    entry.categories = {u"Network"_s, u"Utility"_s};
+    entry.mimeTypes = {u"x-scheme-handler/sorvane"_s};
+    const QString path = applicationsFolder() + u"/sorvane.desktop"_s;
+    QString reason;
+    if (!QDir().mkpath(applicationsFolder()) || !AtomicWriter::write(path, entryText(entry), &reason))
+        return fail(error, u"The menu entry %1 cannot be written: %2"_s.arg(path, reason));
+    return true;
+}

@@ -1,0 +1,126 @@
+#include "core/DesktopEntries.h"
+#include "support/TestContext.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// An entry file read the way the Desktop Entry Specification says, sharing no code with the
+// writer: "key=value" lines after the group header, values unescaped; "<bad line>" marks a line
+// that is neither.
+QStringList readEntry(const QByteArray &text)
+{
+    static const QRegularExpression keyLine(u"\\A([A-Za-z0-9-]+) *= *(.*)\\z"_s);
+    QStringList lines = QString::fromUtf8(text).split(u'\n', Qt::SkipEmptyParts);
+    if (lines.isEmpty() || lines.takeFirst() != u"[Desktop Entry]"_s)
+        return {u"<bad line>"_s};
+    for (QString &line : lines) {
+        const QRegularExpressionMatch match = keyLine.match(line);
+        if (!match.hasMatch()) {
+            line = u"<bad line>"_s;
+            continue;
+        }
+        QString value = match.captured(2);
+        for (qsizetype at = value.indexOf(u'\\'); at >= 0 && at + 1 < value.size(); at = value.indexOf(u'\\', at + 1)) {
+            const QChar code = value[at + 1];
+            value.replace(at, 2, code == u's' ? u" "_s : code == u'n' ? u"\n"_s : code == u't' ? u"\t"_s
+                                 : code == u'r' ? u"\r"_s : QString(code));
+        }
+        line = match.captured(1) + u'=' + value;
+    }
+    return lines;
+}
+
+// Exec's arguments, when Exec is one quoted program (inside the quotes '"', '`', '$' and '\' only
+// escaped, '%' only doubled) and an optional " %u"; empty otherwise.
+QStringList execArguments(const QString &exec)
+{
+    static const QRegularExpression form(u"\\A\"((?:[^\"`$\\\\%]|\\\\[\"`$\\\\]|%%)*)\"( %u)?\\z"_s);
+    static const QRegularExpression escaped(u"\\\\(.)|%(%)"_s, QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpressionMatch match = form.match(exec);
+    if (!match.hasMatch())
+        return {};
+    QString program = match.captured(1);
+    program.replace(escaped, u"\\1\\2"_s);
+    return match.captured(2).isEmpty() ? QStringList{program} : QStringList{program, u"%u"_s};
+}
+
+struct HostileCase
+{
+    const char *what;
+    QString name;
+    QString program;
+};
+
+const HostileCase hostileCases[] = {
+    {"plain", u"Mail"_s, u"/home/u/Apps/Mail.app/Contents/MacOS/Mail"_s},
+    {"line breaks that try to add keys", u"Evil\nExec=/bin/sh\n[Desktop Action x]"_s,
+     u"/home/u/Evil\nExec=sh.app/Contents/MacOS/Evil\nExec=sh"_s},
+    {"percent signs and field codes", u"100% %u %f"_s, u"/home/u/100% %u %%.app/Contents/MacOS/100% %u"_s},
+    {"quotes, dollars, backquotes and backslashes", u"Say \"hi\" $(rm -rf ~) `id` \\"_s,
+     u"/home/u/\"$(touch x)\" `id` \\n \\\\ '.app/Contents/MacOS/x"_s},
+    {"separators of key files and lists", u"a;b=c[d]#e"_s, u"/home/u/a;b=c[d]#e.app/Contents/MacOS/a;b=c"_s},
+    {"spaces, tabs and carriage returns", u"  spaced\tout\r"_s, u"/home/my apps/ x\t\r.app/Contents/MacOS/ x"_s},
+};
+
+} // namespace
+
+TEST(DesktopEntriesTest, HostileNamesAndPathsReadBackAsOneExecNamingTheProgram)
+{
+    for (const bool browser : {false, true}) {
+        for (const HostileCase &test : hostileCases) {
+            SCOPED_TRACE(std::string(test.what) + (browser ? ", registered as a browser" : ""));
+            const QStringList mimeTypes{u"x-scheme-handler/http"_s, u"x-scheme-handler/https"_s};
+            const DesktopEntries::Entry entry{test.name, test.program, u"sorvane-APP-1"_s,
+                                              DesktopEntries::windowClass(u"APP-1"_s), browser,
+                                              browser ? mimeTypes : QStringList(), {u"Network"_s}};
+            QStringList expected{u"Type=Application"_s, u"Version=1.5"_s, u"Name="_s + test.name,
+                                 u"Exec=<program>"_s, u"Icon=sorvane-APP-1"_s, u"StartupWMClass=sorvane-APP-1"_s,
+                                 u"Terminal=false"_s, u"Categories=Network;"_s};
+            if (browser)
+                expected << u"MimeType=x-scheme-handler/http;x-scheme-handler/https;"_s;
+            QStringList lines = readEntry(DesktopEntries::entryText(entry));
+            const qsizetype exec = std::find_if(lines.cbegin(), lines.cend(), [](const QString &line) {
+                return line.startsWith(u"Exec="_s);
+            }) - lines.cbegin();
+            ASSERT_LT(exec, lines.size());
+            const QStringList arguments = execArguments(lines[exec].mid(5));
+            EXPECT_EQ(arguments, (browser ? QStringList{test.program, u"%u"_s} : QStringList{test.program}));
+            lines[exec] = u"Exec=<program>"_s;
+            EXPECT_EQ(lines, expected);
+        }
+    }
+}
+
+TEST(DesktopEntriesTest, UnsafeRegistryIdsReachNoFile)
+{
+    TestContext test;
+    const DesktopEntries entries(test.context());
+    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    writeFile(dataHome + u"/victim.desktop"_s, "kept");
+    for (const QString &id : {u"../../victim"_s, u"a/b"_s, u""_s, u"x y"_s, u"a\nb"_s, QString(65, u'A')}) {
+        EXPECT_EQ(DesktopEntries::windowClass(id), QString()) << id.toStdString();
+        EXPECT_FALSE(entries.writeAppEntry(id, test.applicationsFolder() + u"/A.app"_s)) << id.toStdString();
+        EXPECT_FALSE(entries.removeAppEntry(id)) << id.toStdString();
+    }
+    EXPECT_EQ(readAll(dataHome + u"/victim.desktop"_s), "kept");
+    EXPECT_FALSE(QFileInfo::exists(entries.applicationsFolder()));
+}
+
+TEST(DesktopEntriesTest, SorvanesOwnEntryStartsTheDesktopProgramWithSorvaneLinks)
+{
+    TestContext test;
+    const DesktopEntries entries(test.context());
+    EXPECT_FALSE(entries.writeSorvaneEntry(u"sorvane-desktop"_s)) << "a relative program";
+    ASSERT_TRUE(entries.writeSorvaneEntry(u"/opt/So $orvane/sorvane-desktop"_s));
+    const QStringList lines = readEntry(readAll(entries.applicationsFolder() + u"/sorvane.desktop"_s));
+    EXPECT_TRUE(lines.contains(u"MimeType=x-scheme-handler/sorvane;"_s)) << lines.join(u'\n').toStdString();
+    EXPECT_TRUE(lines.contains(u"Exec=\"/opt/So \\$orvane/sorvane-desktop\" %u"_s)) << lines.join(u'\n').toStdString();
+}
