@@ -19,6 +19,17 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// A person types "mail.example.com"; the generator needs the scheme. An address that names a
+// scheme of its own keeps it, so that the generator refuses one that is not the web's.
+QString withScheme(const QString &address)
+{
+    return address.contains(u"://"_s) ? address : SNBulkAppsManager::normalisedAddress(address);
+}
+
+} // namespace
+
 BulkCreationStore::BulkCreationStore(Context &context, SNBulkAppsManager &list, QObject *parent)
     : QObject(parent), m_context(context), m_list(list)
 {
@@ -80,10 +91,9 @@ QList<SNBulkApp> BulkCreationStore::checkedRows(QString *error) const
     QList<SNBulkApp> rows = m_list.appsToCreate();
     for (qsizetype i = 0; i < rows.size(); ++i) {
         SNBulkApp &app = rows[i];
-        // A person types "mail.example.com"; the generator needs the scheme.
-        app.appURL = SNBulkAppsManager::normalisedAddress(app.appURL);
+        app.appURL = withScheme(app.appURL);
         for (SNTabModel &tab : app.tabsList)
-            tab.tabUrlString = SNBulkAppsManager::normalisedAddress(tab.tabUrlString);
+            tab.tabUrlString = withScheme(tab.tabUrlString);
         app.incognito = m_incognito;
         app.registerAsBrowser = m_registerAsBrowser;
         QString fault;

@@ -13,6 +13,7 @@
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSet>
 #include <QTest>
 #include <QThread>
 
@@ -86,18 +87,9 @@ QString DesktopHarness::seedApp(const QString &name, const QStringList &urls, bo
 
 QObject *DesktopHarness::find(const QString &objectName) const
 {
-    for (QObject *root : m_shell->engine().rootObjects()) {
-        if (root->objectName() == objectName)
-            return root;
-        if (QObject *found = root->findChild<QObject *>(objectName))
-            return found;
-    }
-    // Popups and dialogs live in a window's overlay, which is not always below their QML parent.
-    for (QWindow *window : QGuiApplication::allWindows()) {
-        if (auto *quick = qobject_cast<QQuickWindow *>(window)) {
-            if (QObject *found = quick->contentItem()->findChild<QObject *>(objectName))
-                return found;
-        }
+    for (QObject *object : everyObject()) {
+        if (object->objectName() == objectName)
+            return object;
     }
     return nullptr;
 }
@@ -105,10 +97,38 @@ QObject *DesktopHarness::find(const QString &objectName) const
 QList<QObject *> DesktopHarness::findAll(const QString &prefix) const
 {
     QList<QObject *> found;
-    for (QObject *root : m_shell->engine().rootObjects()) {
-        for (QObject *child : root->findChildren<QObject *>()) {
-            if (child->objectName().startsWith(prefix) && !found.contains(child))
-                found.append(child);
+    for (QObject *object : everyObject()) {
+        if (object->objectName().startsWith(prefix))
+            found.append(object);
+    }
+    return found;
+}
+
+QList<QObject *> DesktopHarness::everyObject() const
+{
+    // A view's delegates and a popup's contents are items shown below another item without
+    // being its QObject children, so both trees are walked.
+    QList<QObject *> found;
+    QSet<QObject *> seen;
+    const std::function<void(QObject *)> walk = [&](QObject *object) {
+        if (!object || seen.contains(object))
+            return;
+        seen.insert(object);
+        found.append(object);
+        for (QObject *child : object->children())
+            walk(child);
+        if (auto *item = qobject_cast<QQuickItem *>(object)) {
+            for (QQuickItem *child : item->childItems())
+                walk(child);
+        }
+    };
+    for (QObject *root : m_shell->engine().rootObjects())
+        walk(root);
+    // Popups and dialogs live in a window's overlay, which is not always below their QML parent.
+    for (QWindow *window : QGuiApplication::allWindows()) {
+        if (auto *quick = qobject_cast<QQuickWindow *>(window)) {
+            QQuickItem *content = quick->contentItem();
+            walk(content->parentItem() ? content->parentItem() : content);
         }
     }
     return found;

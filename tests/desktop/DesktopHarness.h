@@ -65,6 +65,8 @@ public:
     const QStringList &qmlWarnings() const { return m_qmlWarnings; }
 
 private:
+    // Every object of the app's windows, in tree order.
+    QList<QObject *> everyObject() const;
     QQuickItem *visibleItem(const QString &objectName, QString *why) const;
 
     TestContext m_test;

@@ -19,7 +19,7 @@ ApplicationWindow {
 
     title: qsTr("Settings")
     width: fontInfo.averageCharacterWidth * 90
-    height: fontInfo.height * 34
+    height: fontInfo.height * 46
     minimumWidth: fontInfo.averageCharacterWidth * 60
     minimumHeight: fontInfo.height * 20
 
@@ -35,6 +35,27 @@ ApplicationWindow {
     FontMetrics { id: fontInfo }
 
     onVisibleChanged: if (visible) settings.refreshInstalledBrowsers()
+
+    // A control reached with Tab is scrolled into view.
+    onActiveFocusItemChanged: {
+        const page = tabs.currentIndex === 0 ? defaultsPage : browsersPage
+        for (let item = activeFocusItem; item; item = item.parent) {
+            if (item === page) {
+                reveal(page, activeFocusItem)
+                return
+            }
+        }
+    }
+
+    function reveal(page, item) {
+        const flickable = page.contentItem
+        const top = item.mapToItem(flickable.contentItem, 0, 0).y - fontInfo.height / 2
+        const bottom = top + item.height + fontInfo.height
+        if (top < flickable.contentY)
+            flickable.contentY = Math.max(0, top)
+        else if (bottom > flickable.contentY + flickable.height)
+            flickable.contentY = bottom - flickable.height
+    }
 
     Shortcut {
         sequences: [StandardKey.Close, "Escape"]
@@ -135,6 +156,7 @@ ApplicationWindow {
                             Label { text: qsTr("Icon shape") }
                             ComboBox {
                                 objectName: "iconShapeBox"
+                                implicitContentWidthPolicy: ComboBox.WidestText
                                 // In the order of IconShape.Shape.
                                 model: settingsWindow.settings.iconShapeValues.map(v => settingsWindow.shapeLabels[v] || v)
                                 currentIndex: settingsWindow.settings.defaultIconShape
