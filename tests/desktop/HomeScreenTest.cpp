@@ -146,3 +146,32 @@ INSTANTIATE_TEST_SUITE_P(Cases, HomeScreenDelete,
                          ::testing::Values(DeleteCase{"Confirmed", 0, true}, DeleteCase{"Cancelled", 1, false},
                                            DeleteCase{"Escape", -1, false}),
                          [](const auto &row) { return std::string(row.param.label); });
+
+TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
+{
+    DesktopHarness app;
+    app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
+    app.seedApp(u"Notes"_s, {u"https://notes.example.com/"_s});
+    ASSERT_TRUE(app.load());
+    app.settle();
+    // From the search field, Down goes to the first tile and Right to the next one.
+    ASSERT_TRUE(app.type(u"searchField"_s, {}));
+    app.key(Qt::Key_Down);
+    app.key(Qt::Key_Right);
+    const auto *notes = app.find<QQuickItem>(u"app:Notes"_s);
+    ASSERT_NE(notes, nullptr);
+    EXPECT_TRUE(notes->hasActiveFocus());
+
+    // Shift+F10 opens its menu; Escape closes it.
+    app.key(Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_TRUE(isVisible(app, u"deleteAction:Notes"_s));
+    app.key(Qt::Key_Escape);
+    EXPECT_FALSE(isVisible(app, u"deleteAction:Notes"_s));
+
+    // Delete asks about that app; Escape keeps it.
+    AlertAnswer answer;
+    answerNextAlert(app, -1, answer);
+    app.key(Qt::Key_Delete);
+    EXPECT_EQ(answer.shown.value(0), u"Delete Notes?"_s);
+    EXPECT_TRUE(QDir(app.bundle(u"Notes"_s)).exists());
+}

@@ -35,10 +35,9 @@ ItemDelegate {
     Keys.onDeletePressed: remove()
     Keys.onMenuPressed: openMenu()
     Keys.onPressed: event => {
-        if (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier)) {
+        event.accepted = event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier)
+        if (event.accepted)
             openMenu()
-            event.accepted = true
-        }
     }
 
     FontMetrics { id: fontInfo }

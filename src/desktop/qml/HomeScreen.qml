@@ -158,6 +158,9 @@ Page {
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Your apps")
         ScrollBar.vertical: ScrollBar {}
+        // A list filled (or searched) after the grid was made has no current tile yet; the
+        // keyboard needs one.
+        onCountChanged: if (currentIndex < 0 && count > 0) currentIndex = 0
 
         delegate: AppTile {
             home: page.home
