@@ -113,6 +113,7 @@ TEST(BulkPage, CreateAllMakesEveryRowAndKeepsTheOnesThatFailed)
     EXPECT_TRUE(QDir(app.bundle(u"Notes"_s)).exists());
     EXPECT_EQ(failure.shown.value(0), u"Error"_s);
     EXPECT_EQ(text(app, u"bulkResultLabel"_s), u"2 of 3 apps created."_s);
+    EXPECT_TRUE(app.find(u"bulkResultLabel"_s)->property("visible").toBool());
     EXPECT_EQ(app.shell().bulk().appCount(), 1);
     EXPECT_EQ(text(app, u"bulkNameField:0"_s), u"Wiki"_s);
 

@@ -263,22 +263,26 @@ Page {
         RowLayout {
             anchors.fill: parent
             spacing: fontInfo.height
-            Label {
-                objectName: "bulkValidationLabel"
+            ColumnLayout {
                 Layout.fillWidth: true
-                visible: !page.creation.isCreating && text.length > 0
-                text: page.creation.validationMessage
-                wrapMode: Text.Wrap
-                color: page.palette.text
-                font.italic: true
-                Accessible.role: Accessible.AlertMessage
-            }
-            Label {
-                objectName: "bulkResultLabel"
-                Layout.fillWidth: true
-                visible: !page.creation.isCreating && page.creation.validationMessage.length === 0
-                text: page.creation.resultMessage
-                wrapMode: Text.Wrap
+                visible: !page.creation.isCreating
+                Label {
+                    objectName: "bulkResultLabel"
+                    Layout.fillWidth: true
+                    visible: text.length > 0
+                    text: page.creation.resultMessage
+                    font.bold: true
+                    wrapMode: Text.Wrap
+                }
+                Label {
+                    objectName: "bulkValidationLabel"
+                    Layout.fillWidth: true
+                    visible: text.length > 0
+                    text: page.creation.validationMessage
+                    wrapMode: Text.Wrap
+                    font.italic: true
+                    Accessible.role: Accessible.AlertMessage
+                }
             }
             ColumnLayout {
                 Layout.fillWidth: true
