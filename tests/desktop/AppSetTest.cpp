@@ -36,6 +36,7 @@ TEST(AppSets, ExportedAppsComeBackThroughImport)
         const QVariantMap set = PropertyList::readFile(chosen + u".sorvane"_s).toMap();
         EXPECT_EQ(set.keys(), QStringList{mail});
         ASSERT_TRUE(app.click(u"alertButton0"_s, &why)) << why.toStdString();
+        EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
     }
 
     DesktopHarness other;
