@@ -5,7 +5,9 @@
 #include "core/Context.h"
 #include "core/Prompter.h"
 #include "editing/SNBulkAppsManager.h"
+#include "editing/SiteIconSearch.h"
 #include "frontend/AppSuggestionsStore.h"
+#include "frontend/BulkCreationStore.h"
 #include "frontend/DeepLinkHandler.h"
 #include "frontend/FrontendQmlTypes.h"
 #include "frontend/HomescreenStore.h"
@@ -49,9 +51,13 @@ DesktopShell::DesktopShell(Context &context, QObject *parent)
     , m_home(new HomescreenStore(context, this))
     , m_suggestions(new AppSuggestionsStore(context, this))
     , m_bulk(new SNBulkAppsManager(context, this))
+    , m_iconSearch(new SiteIconSearch(this))
+    , m_bulkCreation(new BulkCreationStore(context, *m_bulk, this))
     , m_deepLinks(new DeepLinkHandler(context, this))
     , m_engine(std::make_unique<QQmlApplicationEngine>())
 {
+    m_bulk->setFaviconSearch(m_iconSearch->function());
+    m_bulk->reset();
 }
 
 DesktopShell::~DesktopShell()
@@ -88,6 +94,7 @@ bool DesktopShell::load(QString *error)
         {u"settings"_s, QVariant::fromValue(m_settings)},
         {u"suggestions"_s, QVariant::fromValue(m_suggestions)},
         {u"bulk"_s, QVariant::fromValue(m_bulk)},
+        {u"bulkCreation"_s, QVariant::fromValue(m_bulkCreation)},
         {u"dialogs"_s, QVariant::fromValue(m_dialogs)},
         {u"windows"_s, QVariant::fromValue(&WindowManager::shared())},
     });

@@ -6,6 +6,7 @@
 #include <memory>
 
 class AppSuggestionsStore;
+class BulkCreationStore;
 class Context;
 class DeepLinkHandler;
 class DialogBroker;
@@ -14,6 +15,7 @@ class Prompter;
 class QQmlApplicationEngine;
 class QQuickWindow;
 class SNBulkAppsManager;
+class SiteIconSearch;
 class SorvaneSettingsStore;
 
 // The desktop app: the stores over one Context, the dialogs that answer the generator's
@@ -41,6 +43,7 @@ public:
     SorvaneSettingsStore &settings() const { return *m_settings; }
     AppSuggestionsStore &suggestions() const { return *m_suggestions; }
     SNBulkAppsManager &bulk() const { return *m_bulk; }
+    BulkCreationStore &bulkCreation() const { return *m_bulkCreation; }
     DialogBroker &dialogs() const { return *m_dialogs; }
     DeepLinkHandler &deepLinks() const { return *m_deepLinks; }
 
@@ -55,6 +58,8 @@ private:
     HomescreenStore *m_home;
     AppSuggestionsStore *m_suggestions;
     SNBulkAppsManager *m_bulk;
+    SiteIconSearch *m_iconSearch;
+    BulkCreationStore *m_bulkCreation;
     DeepLinkHandler *m_deepLinks;
     std::unique_ptr<QQmlApplicationEngine> m_engine;
 };

@@ -2,11 +2,25 @@
 
 #include "core/Context.h"
 
+#include <QBuffer>
 #include <QPointer>
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString pngDataUrl(const QImage &image)
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
+        return {};
+    return u"data:image/png;base64,"_s + QString::fromLatin1(png.toBase64());
+}
+
+} // namespace
 
 const QString SNBulkAppsManager::NotSquareMessage = u"The image you provided is not square."_s;
 
@@ -72,6 +86,8 @@ QVariant SNBulkAppsManager::data(const QModelIndex &index, int role) const
         return cell.hasManuallySelectedIcon;
     case LastIconURLRole:
         return cell.lastIconURL;
+    case AppIconUrlRole:
+        return pngDataUrl(cell.bulkApp.appIcon.largestRepresentation());
     default:
         return {};
     }
@@ -118,7 +134,8 @@ QHash<int, QByteArray> SNBulkAppsManager::roleNames() const
             {TabsEnabledRole, "tabsEnabled"},
             {IconBeingFetchedRole, "iconBeingFetched"},
             {HasManuallySelectedIconRole, "hasManuallySelectedIcon"},
-            {LastIconURLRole, "lastIconURL"}};
+            {LastIconURLRole, "lastIconURL"},
+            {AppIconUrlRole, "appIconUrl"}};
 }
 
 void SNBulkAppsManager::reset()

@@ -33,6 +33,7 @@ public:
         IconBeingFetchedRole,
         HasManuallySelectedIconRole,
         LastIconURLRole,
+        AppIconUrlRole, // the icon as a "data:image/png" URL, for a view without an image provider
     };
     Q_ENUM(Role)
 

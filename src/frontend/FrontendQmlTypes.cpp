@@ -6,6 +6,7 @@
 #include "frontend/AppSuggestionsModel.h"
 #include "frontend/AppSuggestionsStore.h"
 #include "frontend/AppTemplate.h"
+#include "frontend/BulkCreationStore.h"
 #include "frontend/CustomQuickSetup.h"
 #include "frontend/CustomQuickSetupList.h"
 #include "frontend/ChoiceListModel.h"
@@ -56,6 +57,7 @@ void registerTypes()
     registerStore<AppSuggestionsStore>("AppSuggestionsStore");
     registerStore<AppSuggestionsModel>("AppSuggestionsModel");
     registerStore<HomescreenStore>("HomescreenStore");
+    registerStore<BulkCreationStore>("BulkCreationStore");
     registerStore<HomescreenAppsModel>("HomescreenAppsModel");
     registerStore<WindowManager>("WindowManager");
     registerStore<DeepLinkHandler>("DeepLinkHandler");

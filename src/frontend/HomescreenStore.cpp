@@ -417,6 +417,21 @@ int HomescreenStore::exportApps(const QStringList &ids, const QUrl &fileUrl)
     return static_cast<int>(chosen.size());
 }
 
+QVariantMap HomescreenStore::appSetDialog() const
+{
+    const QString extension = SNExporter::FileExtension;
+    return {
+        {u"folder"_s, QUrl::fromLocalFile(m_context.homeFolder() + u'/' + SNExporter::DialogFolder)},
+        {u"fileName"_s, SNExporter::DefaultFileName},
+        {u"nameFilter"_s, u"Sorvane app sets (*%1)"_s.arg(extension)},
+        {u"saveTitle"_s, SNExporter::SaveDialogTitle},
+        {u"saveMessage"_s, SNExporter::SaveDialogMessage},
+        {u"exportedMessage"_s, SNExporter::ExportedMessage},
+        {u"exporterTitle"_s, SNExporter::ExporterTitle},
+        {u"invalidMessage"_s, SNExporter::InvalidFileMessage},
+    };
+}
+
 bool HomescreenStore::openEditorForTrackerId(const QString &id)
 {
     if (editApp(id))

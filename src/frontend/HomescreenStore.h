@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 #include <QUrl>
+#include <QVariantMap>
 
 class AppCreationWizardStore;
 class Context;
@@ -37,6 +38,10 @@ class HomescreenStore final : public QObject
     Q_PROPERTY(AppCreationWizardStore *wizard READ wizard NOTIFY wizardChanged)
     Q_PROPERTY(bool showingImportSheet READ showingImportSheet WRITE setShowingImportSheet NOTIFY
                    showingImportSheetChanged)
+    // What the app-set file dialogs propose and say: "folder" (URL of the Documents folder),
+    // "fileName", "nameFilter", "saveTitle", "saveMessage", "exportedMessage" ("%1" = count),
+    // "exporterTitle", "invalidMessage".
+    Q_PROPERTY(QVariantMap appSetDialog READ appSetDialog CONSTANT)
     Q_PROPERTY(bool showingExtensionDownload READ showingExtensionDownload WRITE setShowingExtensionDownload
                    NOTIFY showingExtensionDownloadChanged)
 
@@ -67,6 +72,7 @@ public:
     AppCreationWizardStore *wizard() const { return m_wizard; }
     bool showingImportSheet() const { return m_showingImportSheet; }
     bool showingExtensionDownload() const { return m_showingExtensionDownload; }
+    QVariantMap appSetDialog() const;
 
     void setSearchText(const QString &text);
     void setSelectedFilter(AppFilter filter);

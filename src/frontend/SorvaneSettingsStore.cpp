@@ -120,6 +120,32 @@ QStringList SorvaneSettingsStore::iconShapeValues() const
     return IconShape::rawValues();
 }
 
+bool SorvaneSettingsStore::chooseBrowserPath(int browserType, const QUrl &file)
+{
+    return file.isLocalFile() && setBrowserPath(browserType, file.toLocalFile());
+}
+
+bool SorvaneSettingsStore::chooseSaveLocation(const QUrl &folder)
+{
+    if (!folder.isLocalFile())
+        return false;
+    setDefaultSaveLocation(folder.toLocalFile());
+    return m_defaultSaveLocation == folder.toLocalFile();
+}
+
+QList<int> SorvaneSettingsStore::browserTypes() const
+{
+    QList<int> types;
+    for (const BrowserInfo &browser : BrowserCatalogue::all())
+        types.append(browser.number);
+    return types;
+}
+
+QString SorvaneSettingsStore::browserName(int browserType) const
+{
+    return knownBrowser(browserType) ? BrowserCatalogue::byNumber(browserType).browserName : QString();
+}
+
 template <typename T>
 void SorvaneSettingsStore::assign(T &field, const T &value, void (SorvaneSettingsStore::*changed)(),
                                   const QString &name)

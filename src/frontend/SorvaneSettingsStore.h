@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include <array>
 
@@ -57,6 +58,8 @@ class SorvaneSettingsStore final : public QObject
     // What the view offers: every import category and every icon shape, as raw values.
     Q_PROPERTY(QStringList importCategoryValues READ importCategoryValues CONSTANT)
     Q_PROPERTY(QStringList iconShapeValues READ iconShapeValues CONSTANT)
+    // Every browser of the catalogue (type numbers, in its order), for the browsers tab.
+    Q_PROPERTY(QList<int> browserTypes READ browserTypes CONSTANT)
 
 public:
     // Browser defaults are the platform's (see platformBrowserDefaults()).
@@ -96,6 +99,7 @@ public:
     QList<int> installedBrowsers() const { return m_installedBrowsers; }
     QStringList importCategoryValues() const;
     QStringList iconShapeValues() const;
+    QList<int> browserTypes() const;
     const QMap<QString, QString> &browserDefaults() const { return m_browserDefaults; }
     bool isLoadingSettings() const { return m_isLoadingSettings; }
 
@@ -116,10 +120,15 @@ public:
     // that is neither empty nor absolute (or holds a control character).
     Q_INVOKABLE bool setBrowserPath(int browserType, const QString &path);
     Q_INVOKABLE QString browserPath(int browserType) const;
+    // What a file chooser gives: a local file or folder URL; anything else is refused.
+    Q_INVOKABLE bool chooseBrowserPath(int browserType, const QUrl &file);
+    Q_INVOKABLE bool chooseSaveLocation(const QUrl &folder);
     // Back to the browser's default location; false for a type outside the catalogue.
     Q_INVOKABLE bool resetBrowserPath(int browserType);
     Q_INVOKABLE void refreshInstalledBrowsers();
     Q_INVOKABLE bool isInstalled(int browserType) const { return m_installedBrowsers.contains(browserType); }
+    // The browser's display name ("Google Chrome"); empty for a type outside the catalogue.
+    Q_INVOKABLE QString browserName(int browserType) const;
 
 Q_SIGNALS:
     void defaultSaveLocationChanged();

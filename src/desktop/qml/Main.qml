@@ -13,6 +13,7 @@ ApplicationWindow {
     required property SorvaneSettingsStore settings
     required property AppSuggestionsStore suggestions
     required property SNBulkAppsManager bulk
+    required property BulkCreationStore bulkCreation
     required property DialogBroker dialogs
     required property WindowManager windows
 
@@ -29,7 +30,14 @@ ApplicationWindow {
         anchors.fill: parent
         initialItem: HomeScreen {
             home: window.home
-            onSettingsRequested: settingsWindow.show()
+            onSettingsRequested: {
+                settingsWindow.show()
+                settingsWindow.raise()
+                settingsWindow.requestActivate()
+            }
+            onBulkRequested: stack.push(bulkPage)
+            onExportRequested: exportDialog.open()
+            onImportRequested: importAction.start()
         }
     }
 
@@ -54,6 +62,27 @@ ApplicationWindow {
                 window.home.showingAppEdit = false
             }
         }
+    }
+
+    Component {
+        id: bulkPage
+        BulkPage {
+            creation: window.bulkCreation
+            settings: window.settings
+            onClosed: stack.pop()
+        }
+    }
+
+    ExportDialog {
+        id: exportDialog
+        home: window.home
+        onExported: (title, message) => alert.inform(title, message)
+    }
+
+    ImportAction {
+        id: importAction
+        home: window.home
+        onImported: (title, message) => alert.inform(title, message)
     }
 
     SettingsWindow {

@@ -1,0 +1,72 @@
+// App sets through the dialogs: the ticked apps go to a file, and that file makes them again in
+// another home; a file that is not an app set says so.
+
+#include "DesktopAlerts.h"
+#include "DesktopHarness.h"
+
+#include "core/PropertyList.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+TEST(AppSets, ExportedAppsComeBackThroughImport)
+{
+    QTemporaryDir files;
+    const QString chosen = files.filePath(u"work apps"_s); // the extension is added
+    {
+        DesktopHarness app;
+        const QString mail = app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
+        app.seedApp(u"Notes"_s, {u"https://notes.example.com/"_s});
+        ASSERT_TRUE(app.load());
+        QString why;
+        ASSERT_TRUE(app.click(u"exportButton"_s, &why)) << why.toStdString();
+        ASSERT_TRUE(DesktopHarness::waitFor([&app] { return app.find(u"exportDialog"_s)->property("opened").toBool(); }));
+        // Every app starts ticked; untick one.
+        EXPECT_TRUE(app.find(u"exportApp:Mail"_s)->property("checked").toBool());
+        ASSERT_TRUE(app.click(u"exportApp:Notes"_s, &why)) << why.toStdString();
+        app.find(u"exportDialog"_s)->setProperty("fileUrl", QUrl::fromLocalFile(chosen));
+        ASSERT_TRUE(app.click(u"exportConfirmButton"_s, &why)) << why.toStdString();
+        EXPECT_EQ(shownAlert(app), (QStringList{u"Exporter"_s, u"1 App(s) exported successfully"_s, u"OK"_s}));
+        const QVariantMap set = PropertyList::readFile(chosen + u".sorvane"_s).toMap();
+        EXPECT_EQ(set.keys(), QStringList{mail});
+        ASSERT_TRUE(app.click(u"alertButton0"_s, &why)) << why.toStdString();
+        EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
+    }
+
+    DesktopHarness other;
+    ASSERT_TRUE(other.load());
+    other.find(u"importAction"_s)->setProperty("fileUrl", QUrl::fromLocalFile(chosen + u".sorvane"_s));
+    QString why;
+    ASSERT_TRUE(other.click(u"importButton"_s, &why)) << why.toStdString();
+    EXPECT_EQ(shownAlert(other), (QStringList{u"Importer"_s, u"1 App(s) imported successfully"_s, u"OK"_s}));
+    EXPECT_TRUE(QDir(other.bundle(u"Mail"_s)).exists());
+    ASSERT_TRUE(DesktopHarness::waitFor([&other] { return other.find(u"app:Mail"_s) != nullptr; }));
+    EXPECT_EQ(other.find(u"app:Notes"_s), nullptr);
+}
+
+TEST(AppSets, AFileThatIsNoAppSetIsRefused)
+{
+    QTemporaryDir files;
+    const QString path = files.filePath(u"apps_config.sorvane"_s);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("not a property list");
+    file.close();
+
+    DesktopHarness app;
+    ASSERT_TRUE(app.load());
+    app.find(u"importAction"_s)->setProperty("fileUrl", QUrl::fromLocalFile(path));
+    QString why;
+    ASSERT_TRUE(app.click(u"importButton"_s, &why)) << why.toStdString();
+    const QStringList shown = shownAlert(app);
+    ASSERT_EQ(shown.size(), 3);
+    EXPECT_EQ(shown.at(0), u"Error"_s);
+    EXPECT_TRUE(shown.at(1).startsWith(u"Invalid App Config File"_s)) << shown.at(1).toStdString();
+    EXPECT_TRUE(QDir(app.appsFolder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
+}
