@@ -1,7 +1,6 @@
 // App sets through the dialogs: the ticked apps go to a file, and that file makes them again in
 // another home; a file that is not an app set says so.
 
-#include "DesktopAlerts.h"
 #include "DesktopHarness.h"
 
 #include "core/PropertyList.h"
@@ -32,7 +31,7 @@ TEST(AppSets, ExportedAppsComeBackThroughImport)
         ASSERT_TRUE(app.click(u"exportApp:Notes"_s, &why)) << why.toStdString();
         app.find(u"exportDialog"_s)->setProperty("fileUrl", QUrl::fromLocalFile(chosen));
         ASSERT_TRUE(app.click(u"exportConfirmButton"_s, &why)) << why.toStdString();
-        EXPECT_EQ(shownAlert(app), (QStringList{u"Exporter"_s, u"1 App(s) exported successfully"_s, u"OK"_s}));
+        EXPECT_EQ(app.shownAlert(), (QStringList{u"Exporter"_s, u"1 App(s) exported successfully"_s, u"OK"_s}));
         const QVariantMap set = PropertyList::readFile(chosen + u".sorvane"_s).toMap();
         EXPECT_EQ(set.keys(), QStringList{mail});
         ASSERT_TRUE(app.click(u"alertButton0"_s, &why)) << why.toStdString();
@@ -44,7 +43,7 @@ TEST(AppSets, ExportedAppsComeBackThroughImport)
     other.find(u"importAction"_s)->setProperty("fileUrl", QUrl::fromLocalFile(chosen + u".sorvane"_s));
     QString why;
     ASSERT_TRUE(other.click(u"importButton"_s, &why)) << why.toStdString();
-    EXPECT_EQ(shownAlert(other), (QStringList{u"Importer"_s, u"1 App(s) imported successfully"_s, u"OK"_s}));
+    EXPECT_EQ(other.shownAlert(), (QStringList{u"Importer"_s, u"1 App(s) imported successfully"_s, u"OK"_s}));
     EXPECT_TRUE(QDir(other.bundle(u"Mail"_s)).exists());
     ASSERT_TRUE(DesktopHarness::waitFor([&other] { return other.find(u"app:Mail"_s) != nullptr; }));
     EXPECT_EQ(other.find(u"app:Notes"_s), nullptr);
@@ -64,7 +63,7 @@ TEST(AppSets, AFileThatIsNoAppSetIsRefused)
     app.find(u"importAction"_s)->setProperty("fileUrl", QUrl::fromLocalFile(path));
     QString why;
     ASSERT_TRUE(app.click(u"importButton"_s, &why)) << why.toStdString();
-    const QStringList shown = shownAlert(app);
+    const QStringList shown = app.shownAlert();
     ASSERT_EQ(shown.size(), 3);
     EXPECT_EQ(shown.at(0), u"Error"_s);
     EXPECT_TRUE(shown.at(1).startsWith(u"Invalid App Config File"_s)) << shown.at(1).toStdString();

@@ -1,7 +1,6 @@
 // The bulk list: rows a person fills, the message that says what is wrong, and Create All
 // making one app per row on disk.
 
-#include "DesktopAlerts.h"
 #include "DesktopHarness.h"
 
 #include "desktop/DesktopShell.h"
@@ -105,7 +104,7 @@ TEST(BulkPage, CreateAllMakesEveryRowAndKeepsTheOnesThatFailed)
     ASSERT_TRUE(app.type(u"bulkFolderField:1"_s, blocked + u"/Apps"_s, &why)) << why.toStdString();
 
     AlertAnswer failure;
-    answerNextAlert(app, 0, failure);
+    app.answerNextAlert(0, failure);
     ASSERT_TRUE(app.click(u"bulkCreateAllButton"_s, &why)) << why.toStdString();
     ASSERT_TRUE(DesktopHarness::waitFor([&app] { return enabled(app, u"bulkBackButton"_s); }, 30000));
     app.settle();

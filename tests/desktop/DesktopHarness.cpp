@@ -129,7 +129,15 @@ QList<QObject *> DesktopHarness::matching(const std::function<bool(const QString
 
 QObject *DesktopHarness::find(const QString &objectName) const
 {
-    return matching([&](const QString &name) { return name == objectName; }, true).value(0);
+    // Screens may share a control's name (the settings window and the wizard both have a
+    // "tabbedSwitch"): the one on screen is meant.
+    const QList<QObject *> found = matching([&](const QString &name) { return name == objectName; }, false);
+    for (QObject *object : found) {
+        auto *item = qobject_cast<QQuickItem *>(object);
+        if (item && item->isVisible() && item->window() && item->window()->isVisible())
+            return object;
+    }
+    return found.value(0);
 }
 
 QList<QObject *> DesktopHarness::findAll(const QString &prefix) const
@@ -218,22 +226,35 @@ void DesktopHarness::key(int key, Qt::KeyboardModifiers modifiers, const QString
     settle();
 }
 
-void DesktopHarness::answerNextAlert(const QString &buttonObjectName, QStringList *shown)
+QStringList DesktopHarness::shownAlert() const
 {
+    QObject *dialog = find(u"alertDialog"_s);
+    if (!dialog || !dialog->property("opened").toBool())
+        return {};
+    QStringList shown{find(u"alertTitle"_s)->property("text").toString(),
+                      find(u"alertText"_s)->property("text").toString()};
+    for (int i = 0; QObject *button = find(u"alertButton%1"_s.arg(i)); ++i)
+        shown.append(button->property("text").toString());
+    return shown;
+}
+
+void DesktopHarness::answerNextAlert(int button, AlertAnswer &answer)
+{
+    // Polls until the alert is up, however many steps the action takes to raise it.
     auto *poll = new QTimer(m_shell.get());
     poll->setInterval(20);
-    QObject::connect(poll, &QTimer::timeout, poll, [this, poll, buttonObjectName, shown] {
-        QObject *alert = find(u"alertDialog"_s);
-        if (!alert || !alert->property("opened").toBool())
+    QObject::connect(poll, &QTimer::timeout, poll, [this, poll, button, &answer] {
+        if (shownAlert().isEmpty())
             return;
         poll->stop();
         poll->deleteLater();
-        if (shown) {
-            *shown = QStringList{alert->property("title").toString()};
-            if (QObject *text = find(u"alertText"_s))
-                shown->append(text->property("text").toString());
-        }
-        click(buttonObjectName);
+        settle(); // the dialog's opening transition
+        answer.shown = shownAlert();
+        if (button < 0)
+            key(Qt::Key_Escape, Qt::NoModifier, u"alertButton0"_s);
+        else
+            click(u"alertButton%1"_s.arg(button));
+        answer.answered = true;
     });
     poll->start();
 }

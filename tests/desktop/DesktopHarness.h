@@ -14,6 +14,13 @@ class DesktopShell;
 class QQuickItem;
 class QQuickWindow;
 
+// What the next alert showed (title, text, button labels) and whether it was answered.
+struct AlertAnswer
+{
+    QStringList shown;
+    bool answered = false;
+};
+
 // The desktop app as a person meets it, in-process: a DesktopShell over a private TestContext
 // whose chromium engine is the recording fake one, its main window loaded (offscreen unless a
 // display is given). Controls are found by objectName and used with real mouse and key events.
@@ -55,9 +62,11 @@ public:
     void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString &objectName = {});
 
     // A question (AlertDialog) blocks the click that raised it, as a modal dialog does: this
-    // answers the next one with the button named so, from inside that wait, and records what it
-    // showed as {title, text}.
-    void answerNextAlert(const QString &buttonObjectName, QStringList *shown = nullptr);
+    // answers the next alert from inside that wait, with button `button` or, for -1, Escape.
+    // Call it before the action that raises the alert.
+    void answerNextAlert(int button, AlertAnswer &answer);
+    // What the alert on screen shows (title, text, button labels); empty when none is open.
+    QStringList shownAlert() const;
 
     // Processes events until `condition` holds or `timeoutMs` passes.
     static bool waitFor(const std::function<bool()> &condition, int timeoutMs = 5000);

@@ -109,10 +109,10 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     EXPECT_FALSE(QFile::exists(app.bundle(u"Team Hub 2"_s)));
 
     // Deleted once confirmed: bundle, record and menu entry go, and the home screen is empty again.
-    QStringList alert;
-    app.answerNextAlert(u"alertButton0"_s, &alert);
+    AlertAnswer alert;
+    app.answerNextAlert(0, alert);
     ASSERT_EQ(openMenuAction(app, u"deleteAction"_s, u"Team Hub"_s), QString());
-    EXPECT_EQ(alert.value(0), u"Delete Team Hub?"_s);
+    EXPECT_EQ(alert.shown.value(0), u"Delete Team Hub?"_s);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return !QFile::exists(app.bundle(u"Team Hub"_s)); }));
     EXPECT_TRUE(SNAppTracker(app.test().context()).getTracker().isEmpty());
     EXPECT_FALSE(QFile::exists(entry));

@@ -2,7 +2,6 @@
 // app deleted (or not) through the alert's buttons.
 
 #include "DesktopHarness.h"
-#include "DesktopAlerts.h"
 
 #include "desktop/DesktopShell.h"
 #include "frontend/HomescreenStore.h"
@@ -125,7 +124,7 @@ TEST_P(HomeScreenDelete, AsksWithTheAlertAndActsOnItsAnswer)
     ASSERT_TRUE(app.click(u"appActions:Mail"_s, &why)) << why.toStdString();
     app.settle();
     AlertAnswer answer;
-    answerNextAlert(app, c.button, answer);
+    app.answerNextAlert(c.button, answer);
     ASSERT_TRUE(app.click(u"deleteAction:Mail"_s, &why)) << why.toStdString();
     app.settle();
 
@@ -170,7 +169,7 @@ TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
 
     // Delete asks about that app; Escape keeps it.
     AlertAnswer answer;
-    answerNextAlert(app, -1, answer);
+    app.answerNextAlert(-1, answer);
     app.key(Qt::Key_Delete);
     EXPECT_EQ(answer.shown.value(0), u"Delete Notes?"_s);
     EXPECT_TRUE(QDir(app.bundle(u"Notes"_s)).exists());
