@@ -10,6 +10,8 @@
 
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/HomescreenStore.h"
+#include "frontend/SorvaneSettingsStore.h"
+#include "core/UserDefaults.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -83,6 +85,9 @@ protected:
                 : QStringList{u"https://"_s + host + u'/'};
             ASSERT_FALSE(app.seedApp(name, urls).isEmpty()) << name.toStdString();
         }
+        // The pictures show where apps are saved: a folder of no machine in particular.
+        app.test().context().defaults().setValue(u"applicationsPath"_s, u"/home/you/Applications"_s);
+        app.shell().settings().loadSettings();
         QString error;
         ASSERT_TRUE(app.load(&error)) << error.toStdString();
         app.window()->resize(1100, 740);
