@@ -385,22 +385,3 @@ TEST(WizardStore, NamesTheAppAfterItsSite)
     typed.detectNameAndIcon();
     EXPECT_FALSE(typed.isAutoDetecting());
 }
-
-// A failed creation keeps the wizard's state and says why.
-TEST(WizardStore, ReportsAFailedCreation)
-{
-    WizardHome home;
-    Store store(home.test.context());
-    store.setProperty("appName", u"Mail"_s);
-    store.setProperty("appURL", u"https://mail.example.org/"_s);
-    store.setSelectedBrowser(BrowserCatalogue::Brave);
-    store.setProperty("appSaveLocation", u"/proc/no-apps-here"_s);
-    QSignalSpy state(&store, &Store::creationStateChanged);
-    EXPECT_FALSE(store.createApp());
-    EXPECT_TRUE(store.showingError());
-    EXPECT_FALSE(store.isCreatingApp());
-    EXPECT_FALSE(store.creationError().isEmpty());
-    EXPECT_EQ(store.appName(), u"Mail"_s);
-    EXPECT_GE(state.count(), 2);
-    EXPECT_EQ(Store::CreationErrorTitle, u"App Creation Failed"_s);
-}
