@@ -323,15 +323,11 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_NE(hashOf(bundle + u"/Contents/Resources/icon.icns"_s), icon);
     EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
 
-    // A new engine is only taken after the user confirmed the warning.
+    // A new engine is only taken after the user confirmed the warning (Cancel: WizardPage tests).
     editor.setSelectedBrowser(BrowserCatalogue::Chromium);
     EXPECT_TRUE(editor.showingEngineSwitchWarning());
     EXPECT_TRUE(editor.engineSwitchWarningText().contains(u"before switching its engine, so its tabs and data are saved first."_s));
     EXPECT_FALSE(editor.createApp());
-    editor.cancelEngineSwitch();
-    EXPECT_EQ(editor.selectedBrowser(), int(BrowserCatalogue::Brave));
-    EXPECT_FALSE(editor.showingEngineSwitchWarning());
-    editor.setSelectedBrowser(BrowserCatalogue::Chromium);
     editor.confirmEngineSwitch(false);
     ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
     EXPECT_EQ(home.info(bundle).value(u"browserType"_s).toString(), u"chromium"_s);
