@@ -128,12 +128,10 @@ TEST(WizardStore, TakesTabsFromQuickSetupsAndTemplates)
     TestContext test;
     Store first(test.context());
     first.tabs()->setUrls({u"https://mail.example.org/"_s, u" "_s, u"https://www.docs.example.org/"_s});
-    EXPECT_EQ(first.suggestedSetupName(), u"Mail.example.org + Docs.example.org Setup"_s);
     const QUuid id = first.saveCurrentAsSetup(u"Work"_s, {}, first.suggestedSetupDescription());
     ASSERT_FALSE(id.isNull());
 
     Store second(test.context());
-    ASSERT_EQ(second.customQuickSetups()->count(), 1);
     second.applySetup(id);
     EXPECT_EQ(second.tabs()->urls(), (QStringList{u"https://mail.example.org/"_s, u"https://www.docs.example.org/"_s}));
     EXPECT_TRUE(second.isTabbedApp());
