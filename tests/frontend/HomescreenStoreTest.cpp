@@ -150,13 +150,6 @@ TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitchesAndLayout)
     store.loadApps();
     EXPECT_EQ(names(store.legacyApps()), QStringList{u"Mail"_s});
     EXPECT_EQ(legacy.size(), 1);
-
-    QSignalSpy creation(&store, &HomescreenStore::showingAppCreationChanged);
-    QSignalSpy extension(&store, &HomescreenStore::showingExtensionDownloadChanged);
-    store.newApp();
-    store.setShowingExtensionDownload(true);
-    EXPECT_TRUE(store.showingAppCreation() && store.showingExtensionDownload());
-    EXPECT_EQ(creation.size() + extension.size(), 2);
 }
 
 struct ViewCase

@@ -103,20 +103,6 @@ TEST(AppConfigFile, SingleWindowAppsWriteAnEmptyTabListAndLeaveUnsetKeysOut)
     EXPECT_FALSE(writeAndReadWithPython(test, app).contains(QStringLiteral("defaultDestination")));
 }
 
-TEST(AppConfigFile, BrowserTypeFollowsTheTypeNumberAndUnknownMeansChrome)
-{
-    const std::pair<int, const char *> cases[] = {{0, "chrome"}, {1, "canary"},   {2, "brave"},   {3, "edge"},
-                                                  {4, "opera"},  {5, "chromium"}, {6, "vivaldi"}, {7, "helium"},
-                                                  {8, "chrome"}, {-3, "chrome"}};
-    for (const auto &[number, key] : cases) {
-        AppDefinition app;
-        app.applicationType = number;
-        const QVariantMap config = AppConfigFile::dictionaryForDefinition(app);
-        EXPECT_EQ(config.value(QStringLiteral("browserType")).toString(), QString::fromLatin1(key)) << number;
-        EXPECT_EQ(config.value(QStringLiteral("applicationType")).toInt(), number);
-    }
-}
-
 // What a file is read back into is proved by the edits of real apps (tests/launcher/EditingTest)
 // and by sets moved between homes (tests/cli/AppSetsTest); here, what older and broken files read as.
 TEST(AppConfigFile, OlderAndBrokenFiles)
