@@ -75,7 +75,7 @@ protected:
     void SetUp() override
     {
         if (QGuiApplication::platformName() != u"xcb"_s)
-            GTEST_SKIP() << "needs an X server (run under xvfb-run with QT_QPA_PLATFORM=xcb)";
+            GTEST_SKIP() << "needs an X server (run under xvfb-run with QT_QPA_PLATFORM=xcb QT_QUICK_BACKEND=software)";
         const QStringList names{u"Mail"_s, u"Calendar"_s, u"Docs"_s, u"Chat"_s, u"Music"_s, u"Photos"_s,
                                 u"Maps"_s, u"News"_s, u"Notes"_s, u"Tasks"_s, u"Video"_s, u"Weather"_s};
         for (const QString &name : names) {
