@@ -96,7 +96,7 @@ void DesktopEntries::refreshAppEntry(const QString &appId, const QString &bundle
 
 QString DesktopEntries::dataHome() const
 {
-    // The specification ignores a relative XDG_DATA_HOME.
+    // Per the freedesktop base-directory rules, a relative XDG_DATA_HOME is ignored.
     const QString fromEnvironment = qEnvironmentVariable("XDG_DATA_HOME");
     if (QDir::isAbsolutePath(fromEnvironment))
         return QDir::cleanPath(fromEnvironment);

@@ -34,7 +34,7 @@ public:
     // The window class a generated app's engine gives its windows on Linux (its --class switch)
     // and that its entry names as StartupWMClass: "sorvane-<appID>". Empty for an unsafe id.
     static QString windowClass(const QString &appId);
-    // The entry file's text (Desktop Entry Specification 1.5).
+    // The entry file's text (freedesktop desktop entry format, version 1.5).
     static QByteArray entryText(const Entry &entry);
     // Exec's value before the key file's own escaping: the program as one quoted argument,
     // then " %u" when it takes a link.

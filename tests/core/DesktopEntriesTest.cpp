@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// An entry file read the way the Desktop Entry Specification says, sharing no code with the
+// An entry file read by the freedesktop desktop entry rules, sharing no code with the
 // writer: "key=value" lines after the group header, values unescaped; "<bad line>" marks a line
 // that is neither.
 QStringList readEntry(const QByteArray &text)

@@ -2,10 +2,9 @@
 
 #include "desktop/DesktopShell.h"
 
-#include "core/SNBulkApp.h"
-#include "core/SNTabModel.h"
+#include "support/FakeEngineApp.h"
+
 #include "core/UserDefaults.h"
-#include "generation/ApplicationManager.h"
 
 #include <QDeadlineTimer>
 #include <QGuiApplication>
@@ -70,20 +69,7 @@ QString DesktopHarness::appsFolder() const
 
 QString DesktopHarness::seedApp(const QString &name, const QStringList &urls, bool incognito)
 {
-    ApplicationManager manager(m_test.context());
-    manager.definition().applicationType = 5; // chromium, the fake engine here
-    manager.definition().applicationsPath = appsFolder();
-    SNBulkApp entry;
-    entry.appName = name;
-    entry.appURL = urls.value(0);
-    entry.tabbedApp = urls.size() > 1;
-    for (const QString &url : entry.tabbedApp ? urls : QStringList())
-        entry.tabsList.append(SNTabModel(url));
-    entry.incognito = incognito;
-    manager.bulkApps = {entry};
-    manager.create(false);
-    QThread::msleep(15); // bundle dates a file system tells apart
-    return manager.created().appID;
+    return makeFakeEngineApp(m_test.context(), appsFolder(), name, urls, incognito);
 }
 
 namespace {

@@ -1,6 +1,7 @@
 // The home screen over apps made by the real creation (on the recording fake engine), driven as
 // its view would drive it.
 
+#include "support/FakeEngineApp.h"
 #include "support/Frozen.h"
 #include "support/TestContext.h"
 
@@ -15,7 +16,6 @@
 #include "frontend/HomescreenAppsModel.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/SNDeepLinkRouter.h"
-#include "generation/ApplicationManager.h"
 #include "maintenance/SNRecentAppsManager.h"
 
 #include <QDir>
@@ -73,21 +73,7 @@ struct Home
     }
     void make(const QString &name, const QStringList &urls, bool incognito, bool registerAsBrowser)
     {
-        ApplicationManager manager(test.context());
-        manager.definition().applicationType = 5; // chromium
-        manager.definition().applicationsPath = apps();
-        SNBulkApp entry;
-        entry.appName = name;
-        entry.appURL = urls.value(0);
-        entry.tabbedApp = urls.size() > 1;
-        for (const QString &url : entry.tabbedApp ? urls : QStringList())
-            entry.tabsList.append(SNTabModel(url));
-        entry.incognito = incognito;
-        entry.registerAsBrowser = registerAsBrowser;
-        manager.bulkApps = {entry};
-        manager.create(false);
-        ids.insert(name, manager.created().appID);
-        QThread::msleep(20); // bundle dates a file system tells apart
+        ids.insert(name, makeFakeEngineApp(test.context(), apps(), name, urls, incognito, registerAsBrowser));
     }
     void answer(int button) { test.context().setPrompter(std::make_unique<ScriptedPrompter>(button, asked, errors)); }
     QString apps() const { return test.root() + u"/Apps"_s; }
