@@ -15,6 +15,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools
     procps
+    gvfs dbus
     clang libclang-rt-14-dev
     chromium
 )

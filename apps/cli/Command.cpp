@@ -3,6 +3,7 @@
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/Platform.h"
+#include "editing/StartupRecovery.h"
 #include "generation/DefinitionValidator.h"
 
 #include <QCoreApplication>
@@ -51,6 +52,8 @@ int Command::execute(const QStringList &arguments, Context &context)
     const bool verbose = parser.isSet(QStringLiteral("verbose")) && !parser.isSet(QStringLiteral("quiet"));
     Logger::setSink(verbose ? Logger::Sink::StandardError : Logger::Sink::Silent);
     Logger::setEchoWarnings(!parser.isSet(QStringLiteral("quiet")));
+    // Whatever a killed earlier run left half-done is finished or undone before anything else.
+    StartupRecovery(context).run();
     return run(parser, context);
 }
 

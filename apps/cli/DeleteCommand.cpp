@@ -47,18 +47,18 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
             continue;
         }
         QString error;
-        QString leftover;
-        if (!AppRemover::deleteApp(context, app.appId, app.path, &error, &leftover)) {
+        QString trashed;
+        if (!AppRemover::deleteApp(context, app.appId, app.path, &error, &trashed)) {
             printError(u"sorvane delete: "_s + error);
             result.insert(u"error"_s, error);
             allDeleted = false;
         } else {
             result.insert(u"deleted"_s, true);
-            if (!leftover.isEmpty())
-                printWarning(u"some files of %1 could not be removed; they are in %2"_s.arg(app.path, leftover),
-                             parser);
+            if (!trashed.isEmpty())
+                result.insert(u"trashedPath"_s, trashed);
             if (!parser.isSet(u"json"_s))
-                print(u"Deleted %1"_s.arg(app.path));
+                print(trashed.isEmpty() ? u"Deleted %1 (its bundle was already gone)"_s.arg(app.path)
+                                        : u"Deleted %1 (moved to the Trash)"_s.arg(app.path));
         }
         results.append(result);
     }

@@ -5,6 +5,7 @@
 
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
+#include "editing/StartupRecovery.h"
 #include "frontend/DeepLinkServer.h"
 #include "frontend/SorvaneSettingsStore.h"
 
@@ -77,6 +78,9 @@ int main(int argc, char **argv)
         }
         return delivered ? 0 : 1;
     }
+
+    // What a killed earlier run left half-done is finished or undone before the apps are listed.
+    StartupRecovery(*context).run();
 
     // The menu entry that starts Sorvane and hands it "sorvane:" links; kept pointing at this program.
     QString entryError;

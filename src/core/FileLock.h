@@ -9,8 +9,10 @@
 class FileLock final
 {
 public:
-    // Blocks until the lock on `lockPath` is held; creates the file when missing.
-    explicit FileLock(const QString &lockPath);
+    enum class Wait { UntilFree, No };
+    // Takes the lock on `lockPath`, creating the file when missing: waits until it is free, or
+    // with Wait::No gives up at once when another process holds it (isLocked() is false).
+    explicit FileLock(const QString &lockPath, Wait wait = Wait::UntilFree);
     ~FileLock();
     Q_DISABLE_COPY_MOVE(FileLock)
 

@@ -3,7 +3,8 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
-#include "core/FileLock.h"
+#include "core/AppLock.h"
+#include "core/OperationJournal.h"
 #include "core/Logger.h"
 #include "core/PropertyList.h"
 #include "core/SNAppItem.h"
@@ -15,6 +16,7 @@
 #include "generation/BundleWriter.h"
 #include "generation/EngineBuilder.h"
 #include "generation/SNChromePrefsHelper.h"
+#include "generation/StagedBundle.h"
 #include "maintenance/SNRecentAppsManager.h"
 #include "maintenance/SNUpdaterHelper.h"
 
@@ -80,9 +82,11 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     const bool newIcon = !change.newIcon.isNull();
     const bool structural = isStructural(original, edited, newIcon);
 
-    // One regeneration or edit of an app at a time, across Sorvane's processes; what is checked
-    // below holds until the edit is done.
-    const FileLock lock(FileLock::lockPathFor(SNAppEditHelper::configPath(m_context, original.appId)));
+    // One change of an app at a time, across Sorvane's processes; what is checked below holds
+    // until the edit is done.
+    const AppLock lock(m_context, original.appId);
+    if (!lock.isLocked())
+        return Logger::fail(error, lock.errorString());
     if (!QFileInfo(original.path).isDir())
         return Logger::fail(error, u"Cannot edit %1: it was moved or deleted meanwhile"_s.arg(original.path));
     const QVariantMap plist = PropertyList::readFile(original.path + u"/Contents/Info.plist"_s).toMap();
@@ -91,31 +95,62 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     if (SNUpdaterHelper::isEngineRunning(original.path))
         return Logger::fail(error, u"Not editing %1: the app is running; quit it and edit again"_s.arg(original.path));
 
-    const QString oldFolder = QFileInfo(original.path).fileName();
-    const QString newPath = QString(original.path).replace(oldFolder, newName + u".app"_s);
-    if (newPath != original.path && (QFileInfo::exists(newPath) || QFileInfo(newPath).isSymLink()))
-        return Logger::fail(error, u"Cannot rename %1 to %2: %3 already exists"_s.arg(original.appItem.appName, newName, newPath));
+    const QString newPath = QFileInfo(original.path).path() + u'/' + newName + u".app"_s;
+    const bool renaming = newPath != original.path;
+    // The new name is reserved as a creation reserves it, so that two renames (or a rename and a
+    // creation) to one name cannot both start; the loser changes nothing.
+    std::unique_ptr<StagedBundle> reservation;
+    if (renaming) {
+        StagedBundle::Outcome outcome = StagedBundle::Outcome::Failed;
+        QString reason;
+        reservation = StagedBundle::reserve(newPath, &outcome, &reason);
+        if (!reservation)
+            return Logger::fail(error, u"Cannot rename %1 to %2: %3"_s.arg(original.appItem.appName, newName,
+                                       outcome == StagedBundle::Outcome::Busy ? u"another app is taking that name"_s : reason));
+        if (QFileInfo::exists(newPath) || QFileInfo(newPath).isSymLink())
+            return Logger::fail(error, u"Cannot rename %1 to %2: %3 already exists"_s.arg(original.appItem.appName, newName, newPath));
+    }
 
     const bool switching = edited.browser != original.browser;
-    if (switching) {
-        Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
-        ProfileBackup backups(m_context, original.path);
-        if (!backups.backUp(original.browser, error))
-            return false;
-        if (change.restoreBackup && backups.exists(edited.browser) && !backups.restore(edited.browser, error))
+    const bool restoring = switching && change.restoreBackup && ProfileBackup(m_context, original.path).exists(edited.browser);
+    std::unique_ptr<OperationJournal> journal;
+    if (structural) {
+        journal = OperationJournal::begin(m_context,
+                                          {{OperationJournal::OperationKey, OperationJournal::Edit},
+                                           {OperationJournal::AppIdKey, original.appId},
+                                           {OperationJournal::BundleKey, original.path},
+                                           {OperationJournal::TargetKey, newPath},
+                                           {OperationJournal::FromBrowserKey, original.browser},
+                                           {OperationJournal::ToBrowserKey, edited.browser},
+                                           {OperationJournal::RestoringKey, restoring}},
+                                          error);
+        if (!journal)
             return false;
     }
+    // From here a failed step leaves the journal entry, and the next start finishes the edit.
+    const auto stop = [&journal] {
+        if (journal)
+            journal->keepForRecovery();
+        return false;
+    };
+    if (switching)
+        Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
 
     // The configuration takes the definition as it stands, new name included; the steps after it
     // work on the bundle under its old name until the rename.
-    SNAppEditHelper::saveAppConfig(m_context, edited);
+    if (!SNAppEditHelper::saveAppConfig(m_context, edited, error))
+        return stop();
     edited.appItem.appName = original.appItem.appName;
     if (newIcon) {
         const QString config = SNAppEditHelper::configPath(m_context, original.appId);
         QVariantMap stored = PropertyList::readFile(config).toMap();
         if (!stored.isEmpty()) {
             stored.insert(u"appIcon"_s, SNImage::imageData(change.newIcon));
-            PropertyList::writeFile(config, stored);
+            QString reason;
+            if (!PropertyList::writeFile(config, stored, &reason)) {
+                Logger::fail(error, u"Could not write %1: %2"_s.arg(config, reason));
+                return stop();
+            }
         }
     }
     Logger::log(u"✅ App config updated"_s);
@@ -127,10 +162,11 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     if (!structural) {
         Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
     } else {
-        SNAppEditHelper::updateLauncher(m_context, edited, newName);
-        SNAppEditHelper::changeAppIcon(edited, change.newIcon);
-        SNAppEditHelper::changeAppName(m_context, edited, newName);
-        if (edited.path != original.path)
+        if (!SNAppEditHelper::updateLauncher(m_context, edited, newName, error) ||
+            !SNAppEditHelper::changeAppIcon(edited, change.newIcon, error) ||
+            !SNAppEditHelper::changeAppName(m_context, edited, newName, error))
+            return stop();
+        if (renaming)
             Logger::log(u"📝 App renamed: %1"_s.arg(newName));
         const QString executable = PropertyList::readFile(edited.path + u"/Contents/Info.plist"_s)
                                        .toMap()
@@ -140,8 +176,13 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         AppDefinition definition;
         edited.appItem.applyTo(definition);
         BundleWriter(m_context, definition, layout).setPermissions();
-        if (switching)
+        if (switching) {
             EngineBuilder::runEngineScript(m_context, layout.resources, layout.appName, edited.browser);
+            // The profile last: until here a kill leaves it untouched, and from here the
+            // journal's recovery finishes the switch.
+            if (!ProfileBackup(m_context, edited.path).switchEngine(original.browser, edited.browser, restoring, error))
+                return stop();
+        }
         m_rebuilt = true;
     }
     edited.appItem.appName = newName;

@@ -17,18 +17,26 @@ public:
     QString pathFor(const QString &typeKey) const;
     bool exists(const QString &typeKey) const;
 
-    // Copies the profile to the backup of `typeKey`. An older backup of that engine goes to the
-    // Trash once the new one is complete; a failed copy leaves everything as it was.
-    bool backUp(const QString &typeKey, QString *error);
-    // Puts the backup of `typeKey` in the profile's place. The profile it replaces must have been
-    // backed up first; it is deleted.
-    bool restore(const QString &typeKey, QString *error);
+    // The profile's part of switching from engine `from` to engine `to`. When `restoring` (the
+    // user asked for it and a backup of `to` exists), the profile becomes the backup of `from`
+    // and the backup of `to` becomes the profile, two renames; otherwise the profile is copied to
+    // the backup of `from`. An older backup of `from` goes to the Trash. Every step checks what
+    // is already done, so running it again after a kill finishes it: the profile is always either
+    // in its place or, between the two renames, in a backup named by its engine.
+    bool switchEngine(const QString &from, const QString &to, bool restoring, QString *error);
+
+    // After a kill: puts a profile left only under a hidden working name (or only in a backup,
+    // between the renames of a switch) back in its place, and moves the other working copies to
+    // the Trash. Returns false with the reason when something could not be put right.
+    bool recoverLeftovers(const QString &currentEngine, QString *error);
 
     // What the user reads before confirming a switch from one engine to another.
     static QString switchWarning(const QString &appName, const QString &fromBrowser, const QString &toBrowser,
                                  bool restoresBackup);
 
 private:
+    bool moveToTrash(const QString &path, QString *error);
+
     Context &m_context;
     QString m_contents;
 };

@@ -21,6 +21,9 @@
 
 #include <QDateTime>
 #include <QDir>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringConverter>
@@ -45,11 +48,12 @@ QString readUtf8(const QString &path, bool *ok = nullptr)
     return opened ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-void writeUtf8(const QString &path, const QString &text)
+bool writeUtf8(const QString &path, const QString &text, QString *error)
 {
-    QString error;
-    if (!AtomicWriter::write(path, text.toUtf8(), &error))
-        Logger::log(u"Could not write %1: %2"_s.arg(path, error));
+    QString reason;
+    if (!AtomicWriter::write(path, text.toUtf8(), &reason))
+        return Logger::fail(error, u"Could not write %1: %2"_s.arg(path, reason));
+    return true;
 }
 
 // The file system entry itself, a dangling link included.
@@ -125,21 +129,11 @@ QString SNAppEditHelper::configPath(Context &context, const QString &appId)
     return AppConfigFile::path(SNAppTracker(context).getAppBundle(), appId);
 }
 
-void SNAppEditHelper::saveApp(Context &context, SNEditorItem &app, const QString &newName, const SNImage &newIcon)
-{
-    saveAppConfig(context, app);
-    SNChromePrefsHelper::applyAccentColor(app.appItem.accentColor, app.path + u"/Contents/Profile"_s);
-    updateLauncher(context, app, newName);
-    changeAppIcon(app, newIcon);
-    changeAppName(context, app, newName);
-}
-
-void SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app)
+bool SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app, QString *error)
 {
     const QString path = configPath(context, app.appId);
     if (!QFileInfo(path).isFile()) {
-        regenerateDataJSON(app);
-        return;
+        return regenerateDataJSON(app, error);
     }
     const SNBulkApp &item = app.appItem;
     QVariantMap config = PropertyList::readFile(path).toMap();
@@ -176,17 +170,17 @@ void SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app)
     config.insert(u"restoreSession"_s, item.restoreSession);
     config.insert(u"passwordManagerCompatibility"_s, item.passwordManagerCompatibility);
 
-    QString error;
-    if (!PropertyList::writeFile(path, config, &error))
-        Logger::log(u"Could not write %1: %2"_s.arg(path, error));
-    regenerateDataJSON(app);
+    QString reason;
+    if (!PropertyList::writeFile(path, config, &reason))
+        return Logger::fail(error, u"Could not write %1: %2"_s.arg(path, reason));
+    return regenerateDataJSON(app, error);
 }
 
-void SNAppEditHelper::regenerateDataJSON(const SNEditorItem &app)
+bool SNAppEditHelper::regenerateDataJSON(const SNEditorItem &app, QString *error)
 {
     const QString resources = app.path + u"/Contents/Resources"_s;
     if (!QFileInfo(resources).isDir())
-        return;
+        return true;
     const SNBulkApp &item = app.appItem;
     QStringList addresses;
     if (item.tabbedApp && !item.tabsList.isEmpty()) {
@@ -199,20 +193,19 @@ void SNAppEditHelper::regenerateDataJSON(const SNEditorItem &app)
     const QVariantMap data = SNRoutingConfig::dataJSONDictionaryWithRules(
         item.routingRules, destination, item.whitelistingEnabled, item.restoreSession,
         SNWhiteListPatterns::legacyPatterns(addresses, false));
-    writeUtf8(resources + u"/data.json"_s, QString::fromUtf8(SNRoutingConfig::dataJSON(data)));
+    return writeUtf8(resources + u"/data.json"_s, QString::fromUtf8(SNRoutingConfig::dataJSON(data)), error);
 }
 
-void SNAppEditHelper::updateLauncher(Context &context, const SNEditorItem &app, const QString &newName)
+bool SNAppEditHelper::updateLauncher(Context &context, const SNEditorItem &app, const QString &newName, QString *error)
 {
     if (QFileInfo::exists(app.path + u"/Contents/Resources/script"_s))
-        updateNewAppData(context, app, newName);
-    else if (app.appItem.tabbedApp)
-        updateTabbedAppData(app, newName);
-    else
-        updateAppData(app, newName);
+        return updateNewAppData(context, app, newName, error);
+    if (app.appItem.tabbedApp)
+        return updateTabbedAppData(app, newName, error);
+    return updateAppData(app, newName, error);
 }
 
-void SNAppEditHelper::updateNewAppData(Context &context, const SNEditorItem &app, const QString &newName)
+bool SNAppEditHelper::updateNewAppData(Context &context, const SNEditorItem &app, const QString &newName, QString *error)
 {
     const BundleLayout layout = BundleLayout::atPath(app.path, newName);
     const QString oldScript = readUtf8(layout.script());
@@ -228,42 +221,39 @@ void SNAppEditHelper::updateNewAppData(Context &context, const SNEditorItem &app
     if (companion && !hadCompanion)
         writer.writeCompanionFiles();
     writer.setCompanionIncluded(companion);
-    QString error;
-    const QString script = writer.scriptText(app.appId, &error);
-    if (script.isEmpty()) {
-        Logger::log(u"Error updating executable. %1"_s.arg(error));
-        return;
-    }
-    writeUtf8(layout.script(), script);
+    QString reason;
+    const QString script = writer.scriptText(app.appId, &reason);
+    if (script.isEmpty())
+        return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
+    return writeUtf8(layout.script(), script, error);
 }
 
-void SNAppEditHelper::updateAppData(const SNEditorItem &app, const QString &newName)
+bool SNAppEditHelper::updateAppData(const SNEditorItem &app, const QString &newName, QString *error)
 {
     const std::optional<OlderLauncher> launcher = OlderLauncher::load(app, newName);
     if (!launcher)
-        return;
+        return true;
     const QString &path = launcher->path;
     QStringList lines = launcher->text.split(u'\n');
     const auto exec = std::find_if(lines.begin(), lines.end(),
                                    [](const QString &line) { return line.startsWith(ExecLinePrefix); });
     if (exec == lines.end()) {
         Logger::log(u"⚠️ Warning: Could not find exec line to update in app script"_s);
-        writeUtf8(path, launcher->text);
-        return;
+        return writeUtf8(path, launcher->text, error);
     }
     const QStringList parts = exec->split(ExecSplitter);
     const QString head = renamedExecHead(parts.constFirst(), launcher->oldEscaped, launcher->newEscaped);
     const QString profile = QString(parts.constLast()).remove(u"--app="_s).split(u" --user-data-dir="_s).constLast();
     *exec = u"%1--no-sandbox --test-type  --args --app=%2 --user-data-dir=%3"_s.arg(
         head, u"\"%1\""_s.arg(app.appItem.appURL), profile);
-    writeUtf8(path, lines.join(u'\n'));
+    return writeUtf8(path, lines.join(u'\n'), error);
 }
 
-void SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString &newName)
+bool SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString &newName, QString *error)
 {
     const std::optional<OlderLauncher> launcher = OlderLauncher::load(app, newName);
     if (!launcher)
-        return;
+        return true;
     QStringList lines = launcher->text.split(u'\n');
     qsizetype tabsLine = -1;
     qsizetype execLine = -1;
@@ -290,28 +280,34 @@ void SNAppEditHelper::updateTabbedAppData(const SNEditorItem &app, const QString
             tabs.append(tab.tabUrlString);
         lines[tabsLine] = u"\tTabs=\"%1\"\n"_s.arg(tabs.join(u' '));
     }
-    writeUtf8(launcher->path, lines.join(u'\n'));
+    return writeUtf8(launcher->path, lines.join(u'\n'), error);
 }
 
-void SNAppEditHelper::changeAppIcon(SNEditorItem &app, const SNImage &newIcon)
+bool SNAppEditHelper::changeAppIcon(SNEditorItem &app, const SNImage &newIcon, QString *error)
 {
     if (newIcon.isNull())
-        return;
-    if (IconConverter::convertImagesWithSourceImage(newIcon, app.path + u"/Contents/Resources"_s)) {
-        Logger::log(u"Images successfully converted."_s);
-        // A new modification date makes the desktop load the icon again.
-        QFile bundle(app.path);
-        if (bundle.open(QIODevice::ReadOnly))
-            bundle.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime);
-    }
+        return true;
+    if (!IconConverter::convertImagesWithSourceImage(newIcon, app.path + u"/Contents/Resources"_s))
+        return Logger::fail(error, u"Cannot write the icon of %1"_s.arg(app.path));
+    Logger::log(u"Images successfully converted."_s);
+    // A new modification date makes the desktop load the icon again (a folder cannot be opened
+    // as a QFile, so the time is set on the path).
+    ::utimensat(AT_FDCWD, QFile::encodeName(app.path).constData(), nullptr, 0);
     app.appItem.appIcon = newIcon;
+    return true;
 }
 
-void SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const QString &newName)
+bool SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const QString &newName, QString *error)
 {
-    const QString oldFolderName = app.path.split(u'/').constLast();
+    // Every step looks at what is done already, so that the recovery of a rename that was killed
+    // half-way runs this again to finish it.
+    const QString oldFolderName = QFileInfo(app.path).fileName();
     const QString plistPath = app.path + u"/Contents/Info.plist"_s;
-    QVariantMap plist = PropertyList::readFile(plistPath).toMap();
+    QString reason;
+    const QVariant read = PropertyList::readFile(plistPath, &reason);
+    if (read.typeId() != QMetaType::QVariantMap)
+        return Logger::fail(error, u"Cannot read %1: %2"_s.arg(plistPath, reason));
+    QVariantMap plist = read.toMap();
     const QString oldExecutable = plist.value(u"CFBundleExecutable"_s, app.appItem.appName).toString();
 
     const QString executables = app.path + u"/Contents/MacOS/"_s;
@@ -333,27 +329,28 @@ void SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const Q
         plist.insert(u"SorvanePasswordManagerCompatibility"_s, true);
     else
         plist.remove(u"SorvanePasswordManagerCompatibility"_s);
-    QString error;
-    if (!PropertyList::writeFile(plistPath, plist, &error))
-        Logger::log(u"Could not write %1: %2"_s.arg(plistPath, error));
+    if (!PropertyList::writeFile(plistPath, plist, &reason))
+        return Logger::fail(error, u"Could not write %1: %2"_s.arg(plistPath, reason));
 
     const QString resources = app.path + u"/Contents/Resources/"_s;
-    moveEntry(resources + oldFolderName, resources + newName + u".app"_s);
+    for (const QString &inner : QStringList{oldFolderName, oldExecutable + u".app"_s}) {
+        if (inner != newName + u".app"_s)
+            moveEntry(resources + inner, resources + newName + u".app"_s);
+    }
 
-    // A plain replacement over the whole path, as the path was always rewritten.
-    const QString newPath = QString(app.path).replace(oldFolderName, newName + u".app"_s);
-    bool moved = true;
+    // The bundle moves last, in one step that fails when the name was taken meanwhile.
+    const QString newPath = QFileInfo(app.path).path() + u'/' + newName + u".app"_s;
     if (newPath != app.path) {
-        moved = moveEntry(app.path, newPath);
-        if (!moved)
-            Logger::log(u"⚠️ changeAppName: bundle move to %1 failed; tracker keeps %2"_s.arg(newPath, app.path));
+        bool taken = false;
+        if (!ExclusiveRename::rename(app.path, newPath, &taken, &reason))
+            return Logger::fail(error, taken ? u"Cannot rename %1: %2 already exists"_s.arg(app.path, newPath)
+                                             : u"Cannot move %1 to %2: %3"_s.arg(app.path, newPath, reason));
     }
-    if (moved) {
-        SNAppTracker(context).updateAppTracker(app.appId, newPath);
-        app.path = newPath;
-    }
+    SNAppTracker(context).updateAppTracker(app.appId, newPath);
+    app.path = newPath;
     LaunchServices::refreshRegistration(app.path);
     app.appItem.appName = newName;
+    return true;
 }
 
 void SNAppEditHelper::applyBrowserRegistration(bool registerAsBrowser, QVariantMap &plist)

@@ -15,9 +15,8 @@ class Context;
 // the engine's names, the bundle folder's name and the registry record. The profile is never
 // touched except for the accent colour in the engine's preferences.
 //
-// Each step stands alone; nothing is rolled back and a failed step does not stop the next one
-// (the caller checks what it can beforehand: a running engine, a name that is taken). Failures
-// are logged, not returned, except by replaceChromeWithAppName.
+// Each step returns false with the reason when a file could not be written; the caller stops
+// there (AppEditor journals the edit, so the next start finishes it).
 class SNAppEditHelper final
 {
 public:
@@ -28,31 +27,30 @@ public:
     // A name is valid when it is not empty and holds no "/".
     static bool validateAppName(const QString &name);
 
-    // The whole edit: configuration and data.json, accent colour, launcher, icon, then the rename
-    // (last, because every earlier step works on the old path).
-    static void saveApp(Context &context, SNEditorItem &app, const QString &newName, const SNImage &newIcon);
-
     // Rewrites "<appId>.config" with the edited values, keeping every other key; never creates a
     // missing file. Ends with regenerateDataJSON.
-    static void saveAppConfig(Context &context, const SNEditorItem &app);
+    static bool saveAppConfig(Context &context, const SNEditorItem &app, QString *error = nullptr);
     // Rewrites Contents/Resources/data.json (nothing when Contents/Resources is missing).
-    static void regenerateDataJSON(const SNEditorItem &app);
+    static bool regenerateDataJSON(const SNEditorItem &app, QString *error = nullptr);
 
     // The launcher update the bundle's layout calls for: the whole script regenerated, or one of
     // the older layouts patched.
-    static void updateLauncher(Context &context, const SNEditorItem &app, const QString &newName);
+    static bool updateLauncher(Context &context, const SNEditorItem &app, const QString &newName,
+                               QString *error = nullptr);
     // Regenerates Contents/Resources/script for the edited definition under the new name.
-    static void updateNewAppData(Context &context, const SNEditorItem &app, const QString &newName);
+    static bool updateNewAppData(Context &context, const SNEditorItem &app, const QString &newName,
+                                 QString *error = nullptr);
     // Older bundles, whose launcher is Contents/MacOS/<name> itself: patch its lines.
-    static void updateAppData(const SNEditorItem &app, const QString &newName);
-    static void updateTabbedAppData(const SNEditorItem &app, const QString &newName);
+    static bool updateAppData(const SNEditorItem &app, const QString &newName, QString *error = nullptr);
+    static bool updateTabbedAppData(const SNEditorItem &app, const QString &newName, QString *error = nullptr);
 
     // Writes the bundle's icon.icns from `newIcon` and keeps it as the definition's icon; nothing
     // without an icon.
-    static void changeAppIcon(SNEditorItem &app, const SNImage &newIcon);
+    static bool changeAppIcon(SNEditorItem &app, const SNImage &newIcon, QString *error = nullptr);
     // Info.plist, the launch program's and the engine's names, the bundle folder and the registry
-    // record; updates `app.path` and `app.appItem.appName`.
-    static void changeAppName(Context &context, SNEditorItem &app, const QString &newName);
+    // record; updates `app.path` and `app.appItem.appName`. Each step is skipped when done already,
+    // so running it again finishes an interrupted rename; the bundle folder moves last.
+    static bool changeAppName(Context &context, SNEditorItem &app, const QString &newName, QString *error = nullptr);
 
     // Sets or removes the keys that offer the app as a web browser.
     static void applyBrowserRegistration(bool registerAsBrowser, QVariantMap &plist);

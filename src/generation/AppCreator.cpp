@@ -4,6 +4,7 @@
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
 #include "core/Logger.h"
+#include "core/OperationJournal.h"
 #include "core/Prompter.h"
 #include "core/SNAppTracker.h"
 #include "core/ShellEscaping.h"
@@ -134,6 +135,7 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
         if (!staged->commit(&reason))
             return failCreation({1, reason}, error);
         m_registeredAppID.clear();
+        m_journal.reset();
         m_created.bundlePath = installed.bundle;
         DesktopEntries(m_context).refreshAppEntry(m_created.appID, installed.bundle);
         // Without the companion there is nothing to route, and the engine is not asked.
@@ -196,6 +198,16 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
         return false;
     }
     m_registeredAppID = appID;
+    m_journal = OperationJournal::begin(m_context,
+                                        {{OperationJournal::OperationKey, OperationJournal::Create},
+                                         {OperationJournal::AppIdKey, appID},
+                                         {OperationJournal::BundleKey, installed.bundle}},
+                                        &reason);
+    if (!m_journal) {
+        if (error)
+            *error = {1, reason};
+        return false;
+    }
 
     const QString script = writer.scriptText(appID, &reason);
     if (script.isEmpty()) {
@@ -228,6 +240,7 @@ void AppCreator::rollBackRegistration()
     tracker.deleteAppFromTracker(m_registeredAppID);
     QFile::remove(AppConfigFile::path(tracker.getAppBundle(), m_registeredAppID));
     m_registeredAppID.clear();
+    m_journal.reset();
 }
 
 const CompanionSupport::Verdict &AppCreator::engineVerdict()

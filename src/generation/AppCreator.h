@@ -13,9 +13,11 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 class Context;
+class OperationJournal;
 
 // What one successful creation made.
 struct CreatedApp
@@ -88,6 +90,9 @@ private:
     ProfileSource m_profile;
     CreatedApp m_created;
     QString m_registeredAppID;
+    // Open from registration to the move into place: a creation killed in between is undone at the
+    // next start (its record and configuration removed).
+    std::shared_ptr<OperationJournal> m_journal;
     QString m_assessedEngine;
     CompanionSupport::Verdict m_engineVerdict;
 };

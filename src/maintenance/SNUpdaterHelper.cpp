@@ -1,12 +1,12 @@
 #include "maintenance/SNUpdaterHelper.h"
 
+#include "core/AppLock.h"
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Constants.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
 #include "core/EngineWatch.h"
-#include "core/FileLock.h"
 #include "core/LaunchServices.h"
 #include "core/Logger.h"
 #include "core/Platform.h"
@@ -67,15 +67,19 @@ void refreshInfoDictionary(QVariantMap &plist, const QString &executable, const 
         plist.remove(QLatin1String(key));
 }
 
-// The registry id of the app: the script's, else that of the record naming the bundle, else a
-// new record (an app made before the registry existed).
+// The registry id of the app: the script's (registered again when its record is gone), else that
+// of the record naming the bundle, else a new record (an app made before the registry existed).
 QString registryId(Context &context, const QString &bundlePath, const QVariantMap &info)
 {
     const QString fromScript = info.value(u"appID"_s).toString();
-    if (!fromScript.isEmpty())
-        return fromScript;
     SNAppTracker tracker(context);
     const QVariantMap records = tracker.getTracker();
+    if (!fromScript.isEmpty()) {
+        // An app put back from the Trash, or whose record was lost, is registered again.
+        if (!records.contains(fromScript))
+            tracker.updateAppTracker(fromScript, bundlePath);
+        return fromScript;
+    }
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
         if (it.value().toMap().value(u"appPath"_s).toString() == bundlePath)
             return it.key();
@@ -156,9 +160,14 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     if (appID.isEmpty())
         return Logger::fail(error, u"Cannot update %1: the registry cannot be written"_s.arg(bundlePath));
     info.insert(u"appID"_s, appID);
-    // One regeneration or edit of an app at a time, across Sorvane's processes.
-    const FileLock lock(FileLock::lockPathFor(AppConfigFile::path(SNAppTracker(context).getAppBundle(), appID)));
-    // Checked under the lock: files of a running engine are not replaced under it.
+    // One change of an app at a time, across Sorvane's processes.
+    const AppLock lock(context, appID);
+    if (!lock.isLocked())
+        return Logger::fail(error, lock.errorString());
+    // Checked under the lock: the app may have been deleted or renamed while this waited, and
+    // files of a running engine are not replaced under it.
+    if (!QFileInfo(plistPath).isFile() || !isSorvaneBundle(PropertyList::readFile(plistPath).toMap()))
+        return Logger::fail(error, u"Cannot update %1: it was moved or deleted meanwhile"_s.arg(bundlePath));
     if (isEngineRunning(bundlePath))
         return Logger::fail(error, u"Not updating %1: the app is running; quit it and update again"_s.arg(bundlePath));
 
@@ -216,6 +225,8 @@ void SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString 
     if (config.isEmpty() || browserType.isEmpty())
         return;
     config.insert(u"browserType"_s, browserType);
+    // The number is read before the key when both are there: the two must agree.
+    config.insert(u"applicationType"_s, BrowserCatalogue::numberForTypeKey(browserType));
     if (PropertyList::writeFile(path, config))
         Logger::log(u"Preserved browser type '%1' for app: %2"_s.arg(browserType, bundlePath));
 }

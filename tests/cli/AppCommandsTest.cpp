@@ -111,7 +111,7 @@ TEST(AppCommands, ListInfoUpdateAndDeleteAsAUserRunsThem)
         ASSERT_TRUE(frozen.frozen());
         const CliRun refused = home.sorvane({u"delete"_s, u"--yes"_s, chatId});
         EXPECT_EQ(refused.exitCode, 1);
-        EXPECT_TRUE(refused.err.contains("cannot be removed")) << refused.err.constData();
+        EXPECT_TRUE(refused.err.contains("could not be moved to the Trash")) << refused.err.constData();
     }
     EXPECT_EQ(names(json(home.sorvane({u"list"_s, u"--json"_s}))), (QStringList{u"Chat"_s, u"Corrupt"_s, u"Mail"_s}));
     EXPECT_TRUE(home.tracker().contains(chatId));
@@ -123,4 +123,47 @@ TEST(AppCommands, ListInfoUpdateAndDeleteAsAUserRunsThem)
     EXPECT_FALSE(QFile::exists(home.test.home() + u"/.local/share/Sorvane/"_s + chatId + u".config"_s));
     EXPECT_EQ(QDir(home.apps).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 3);
     EXPECT_EQ(names(json(home.sorvane({u"list"_s, u"--json"_s}))), (QStringList{u"Corrupt"_s, u"Mail"_s}));
+}
+
+TEST(AppCommands, DeleteTakesOnlyARegisteredAppAndTheTrashGivesItBack)
+{
+    Home home;
+    const CliRun made = home.create(u"Mail"_s);
+    ASSERT_EQ(made.exitCode, 0) << made.err.constData();
+    const QString id = QJsonDocument::fromJson(made.out).object().value(u"appID"_s).toString();
+    ASSERT_TRUE(copyTree(home.bundle(u"Mail"_s), home.bundle(u"Mail copy"_s)));
+    const QString documents = home.test.home() + u"/Documents"_s;
+    writeFile(documents + u"/letter.txt"_s, "mine");
+    // A second record of the bundle, as a killed import of an earlier version left them.
+    const QString trackerPath = home.test.home() + u"/.local/share/Sorvane/tracker.plist"_s;
+    QVariantMap records = PropertyList::readFile(trackerPath).toMap();
+    const QString stale = u"00000000-0000-0000-0000-000000000009"_s;
+    records.insert(stale, QVariantMap{{u"appID"_s, stale}, {u"appPath"_s, home.bundle(u"Mail"_s)}});
+    ASSERT_TRUE(PropertyList::writeFile(trackerPath, records));
+
+    for (const QString &target : QStringList{documents, home.apps, home.apps + u'/', home.bundle(u"Mail copy"_s), stale}) {
+        const CliRun refused = home.sorvane({u"delete"_s, u"--yes"_s, target});
+        EXPECT_EQ(refused.exitCode, 1) << qPrintable(target);
+        EXPECT_TRUE(refused.err.contains("nothing was deleted")) << refused.err.constData();
+    }
+    EXPECT_TRUE(QFile::exists(documents + u"/letter.txt"_s));
+    EXPECT_TRUE(QFile::exists(home.bundle(u"Mail copy"_s) + u"/Contents/Info.plist"_s));
+    EXPECT_TRUE(QFile::exists(home.bundle(u"Mail"_s) + u"/Contents/Info.plist"_s));
+    EXPECT_TRUE(home.tracker().contains(id));
+
+    const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, id});
+    ASSERT_EQ(deleted.exitCode, 0) << deleted.err.constData();
+    EXPECT_FALSE(QFile::exists(home.bundle(u"Mail"_s)));
+    EXPECT_FALSE(home.tracker().contains(id));
+
+    // A file manager's "Restore" (GIO's, through its trash: location) puts it back where it was,
+    // from the info file; an update registers it again.
+    const CliRun restored = CliSandbox::run(u"dbus-run-session"_s,
+                                            {u"--"_s, u"gio"_s, u"trash"_s, u"--restore"_s, u"trash:///Mail.app"_s},
+                                            home.environment);
+    ASSERT_EQ(restored.exitCode, 0) << restored.err.constData();
+    EXPECT_TRUE(QFile::exists(home.bundle(u"Mail"_s) + u"/Contents/Info.plist"_s));
+    const CliRun updated = home.sorvane({u"update"_s, home.bundle(u"Mail"_s)});
+    EXPECT_EQ(updated.exitCode, 0) << updated.err.constData();
+    EXPECT_TRUE(home.tracker().contains(id));
 }

@@ -1,0 +1,208 @@
+#include "editing/StartupRecovery.h"
+
+#include "core/AppLock.h"
+#include "core/Context.h"
+#include "core/DesktopEntries.h"
+#include "core/Logger.h"
+#include "core/OperationJournal.h"
+#include "core/SNAppTracker.h"
+#include "core/SNEditorItem.h"
+#include "core/Trash.h"
+#include "editing/AppEditor.h"
+#include "editing/ProfileBackup.h"
+#include "editing/SNAppEditHelper.h"
+#include "generation/AppConfigFile.h"
+#include "generation/StagedBundle.h"
+#include "maintenance/AppRemover.h"
+#include "maintenance/SNUpdaterHelper.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool present(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
+}
+
+QString carriedId(const QString &bundle)
+{
+    return SNUpdaterHelper::appInfo(bundle).value_or(QVariantMap{}).value(u"appID"_s).toString();
+}
+
+QString nameOf(const QString &bundle)
+{
+    QString name = QFileInfo(bundle).fileName();
+    if (name.endsWith(u".app"_s))
+        name.chop(4);
+    return name;
+}
+
+} // namespace
+
+StartupRecovery::StartupRecovery(Context &context)
+    : m_context(context)
+{
+}
+
+int StartupRecovery::run()
+{
+    const int handled =
+        OperationJournal::recoverAbandoned(m_context, [this](const QVariantMap &entry) { return recover(entry); });
+    cleanLeftovers();
+    if (handled > 0)
+        dropStaleRecords();
+    return handled;
+}
+
+bool StartupRecovery::recover(const QVariantMap &entry)
+{
+    const QString operation = entry.value(OperationJournal::OperationKey).toString();
+    const QString appId = entry.value(OperationJournal::AppIdKey).toString();
+    const QString bundle = entry.value(OperationJournal::BundleKey).toString();
+    if (appId.isEmpty() || bundle.isEmpty())
+        return true; // nothing to go on
+    Logger::log(u"Recovering an interrupted %1 of %2"_s.arg(operation, bundle));
+    // Where its hidden working folders may be, now that the app may be gone from the registry.
+    m_folders.insert(QFileInfo(bundle).path());
+    const AppLock lock(m_context, appId);
+    if (operation == OperationJournal::Create)
+        return recoverCreate(appId, bundle);
+    if (operation == OperationJournal::Delete)
+        return AppRemover::recover(m_context, appId, bundle);
+    if (operation == OperationJournal::Edit)
+        return recoverEdit(entry);
+    Logger::log(u"⚠️ Unknown interrupted change '%1' of %2 left as it is"_s.arg(operation, bundle));
+    return true;
+}
+
+bool StartupRecovery::recoverCreate(const QString &appId, const QString &bundle)
+{
+    if (present(bundle) && carriedId(bundle).compare(appId, Qt::CaseInsensitive) == 0) {
+        DesktopEntries(m_context).refreshAppEntry(appId, bundle);
+        return true; // it was complete; only the end of the creation was missed
+    }
+    // Never moved into place: what it built is a hidden staging folder, removed below.
+    SNAppTracker tracker(m_context);
+    tracker.deleteAppFromTracker(appId);
+    QFile::remove(AppConfigFile::path(tracker.getAppBundle(), appId));
+    return true;
+}
+
+bool StartupRecovery::recoverEdit(const QVariantMap &entry)
+{
+    const QString appId = entry.value(OperationJournal::AppIdKey).toString();
+    const QString bundle = entry.value(OperationJournal::BundleKey).toString();
+    const QString target = entry.value(OperationJournal::TargetKey).toString();
+    const QString from = entry.value(OperationJournal::FromBrowserKey).toString();
+    const QString to = entry.value(OperationJournal::ToBrowserKey).toString();
+    const bool restoring = entry.value(OperationJournal::RestoringKey).toBool();
+
+    QString at = present(target) ? target : bundle;
+    if (!QFileInfo(at).isDir())
+        return true; // the app is gone; nothing of it to finish
+    QString error;
+    if (at != target && !target.isEmpty()) {
+        // The rename had not moved the folder yet: finish it, or go back to the old name when the
+        // new one was taken meanwhile.
+        std::optional<SNEditorItem> item = AppEditor(m_context).load(at, appId, &error);
+        if (!item) {
+            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+            return false;
+        }
+        const QString name = present(target) ? nameOf(bundle) : nameOf(target);
+        if (!SNAppEditHelper::changeAppName(m_context, *item, name, &error)) {
+            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+            return false;
+        }
+        at = item->path;
+    } else if (std::optional<SNEditorItem> item = AppEditor(m_context).load(at, appId, &error)) {
+        // In its place already; the pieces inside may still carry the old name.
+        if (!SNAppEditHelper::changeAppName(m_context, *item, nameOf(at), &error)) {
+            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+            return false;
+        }
+    }
+    // Everything the generator writes is written again from what the app says now.
+    if (!SNUpdaterHelper::updateApp(m_context, at, &error)) {
+        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+        return false;
+    }
+    const QString engine = SNUpdaterHelper::appInfo(at).value_or(QVariantMap{}).value(u"browserType"_s).toString();
+    ProfileBackup backups(m_context, at);
+    // The profile is the switch's last step: when the launcher says the new engine, finish it;
+    // otherwise it was never touched.
+    if (from != to && engine == to && !backups.switchEngine(from, to, restoring, &error)) {
+        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+        return false;
+    }
+    if (!backups.recoverLeftovers(engine, &error)) {
+        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+        return false;
+    }
+    return true;
+}
+
+void StartupRecovery::cleanLeftovers()
+{
+    const QVariantMap records = SNAppTracker(m_context).getTracker();
+    // The folders apps live in: the applications folder and wherever registered apps are.
+    QSet<QString> folders{m_context.applicationsFolder()};
+    folders.unite(m_folders);
+    for (const QVariant &record : records)
+        folders.insert(QFileInfo(record.toMap().value(u"appPath"_s).toString()).path());
+    for (const QString &folder : std::as_const(folders)) {
+        if (folder.isEmpty() || folder == u"."_s || !QFileInfo(folder).isDir())
+            continue;
+        StagedBundle::removeStale(folder);
+        // Earlier versions deleted for good through a hidden name; what one left goes to the Trash.
+        for (const QString &name : QDir(folder).entryList({u".*.app.deleting-*"_s}, QDir::Dirs | QDir::Hidden)) {
+            QString reason;
+            if (!m_context.trash().moveToTrash(folder + u'/' + name, nullptr, &reason))
+                Logger::log(u"⚠️ %1"_s.arg(reason));
+        }
+    }
+    for (auto it = records.cbegin(); it != records.cend(); ++it) {
+        const QString path = it.value().toMap().value(u"appPath"_s).toString();
+        const QString contents = path + u"/Contents"_s;
+        if (path.isEmpty() ||
+            QDir(contents).entryList({u".Profile.*"_s}, QDir::AllEntries | QDir::Hidden | QDir::System).isEmpty())
+            continue;
+        const AppLock lock(m_context, it.key(), FileLock::Wait::No);
+        if (!lock.isLocked())
+            continue; // being changed right now
+        const QString engine = SNUpdaterHelper::appInfo(path).value_or(QVariantMap{}).value(u"browserType"_s).toString();
+        QString error;
+        if (!ProfileBackup(m_context, path).recoverLeftovers(engine, &error))
+            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+    }
+}
+
+void StartupRecovery::dropStaleRecords()
+{
+    SNAppTracker tracker(m_context);
+    const QVariantMap records = tracker.getTracker();
+    QHash<QString, QStringList> idsByPath;
+    for (auto it = records.cbegin(); it != records.cend(); ++it)
+        idsByPath[QDir::cleanPath(it.value().toMap().value(u"appPath"_s).toString())].append(it.key());
+    for (auto it = idsByPath.cbegin(); it != idsByPath.cend(); ++it) {
+        if (it.value().size() < 2)
+            continue;
+        const QString carried = carriedId(it.key());
+        if (carried.isEmpty())
+            continue; // cannot tell which is the app's own
+        for (const QString &id : it.value()) {
+            if (id.compare(carried, Qt::CaseInsensitive) != 0) {
+                Logger::log(u"Recovery: the record %1 named %2, which is the app %3; removed"_s.arg(id, it.key(), carried));
+                tracker.deleteAppFromTracker(id);
+            }
+        }
+    }
+}
