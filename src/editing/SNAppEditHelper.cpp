@@ -311,9 +311,9 @@ bool SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const Q
     const QString oldExecutable = plist.value(u"CFBundleExecutable"_s, app.appItem.appName).toString();
 
     const QString executables = app.path + u"/Contents/MacOS/"_s;
-    bool executableNamed = oldExecutable == newName;
-    if (!executableNamed)
-        executableNamed = moveEntry(executables + oldExecutable, executables + newName);
+    // Named already when a killed run had moved the program but not yet written Info.plist.
+    const bool executableNamed = oldExecutable == newName || entryExists(executables + newName) ||
+                                 moveEntry(executables + oldExecutable, executables + newName);
     if (executableNamed) {
         plist.insert(u"CFBundleExecutable"_s, newName);
         // On Linux the engine sits beside the launch program under the app's name; it follows, so

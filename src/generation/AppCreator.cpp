@@ -3,6 +3,7 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
+#include "core/Ids.h"
 #include "core/Logger.h"
 #include "core/OperationJournal.h"
 #include "core/Prompter.h"
@@ -191,13 +192,8 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
 
     SNAppTracker tracker(m_context);
     QString reason;
-    const QString appID = tracker.addAppTracker(installed.bundle, &reason).value(u"appID"_s).toString();
-    if (appID.isEmpty()) {
-        if (error)
-            *error = {1, reason};
-        return false;
-    }
-    m_registeredAppID = appID;
+    // Journaled before the record exists, so that a creation killed at any point after is undone.
+    const QString appID = Ids::newRegistryId();
     m_journal = OperationJournal::begin(m_context,
                                         {{OperationJournal::OperationKey, OperationJournal::Create},
                                          {OperationJournal::AppIdKey, appID},
@@ -206,6 +202,13 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
     if (!m_journal) {
         if (error)
             *error = {1, reason};
+        return false;
+    }
+    m_registeredAppID = appID;
+    tracker.updateAppTracker(appID, installed.bundle);
+    if (!tracker.getTracker().contains(appID)) {
+        if (error)
+            *error = {1, u"The app registry %1 could not be written."_s.arg(tracker.trackerPath())};
         return false;
     }
 
