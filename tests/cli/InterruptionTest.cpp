@@ -53,6 +53,7 @@ public:
         QFile marker(bundle(name) + u"/Contents/Profile/Default/"_s + MarkerName);
         EXPECT_TRUE(marker.open(QIODevice::WriteOnly) && marker.write("kept") == 4);
         marked.insert(id);
+        lastMade = name;
         return id;
     }
 
@@ -139,6 +140,7 @@ public:
 
     // The apps whose profile holds the marker (imported copies start with a profile of their own).
     QSet<QString> marked;
+    QString lastMade;
 };
 
 // One kind of change, killed at random points of its run.
@@ -205,9 +207,12 @@ QStringList switchCommand(Interrupted &home, int)
 
 QStringList deleteCommand(Interrupted &home, int run)
 {
-    // A deleted app is made again under a new name, so the Trash never holds two of one name.
-    if (home.records().isEmpty())
+    // A deleted app is whole in the Trash, and is made again under a new name, so the Trash never
+    // holds two of one name.
+    if (home.records().isEmpty()) {
+        EXPECT_TRUE(QFileInfo(home.trashed(home.lastMade) + u"/Contents/Info.plist"_s).isFile()) << "trashed half an app";
         home.make(u"Gone %1"_s.arg(run));
+    }
     return {u"delete"_s, onlyApp(home), u"--yes"_s};
 }
 
