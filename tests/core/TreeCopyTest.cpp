@@ -84,3 +84,47 @@ TEST(TreeCopy, FollowsEachPolicy)
         EXPECT_EQ(listing(destination), QString(row.copy).replace(u"%R"_s, root));
     }
 }
+
+// Below a root nothing is read through a link, wherever it stands on the way.
+TEST(TreeCopy, SeesWhatLiesBelowARootWithoutFollowingLinks)
+{
+    using K = TreeCopy::Kind;
+    // clang-format off
+    const struct { const char *relative; K kind; QByteArray read; } rows[] = {
+        {"sub/inner", K::File, "inner"},
+        {"sub", K::Folder, {}},
+        {"to-file", K::Link, {}},
+        {"to-sub/inner", K::Link, {}},
+        {"to-outside/secret", K::Link, {}},
+        {"missing/inner", K::Absent, {}},
+        {"sub/inner/below", K::Absent, {}},
+        {"sub/../sub/inner", K::Other, {}},
+        {"", K::Other, {}},
+    };
+    // clang-format on
+    TestContext test;
+    const QString root = test.root() + u"/src"_s;
+    writeFile(root + u"/sub/inner"_s, "inner");
+    writeFile(test.root() + u"/outside/secret"_s, "secret");
+    QFile::link(root + u"/sub/inner"_s, root + u"/to-file"_s);
+    QFile::link(root + u"/sub"_s, root + u"/to-sub"_s);
+    QFile::link(test.root() + u"/outside"_s, root + u"/to-outside"_s);
+    QFile::link(test.root() + u"/outside"_s, root + u"/sub/to-outside"_s);
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.relative);
+        const QString relative = QString::fromUtf8(row.relative);
+        EXPECT_EQ(TreeCopy::kindBelow(root, relative), row.kind);
+        QString error;
+        const std::optional<QByteArray> read = TreeCopy::readFileBelow(root, relative, 1024, &error);
+        EXPECT_EQ(read.value_or("<none>"), row.kind == K::File ? row.read : QByteArray("<none>"));
+        EXPECT_EQ(error.isEmpty(), row.kind == K::File) << error.toStdString();
+        // A copy from there brings nothing a link leads to.
+        const QString destination = test.root() + u"/dst"_s;
+        TreeCopy::copyBelow(root, relative, destination, TreeCopy::Existing::ReplaceNonFolder, TreeCopy::Errors::Stop);
+        EXPECT_EQ(QFileInfo::exists(destination), row.kind == K::File || row.kind == K::Folder);
+        EXPECT_FALSE(listing(QFileInfo(destination).isDir() ? destination : test.root() + u"/none"_s).contains(u"->"_s));
+        QDir(destination).removeRecursively();
+        QFile::remove(destination);
+    }
+    EXPECT_FALSE(TreeCopy::readFileBelow(root, u"sub/inner"_s, 4));
+}
