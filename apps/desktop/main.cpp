@@ -61,7 +61,11 @@ int main(int argc, char **argv)
     DesktopShell shell(*context);
     DeepLinkServer server(shell.deepLinks());
     QString listenError;
-    if (!server.listen(&listenError)) {
+    const DeepLinkServer::ListenResult listening = server.listen(&listenError);
+    // Without its socket the app still starts; only links from a second start cannot reach it.
+    if (listening == DeepLinkServer::ListenResult::Failed)
+        QTextStream(stderr) << "Sorvane cannot receive links from a second start: " << listenError << Qt::endl;
+    if (listening == DeepLinkServer::ListenResult::AlreadyRunning) {
         QTextStream err(stderr);
         if (links.isEmpty()) {
             err << "Sorvane is already running (" << listenError << ")." << Qt::endl;

@@ -3,6 +3,7 @@
 #include "core/AtomicWriter.h"
 #include "core/Logger.h"
 #include "core/TreeCopy.h"
+#include "editing/SNProfileDiscovery.h"
 #include "generation/ProfileSeeder.h"
 
 #include <QDir>
@@ -29,29 +30,9 @@ const std::array JournalSuffixes{u"-journal"_s, u"-wal"_s};
 const std::array ExtensionSettingsFolders{u"Local Extension Settings"_s, u"Sync Extension Settings"_s,
                                           u"Managed Extension Settings"_s};
 
-bool present(const QString &path)
+bool present(const QString &root, const QString &relative)
 {
-    const QFileInfo info(path);
-    return info.exists() || info.isSymLink();
-}
-
-const TreeCopy::Options CopyOptions{.links = TreeCopy::Links::Skip,
-                                    .existing = TreeCopy::Existing::ReplaceNonFolder,
-                                    .errors = TreeCopy::Errors::Stop};
-
-bool copyTree(const QString &source, const QString &target)
-{
-    // A link in the profile could point anywhere; what the browser writes there is never one.
-    if (QFileInfo(source).isSymLink()) {
-        Logger::log(u"⚠️ Browser data import: %1 is a link and was not followed"_s.arg(source));
-        return false;
-    }
-    QDir().mkpath(QFileInfo(target).path());
-    if (const std::optional<QString> error = TreeCopy::copy(source, target, CopyOptions)) {
-        Logger::log(u"⚠️ Browser data import: %1"_s.arg(*error));
-        return false;
-    }
-    return true;
+    return TreeCopy::kindBelow(root, relative) != TreeCopy::Kind::Absent;
 }
 
 } // namespace
@@ -86,13 +67,31 @@ bool BrowserDataImporter::needsClosedBrowser(const QList<ImportCategory> &catego
            (categories.contains(ImportCategory::Extensions) && !extensions.isEmpty());
 }
 
+bool BrowserDataImporter::copyTree(const QString &source, const QString &target) const
+{
+    // A link in the profile could point anywhere; what the browser writes there is never one.
+    if (TreeCopy::kindBelow(m_userDataFolder, source) == TreeCopy::Kind::Link) {
+        Logger::log(u"⚠️ Browser data import: %1 is a link and was not followed"_s.arg(m_userDataFolder + u'/' + source));
+        return false;
+    }
+    QDir().mkpath(QFileInfo(target).path());
+    if (const std::optional<QString> error = TreeCopy::copyBelow(m_userDataFolder, source, target,
+                                                                 TreeCopy::Existing::ReplaceNonFolder,
+                                                                 TreeCopy::Errors::Stop)) {
+        Logger::log(u"⚠️ Browser data import: %1"_s.arg(*error));
+        return false;
+    }
+    return true;
+}
+
 ImportSummary BrowserDataImporter::importData(const QString &profileKey, const QList<ImportCategory> &categories,
                                               const QList<ImportableExtension> &extensions,
                                               const QString &targetProfileFolder) const
 {
     ImportSummary summary;
-    const QString source = m_userDataFolder + u'/' + profileKey;
-    if (!ProfileSeeder::isProfileKey(profileKey) || !QFileInfo(source).isDir()) {
+    const QString &source = profileKey;
+    if (!ProfileSeeder::isProfileKey(profileKey) ||
+        TreeCopy::kindBelow(m_userDataFolder, profileKey) != TreeCopy::Kind::Folder) {
         summary.missingSource = true;
         return summary;
     }
@@ -142,7 +141,8 @@ ImportSummary BrowserDataImporter::importData(const QString &profileKey, const Q
 
 BrowserDataImporter::Outcome BrowserDataImporter::copyFile(const QString &source, const QString &target) const
 {
-    if (!QFileInfo(source).isFile())
+    const TreeCopy::Kind kind = TreeCopy::kindBelow(m_userDataFolder, source);
+    if (kind != TreeCopy::Kind::File && kind != TreeCopy::Kind::Link)
         return Outcome::Absent;
     return copyTree(source, target) ? Outcome::Copied : Outcome::Failed;
 }
@@ -150,14 +150,20 @@ BrowserDataImporter::Outcome BrowserDataImporter::copyFile(const QString &source
 BrowserDataImporter::Outcome BrowserDataImporter::copySettings(const QString &source, const QString &target,
                                                                const QList<ImportableExtension> &extensions) const
 {
-    if (!QFileInfo(source).isFile())
+    const TreeCopy::Kind kind = TreeCopy::kindBelow(m_userDataFolder, source);
+    if (kind != TreeCopy::Kind::File && kind != TreeCopy::Kind::Link)
         return Outcome::Absent;
-    QFile file(source);
+    QString readError;
+    const std::optional<QByteArray> data =
+        TreeCopy::readFileBelow(m_userDataFolder, source, SNProfileDiscovery::MaximumFileSize, &readError);
+    if (!data) {
+        Logger::log(u"⚠️ Browser data import: %1"_s.arg(readError));
+        return Outcome::Failed;
+    }
     QJsonParseError parseError{};
-    const QJsonDocument document =
-        file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &parseError) : QJsonDocument();
+    const QJsonDocument document = QJsonDocument::fromJson(*data, &parseError);
     if (!document.isObject()) {
-        Logger::log(u"⚠️ Browser data import: %1 is not a preferences file"_s.arg(source));
+        Logger::log(u"⚠️ Browser data import: %1/%2 is not a preferences file"_s.arg(m_userDataFolder, source));
         return Outcome::Failed;
     }
     // Records of extensions that are not brought along would make the app's engine look for them.
@@ -176,7 +182,8 @@ BrowserDataImporter::Outcome BrowserDataImporter::copySettings(const QString &so
 
 BrowserDataImporter::Outcome BrowserDataImporter::copyDatabase(const QString &source, const QString &target) const
 {
-    if (!QFileInfo(source).isFile())
+    const TreeCopy::Kind kind = TreeCopy::kindBelow(m_userDataFolder, source);
+    if (kind != TreeCopy::Kind::File && kind != TreeCopy::Kind::Link)
         return Outcome::Absent;
     if (sourceInUse())
         return Outcome::InUse;
@@ -190,7 +197,7 @@ BrowserDataImporter::Outcome BrowserDataImporter::copyDatabase(const QString &so
     for (const QString &suffix : JournalSuffixes) {
         // A journal the source does not have must not be left beside the copy: it would be
         // replayed into a database it does not belong to.
-        if (present(source + suffix)) {
+        if (present(m_userDataFolder, source + suffix)) {
             copied = copied && copyTree(source + suffix, target + suffix);
             written.append(target + suffix);
         } else {
@@ -217,7 +224,8 @@ BrowserDataImporter::Outcome BrowserDataImporter::copyExtension(const QString &s
     if (!ProfileSeeder::isExtensionId(id))
         return Outcome::Failed;
     const QString folder = u"Extensions/"_s + id;
-    if (!QFileInfo(sourceProfile + u'/' + folder).isDir())
+    const TreeCopy::Kind kind = TreeCopy::kindBelow(m_userDataFolder, sourceProfile + u'/' + folder);
+    if (kind != TreeCopy::Kind::Folder && kind != TreeCopy::Kind::Link)
         return Outcome::Absent;
     if (sourceInUse())
         return Outcome::InUse;
@@ -225,7 +233,7 @@ BrowserDataImporter::Outcome BrowserDataImporter::copyExtension(const QString &s
         return Outcome::Failed;
     for (const QString &settings : ExtensionSettingsFolders) {
         const QString own = settings + u'/' + id;
-        if (present(sourceProfile + u'/' + own) && !copyTree(sourceProfile + u'/' + own, targetProfile + u'/' + own))
+        if (present(m_userDataFolder, sourceProfile + u'/' + own) && !copyTree(sourceProfile + u'/' + own, targetProfile + u'/' + own))
             return Outcome::Failed;
     }
     return sourceInUse() ? Outcome::InUse : Outcome::Copied;

@@ -35,6 +35,8 @@ public:
 private:
     enum class Outcome { Copied, Absent, Failed, InUse };
 
+    // Sources are paths inside the user-data folder; nothing is read through a link there.
+    bool copyTree(const QString &source, const QString &target) const;
     Outcome copyFile(const QString &source, const QString &target) const;
     Outcome copySettings(const QString &source, const QString &target,
                          const QList<ImportableExtension> &extensions) const;

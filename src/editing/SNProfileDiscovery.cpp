@@ -3,6 +3,7 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
+#include "core/TreeCopy.h"
 #include "generation/ProfileSeeder.h"
 
 #include <QFile>
@@ -16,16 +17,24 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The file's bytes, or nothing when it cannot be read or is larger than any real one.
-std::optional<QByteArray> readSmallFile(const QString &path)
+// Where `path` is read from: below the user-data folder no link is followed (one could lead to
+// anything); a file elsewhere is read only when its own name is not a link.
+std::pair<QString, QString> rootAndRelative(const QString &userDataFolder, const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > SNProfileDiscovery::MaximumFileSize)
-        return std::nullopt;
-    QByteArray data = file.read(SNProfileDiscovery::MaximumFileSize + 1);
-    if (data.size() > SNProfileDiscovery::MaximumFileSize)
-        return std::nullopt;
-    return data;
+    const QString prefix = userDataFolder + u'/';
+    if (path.startsWith(prefix))
+        return {userDataFolder, path.mid(prefix.size())};
+    const QFileInfo info(path);
+    return {info.path(), info.fileName()};
+}
+
+// The file's bytes, or nothing when it cannot be read or is larger than any real one.
+std::optional<QByteArray> readSmallFile(const QString &userDataFolder, const QString &path)
+{
+    const auto [root, relative] = rootAndRelative(userDataFolder, path);
+    if (TreeCopy::kindBelow(root, relative) == TreeCopy::Kind::Link)
+        Logger::log(u"%1 leads through a link and was not read"_s.arg(path));
+    return TreeCopy::readFileBelow(root, relative, SNProfileDiscovery::MaximumFileSize);
 }
 
 std::optional<QJsonObject> jsonObject(const QByteArray &data, QString *error)
@@ -43,10 +52,10 @@ std::optional<QJsonObject> jsonObject(const QByteArray &data, QString *error)
     return document.object();
 }
 
-bool isReadableFile(const QString &path)
+bool isReadableFile(const QString &userDataFolder, const QString &path)
 {
-    const QFileInfo info(path);
-    return info.isFile() && info.isReadable();
+    const auto [root, relative] = rootAndRelative(userDataFolder, path);
+    return TreeCopy::kindBelow(root, relative) == TreeCopy::Kind::File && QFileInfo(path).isReadable();
 }
 
 // A key taken from a file; refused keys are logged and count as missing.
@@ -103,7 +112,7 @@ std::optional<QJsonObject> SNProfileDiscovery::getProfilesFromPath(const QString
         return m_profileTable;
     if (!QFileInfo(path).isReadable())
         Logger::log(u"Chrome profile not readable"_s);
-    const std::optional<QByteArray> data = readSmallFile(path);
+    const std::optional<QByteArray> data = readSmallFile(m_userDataFolder, path);
     if (!data) {
         Logger::log(u"Could not read data from :%1"_s.arg(path));
         return std::nullopt;
@@ -116,7 +125,7 @@ std::optional<QJsonObject> SNProfileDiscovery::getProfilesFromPath(const QString
     }
     m_profileTable = localState->value(u"profile"_s).toObject();
 
-    if (!m_currentProfileKey.isEmpty() && !isReadableFile(getPreferencePath(m_currentProfileKey)))
+    if (!m_currentProfileKey.isEmpty() && !isReadableFile(m_userDataFolder, getPreferencePath(m_currentProfileKey)))
         setCurrentProfileKey(QString());
     if (m_currentProfileKey.isEmpty()) {
         QString key = acceptedKey(m_profileTable->value(u"last_used"_s));
@@ -144,7 +153,7 @@ std::optional<QJsonObject> SNProfileDiscovery::getPreferenceJson()
     else if (!info.isReadable())
         Logger::log(u"Chrome preferences not readable at path: %1"_s.arg(path));
     const std::optional<QByteArray> data =
-        ProfileSeeder::isProfileKey(m_currentProfileKey) ? readSmallFile(path) : std::nullopt;
+        ProfileSeeder::isProfileKey(m_currentProfileKey) ? readSmallFile(m_userDataFolder, path) : std::nullopt;
     if (!data) {
         Logger::log(u"could not read data from:%1"_s.arg(path));
         return std::nullopt;
@@ -185,7 +194,7 @@ QList<ImportableProfile> SNProfileDiscovery::profiles()
 
     QList<ImportableProfile> result;
     for (const QString &key : std::as_const(keys)) {
-        if (!ProfileSeeder::isProfileKey(key) || !QFileInfo(m_userDataFolder + u'/' + key).isDir())
+        if (!ProfileSeeder::isProfileKey(key) || TreeCopy::kindBelow(m_userDataFolder, key) != TreeCopy::Kind::Folder)
             continue;
         const QString name = infoCache.value(key).toObject().value(u"name"_s).toString();
         result.append({key, name.isEmpty() ? key : name});
@@ -197,7 +206,7 @@ std::optional<QJsonObject> SNProfileDiscovery::preferencesOf(const QString &prof
 {
     if (!ProfileSeeder::isProfileKey(profileKey))
         return std::nullopt;
-    const std::optional<QByteArray> data = readSmallFile(getPreferencePath(profileKey));
+    const std::optional<QByteArray> data = readSmallFile(m_userDataFolder, getPreferencePath(profileKey));
     QString error;
     const std::optional<QJsonObject> preferences = data ? jsonObject(*data, &error) : std::nullopt;
     if (!preferences)
@@ -210,7 +219,7 @@ QJsonObject SNProfileDiscovery::withProtectedExtensions(QJsonObject preferences,
     // Browsers keep extension records in the protected "Secure Preferences" on some systems; the
     // records of "Preferences" win where both have one.
     const std::optional<QByteArray> secureData =
-        readSmallFile(m_userDataFolder + u'/' + profileKey + u"/Secure Preferences"_s);
+        readSmallFile(m_userDataFolder, m_userDataFolder + u'/' + profileKey + u"/Secure Preferences"_s);
     QString error;
     const std::optional<QJsonObject> secure = secureData ? jsonObject(*secureData, &error) : std::nullopt;
     const QJsonObject protectedSettings = secure ? extensionSettings(*secure) : QJsonObject();

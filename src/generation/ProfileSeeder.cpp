@@ -46,19 +46,16 @@ std::optional<SNError> failure(const QString &description)
     return SNError{1, description};
 }
 
-// Links stay links with their target unchanged, so nothing outside the copied folder is pulled
-// in; what an earlier seeding left is replaced, never written through (that would write into the
+// Nothing is read through a link in the browser's folder: one there could lead anywhere (another
+// user's files, the whole disk), and the app's own engine would follow a copied one later. Such
+// links are left out with a log line; the browser recreates or does without what they stood for.
+// What an earlier seeding left is replaced, never written through (that would write into the
 // browser's own profile).
-std::optional<SNError> copyProfileData(const QString &source, const QString &destination,
-                                       TreeCopy::Errors errors)
+std::optional<SNError> copyProfileData(const QString &browserFolder, const QString &relative,
+                                       const QString &destination, TreeCopy::Errors errors)
 {
-    // Profiles often lack some entries (no extension ever synced, no rules): nothing to copy.
-    if (!QFileInfo::exists(source))
-        return std::nullopt;
-    if (const std::optional<QString> error = TreeCopy::copy(source, destination,
-                                                            {.links = TreeCopy::Links::Keep,
-                                                             .existing = TreeCopy::Existing::ReplaceNonFolder,
-                                                             .errors = errors}))
+    if (const std::optional<QString> error = TreeCopy::copyBelow(browserFolder, relative, destination,
+                                                                 TreeCopy::Existing::ReplaceNonFolder, errors))
         return failure(*error);
     return std::nullopt;
 }
@@ -108,7 +105,8 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
     // An empty or dotted key would make the browser's whole user-data folder (or more) the source.
     if (!isProfileKey(currentProfileKey))
         return failure(QStringLiteral("\"%1\" is not a profile folder name.").arg(currentProfileKey));
-    const QString sourceProfile = sourceProfileFolder(currentProfileKey);
+    const QString browserFolder = sourceBrowserFolder();
+    const QString sourceProfile = currentProfileKey + u'/';
 
     const QJsonObject settings = preferenceJson.value(QStringLiteral("extensions"))
                                      .toObject()
@@ -127,7 +125,7 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
             continue;
         }
         const QString relative = ExtensionsFolder + u'/' + extensionId;
-        if (auto error = copyProfileData(sourceProfile + relative, defaultUserDirectory + u'/' + relative,
+        if (auto error = copyProfileData(browserFolder, sourceProfile + relative, defaultUserDirectory + u'/' + relative,
                                          TreeCopy::Errors::Stop))
             return error;
         if (auto error = copyFromFolder(QStringLiteral("Local Storage"), extensionId, currentProfileKey,
@@ -138,7 +136,7 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
             return error;
         for (const QString &folder : PerExtensionFolders) {
             const QString own = folder + u'/' + extensionId;
-            if (auto error = copyProfileData(sourceProfile + own, defaultUserDirectory + u'/' + own,
+            if (auto error = copyProfileData(browserFolder, sourceProfile + own, defaultUserDirectory + u'/' + own,
                                              TreeCopy::Errors::Stop))
                 return error;
         }
@@ -148,7 +146,7 @@ std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &prefere
     if (!copiedAny)
         return std::nullopt;
     for (const QString &entry : SharedEntries) {
-        if (auto error = copyProfileData(sourceProfile + entry, defaultUserDirectory + u'/' + entry,
+        if (auto error = copyProfileData(browserFolder, sourceProfile + entry, defaultUserDirectory + u'/' + entry,
                                          TreeCopy::Errors::Stop))
             return error;
     }
@@ -165,9 +163,17 @@ std::optional<SNError> ProfileSeeder::copyFromFolder(const QString &folder, cons
     // Links point at absolute paths, so they hold wherever the app is moved.
     const QString source =
         QDir::cleanPath(QFileInfo(sourceProfileFolder(currentProfileKey) + folder).absoluteFilePath());
-    std::error_code code;
-    if (fs::symlink_status(QFile::encodeName(source).toStdString(), code).type() == fs::file_type::not_found)
+    switch (TreeCopy::kindBelow(sourceBrowserFolder(), currentProfileKey + u'/' + folder)) {
+    case TreeCopy::Kind::Absent:
         return std::nullopt;
+    case TreeCopy::Kind::Link:
+        // The app's links would lead wherever this one does.
+        Logger::log(QStringLiteral("%1 leads through a link and was left out").arg(source));
+        return std::nullopt;
+    default:
+        break;
+    }
+    std::error_code code;
 
     const QString destination = defaultUserDirectory + u'/' + folder;
     const auto unreadable = [&] {
@@ -182,6 +188,11 @@ std::optional<SNError> ProfileSeeder::copyFromFolder(const QString &folder, cons
             QFile::decodeName(QByteArray::fromStdString(entries->path().filename().native()));
         if (!name.contains(extensionId))
             continue;
+        std::error_code typeCode;
+        if (entries->symlink_status(typeCode).type() == fs::file_type::symlink) {
+            Logger::log(QStringLiteral("%1/%2 is a link and was left out").arg(source, name));
+            continue;
+        }
         if (!QDir().mkpath(destination))
             return failure(QStringLiteral("The folder %1 could not be created.").arg(destination));
         // Linked, not copied: the app and the browser keep using one storage.
@@ -218,7 +229,7 @@ void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
         const QString profileToCopyPath = QDir::cleanPath(sourceBrowserFolder() + entry.profileKey);
         Logger::log(QStringLiteral("profileToCopyPath:%1 ").arg(profileToCopyPath));
         // Whatever cannot be copied (locked or unreadable files) the browser rebuilds or does without.
-        copyProfileData(profileToCopyPath, profileDirectory + u'/' + entry.profileKey,
+        copyProfileData(sourceBrowserFolder(), entry.profileKey, profileDirectory + u'/' + entry.profileKey,
                         TreeCopy::Errors::KeepGoing);
     }
 

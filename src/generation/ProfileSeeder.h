@@ -37,7 +37,8 @@ public:
     // the store-installed extensions (from_webstore true) among `selectedExtensions`, each with
     // its storage links and its own settings folders, and, when any was copied, the extension
     // stores the browser keeps for all extensions together. Returns the first failing step's
-    // error; an entry the browser profile lacks is nothing to copy. Copies keep links as links.
+    // error; an entry the browser profile lacks is nothing to copy. No link in the browser's
+    // folder is followed or copied: one is left out with a log line.
     std::optional<SNError> copyExctentions(const QJsonObject &preferenceJson, const QStringList &selectedExtensions,
                                            const QString &currentProfileKey,
                                            const QString &defaultUserDirectory) const;

@@ -3,6 +3,7 @@
 #include "support/TestContext.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -129,4 +130,62 @@ TEST(BrowserDataImporter, ReportsMissingProfilesEmptyProfilesAndARunningBrowser)
             EXPECT_FALSE(QFileInfo::exists(target + u'/' + row.failed.first()));
         }
     }
+}
+
+// A link in the browser's profile, at the item, on its way or below it, is never followed: what it
+// leads to never reaches the new profile, and the item it stands for is reported as not copied.
+TEST(BrowserDataImporter, NeverFollowsALinkOutOfTheProfile)
+{
+    // clang-format off
+    const struct { const char *name; ImportCategory category; QString link; QStringList failed; int copied; } rows[] = {
+        {"Preferences", ImportCategory::Settings, u"Preferences"_s, {u"Preferences"_s}, 0},
+        {"Bookmarks", ImportCategory::Bookmarks, u"Bookmarks"_s, {u"Bookmarks"_s}, 0},
+        {"a database", ImportCategory::History, u"History"_s, {u"History"_s}, 1},
+        {"a journal", ImportCategory::History, u"History-journal"_s, {u"History"_s}, 1},
+        {"the extension", ImportCategory::Extensions, u"Extensions/"_s + Chosen, {u"Chosen"_s}, 0},
+        {"Extensions on the way", ImportCategory::Extensions, u"Extensions"_s, {u"Chosen"_s}, 0},
+        {"extension settings", ImportCategory::Extensions, u"Local Extension Settings/"_s + Chosen, {u"Chosen"_s}, 0},
+        {"a file in the extension", ImportCategory::Extensions, u"Extensions/%1/1.0_0/extra.js"_s.arg(Chosen), {}, 1},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        TestContext test;
+        const QString userData = sourceUserData(test);
+        const QString profile = userData + u"/Default/"_s, outside = test.root() + u"/outside/"_s;
+        // Outside: the same names, every file saying "SECRET".
+        ASSERT_TRUE(copyTree(profile, outside));
+        writeFile(outside + u"Extensions/%1/1.0_0/extra.js"_s.arg(Chosen), {});
+        QDirIterator files(outside, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            writeFile(files.next(), "SECRET");
+        if (QFileInfo(profile + row.link).isDir()) {
+            ASSERT_TRUE(QDir(profile + row.link).removeRecursively());
+        }
+        QFile::remove(profile + row.link);
+        ASSERT_TRUE(QFile::link(outside + row.link, profile + row.link));
+        const QString target = test.root() + u"/App.app/Contents/Profile/Default"_s;
+
+        const ImportSummary summary =
+            BrowserDataImporter(userData).importData(u"Default"_s, {row.category}, {{Chosen, u"Chosen"_s}}, target);
+
+        EXPECT_EQ(summary.failedItems, row.failed);
+        EXPECT_EQ(summary.copiedItemCount, row.copied);
+        QDirIterator copied(target, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System,
+                            QDirIterator::Subdirectories | QDirIterator::FollowSymlinks);
+        while (copied.hasNext()) {
+            const QString path = copied.next();
+            EXPECT_FALSE(copied.fileInfo().isSymLink()) << path.toStdString();
+            EXPECT_FALSE(readAll(path).contains("SECRET")) << path.toStdString();
+        }
+    }
+
+    // A profile folder that is itself a link is not a profile to import from.
+    TestContext test;
+    const QString userData = sourceUserData(test);
+    ASSERT_TRUE(QFile::link(userData + u"/Default"_s, userData + u"/Linked"_s));
+    const ImportSummary summary = BrowserDataImporter(userData).importData(
+        u"Linked"_s, {ImportCategory::Bookmarks}, {}, test.root() + u"/App.app/Contents/Profile/Default"_s);
+    EXPECT_TRUE(summary.missingSource);
+    EXPECT_EQ(summary.copiedItemCount, 0);
 }

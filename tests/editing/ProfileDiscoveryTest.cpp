@@ -3,6 +3,9 @@
 
 #include "support/TestContext.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 
 #include <gtest/gtest.h>
@@ -55,17 +58,31 @@ TEST(SNProfileDiscovery, SettlesTheCurrentProfileFromLocalState)
 TEST(SNProfileDiscovery, LogsWhyItFoundNothing)
 {
     // clang-format off
-    const struct { const char *name; QByteArray localState; QString key; QStringList lines; } rows[] = {
+    // `linked` names a path below the user-data folder made a link to readable preferences outside.
+    const struct { const char *name; QByteArray localState; QString key; QStringList lines; QString linked = {}; } rows[] = {
         {"no Local State", QByteArray(), {}, {u"Chrome profile not readable"_s, u"Could not read data from :%1/Local State"_s}},
         {"broken Local State", "{\"profile\": ", {}, {u"error:"_s}},
         {"no preferences", "{}", u"Profile 3"_s,
          {u"Chrome preferences not found at path: %1/Profile 3/Preferences"_s, u"could not read data from:%1/Profile 3/Preferences"_s}},
+        {"linked preferences", "{}", u"Default"_s,
+         {u"%1/Default/Preferences leads through a link and was not read"_s, u"could not read data from:%1/Default/Preferences"_s},
+         u"Default/Preferences"_s},
+        {"linked profile", "{}", u"Default"_s, {u"could not read data from:%1/Default/Preferences"_s}, u"Default"_s},
+        {"linked Local State", {}, {}, {u"%1/Local State leads through a link and was not read"_s}, u"Local State"_s},
     };
     // clang-format on
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         TestContext test;
         const QString folder = userData(test, {u"Default"_s}, row.localState);
+        if (!row.linked.isEmpty()) {
+            const QString outside = test.root() + u"/outside/"_s + row.linked;
+            writeFile(outside + (QFileInfo(folder + u'/' + row.linked).isDir() ? u"/Preferences"_s : QString()),
+                      R"({"profile": {}, "extensions": {}})");
+            QDir(folder + u'/' + row.linked).removeRecursively();
+            QFile::remove(folder + u'/' + row.linked);
+            ASSERT_TRUE(QFile::link(outside, folder + u'/' + row.linked));
+        }
         SNProfileDiscovery discovery(folder);
         if (row.key.isEmpty()) {
             EXPECT_FALSE(discovery.getProfilesFromPath(discovery.localStatePath()));

@@ -8,16 +8,28 @@
 #include "frontend/DeepLinkServer.h"
 #include "frontend/SNDeepLinkRouter.h"
 
+#include <QDir>
+#include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QLocalSocket>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTest>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+
+#include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -100,7 +112,7 @@ TEST_P(DeepLinkDelivery, ASecondStartHandsItsUrlToTheRunningInstance)
     QSignalSpy activation(&handler, &DeepLinkHandler::activationRequested);
     QSignalSpy received(&server, &DeepLinkServer::urlReceived);
     QString error;
-    ASSERT_TRUE(server.listen(&error)) << error.toStdString();
+    ASSERT_EQ(server.listen(&error), DeepLinkServer::ListenResult::Listening) << error.toStdString();
     if (!row.garbage.isEmpty()) {
         QLocalSocket client;
         client.connectToServer(server.socketPath());
@@ -159,20 +171,211 @@ TEST_F(RuntimeFolder, OneInstanceListensAndALeftOverSocketIsReplaced)
     const QString path = DeepLinkServer::defaultSocketPath();
     ASSERT_FALSE(path.isEmpty());
     writeFile(path, "left behind by an instance that crashed");
-    {
-        DeepLinkServer first(handler);
-        QString error;
-        EXPECT_TRUE(first.listen(&error)) << error.toStdString();
-        DeepLinkServer second(handler);
-        EXPECT_FALSE(second.listen(&error));
-        EXPECT_EQ(error, u"Sorvane is already running"_s);
-    }
-    // A folder others may enter is not trusted.
-    ASSERT_TRUE(QFile::setPermissions(QFileInfo(path).absolutePath(),
-                                      QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ExeOther));
+    DeepLinkServer first(handler);
     QString error;
-    EXPECT_TRUE(DeepLinkServer::defaultSocketPath(&error).isEmpty());
-    EXPECT_TRUE(error.contains(u"not a private folder"_s)) << error.toStdString();
+    EXPECT_EQ(first.listen(&error), DeepLinkServer::ListenResult::Listening) << error.toStdString();
+    EXPECT_EQ(first.socketPath(), path);
+    DeepLinkServer second(handler);
+    EXPECT_EQ(second.listen(&error), DeepLinkServer::ListenResult::AlreadyRunning);
+    EXPECT_EQ(error, u"Sorvane is already running"_s);
+    // Even with its socket gone, the first keeps its place.
+    ASSERT_TRUE(QFile::remove(path));
+    EXPECT_EQ(second.listen(&error), DeepLinkServer::ListenResult::AlreadyRunning);
 }
+
+// Lowers this process's descriptor limit to what it has open plus `spare` while it lives.
+class DescriptorLimit
+{
+public:
+    explicit DescriptorLimit(rlim_t spare)
+    {
+        m_lowered = ::getrlimit(RLIMIT_NOFILE, &m_saved) == 0;
+        const rlim_t open = static_cast<rlim_t>(QDir(u"/dev/fd"_s).entryList(QDir::Files | QDir::System).size());
+        rlimit lowered = m_saved;
+        lowered.rlim_cur = open + spare;
+        m_lowered = m_lowered && ::setrlimit(RLIMIT_NOFILE, &lowered) == 0;
+    }
+    ~DescriptorLimit() { restore(); }
+    void restore()
+    {
+        if (std::exchange(m_lowered, false))
+            ::setrlimit(RLIMIT_NOFILE, &m_saved);
+    }
+    bool lowered() const { return m_lowered; }
+
+private:
+    rlimit m_saved{};
+    bool m_lowered = false;
+};
+
+// Opens `count` connections to `socketPath` and holds them without a word; prints how many it
+// opened. Its own descriptor limit is raised so that it can hold them all.
+const char *const IdleClients = R"(
+import resource, socket, sys, time
+soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
+print("ready", flush=True)
+sys.stdin.readline()
+held, deadline = [], time.time() + 60
+while len(held) < int(sys.argv[2]) and time.time() < deadline:
+    client = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+    client.setblocking(False)
+    try:
+        client.connect(sys.argv[1])
+        held.append(client)
+    except BlockingIOError:  # the server has not taken the ones before yet
+        client.close()
+        time.sleep(0.001)
+    except OSError:
+        client.close()
+        break
+print(len(held), flush=True)
+sys.stdin.readline()
+)";
+
+// Runs the event loop (without the pauses of QTest::qWaitFor, which would slow the server's
+// accepting to a crawl) until `process` has printed a whole line.
+bool waitForLine(QProcess &process, int timeoutMs)
+{
+    QEventLoop loop;
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::readyReadStandardOutput, &loop, [&] {
+        if (process.canReadLine())
+            loop.quit();
+    });
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    if (!process.canReadLine())
+        loop.exec();
+    return process.canReadLine();
+}
+
+struct FloodCase
+{
+    const char *label;
+    rlim_t spare;          // descriptors the server may open beyond what it has
+    bool limitForSecondStart; // the second start happens under the same limit
+};
+
+class IdleFlood : public RuntimeFolder, public ::testing::WithParamInterface<FloodCase>
+{
+};
+
+// Idle connections neither use up the instance's descriptors nor take its socket away, and when
+// descriptors do run out the socket stays: a second start still reaches the first.
+TEST_P(IdleFlood, ASecondStartStillReachesTheFirst)
+{
+    const FloodCase &row = GetParam();
+    constexpr int Connections = 1100;
+    TestContext test;
+    DeepLinkHandler handler(test.context());
+    DeepLinkServer server(handler);
+    QSignalSpy received(&server, &DeepLinkServer::urlReceived);
+    QString error;
+    ASSERT_EQ(server.listen(&error), DeepLinkServer::ListenResult::Listening) << error.toStdString();
+    QProcess clients;
+    clients.start(QStringLiteral(SORVANE_PYTHON3), {u"-c"_s, QString::fromUtf8(IdleClients), server.socketPath(),
+                                                    QString::number(Connections)});
+    ASSERT_TRUE(waitForLine(clients, 30000));
+    ASSERT_EQ(clients.readLine(), "ready\n");
+
+    DescriptorLimit limit(row.spare);
+    ASSERT_TRUE(limit.lowered());
+    clients.write("go\n");
+    ASSERT_TRUE(waitForLine(clients, 90000));
+    EXPECT_EQ(clients.readLine().trimmed().toInt(), Connections);
+    EXPECT_TRUE(server.isListening());
+    EXPECT_TRUE(QFileInfo::exists(server.socketPath()));
+
+    if (!row.limitForSecondStart)
+        limit.restore();
+    const CliRun run = openUrl({editLink});
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+    EXPECT_EQ(received.size(), 1);
+    DeepLinkServer second(handler);
+    EXPECT_EQ(second.listen(&error), DeepLinkServer::ListenResult::AlreadyRunning) << error.toStdString();
+    limit.restore();
+    clients.closeWriteChannel();
+    EXPECT_TRUE(clients.waitForFinished(30000));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, IdleFlood,
+                         ::testing::Values(FloodCase{"roomForTheHeldConnections", DeepLinkServer::MaximumConnections + 24, true},
+                                           FloodCase{"descriptorsRunOut", 4, false}),
+                         [](const auto &test) { return std::string(test.param.label); });
+
+struct FallbackCase
+{
+    const char *label;
+    bool needsRoot;
+    // Puts something at `folder` (<temporary folder>/sorvane-<uid>) that is not this user's own
+    // private folder; `elsewhere` is a spare folder of the test's.
+    std::function<void(const QString &folder, const QString &elsewhere)> prepare;
+};
+
+// With XDG_RUNTIME_DIR unset the socket's folder is in the temporary folder, which everyone may
+// write to: what someone else put there first is never used, and never keeps the app from starting.
+class SharedTemporaryFolder : public RuntimeFolder, public ::testing::WithParamInterface<FallbackCase>
+{
+};
+
+TEST_P(SharedTemporaryFolder, IsNotUsedAndDoesNotStopTheApp)
+{
+    const FallbackCase &row = GetParam();
+    if (row.needsRoot && ::geteuid() != 0)
+        GTEST_SKIP() << "only root can give a folder to another user";
+    QTemporaryDir temporary, elsewhere;
+    ASSERT_TRUE(temporary.isValid() && elsewhere.isValid());
+    const QByteArray previousTemporary = qgetenv("TMPDIR");
+    const auto restoreTemporary = qScopeGuard([&] { qputenv("TMPDIR", previousTemporary); });
+    qputenv("TMPDIR", QFile::encodeName(temporary.path()));
+    qunsetenv("XDG_RUNTIME_DIR");
+    // The `sorvane` started below finds its cache folder the ordinary way (XDG_CACHE_HOME, private
+    // to the test program), not in Qt's test mode.
+    QStandardPaths::setTestModeEnabled(false);
+    const auto restoreTestMode = qScopeGuard([] { QStandardPaths::setTestModeEnabled(true); });
+    const QString folder = u"%1/sorvane-%2"_s.arg(temporary.path()).arg(::getuid());
+    row.prepare(folder, elsewhere.path());
+    const auto entriesIn = [](const QString &path) {
+        return QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    };
+    const QStringList before = entriesIn(folder);
+
+    TestContext test;
+    DeepLinkHandler handler(test.context());
+    DeepLinkServer server(handler);
+    QSignalSpy received(&server, &DeepLinkServer::urlReceived);
+    QString error;
+    EXPECT_EQ(server.listen(&error), DeepLinkServer::ListenResult::Listening) << error.toStdString();
+    const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    EXPECT_TRUE(server.socketPath().startsWith(cache + u'/')) << server.socketPath().toStdString();
+    const CliRun run = openUrl({editLink});
+    EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+    EXPECT_EQ(received.size(), 1);
+    EXPECT_EQ(entriesIn(folder), before);
+    EXPECT_TRUE(entriesIn(elsewhere.path()).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, SharedTemporaryFolder,
+    ::testing::Values(
+        FallbackCase{"anotherUsersFolder", true,
+                     [](const QString &folder, const QString &) {
+                         ASSERT_TRUE(QDir().mkdir(folder));
+                         const passwd *nobody = ::getpwnam("nobody");
+                         ASSERT_NE(nobody, nullptr);
+                         ASSERT_EQ(::chown(QFile::encodeName(folder).constData(), nobody->pw_uid, nobody->pw_gid), 0);
+                         ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0700), 0);
+                     }},
+        FallbackCase{"aLinkToAFolderOfOurs", false,
+                     [](const QString &folder, const QString &elsewhere) {
+                         ASSERT_EQ(::chmod(QFile::encodeName(elsewhere).constData(), 0700), 0);
+                         ASSERT_TRUE(QFile::link(elsewhere, folder));
+                     }},
+        FallbackCase{"aFolderOthersMayEnter", false,
+                     [](const QString &folder, const QString &) {
+                         ASSERT_TRUE(QDir().mkdir(folder));
+                         ASSERT_EQ(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
+                     }}),
+    [](const auto &test) { return std::string(test.param.label); });
 
 } // namespace

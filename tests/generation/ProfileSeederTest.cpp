@@ -3,6 +3,7 @@
 #include "support/TestContext.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -235,5 +236,94 @@ TEST(ProfileSeeder, ReportsWhatItCouldNotWriteOrRead)
         ASSERT_TRUE(error);
         EXPECT_EQ(error->code, 1);
         EXPECT_TRUE(error->description.contains(row.named)) << error->description.toStdString();
+    }
+}
+
+namespace {
+
+// Every file reachable from `folder`, links followed, whose bytes hold `marker`; and every link
+// there that resolves outside `allowed`.
+QStringList leaksBelow(const QString &folder, const QByteArray &marker, const QString &allowed)
+{
+    QStringList leaks;
+    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories | QDirIterator::FollowSymlinks);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QFileInfo info = it.fileInfo();
+        if (info.isSymLink() && !info.canonicalFilePath().startsWith(allowed + u'/'))
+            leaks << path + u" -> "_s + info.canonicalFilePath();
+        if (info.isFile() && readAll(path).contains(marker))
+            leaks << path;
+    }
+    return leaks;
+}
+
+} // namespace
+
+// A link anywhere in the browser's folder, even at the item being copied or on its way, is never
+// followed: nothing of what it leads to reaches the app, and seeding still succeeds with the rest.
+TEST(ProfileSeeder, NeverFollowsALinkOutOfTheBrowserProfile)
+{
+    const QString manifest = u"Extensions/%1/1.0_0/manifest.json"_s.arg(StoreId);
+    const QString settings = u"Local Extension Settings/%1/000003.log"_s.arg(StoreId);
+    // `link` (below Default/, empty for Default itself) is made a link to the same place in a
+    // look-alike profile outside; `kept` is still copied.
+    // clang-format off
+    const struct { const char *name; QString link; QString kept; } rows[] = {
+        {"the extension folder", u"Extensions/"_s + StoreId, settings},
+        {"Extensions on the way", u"Extensions"_s, settings},
+        {"a file in the extension", u"Extensions/%1/1.0_0/extra.js"_s.arg(StoreId), manifest},
+        {"a folder in the extension", u"Extensions/%1/1.0_0/_locales"_s.arg(StoreId), manifest},
+        {"extension settings", u"Local Extension Settings/"_s + StoreId, manifest},
+        {"a file in extension settings", u"Local Extension Settings/%1/000004.log"_s.arg(StoreId), settings},
+        {"Extension Rules", u"Extension Rules"_s, manifest},
+        {"a file in Extension Rules", u"Extension Rules/CURRENT"_s, manifest},
+        {"a shared file", u"Shortcuts"_s, manifest},
+        {"a storage entry", u"Local Storage/chrome-extension_%1_0.localstorage"_s.arg(StoreId), manifest},
+        {"a storage folder", u"IndexedDB"_s, manifest},
+        {"Preferences", u"Preferences"_s, manifest},
+        {"the profile itself", u""_s, {}},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        TestContext test;
+        const ProfileSeeder seeder(test.context(), u"chrome"_s);
+        const QString browserFolder = installBrowserFolder(seeder);
+        const QString source = browserFolder + u"Default"_s;
+        writeFile(source + u"/Extension Rules/CURRENT"_s, "rules");
+        // Outside: the same names, every file saying "SECRET".
+        const QString outside = test.root() + u"/outside"_s;
+        ASSERT_TRUE(copyTree(source, outside));
+        writeFile(outside + u"/Extensions/%1/1.0_0/extra.js"_s.arg(StoreId), "SECRET");
+        writeFile(outside + u"/Extensions/%1/1.0_0/_locales/en/messages.json"_s.arg(StoreId), "SECRET");
+        writeFile(outside + u"/Local Extension Settings/%1/000004.log"_s.arg(StoreId), "SECRET");
+        QDirIterator files(outside, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            writeFile(files.next(), "SECRET");
+        const QString linkPath = row.link.isEmpty() ? source : source + u'/' + row.link;
+        if (QFileInfo(linkPath).isDir()) {
+            ASSERT_TRUE(QDir(linkPath).removeRecursively());
+        }
+        QFile::remove(linkPath);
+        ASSERT_TRUE(QFile::link(row.link.isEmpty() ? outside : outside + u'/' + row.link, linkPath));
+
+        const QString profileDirectory = test.root() + u"/App.app/Contents/Profile"_s;
+        const std::optional<SNError> error =
+            seeder.copyExctentions(preferences(), {StoreId}, u"Default"_s, profileDirectory + u"/Default"_s);
+        ASSERT_FALSE(error) << error->description.toStdString();
+        if (!row.kept.isEmpty()) {
+            EXPECT_EQ(contentsOrMarker(profileDirectory + u"/Default/"_s + row.kept), readAll(source + u'/' + row.kept));
+        }
+        seeder.createProfiles({{true, u"Default"_s, {}}}, profileDirectory);
+        const bool preferencesKept = !row.link.isEmpty() && row.link != u"Preferences"_s;
+        EXPECT_EQ(contentsOrMarker(profileDirectory + u"/Default/Preferences"_s),
+                  preferencesKept ? readAll(source + u"/Preferences"_s) : QByteArray("<unreadable>"));
+
+        EXPECT_EQ(leaksBelow(profileDirectory, "SECRET", QFileInfo(browserFolder).canonicalFilePath()), QStringList());
+        EXPECT_TRUE(std::any_of(test.log().cbegin(), test.log().cend(),
+                                [](const QString &line) { return line.contains(u"left out"_s); }))
+            << test.log().join(u'\n').toStdString();
     }
 }
