@@ -58,6 +58,9 @@ int main(int argc, char **argv)
     Context::setShared(context.get());
     SorvaneSettingsStore::registerStartupDefaults(context->defaults(), context->homeFolder());
 
+    // What a killed earlier run left half-done is finished or undone before the apps are listed.
+    StartupRecovery(*context).run();
+
     DesktopShell shell(*context);
     DeepLinkServer server(shell.deepLinks());
     QString listenError;
@@ -82,9 +85,6 @@ int main(int argc, char **argv)
         }
         return delivered ? 0 : 1;
     }
-
-    // What a killed earlier run left half-done is finished or undone before the apps are listed.
-    StartupRecovery(*context).run();
 
     // The menu entry that starts Sorvane and hands it "sorvane:" links; kept pointing at this program.
     QString entryError;
