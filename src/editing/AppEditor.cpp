@@ -115,7 +115,8 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         QVariantMap stored = PropertyList::readFile(config).toMap();
         if (!stored.isEmpty()) {
             stored.insert(u"appIcon"_s, SNImage::imageData(change.newIcon));
-            PropertyList::writeFile(config, stored);
+            if (QString reason; !PropertyList::writeFile(config, stored, &reason))
+                return Logger::fail(error, reason);
         }
     }
     Logger::log(u"✅ App config updated"_s);

@@ -349,7 +349,8 @@ void SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const Q
             Logger::log(u"⚠️ changeAppName: bundle move to %1 failed; tracker keeps %2"_s.arg(newPath, app.path));
     }
     if (moved) {
-        SNAppTracker(context).updateAppTracker(app.appId, newPath);
+        if (QString reason; !SNAppTracker(context).updateAppTracker(app.appId, newPath, &reason))
+            Logger::log(reason);
         app.path = newPath;
     }
     LaunchServices::refreshRegistration(app.path);

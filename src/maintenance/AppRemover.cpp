@@ -55,7 +55,8 @@ bool AppRemover::deleteApp(Context &context, const QString &appId, const QString
     }
     if (!appId.isEmpty()) {
         SNAppTracker tracker(context);
-        tracker.deleteAppFromTracker(appId);
+        if (QString reason; !tracker.deleteAppFromTracker(appId, &reason))
+            return fail(reason);
         QFile::remove(AppConfigFile::path(tracker.getAppBundle(), appId));
     }
     return true;
