@@ -381,6 +381,7 @@ TEST_P(BundleLaunch, StartsTheLaunchProgramOrLogsWhyNot)
     TestContext test;
     const QString bundle = test.root() + u"/Tool.app"_s;
     const QString marker = test.root() + u"/started"_s;
+    ASSERT_TRUE(QDir().mkpath(bundle + u"/Contents"_s));
     ASSERT_TRUE(PropertyList::writeFile(bundle + u"/Contents/Info.plist"_s, QVariantMap{{u"CFBundleExecutable"_s, row.named}}));
     const QString program = row.present.isEmpty() ? QString(test.root() + u"/outside"_s)
                                                    : QString(bundle + u"/Contents/MacOS/"_s + row.present);
