@@ -126,14 +126,16 @@ bool readWhole(const std::string &path, std::string *data, struct stat *info)
     return ok;
 }
 
-// The new text lands in a temporary file beside the old one, which it then replaces.
+// The new text lands in a temporary file beside the old one, is synced, and only then replaces
+// it; the folder is synced after the rename. On any failure the old file stays as it was and
+// errno says why.
 bool writeAtomically(const std::string &path, const char *data, size_t size, mode_t mode)
 {
     const std::string::size_type slash = path.find_last_of('/');
     const std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash);
     const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string temporary = folder + "/." + name + ".plutil-XXXXXX";
-    const int fd = mkstemp(temporary.data());
+    std::string temporary = folder + "/." + name.substr(0, 200) + ".plutil-XXXXXX";
+    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0)
         return false;
     bool ok = fchmod(fd, mode & 07777) == 0;
@@ -142,16 +144,39 @@ bool writeAtomically(const std::string &path, const char *data, size_t size, mod
         const ssize_t count = write(fd, data + written, size - written);
         if (count < 0 && errno == EINTR)
             continue;
+        if (count == 0)
+            errno = EIO;
         if (count <= 0)
             ok = false;
         else
             written += static_cast<size_t>(count);
     }
-    ok = ok && fsync(fd) == 0;
-    ok = close(fd) == 0 && ok;
-    ok = ok && rename(temporary.c_str(), path.c_str()) == 0;
-    if (!ok)
+    while (ok && fsync(fd) != 0) {
+        if (errno != EINTR)
+            ok = false;
+    }
+    int code = errno;
+    if (close(fd) != 0 && ok) {
+        ok = false;
+        code = errno;
+    }
+    if (ok && rename(temporary.c_str(), path.c_str()) != 0) {
+        ok = false;
+        code = errno;
+    }
+    if (!ok) {
         unlink(temporary.c_str());
+        errno = code;
+        return false;
+    }
+    const int folderFd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folderFd >= 0) {
+        // A file system that cannot sync a folder says EINVAL.
+        ok = fsync(folderFd) == 0 || errno == EINVAL;
+        code = errno;
+        close(folderFd);
+        errno = code;
+    }
     return ok;
 }
 
@@ -212,13 +237,14 @@ bool editFile(const std::string &path, const Replacement &replacement)
     else
         plist_to_xml(root.get(), &out, &length);
     const bool ok = out && writeAtomically(path, out, length, info.st_mode);
+    const int code = out ? errno : ENOMEM;
     if (binary)
         plist_to_bin_free(out);
     else
         plist_to_xml_free(out);
     if (!ok)
         std::fprintf(stderr, "%s: Could not write the property list: %s\n", path.c_str(),
-                     std::strerror(errno));
+                     std::strerror(code));
     return ok;
 }
 

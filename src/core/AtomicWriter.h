@@ -1,13 +1,25 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFileDevice>
 #include <QString>
 
 // Every file Sorvane writes into a bundle, its support folder or a profile goes through here:
-// the data lands in a temporary file beside the target, which is then renamed over it, so a
-// reader never sees half a file and a failed write leaves the old file as it was.
+// the data lands in a hidden temporary file beside the target, is synced to the disk, and only
+// then renamed over the target, so a reader never sees half a file and a failed write (a full
+// disk, a failing device) leaves the old file exactly as it was.
+//
+// Written with plain POSIX calls because QSaveFile is not enough: when the last bytes only reach
+// the disk as commit() closes the file, a failed flush there is lost and the short file still
+// replaces the good one; nor does it sync the file or its folder before and after the rename.
 class AtomicWriter final
 {
 public:
-    static bool write(const QString &path, const QByteArray &data, QString *error = nullptr);
+    // Writes `data` to `path` (a link is written through to the file it names). The file keeps
+    // the permission bits of the one it replaces; a new file gets 0666 less the umask. False, with
+    // "Cannot write <path>: <reason>", when anything fails; the temporary file is then gone.
+    [[nodiscard]] static bool write(const QString &path, const QByteArray &data, QString *error = nullptr);
+    // The same with the file's permission bits given (the umask does not apply).
+    [[nodiscard]] static bool writeWithMode(const QString &path, const QByteArray &data,
+                                            QFileDevice::Permissions mode, QString *error = nullptr);
 };

@@ -21,5 +21,5 @@ public:
     // An empty array and an error text when the value holds a type plists cannot carry.
     static QByteArray toXml(const QVariant &value, QString *error = nullptr);
     // Serialises first and writes atomically; nothing is written when serialising fails.
-    static bool writeFile(const QString &path, const QVariant &value, QString *error = nullptr);
+    [[nodiscard]] static bool writeFile(const QString &path, const QVariant &value, QString *error = nullptr);
 };

@@ -73,23 +73,37 @@ QVariantMap SNAppTracker::addAppTracker(const QString &path, QString *error)
     return added;
 }
 
-void SNAppTracker::updateAppTracker(const QString &appId, const QString &path)
+bool SNAppTracker::updateAppTracker(const QString &appId, const QString &path, QString *error)
 {
-    modify([&](QVariantMap &tracker) { tracker.insert(appId, record(appId, path)); });
+    if (!modify([&](QVariantMap &tracker) { tracker.insert(appId, record(appId, path)); }, error))
+        return false;
     m_context.notifications().post(NotificationNames::AppUpdateNotification);
+    return true;
 }
 
-void SNAppTracker::deleteAppFromTracker(const QString &appId)
+bool SNAppTracker::deleteAppFromTracker(const QString &appId, QString *error)
+{
+    return deleteAppsFromTracker({appId}, error);
+}
+
+bool SNAppTracker::deleteAppsFromTracker(const QStringList &appIds, QString *error)
 {
     // Every way an app leaves the registry (deletion, a replaced app, a failed creation) passes
     // here, so its menu entry goes with its record.
-    QString reason;
-    if (DesktopEntries::isSafeAppId(appId) && !DesktopEntries(m_context).removeAppEntry(appId, &reason))
-        Logger::log(reason);
+    for (const QString &appId : appIds) {
+        QString reason;
+        if (DesktopEntries::isSafeAppId(appId) && !DesktopEntries(m_context).removeAppEntry(appId, &reason))
+            Logger::log(reason);
+    }
     getAppBundle();
     if (!QFileInfo::exists(trackerPath()))
-        return;
-    modify([&](QVariantMap &tracker) { tracker.remove(appId); });
+        return true;
+    return modify(
+        [&](QVariantMap &tracker) {
+            for (const QString &appId : appIds)
+                tracker.remove(appId);
+        },
+        error);
 }
 
 QString SNAppTracker::shellUpdateCode(const QString &appId) const
@@ -168,7 +182,7 @@ bool SNAppTracker::modify(const std::function<void(QVariantMap &)> &change, QStr
     change(tracker);
     QString reason;
     if (!PropertyList::writeFile(path, tracker, &reason))
-        return fail(u"The app registry %1 could not be written: %2"_s.arg(path, reason));
+        return fail(u"The app registry could not be changed. %1"_s.arg(reason));
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "core/Context.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 
 #include <functional>
@@ -34,11 +35,14 @@ public:
     // Registers a new app at `path` under a fresh registry id, posts "AppUpdateNotification"
     // and returns the record (callers read its appID). Empty, with the reason, when the tracker
     // cannot be written.
-    QVariantMap addAppTracker(const QString &path, QString *error = nullptr);
-    // Replaces (or creates) the record under `appId` and posts "AppUpdateNotification".
-    void updateAppTracker(const QString &appId, const QString &path);
-    // Removes the record under `appId`; nothing when the tracker does not exist. No notification.
-    void deleteAppFromTracker(const QString &appId);
+    [[nodiscard]] QVariantMap addAppTracker(const QString &path, QString *error = nullptr);
+    // Replaces (or creates) the record under `appId` and posts "AppUpdateNotification". False,
+    // with the reason, when the tracker cannot be written; the old tracker then stays as it was.
+    [[nodiscard]] bool updateAppTracker(const QString &appId, const QString &path, QString *error = nullptr);
+    // Removes the record under `appId` (or those under `appIds`, in one change); true when the
+    // tracker does not exist. No notification. False, with the reason, when the tracker cannot be written.
+    [[nodiscard]] bool deleteAppFromTracker(const QString &appId, QString *error = nullptr);
+    [[nodiscard]] bool deleteAppsFromTracker(const QStringList &appIds, QString *error = nullptr);
 
     // The fragment that every launcher script runs to stamp its record with the start time and
     // the bundle's current location. It expects to run in the bundle's Contents/Resources.

@@ -156,8 +156,9 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     Logger::log(u"✅ App config updated"_s);
     // Only a changed colour touches the profile.
     if (SNChromePrefsHelper::storedColor(original.appItem.accentColor) !=
-        SNChromePrefsHelper::storedColor(edited.appItem.accentColor))
-        SNChromePrefsHelper::applyAccentColor(edited.appItem.accentColor, original.path + u"/Contents/Profile"_s);
+            SNChromePrefsHelper::storedColor(edited.appItem.accentColor) &&
+        !SNChromePrefsHelper::applyAccentColor(edited.appItem.accentColor, original.path + u"/Contents/Profile"_s, error))
+        return stop();
 
     if (!structural) {
         Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);

@@ -218,8 +218,9 @@ bool SNAppEditHelper::updateNewAppData(Context &context, const SNEditorItem &app
     // The companion stays when the app had it; it comes in when the edit asks for routing (and
     // Helium apps always load it).
     const bool companion = hadCompanion || writer.includesCompanion() || app.browser == u"helium"_s;
-    if (companion && !hadCompanion)
-        writer.writeCompanionFiles();
+    SNError companionError;
+    if (companion && !hadCompanion && !writer.writeCompanionFiles(&companionError))
+        return Logger::fail(error, companionError.description);
     writer.setCompanionIncluded(companion);
     QString reason;
     const QString script = writer.scriptText(app.appId, &reason);
@@ -346,8 +347,9 @@ bool SNAppEditHelper::changeAppName(Context &context, SNEditorItem &app, const Q
             return Logger::fail(error, taken ? u"Cannot rename %1: %2 already exists"_s.arg(app.path, newPath)
                                              : u"Cannot move %1 to %2: %3"_s.arg(app.path, newPath, reason));
     }
-    SNAppTracker(context).updateAppTracker(app.appId, newPath);
     app.path = newPath;
+    if (!SNAppTracker(context).updateAppTracker(app.appId, newPath, &reason))
+        return Logger::fail(error, reason);
     LaunchServices::refreshRegistration(app.path);
     app.appItem.appName = newName;
     return true;

@@ -91,7 +91,11 @@ bool StartupRecovery::recoverCreate(const QString &appId, const QString &bundle)
     }
     // Never moved into place: what it built is a hidden staging folder, removed below.
     SNAppTracker tracker(m_context);
-    tracker.deleteAppFromTracker(appId);
+    QString reason;
+    if (!tracker.deleteAppFromTracker(appId, &reason)) {
+        Logger::log(u"⚠️ Recovery: %1"_s.arg(reason));
+        return false; // tried again at the next start
+    }
     QFile::remove(AppConfigFile::path(tracker.getAppBundle(), appId));
     return true;
 }
@@ -201,7 +205,8 @@ void StartupRecovery::dropStaleRecords()
         for (const QString &id : it.value()) {
             if (id.compare(carried, Qt::CaseInsensitive) != 0) {
                 Logger::log(u"Recovery: the record %1 named %2, which is the app %3; removed"_s.arg(id, it.key(), carried));
-                tracker.deleteAppFromTracker(id);
+                if (QString reason; !tracker.deleteAppFromTracker(id, &reason))
+                    Logger::log(u"⚠️ Recovery: %1"_s.arg(reason));
             }
         }
     }

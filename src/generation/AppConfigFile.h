@@ -21,6 +21,6 @@ public:
     // A missing restoreSession reads as true, as apps made before the key existed restored.
     static AppDefinition definitionFromDictionary(const QVariantMap &dictionary);
 
-    static bool write(const QString &path, const AppDefinition &definition, QString *error = nullptr);
+    [[nodiscard]] static bool write(const QString &path, const AppDefinition &definition, QString *error = nullptr);
     static std::optional<AppDefinition> read(const QString &path, QString *error = nullptr);
 };

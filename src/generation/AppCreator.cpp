@@ -122,15 +122,26 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
         if (!build(layout, installed, &stepError))
             return failCreation(stepError, error);
         if (replace) {
-            // Only now, so that a failed creation never costs the user the old app.
-            if (!m_context.trash().moveToTrash(installed.bundle, nullptr, &reason))
-                return failCreation({1, u"The old App could not be moved to the Trash: %1"_s.arg(reason)}, error);
+            // Only now, so that a failed creation never costs the user the old app. Its records
+            // go first: one that cannot be removed stops the replacement while the old app is
+            // still in place and listed.
             SNAppTracker tracker(m_context);
             const QVariantMap records = tracker.getTracker();
+            QStringList replaced;
             for (auto it = records.begin(); it != records.end(); ++it) {
                 if (it.key() != m_registeredAppID &&
                     it.value().toMap().value(u"appPath"_s).toString() == installed.bundle)
-                    tracker.deleteAppFromTracker(it.key());
+                    replaced.append(it.key());
+            }
+            if (!tracker.deleteAppsFromTracker(replaced, &reason))
+                return failCreation({1, reason}, error);
+            if (!m_context.trash().moveToTrash(installed.bundle, nullptr, &reason)) {
+                QString restoreReason;
+                for (const QString &appId : std::as_const(replaced)) {
+                    if (!tracker.updateAppTracker(appId, installed.bundle, &restoreReason))
+                        Logger::log(u"⚠️ The old App's registration could not be restored: %1"_s.arg(restoreReason));
+                }
+                return failCreation({1, u"The old App could not be moved to the Trash: %1"_s.arg(reason)}, error);
             }
         }
         if (!staged->commit(&reason))
@@ -178,7 +189,11 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
     if (!buildExecutable(layout, installed, error))
         return false;
     Logger::log(u"Executable successfully created."_s);
-    seeder.createProfiles(m_profile.usersArray, layout.profile);
+    if (std::optional<SNError> failed = seeder.createProfiles(m_profile.usersArray, layout.profile)) {
+        if (error)
+            *error = *failed;
+        return false;
+    }
     return true;
 }
 
@@ -205,10 +220,9 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
         return false;
     }
     m_registeredAppID = appID;
-    tracker.updateAppTracker(appID, installed.bundle);
-    if (!tracker.getTracker().contains(appID)) {
+    if (!tracker.updateAppTracker(appID, installed.bundle, &reason)) {
         if (error)
-            *error = {1, u"The app registry %1 could not be written."_s.arg(tracker.trackerPath())};
+            *error = {1, reason};
         return false;
     }
 
@@ -221,12 +235,11 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
     if (!AppConfigFile::write(AppConfigFile::path(tracker.getAppBundle(), appID), m_definition, &reason)) {
         Logger::log(u"Error saving app config: %1"_s.arg(reason));
         if (error)
-            *error = {1, u"The app's configuration could not be saved."_s};
+            *error = {1, u"The app's configuration could not be saved. %1"_s.arg(reason)};
         return false;
     }
-    writer.writeCompanionFiles();
-    writer.applyAccentColor();
-    if (!writer.installLaunchPrograms(error) || !writer.writeScript(script, error))
+    if (!writer.writeCompanionFiles(error) || !writer.applyAccentColor(error) ||
+        !writer.installLaunchPrograms(error) || !writer.writeScript(script, error))
         return false;
     writer.buildEngine();
     writer.setPermissions();
@@ -240,8 +253,14 @@ void AppCreator::rollBackRegistration()
     if (m_registeredAppID.isEmpty())
         return;
     SNAppTracker tracker(m_context);
-    tracker.deleteAppFromTracker(m_registeredAppID);
-    QFile::remove(AppConfigFile::path(tracker.getAppBundle(), m_registeredAppID));
+    // A record that cannot be removed now stays with its configuration, and the journal entry
+    // stays too, so that the next start removes both.
+    if (QString reason; tracker.deleteAppFromTracker(m_registeredAppID, &reason))
+        QFile::remove(AppConfigFile::path(tracker.getAppBundle(), m_registeredAppID));
+    else if (m_journal) {
+        Logger::log(u"⚠️ The registration of the app that could not be made is removed at the next start: %1"_s.arg(reason));
+        m_journal->keepForRecovery();
+    }
     m_registeredAppID.clear();
     m_journal.reset();
 }

@@ -132,24 +132,34 @@ bool BundleWriter::writeScript(const QString &text, SNError *error) const
     return true;
 }
 
-void BundleWriter::writeCompanionFiles() const
+bool BundleWriter::writeCompanionFiles(SNError *error) const
 {
     const CompanionInstaller installer(m_context);
-    installer.copyExtensionFiles(m_layout.resources);
-    installer.configureNativeMessaging(m_layout.profile, m_layout.resources, m_installed.resources);
+    QStringList reasons;
+    QString reason;
+    if (!installer.copyExtensionFiles(m_layout.resources, &reason))
+        reasons.append(reason);
+    if (!installer.configureNativeMessaging(m_layout.profile, m_layout.resources, m_installed.resources, &reason))
+        reasons.append(reason);
     const QVariant destination =
         m_definition.defaultDestination ? QVariant(*m_definition.defaultDestination) : QVariant();
-    installer.writeRoutingDataJSON(
-        m_layout.resources,
-        SNRoutingConfig::dataJSONDictionaryWithRules(m_definition.routingRules, destination,
-                                                     m_definition.isWhitelistingEnabled,
-                                                     m_definition.restoreSession, whiteListOptions()));
+    if (!installer.writeRoutingDataJSON(
+            m_layout.resources,
+            SNRoutingConfig::dataJSONDictionaryWithRules(m_definition.routingRules, destination,
+                                                         m_definition.isWhitelistingEnabled,
+                                                         m_definition.restoreSession, whiteListOptions()),
+            &reason))
+        reasons.append(reason);
+    return reasons.isEmpty() || fail(error, reasons.join(u' '));
 }
 
-void BundleWriter::applyAccentColor() const
+bool BundleWriter::applyAccentColor(SNError *error) const
 {
-    if (!m_definition.accentColor.isEmpty())
-        SNChromePrefsHelper::applyAccentColor(m_definition.accentColor, m_layout.profile);
+    QString reason;
+    if (m_definition.accentColor.isEmpty() ||
+        SNChromePrefsHelper::applyAccentColor(m_definition.accentColor, m_layout.profile, &reason))
+        return true;
+    return fail(error, reason);
 }
 
 bool BundleWriter::installLaunchPrograms(SNError *error) const

@@ -13,8 +13,8 @@ class Context;
 
 // Writes the parts of a generated bundle from an app definition. Every step stands alone and can
 // be run by itself, so creation runs them all and regeneration or editing only those it needs.
-// Steps that can fail return false and fill the error; companion files are best effort (the
-// app starts without them, it just does not route links).
+// Steps that can fail return false and fill the error; a file that cannot be written fails its
+// step, so that an operation never reports success over a short or missing file.
 //
 // `layout` is where the files are written; `installed` is where the bundle will live when it is
 // used (paths written into files name that place). Both are the same unless the bundle is built
@@ -44,9 +44,10 @@ public:
     // Writes the script text.
     bool writeScript(const QString &text, SNError *error) const;
     // The companion extension, the messaging host with its manifest, and data.json.
-    void writeCompanionFiles() const;
+    // Every part is attempted; false with the reasons when any could not be written.
+    bool writeCompanionFiles(SNError *error = nullptr) const;
     // The accent colour, when the definition has one, into the profile's preferences.
-    void applyAccentColor() const;
+    bool applyAccentColor(SNError *error = nullptr) const;
     // The launch program, the helper app, createEngine.sh and the tool stand-ins.
     bool installLaunchPrograms(SNError *error) const;
     // Runs createEngine.sh; a failure is only logged (the app builds its engine at its start).

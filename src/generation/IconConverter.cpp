@@ -62,8 +62,13 @@ bool IconConverter::convertImagesWithSourceImage(const SNImage &image, const QSt
     if (!image.sourcePng().isEmpty())
         png.insert(image.sourcePngKey(), image.sourcePng());
     const QByteArray icns = IcnsWriter::encode(refs, nullptr, png);
-    if (icns.isEmpty() || !AtomicWriter::write(destinationDirectory + QLatin1Char('/') + IconFileName, icns))
+    if (icns.isEmpty())
         return fail(IconWriteErrorText, error);
+    // The fixed text is what the user sees; why the file could not be written goes to the log.
+    if (QString reason; !AtomicWriter::write(destinationDirectory + QLatin1Char('/') + IconFileName, icns, &reason)) {
+        Logger::log(reason);
+        return fail(IconWriteErrorText, error);
+    }
     Logger::log(IconCreatedText);
     return true;
 }

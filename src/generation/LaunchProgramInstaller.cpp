@@ -29,17 +29,6 @@ bool fail(SNError *error, const QString &description)
     return false;
 }
 
-bool writeFile(const QString &path, const QByteArray &data, QFile::Permissions mode, QString *error)
-{
-    if (!AtomicWriter::write(path, data, error))
-        return false;
-    if (!QFile::setPermissions(path, mode)) {
-        *error = QStringLiteral("cannot set the permissions of %1").arg(path);
-        return false;
-    }
-    return true;
-}
-
 } // namespace
 
 LaunchProgramInstaller::LaunchProgramInstaller(Context &context) : m_context(context) {}
@@ -70,7 +59,8 @@ bool LaunchProgramInstaller::installLaunchProgram(const QString &bundlePath, con
         program = SNAppScriptHelper::legacyLaunchStub().toUtf8();
     }
     QString detail;
-    if (!writeFile(destination, program, ExecutableMode, &detail))
+    // Executable from the moment it appears under its name.
+    if (!AtomicWriter::writeWithMode(destination, program, ExecutableMode, &detail))
         return fail(error, QStringLiteral("The launch program could not be installed: %1").arg(detail));
     return true;
 }

@@ -214,8 +214,8 @@ bool ProfileSeeder::isExtensionId(const QString &id)
     return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) { return c >= u'a' && c <= u'p'; });
 }
 
-void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
-                                   const QString &profileDirectory) const
+std::optional<SNError> ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
+                                                     const QString &profileDirectory) const
 {
     Logger::log(QStringLiteral("usersArray:%1").arg(describeUsers(usersArray)));
 
@@ -251,7 +251,10 @@ void ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
         QStringLiteral("localState:%1 ").arg(QString::fromUtf8(document.toJson(QJsonDocument::Compact))));
     const QString path = profileDirectory + u'/' + LocalStateName;
     QString detail;
-    if (!QDir().mkpath(profileDirectory) ||
-        !AtomicWriter::write(path, document.toJson(QJsonDocument::Indented), &detail))
-        Logger::log(QStringLiteral("%1 could not be written: %2").arg(path, detail));
+    if (!QDir().mkpath(profileDirectory))
+        detail = QStringLiteral("the folder %1 could not be created").arg(profileDirectory);
+    else if (AtomicWriter::write(path, document.toJson(QJsonDocument::Indented), &detail))
+        return std::nullopt;
+    Logger::log(QStringLiteral("%1 could not be written: %2").arg(path, detail));
+    return failure(detail);
 }

@@ -47,8 +47,10 @@ public:
     std::optional<SNError> copyFromFolder(const QString &folder, const QString &extensionId,
                                           const QString &currentProfileKey, const QString &defaultUserDirectory) const;
     // Copies the profiles marked for import into `profileDirectory` and writes its Local State.
-    // Keys that are not plain folder names are refused; what cannot be copied is left out.
-    void createProfiles(const QList<SNProfileEntry> &usersArray, const QString &profileDirectory) const;
+    // Keys that are not plain folder names are refused; what cannot be copied is left out. Fails
+    // only when the Local State cannot be written.
+    std::optional<SNError> createProfiles(const QList<SNProfileEntry> &usersArray,
+                                          const QString &profileDirectory) const;
 
     // Profile keys and extension ids come from the browser's files and become folder names:
     // a profile key is one plain folder name, an extension id the browser's 32 letters a to p

@@ -41,7 +41,8 @@ QString SNChromePrefsHelper::hexStringFrom(const QColor &color)
         .toUpper();
 }
 
-void SNChromePrefsHelper::applyAccentColor(const QString &accentColor, const QString &profileDirectory)
+bool SNChromePrefsHelper::applyAccentColor(const QString &accentColor, const QString &profileDirectory,
+                                           QString *failure)
 {
     const QString defaultFolder = profileDirectory + QStringLiteral("/Default");
     const QString path = defaultFolder + QStringLiteral("/Preferences");
@@ -64,8 +65,10 @@ void SNChromePrefsHelper::applyAccentColor(const QString &accentColor, const QSt
     QString error;
     if (!QDir().mkpath(defaultFolder))
         error = QStringLiteral("cannot create %1").arg(defaultFolder);
-    else
-        AtomicWriter::write(path, QJsonDocument(root).toJson(QJsonDocument::Compact), &error);
-    if (!error.isEmpty())
-        Logger::log(QStringLiteral("SNChromePrefsHelper: failed to write Preferences: %1").arg(error));
+    else if (AtomicWriter::write(path, QJsonDocument(root).toJson(QJsonDocument::Compact), &error))
+        return true;
+    Logger::log(QStringLiteral("SNChromePrefsHelper: failed to write Preferences: %1").arg(error));
+    if (failure)
+        *failure = error;
+    return false;
 }

@@ -19,6 +19,7 @@ public:
     static QString hexStringFrom(const QColor &color);
 
     // Sets browser.theme.user_color to the colour, or removes the colour keys when the colour is
-    // missing or invalid. Never fails towards the caller: a write error is only logged.
-    static void applyAccentColor(const QString &accentColor, const QString &profileDirectory);
+    // missing or invalid. A write error is logged and returned.
+    static bool applyAccentColor(const QString &accentColor, const QString &profileDirectory,
+                                 QString *error = nullptr);
 };

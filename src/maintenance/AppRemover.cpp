@@ -29,11 +29,13 @@ bool present(const QFileInfo &info)
 
 // The record's part of a deletion: the registry entry (and with it the menu entry) and the stored
 // configuration.
-void forget(Context &context, const QString &appId)
+bool forget(Context &context, const QString &appId, QString *error)
 {
     SNAppTracker tracker(context);
-    tracker.deleteAppFromTracker(appId);
+    if (!tracker.deleteAppFromTracker(appId, error))
+        return false;
     QFile::remove(AppConfigFile::path(tracker.getAppBundle(), appId));
+    return true;
 }
 
 } // namespace
@@ -70,7 +72,8 @@ bool AppRemover::deleteApp(Context &context, const QString &appId, const QString
     const QFileInfo bundle(path);
     if (!present(bundle)) {
         // Gone already (by hand, or by a deletion that was interrupted): only the record is left.
-        forget(context, appId);
+        if (QString reason; !forget(context, appId, &reason))
+            return fail(reason);
         if (trashedPath)
             trashedPath->clear();
         return true;
@@ -99,7 +102,11 @@ bool AppRemover::deleteApp(Context &context, const QString &appId, const QString
     QString where;
     if (!context.trash().moveToTrash(path, &where, &reason))
         return fail(u"%1 could not be moved to the Trash: %2"_s.arg(path, reason));
-    forget(context, appId);
+    if (!forget(context, appId, &reason)) {
+        // The app is in the Trash; the next start takes its record away.
+        journal->keepForRecovery();
+        return fail(u"%1 is in the Trash, but %2"_s.arg(path, reason));
+    }
     if (trashedPath)
         *trashedPath = where;
     return true;
@@ -109,7 +116,10 @@ bool AppRemover::recover(Context &context, const QString &appId, const QString &
 {
     const QFileInfo bundle(bundlePath);
     // Still in its place: the deletion stopped before the Trash, and the app stays as it was.
-    if (!present(bundle))
-        forget(context, appId);
+    QString reason;
+    if (!present(bundle) && !forget(context, appId, &reason)) {
+        Logger::log(u"⚠️ Recovery: %1"_s.arg(reason));
+        return false;
+    }
     return true;
 }

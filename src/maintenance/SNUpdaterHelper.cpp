@@ -69,22 +69,22 @@ void refreshInfoDictionary(QVariantMap &plist, const QString &executable, const 
 
 // The registry id of the app: the script's (registered again when its record is gone), else that
 // of the record naming the bundle, else a new record (an app made before the registry existed).
-QString registryId(Context &context, const QString &bundlePath, const QVariantMap &info)
+QString registryId(Context &context, const QString &bundlePath, const QVariantMap &info, QString *error)
 {
     const QString fromScript = info.value(u"appID"_s).toString();
     SNAppTracker tracker(context);
     const QVariantMap records = tracker.getTracker();
     if (!fromScript.isEmpty()) {
         // An app put back from the Trash, or whose record was lost, is registered again.
-        if (!records.contains(fromScript))
-            tracker.updateAppTracker(fromScript, bundlePath);
+        if (!records.contains(fromScript) && !tracker.updateAppTracker(fromScript, bundlePath, error))
+            return {};
         return fromScript;
     }
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
         if (it.value().toMap().value(u"appPath"_s).toString() == bundlePath)
             return it.key();
     }
-    return tracker.addAppTracker(bundlePath).value(u"appID"_s).toString();
+    return tracker.addAppTracker(bundlePath, error).value(u"appID"_s).toString();
 }
 
 } // namespace
@@ -156,9 +156,10 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     if (executable.isEmpty() || executable.contains(u'/'))
         return Logger::fail(error, u"Cannot update %1: it has no launch program"_s.arg(bundlePath));
 
-    const QString appID = registryId(context, bundlePath, info);
+    QString reason;
+    const QString appID = registryId(context, bundlePath, info, &reason);
     if (appID.isEmpty())
-        return Logger::fail(error, u"Cannot update %1: the registry cannot be written"_s.arg(bundlePath));
+        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, reason));
     info.insert(u"appID"_s, appID);
     // One change of an app at a time, across Sorvane's processes.
     const AppLock lock(context, appID);
@@ -172,7 +173,6 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
         return Logger::fail(error, u"Not updating %1: the app is running; quit it and update again"_s.arg(bundlePath));
 
     refreshInfoDictionary(plist, executable, context);
-    QString reason;
     if (!PropertyList::writeFile(plistPath, plist, &reason))
         return Logger::fail(error, u"Cannot update %1: %2"_s.arg(plistPath, reason));
 
@@ -183,9 +183,9 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     const QString script = writer.scriptText(appID, &reason);
     if (script.isEmpty())
         return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
-    writer.writeCompanionFiles();
-
     SNError installError;
+    if (!writer.writeCompanionFiles(&installError))
+        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
     if (!writer.installLaunchPrograms(&installError))
         return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
     const QString innerApp = layout.resources + u"/InnerApp.app"_s;
@@ -195,7 +195,8 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     if (!AtomicWriter::write(layout.script(), script.toUtf8(), &reason))
         return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
     clearAttr(context, bundlePath);
-    preserveBrowserTypeForApp(context, bundlePath, info);
+    if (!preserveBrowserTypeForApp(context, bundlePath, info, &reason))
+        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, reason));
     EngineBuilder::runEngineScript(context, layout.resources, executable,
                                    BrowserCatalogue::byNumber(definition.applicationType).typeKey,
                                    u"Warning: engine creation during update exited with status %1"_s);
@@ -206,7 +207,8 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     return true;
 }
 
-void SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString &bundlePath, const QVariantMap &info)
+bool SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString &bundlePath, const QVariantMap &info,
+                                                QString *error)
 {
     SNAppTracker tracker(context);
     const QVariantMap records = tracker.getTracker();
@@ -217,18 +219,20 @@ void SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString 
     }
     if (appID.isEmpty()) {
         Logger::log(u"Could not find app ID for path: %1"_s.arg(bundlePath));
-        return;
+        return true;
     }
     const QString browserType = info.value(u"browserType"_s).toString();
     const QString path = AppConfigFile::path(tracker.getAppBundle(), appID);
     QVariantMap config = PropertyList::readFile(path).toMap();
     if (config.isEmpty() || browserType.isEmpty())
-        return;
+        return true;
     config.insert(u"browserType"_s, browserType);
     // The number is read before the key when both are there: the two must agree.
     config.insert(u"applicationType"_s, BrowserCatalogue::numberForTypeKey(browserType));
-    if (PropertyList::writeFile(path, config))
-        Logger::log(u"Preserved browser type '%1' for app: %2"_s.arg(browserType, bundlePath));
+    if (!PropertyList::writeFile(path, config, error))
+        return false;
+    Logger::log(u"Preserved browser type '%1' for app: %2"_s.arg(browserType, bundlePath));
+    return true;
 }
 
 bool SNUpdaterHelper::refreshLaunchServicesRegistration(const QString &bundlePath)

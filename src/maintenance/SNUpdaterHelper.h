@@ -39,8 +39,10 @@ public:
     // overruled by what the script says (name, addresses, tabs, incognito, browser).
     static AppDefinition definitionForApp(Context &context, const QString &appName, const QVariantMap &info);
 
-    // Copies the browser type read back into the app's stored configuration.
-    static void preserveBrowserTypeForApp(Context &context, const QString &bundlePath, const QVariantMap &info);
+    // Copies the browser type read back into the app's stored configuration; false with the
+    // reason when the configuration cannot be written.
+    [[nodiscard]] static bool preserveBrowserTypeForApp(Context &context, const QString &bundlePath,
+                                                        const QVariantMap &info, QString *error = nullptr);
     static bool refreshLaunchServicesRegistration(const QString &bundlePath);
     // Removes the quarantine attribute (macOS; nothing elsewhere).
     static void clearAttr(Context &context, const QString &bundlePath);

@@ -1,4 +1,3 @@
-#include "core/AtomicWriter.h"
 #include "core/Ids.h"
 #include "core/LaunchServices.h"
 #include "core/NotificationCenter.h"
@@ -64,20 +63,6 @@ TEST(NotificationCenter, DeliversOnItsOwnThreadWhoeverPosts)
     EXPECT_EQ(threads[0], QThread::currentThread());
     EXPECT_EQ(threads[1], QThread::currentThread());
     EXPECT_EQ(lastInfo.value(QStringLiteral("appId")).toString(), QStringLiteral("B"));
-}
-
-TEST(AtomicWriter, ReplacesWholeFilesAndFailsCleanly)
-{
-    TestContext test;
-    const QString path = test.root() + QStringLiteral("/file.txt");
-    ASSERT_TRUE(AtomicWriter::write(path, "first"));
-    ASSERT_TRUE(AtomicWriter::write(path, "second"));
-    EXPECT_EQ(readAll(path), QByteArray("second"));
-    EXPECT_EQ(QDir(test.root()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("file.txt")});
-
-    QString error;
-    EXPECT_FALSE(AtomicWriter::write(test.root() + QStringLiteral("/missing/dir/file.txt"), "x", &error));
-    EXPECT_FALSE(error.isEmpty());
 }
 
 // Moving into the Trash is proved by `sorvane create --replace` (tests/cli/CreateCommandTest.cpp).

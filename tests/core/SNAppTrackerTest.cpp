@@ -68,9 +68,9 @@ TEST(SNAppTracker, AddsUpdatesAndDeletesWholeRecordsPostingOnlyOnAddAndUpdate)
     EXPECT_EQ(posts, 2);
 
     test.setNow(QDateTime(QDate(2024, 3, 7), QTime(12, 30, 0)));
-    tracker.updateAppTracker(a, u"/Apps/Post.app"_s);
-    tracker.updateAppTracker(u"NEW"_s, u"/Apps/New.app"_s);
-    tracker.deleteAppFromTracker(b);
+    ASSERT_TRUE(tracker.updateAppTracker(a, u"/Apps/Post.app"_s));
+    ASSERT_TRUE(tracker.updateAppTracker(u"NEW"_s, u"/Apps/New.app"_s));
+    ASSERT_TRUE(tracker.deleteAppFromTracker(b));
     EXPECT_EQ(posts, 4);
     const QString later = u"2024-03-07 12:30:00 PM"_s;
     EXPECT_EQ(trackerAsJson(tracker), (QJsonObject{{a, record(a, u"/Apps/Post.app"_s, later)},
@@ -100,7 +100,7 @@ TEST(SNAppTracker, MissingOrCorruptTrackerReadsEmptyAndIsReplacedByTheNextWrite)
         if (contents)
             writeFile(tracker.trackerPath(), contents);
         EXPECT_EQ(tracker.getTracker(), QVariantMap());
-        tracker.deleteAppFromTracker(u"A"_s);
+        ASSERT_TRUE(tracker.deleteAppFromTracker(u"A"_s));
         EXPECT_EQ(QFileInfo::exists(tracker.trackerPath()), contents != nullptr) << "created by deleting";
         const QString id = tracker.addAppTracker(u"/a.app"_s).value(u"appID"_s).toString();
         EXPECT_EQ(trackerAsJson(tracker).keys(), QStringList{id});
@@ -111,9 +111,9 @@ TEST(SNAppTracker, HasTrackedAppsOnlyWithARecordWhoseBundleExists)
 {
     TestContext test;
     SNAppTracker tracker(test.context());
-    tracker.updateAppTracker(u"A"_s, test.home() + u"/gone.app"_s);
+    ASSERT_TRUE(tracker.updateAppTracker(u"A"_s, test.home() + u"/gone.app"_s));
     EXPECT_FALSE(tracker.hasTrackedSorvaneApps());
-    tracker.updateAppTracker(u"B"_s, test.home()); // after "A": every record counts, not just the first
+    ASSERT_TRUE(tracker.updateAppTracker(u"B"_s, test.home())); // after "A": every record counts, not just the first
     EXPECT_TRUE(tracker.hasTrackedSorvaneApps());
 }
 

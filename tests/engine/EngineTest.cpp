@@ -113,9 +113,9 @@ struct App
     {
         writeFile(tools + u"/plutil"_s, "#!" SORVANE_PYTHON3 "\n" + QByteArray(fakePlutil), executable);
         QDir().mkpath(resources);
-        PropertyList::writeFile(
+        EXPECT_TRUE(PropertyList::writeFile(
             contents + u"/Info.plist"_s,
-            SNPlistHelper::infoDictionary(name, false, false, u"1.2.3"_s, u"com.ondrel.sorvane"_s));
+            SNPlistHelper::infoDictionary(name, false, false, u"1.2.3"_s, u"com.ondrel.sorvane"_s)));
         QFile::copy(u"" SORVANE_ENGINE_SCRIPT ""_s, resources + u"/createEngine.sh"_s);
     }
 

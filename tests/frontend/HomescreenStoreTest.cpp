@@ -381,7 +381,8 @@ TEST_P(BundleLaunch, StartsTheLaunchProgramOrLogsWhyNot)
     TestContext test;
     const QString bundle = test.root() + u"/Tool.app"_s;
     const QString marker = test.root() + u"/started"_s;
-    PropertyList::writeFile(bundle + u"/Contents/Info.plist"_s, QVariantMap{{u"CFBundleExecutable"_s, row.named}});
+    ASSERT_TRUE(QDir().mkpath(bundle + u"/Contents"_s));
+    ASSERT_TRUE(PropertyList::writeFile(bundle + u"/Contents/Info.plist"_s, QVariantMap{{u"CFBundleExecutable"_s, row.named}}));
     const QString program = row.present.isEmpty() ? QString(test.root() + u"/outside"_s)
                                                    : QString(bundle + u"/Contents/MacOS/"_s + row.present);
     // Its arguments and folder show that it ran as itself, with no shell around it.

@@ -227,7 +227,7 @@ TEST(AppSuggestionsStore, InstalledMarksFollowTheUsersApps)
     const QString bundle = env.test.root() + u"/apps/Site.app"_s;
     writeFile(bundle + u"/Contents/Resources/script"_s,
               readAll(fixturePath(u"scripts/chrome-single-window.golden"_s)));
-    SNAppTracker(*env.context).updateAppTracker(u"5D7E4B1C-0000-4000-8000-000000000001"_s, bundle);
+    ASSERT_TRUE(SNAppTracker(*env.context).updateAppTracker(u"5D7E4B1C-0000-4000-8000-000000000001"_s, bundle));
     QSignalSpy reset(store.suggestions(), &QAbstractItemModel::modelReset);
     env.context->notifications().post(u"AppItemsDidLoad"_s);
 

@@ -94,16 +94,19 @@ TEST(IconConverter, RefsSortByWidthThenTheMadeSquaresDrawnFromTheRepresentationW
 TEST(IconConverter, FailuresGiveCodeTwoAndTheirLogLineAndWriteNoFile)
 {
     TestContext test;
-    const std::tuple<SNImage, QString, QString> cases[] = {
-        {SNImage(), test.root(), u"Error creating icon."_s},
-        {SNImage({QImage()}), test.root(), u"Error creating icon."_s},
-        {SNImage({solid(32, 32)}), test.root() + u"/missing"_s, u"Error writing to icon.icns."_s}};
+    // A file that cannot be written has its reason logged before the fixed line.
+    const std::tuple<SNImage, QString, QStringList> cases[] = {
+        {SNImage(), test.root(), {u"Error creating icon."_s}},
+        {SNImage({QImage()}), test.root(), {u"Error creating icon."_s}},
+        {SNImage({solid(32, 32)}), test.root() + u"/missing"_s,
+         {u"Cannot write %1/missing/icon.icns: No such file or directory"_s.arg(test.root()),
+          u"Error writing to icon.icns."_s}}};
     for (const auto &[image, folder, logged] : cases) {
         test.clearLog();
         SNError error;
         EXPECT_FALSE(IconConverter::convertImagesWithSourceImage(image, folder, &error));
         EXPECT_EQ(std::pair(error.code, error.description), std::pair(2, u"Error creating icon."_s));
-        EXPECT_EQ(test.log(), QStringList{logged});
+        EXPECT_EQ(test.log(), logged);
         EXPECT_FALSE(QFileInfo::exists(folder + u"/icon.icns"_s));
     }
 }

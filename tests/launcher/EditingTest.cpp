@@ -265,7 +265,7 @@ TEST(EditRename, AParentFolderNamedLikeTheBundleIsRewrittenToo)
     TestContext test;
     GeneratedApp app(test, {.name = u"Mail"_s});
     ASSERT_TRUE(app.moveInto(test.root() + u"/Mail.app Archive"_s));
-    SNAppTracker(test.context()).updateAppTracker(app.appId(), app.bundle());
+    ASSERT_TRUE(SNAppTracker(test.context()).updateAppTracker(app.appId(), app.bundle()));
     AppEditor editor(test.context());
     QString error;
     const SNEditorItem original = editor.load(app.bundle(), app.appId(), &error).value();
@@ -382,7 +382,7 @@ TEST(AppSetExport, OneEntryPerBundleAndTheAddressesOfItsBundle)
     TestContext test;
     GeneratedApp app(test, {.name = u"Mail"_s});
     const QString secondId = u"00000000-0000-0000-0000-000000000002"_s;
-    SNAppTracker(test.context()).updateAppTracker(secondId, app.bundle());
+    ASSERT_TRUE(SNAppTracker(test.context()).updateAppTracker(secondId, app.bundle()));
     QFile::copy(SNAppEditHelper::configPath(test.context(), app.appId()),
                 SNAppEditHelper::configPath(test.context(), secondId));
     SNExporter exporter(test.context());

@@ -155,7 +155,7 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
     const QString bundle = test.root() + u"/Apps/Legacy Mail.app"_s;
     ASSERT_TRUE(copyTree(fixturePath(u"bundles/Legacy Mail.app"_s), bundle));
     const QString appID = u"7D3F2A10-1B2C-4D5E-8F90-A1B2C3D4E5F6"_s;
-    SNAppTracker(test.context()).updateAppTracker(appID, bundle);
+    ASSERT_TRUE(SNAppTracker(test.context()).updateAppTracker(appID, bundle));
     test.context().defaults().setValue(u"chromePath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
     const QString legacyFolder = bundle + u"/Contents/Resources/"_s + Constants::LegacyCompanionFolderName;
     const QStringList currentBefore = treeFingerprint(current.bundle());

@@ -1,9 +1,9 @@
 #include "companion/host/TabStore.h"
 
 #include "companion/host/LinkAddress.h"
+#include "core/AtomicWriter.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <utility>
 
@@ -13,9 +13,9 @@ namespace {
 
 QString writeAtomically(const QString &path, const QByteArray &content)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit())
-        return u"cannot write %1: %2"_s.arg(path, file.errorString());
+    QString error;
+    if (!AtomicWriter::write(path, content, &error))
+        return error;
     return {};
 }
 
