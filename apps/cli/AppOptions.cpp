@@ -160,7 +160,7 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
         QString reason;
         app.appIcon = SNImage::fromFile(path, &reason);
         if (app.appIcon.isNull())
-            return refuse(u"icon: %1"_s.arg(reason));
+            return refuse(u"icon: %1"_s.arg(DefinitionValidator::quoted(reason)));
     }
     std::optional<QVariantList> rules = rulesFromOptions(parser, error);
     if (!rules)

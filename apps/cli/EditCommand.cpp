@@ -121,7 +121,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         QString reason;
         change.newIcon = SNImage::fromFile(parser.value(u"icon"_s), &reason);
         if (change.newIcon.isNull()) {
-            printError(u"icon: %1"_s.arg(reason));
+            printError(u"icon: %1"_s.arg(DefinitionValidator::quoted(reason)));
             return Failure;
         }
     }
