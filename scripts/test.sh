@@ -16,7 +16,7 @@ echo "== fuzz targets =="
 cmake -S tests/fuzz -B build/fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ >/dev/null
 cmake --build build/fuzz
 findings="$(mktemp -d)"
-for target in app-script:app_script_reader_fuzz property-list:property_list_fuzz; do
+for target in app-script:app_script_reader_fuzz property-list:property_list_fuzz image:image_reader_fuzz; do
     corpus="${target%%:*}" program="build/fuzz/${target#*:}"
     mkdir -p "$findings/new-$corpus"
     # New inputs go to a scratch folder; the kept corpus is only read.

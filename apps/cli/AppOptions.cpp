@@ -157,9 +157,10 @@ std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser,
 
     if (parser.isSet(u"icon"_s)) {
         const QString path = parser.value(u"icon"_s);
-        app.appIcon = SNImage::fromFile(path);
+        QString reason;
+        app.appIcon = SNImage::fromFile(path, &reason);
         if (app.appIcon.isNull())
-            return refuse(u"icon: cannot read an image from %1"_s.arg(DefinitionValidator::quoted(path)));
+            return refuse(u"icon: %1"_s.arg(DefinitionValidator::quoted(reason)));
     }
     std::optional<QVariantList> rules = rulesFromOptions(parser, error);
     if (!rules)

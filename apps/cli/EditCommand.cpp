@@ -118,9 +118,10 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"name"_s))
         app.appName = parser.value(u"name"_s);
     if (parser.isSet(u"icon"_s)) {
-        change.newIcon = SNImage::fromFile(parser.value(u"icon"_s));
+        QString reason;
+        change.newIcon = SNImage::fromFile(parser.value(u"icon"_s), &reason);
         if (change.newIcon.isNull()) {
-            printError(u"icon: cannot read an image from %1"_s.arg(DefinitionValidator::quoted(parser.value(u"icon"_s))));
+            printError(u"icon: %1"_s.arg(DefinitionValidator::quoted(reason)));
             return Failure;
         }
     }

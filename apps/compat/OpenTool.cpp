@@ -2,6 +2,8 @@
 
 #include "Processes.h"
 
+#include "core/PropertyListBudget.h"
+
 #include <plist/plist.h>
 
 #include <cstdio>
@@ -26,7 +28,8 @@ std::string bundleExecutableName(const std::string &bundle)
 {
     std::ifstream file(bundle + "/Contents/Info.plist", std::ios::binary);
     const std::string data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (data.empty() || data.size() >= UINT32_MAX)
+    if (data.empty() || data.size() >= UINT32_MAX ||
+        PropertyListBudget::check(data) != PropertyListBudget::Verdict::Fits)
         return {};
     plist_t root = nullptr;
     plist_from_memory(data.data(), static_cast<uint32_t>(data.size()), &root);

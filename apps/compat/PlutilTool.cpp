@@ -1,5 +1,7 @@
 #include "PlutilTool.h"
 
+#include "core/PropertyListBudget.h"
+
 #include <plist/plist.h>
 
 #include <cerrno>
@@ -216,8 +218,15 @@ bool editFile(const std::string &path, const Replacement &replacement)
                      path.c_str());
         return false;
     }
+    // Over budget, the parser would take all memory or overflow the stack.
+    const PropertyListBudget::Verdict verdict = PropertyListBudget::check(data);
+    if (verdict != PropertyListBudget::Verdict::Fits && verdict != PropertyListBudget::Verdict::Malformed) {
+        std::fprintf(stderr, "%s: Property List error: %s\n", path.c_str(),
+                     PropertyListBudget::reason(verdict).c_str());
+        return false;
+    }
     plist_t parsed = nullptr;
-    if (!data.empty() && data.size() < UINT32_MAX)
+    if (!data.empty() && data.size() < UINT32_MAX && verdict == PropertyListBudget::Verdict::Fits)
         plist_from_memory(data.data(), static_cast<uint32_t>(data.size()), &parsed);
     const PlistPointer root(parsed, &plist_free);
     if (!root) {

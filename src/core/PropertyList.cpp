@@ -1,6 +1,7 @@
 #include "core/PropertyList.h"
 
 #include "core/AtomicWriter.h"
+#include "core/PropertyListBudget.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -9,7 +10,7 @@
 #include <plist/plist.h>
 
 #include <memory>
-#include <vector>
+#include <string_view>
 
 namespace {
 
@@ -156,192 +157,54 @@ plist_t fromVariant(const QVariant &value, QString *error)
     }
 }
 
-// The deepest nesting of arrays and dictionaries in an XML property list, counted from the tags
-// alone (tags inside comments count too, which can only err towards refusing). The parser and
-// the conversion below recurse once per level, so a hostile file could otherwise exhaust the stack.
-int xmlNestingDepth(const QByteArray &data)
-{
-    int depth = 0;
-    int deepest = 0;
-    for (qsizetype at = data.indexOf('<'); at >= 0; at = data.indexOf('<', at + 1)) {
-        const QByteArrayView rest = QByteArrayView(data).sliced(at + 1);
-        const bool closing = rest.startsWith('/');
-        const QByteArrayView name = closing ? rest.sliced(1) : rest;
-        const qsizetype length = name.startsWith("array") ? 5 : name.startsWith("dict") ? 4 : 0;
-        if (length == 0)
-            continue;
-        const QByteArrayView after = name.sliced(length);
-        if (after.startsWith('/'))
-            continue; // <array/>: empty, opens nothing
-        if (!after.startsWith('>') && !after.startsWith(' ') && !after.startsWith('\t'))
-            continue;
-        depth += closing ? -1 : 1;
-        deepest = std::max(deepest, depth);
-    }
-    return deepest;
-}
-
-
-// The longest chain of arrays, sets and dictionaries in a binary property list, following the
-// object references from the top object as the parser does; limit + 1 when it is longer or
-// there is a cycle, -1 when the object table is malformed. Walked without recursion, each object
-// once.
-int binaryNestingDepth(const QByteArray &data, int limit)
-{
-    const int refused = limit + 1;
-    const int malformed = -1;
-    const auto bigEndian = [&](qsizetype at, int size, quint64 *value) {
-        if (size < 1 || size > 8 || at < 0 || at + size > data.size())
-            return false;
-        *value = 0;
-        for (int i = 0; i < size; ++i)
-            *value = (*value << 8) | quint8(data.at(at + i));
-        return true;
-    };
-    if (data.size() < 8 + 32)
-        return malformed;
-    const qsizetype trailer = data.size() - 32;
-    const int offsetSize = quint8(data.at(trailer + 6));
-    const int refSize = quint8(data.at(trailer + 7));
-    quint64 count = 0, top = 0, table = 0;
-    if (!bigEndian(trailer + 8, 8, &count) || !bigEndian(trailer + 16, 8, &top) ||
-        !bigEndian(trailer + 24, 8, &table) || count > quint64(data.size()) || top >= count ||
-        table > quint64(data.size()))
-        return malformed;
-
-    // The references held by object `index` (none for a scalar); false when malformed. A string
-    // with a NUL in it counts as malformed too: the library's readers abort on one.
-    const auto children = [&](quint64 index, QList<quint64> *refs) {
-        refs->clear();
-        quint64 offset = 0;
-        if (!bigEndian(qsizetype(table + index * quint64(offsetSize)), offsetSize, &offset) ||
-            offset >= quint64(data.size()))
-            return false;
-        const quint8 marker = quint8(data.at(qsizetype(offset)));
-        const int type = marker >> 4;
-        if (type != 0x5 && type != 0x6 && type != 0xA && type != 0xC && type != 0xD)
-            return true;
-        quint64 length = marker & 0x0F;
-        qsizetype at = qsizetype(offset) + 1;
-        if (length == 0x0F) {
-            if (at >= data.size() || (quint8(data.at(at)) >> 4) != 0x1)
-                return false;
-            const int lengthSize = 1 << (quint8(data.at(at)) & 0x0F);
-            if (!bigEndian(at + 1, lengthSize, &length))
-                return false;
-            at += 1 + lengthSize;
-        }
-        if (type == 0x5 || type == 0x6) {
-            const int unit = type == 0x5 ? 1 : 2;
-            if (length > quint64(data.size()) || at + qsizetype(length) * unit > data.size())
-                return false;
-            for (qsizetype i = 0; i < qsizetype(length); ++i) {
-                if (unit == 1 ? data.at(at + i) == 0 : (data.at(at + 2 * i) == 0 && data.at(at + 2 * i + 1) == 0))
-                    return false;
-            }
-            return true;
-        }
-        const quint64 total = type == 0xD ? length * 2 : length;
-        if (total > quint64(data.size()))
-            return false;
-        for (quint64 i = 0; i < total; ++i) {
-            quint64 ref = 0;
-            if (!bigEndian(at + qsizetype(i) * refSize, refSize, &ref) || ref >= count)
-                return false;
-            refs->append(ref);
-        }
-        return true;
-    };
-
-    // depth[i]: -1 not seen, -2 on the current path, else the longest chain below it.
-    std::vector<int> depth(count, -1);
-    struct Frame
-    {
-        quint64 index;
-        QList<quint64> refs;
-        qsizetype next = 0;
-        int deepest = 0;
-    };
-    std::vector<Frame> path;
-    bool wellFormed = true;
-    const auto enter = [&](quint64 index) {
-        Frame frame{index, {}, 0, 0};
-        wellFormed = children(index, &frame.refs);
-        if (!wellFormed)
-            return false;
-        depth[index] = -2;
-        path.push_back(std::move(frame));
-        return int(path.size()) <= limit + 1;
-    };
-    if (!enter(top))
-        return wellFormed ? refused : malformed;
-    while (!path.empty()) {
-        Frame &frame = path.back();
-        if (frame.next < frame.refs.size()) {
-            const quint64 child = frame.refs.at(frame.next++);
-            if (depth[child] == -2)
-                return refused; // a cycle
-            if (depth[child] >= 0) {
-                frame.deepest = std::max(frame.deepest, depth[child] + 1);
-                continue;
-            }
-            if (!enter(child))
-                return wellFormed ? refused : malformed;
-            continue;
-        }
-        const int done = frame.refs.isEmpty() ? 0 : std::max(frame.deepest, 1);
-        depth[frame.index] = done;
-        path.pop_back();
-        if (done > limit)
-            return refused;
-        if (!path.empty())
-            path.back().deepest = std::max(path.back().deepest, done + 1);
-    }
-    return depth[top];
-}
-
 } // namespace
 
-QVariant PropertyList::fromData(const QByteArray &data, QString *error)
+QVariant PropertyList::fromData(const QByteArray &data, QString *error, const QString &source)
 {
+    const auto refuse = [&](const QString &reason) {
+        if (error)
+            *error = source.isEmpty() ? QStringLiteral("Cannot read the property list: %1.").arg(reason)
+                                      : QStringLiteral("Cannot read the property list %1: %2.").arg(source, reason);
+        return QVariant();
+    };
+    // Measured before the parser runs: it recurses once per level and copies shared objects.
+    const PropertyListBudget::Verdict verdict =
+        PropertyListBudget::check(std::string_view(data.constData(), std::size_t(data.size())));
+    if (verdict != PropertyListBudget::Verdict::Fits)
+        return refuse(QString::fromStdString(PropertyListBudget::reason(verdict)));
     plist_t root = nullptr;
-    const bool binary = data.startsWith("bplist00");
-    const int depth = binary ? binaryNestingDepth(data, MaximumDepth) : xmlNestingDepth(data);
-    if (depth > MaximumDepth) {
-        if (error)
-            *error = QStringLiteral("The property list nests deeper than %1 levels.").arg(MaximumDepth);
-        return {};
-    }
-    if (binary && depth >= 0) {
+    if (data.startsWith("bplist00"))
         plist_from_bin(data.constData(), uint32_t(data.size()), &root);
-    } else if (!data.trimmed().isEmpty()) {
+    else if (!data.trimmed().isEmpty())
         plist_from_xml(data.constData(), uint32_t(data.size()), &root);
-    }
-    if (!root) {
-        if (error)
-            *error = QStringLiteral("The data is not a property list.");
-        return {};
-    }
+    if (!root)
+        return refuse(QString::fromStdString(PropertyListBudget::reason(PropertyListBudget::Verdict::Malformed)));
     PlistPtr owner(root);
     bool tooDeep = false;
     QVariant value = toVariant(root, 0, tooDeep);
-    if (tooDeep) {
-        if (error)
-            *error = QStringLiteral("The property list nests deeper than %1 levels.").arg(MaximumDepth);
-        return {};
-    }
+    if (tooDeep)
+        return refuse(QString::fromStdString(PropertyListBudget::reason(PropertyListBudget::Verdict::TooDeep)));
     return value;
 }
 
 QVariant PropertyList::readFile(const QString &path, QString *error)
 {
+    const QString source = QLatin1Char('"') + path + QLatin1Char('"');
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         if (error)
-            *error = file.errorString();
+            *error = QStringLiteral("Cannot read the property list %1: %2.").arg(source, file.errorString());
         return {};
     }
-    return fromData(file.readAll(), error);
+    // Larger than any value tree the budget lets through, so not worth reading.
+    if (quint64(file.size()) > PropertyListBudget::MaximumBytes * 2) {
+        if (error)
+            *error = QStringLiteral("Cannot read the property list %1: it is larger than %2 MB.")
+                         .arg(source)
+                         .arg(PropertyListBudget::MaximumBytes * 2 / (1024 * 1024));
+        return {};
+    }
+    return fromData(file.readAll(), error, source);
 }
 
 QByteArray PropertyList::toXml(const QVariant &value, QString *error)

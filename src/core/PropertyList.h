@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/PropertyListBudget.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QVariant>
@@ -11,11 +13,13 @@
 class PropertyList final
 {
 public:
-    // Arrays and dictionaries nested deeper than this are refused.
-    static constexpr int MaximumDepth = 256;
+    // Arrays and dictionaries nested deeper than this are refused; so are lists that would grow
+    // past PropertyListBudget's other limits once parsed.
+    static constexpr int MaximumDepth = PropertyListBudget::MaximumDepth;
 
-    // An invalid QVariant and an error text when the data is not a property list.
-    static QVariant fromData(const QByteArray &data, QString *error = nullptr);
+    // An invalid QVariant and an error text when the data is not a property list or is over
+    // budget. The text names `source` (say, a quoted path) when given.
+    static QVariant fromData(const QByteArray &data, QString *error = nullptr, const QString &source = {});
     static QVariant readFile(const QString &path, QString *error = nullptr);
 
     // An empty array and an error text when the value holds a type plists cannot carry.

@@ -1,40 +1,14 @@
 #include "core/SNImage.h"
 
+#include "core/BoundedImageReader.h"
 #include "core/TiffWriter.h"
 
-#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
-#include <QImageReader>
 
 #include <algorithm>
 
 namespace {
-
-// Reads every image the reader's source holds. An animation counts as one image (its first
-// frame): frames are not sizes. A later entry that does not decode (say, a compression the
-// installed plugins lack) is left out; the input is unreadable only when nothing decodes.
-QList<QImage> readAll(QImageReader &reader, QString *reason)
-{
-    QList<QImage> images;
-    if (!reader.canRead()) {
-        *reason = reader.errorString();
-        return images;
-    }
-    const int count = reader.supportsAnimation() ? 1 : std::max(1, reader.imageCount());
-    for (int index = 0; index < count; ++index) {
-        if (index > 0 && !reader.jumpToImage(index))
-            break;
-        QImage image = reader.read();
-        if (image.isNull()) {
-            if (images.isEmpty())
-                *reason = reader.errorString();
-            continue;
-        }
-        images.append(std::move(image));
-    }
-    return images;
-}
 
 SNImage finish(QList<QImage> images, const QString &source, const QString &reason, QString *error)
 {
@@ -53,15 +27,9 @@ SNImage::SNImage(QList<QImage> representations)
 
 SNImage SNImage::decode(const QByteArray &data, const QString &source, QString *error)
 {
-    QBuffer buffer;
-    buffer.setData(data);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    const bool pngFile = reader.format() == "png"; // asked before reading, which consumes it
-    QString reason;
-    QList<QImage> images = readAll(reader, &reason);
-    SNImage image = finish(std::move(images), source, reason, error);
-    if (pngFile && image.m_representations.size() == 1)
+    BoundedImageReader::Result read = BoundedImageReader::read(data);
+    SNImage image = finish(std::move(read.images), source, read.reason, error);
+    if (read.format == "png" && image.m_representations.size() == 1)
         image.m_sourcePng = data;
     return image;
 }
@@ -74,6 +42,10 @@ SNImage SNImage::fromFile(const QString &path, QString *error)
         return finish({}, source, QStringLiteral("no such file"), error);
     if (info.size() == 0)
         return finish({}, source, QStringLiteral("the file is empty"), error);
+    if (info.size() > BoundedImageReader::MaximumFileBytes)
+        return finish({}, source,
+                      QStringLiteral("it is larger than %1 MB").arg(BoundedImageReader::MaximumFileBytes / (1024 * 1024)),
+                      error);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return finish({}, source, file.errorString(), error);

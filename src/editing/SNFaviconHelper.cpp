@@ -1,11 +1,10 @@
 #include "editing/SNFaviconHelper.h"
 
+#include "core/BoundedImageReader.h"
 #include "core/Logger.h"
 #include "editing/FaviconSession.h"
 
-#include <QBuffer>
 #include <QGuiApplication>
-#include <QImageReader>
 #include <QRegularExpression>
 #include <QScreen>
 #include <QStringDecoder>
@@ -268,30 +267,8 @@ std::optional<QByteArray> SNFaviconHelper::dataFromURL(const QUrl &url, QDeadlin
 
 SNImage SNFaviconHelper::decodeIcon(const QByteArray &data) const
 {
-    QBuffer buffer;
-    buffer.setData(data);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    if (!IconFormats.contains(reader.format()))
-        return {};
-    // The size comes from the file's header: a small file that declares a huge image (a
-    // decompression bomb) is refused before any pixel memory is taken.
-    const auto fits = [&](const QSize &size) {
-        return size.isValid() && size.width() <= m_limits.maximumIconSide && size.height() <= m_limits.maximumIconSide;
-    };
-    QList<QImage> images;
-    // An animation counts as its first frame; an .ico brings one image per size it holds.
-    const int count = reader.supportsAnimation() ? 1 : std::max(1, reader.imageCount());
-    for (int index = 0; index < count; ++index) {
-        if (index > 0 && !reader.jumpToImage(index))
-            break;
-        if (!fits(reader.size()))
-            continue;
-        QImage image = reader.read();
-        if (!image.isNull() && fits(image.size()))
-            images.append(std::move(image));
-    }
-    return SNImage(std::move(images));
+    // An entry whose declared size passes the largest icon side is left out before it is decoded.
+    return SNImage(BoundedImageReader::read(data, {m_limits.maximumIconSide, IconFormats}).images);
 }
 
 QString SNFaviconHelper::decodePage(const QByteArray &page, const QString &textEncodingName) const

@@ -1,6 +1,7 @@
 #include "core/SNImage.h"
 
 #include "core/AtomicWriter.h"
+#include "core/BoundedImageReader.h"
 
 #include "support/TestContext.h"
 
@@ -94,3 +95,64 @@ TEST(SNImage, TiffRepresentationHasAPagePerRepresentationAndImageDataDecodesToTh
     // The pages are premultiplied, as Qt's TIFF reader gives them, so they must come back equal.
     EXPECT_EQ(SNImage::fromTiff(tiff).representations(), image.representations());
 }
+
+namespace {
+
+// Input past a budget is refused with a reason that names the file and the limit; input at the
+// limit reads whole.
+struct BudgetCase
+{
+    const char *name;
+    QByteArray bytes;
+    const char *refusal = nullptr;
+    int images = 0;
+};
+
+void PrintTo(const BudgetCase &row, std::ostream *os) { *os << row.name; }
+
+QByteArray corpus(const char *name)
+{
+    return readAll(fixturePath(u"../fuzz/corpus/image/"_s + QLatin1String(name)));
+}
+
+QByteArray tinyPages(int count)
+{
+    QList<QImage> pages;
+    for (int page = 0; page < count; ++page)
+        pages.append(pattern(QSize(2, 1 + page % 3)));
+    return SNImage(pages).tiffRepresentation();
+}
+
+using SNImageBudgets = ::testing::TestWithParam<BudgetCase>;
+
+} // namespace
+
+TEST_P(SNImageBudgets, RefusesBeforeDecodingAndNamesTheFileAndTheLimit)
+{
+    TestContext test;
+    const BudgetCase &row = GetParam();
+    ASSERT_FALSE(row.bytes.isEmpty());
+    const QString path = test.root() + u"/icon.tiff"_s;
+    ASSERT_TRUE(AtomicWriter::write(path, row.bytes));
+    QString error;
+    const SNImage image = SNImage::fromFile(path, &error);
+    if (!row.refusal) {
+        EXPECT_EQ(image.representations().size(), row.images) << error.toStdString();
+        return;
+    }
+    EXPECT_TRUE(image.isNull());
+    EXPECT_TRUE(error.startsWith(u"Cannot read the image \"%1\": "_s.arg(path))) << error.toStdString();
+    EXPECT_TRUE(error.contains(QLatin1String(row.refusal))) << error.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hostile, SNImageBudgets,
+    ::testing::Values(BudgetCase{"sixtyPagesSharingOneStrip", corpus("tiff-60-pages-one-strip"),
+                                 "more than 67108864 pixels"},
+                      BudgetCase{"headerDeclaresEightyOneMegapixels", corpus("png-declares-9000x9000"),
+                                 "more than 67108864 pixels (one image of 8192 x 8192)"},
+                      BudgetCase{"morePagesThanRead", tinyPages(BoundedImageReader::MaximumImages + 1),
+                                 "holds 65 images, more than the 64 read"},
+                      BudgetCase{"asManyPagesAsRead", tinyPages(BoundedImageReader::MaximumImages), nullptr,
+                                 BoundedImageReader::MaximumImages}),
+    [](const auto &test) { return std::string(test.param.name); });

@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QTimeZone>
 
 #include <gtest/gtest.h>
@@ -101,4 +102,96 @@ TEST(PropertyList, RefusesNestingDeeperThanTheLimitInBothFormats)
             EXPECT_EQ(error.contains(QStringLiteral("deeper")), levels > PropertyList::MaximumDepth) << format;
         }
     }
+}
+
+namespace {
+
+// A property list, from the fuzz corpus (the small hostile files) or written here, and the part of
+// the refusal expected; no refusal: it reads, to `items` values in its top array when given.
+struct BudgetCase
+{
+    const char *name;
+    QByteArray bytes;
+    const char *refusal = nullptr;
+    int items = -1;
+};
+
+void PrintTo(const BudgetCase &row, std::ostream *os) { *os << row.name; }
+
+QByteArray corpus(const char *name)
+{
+    return readAll(fixturePath(QStringLiteral("../fuzz/corpus/property-list/") + QLatin1String(name)));
+}
+
+QByteArray xmlList(const QByteArray &body)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n" + body + "\n</plist>\n";
+}
+
+// `levels` arrays, each opened with `open` and closed with `close`, around one string.
+QByteArray nested(int levels, const QByteArray &open, const QByteArray &close = "</array>")
+{
+    return xmlList(open.repeated(levels) + "<string>x</string>" + close.repeated(levels));
+}
+
+using PropertyListBudgets = ::testing::TestWithParam<BudgetCase>;
+
+} // namespace
+
+TEST_P(PropertyListBudgets, RefusesWhatWouldGrowPastALimitBeforeParsingAndNamesTheSource)
+{
+    const BudgetCase &row = GetParam();
+    ASSERT_FALSE(row.bytes.isEmpty());
+    QString error;
+    const QVariant value = PropertyList::fromData(row.bytes, &error, QStringLiteral("\"hostile.plist\""));
+    if (!row.refusal) {
+        EXPECT_TRUE(value.isValid()) << error.toStdString();
+        if (row.items >= 0) {
+            EXPECT_EQ(value.toList().size(), row.items);
+        }
+        return;
+    }
+    EXPECT_FALSE(value.isValid());
+    EXPECT_TRUE(error.startsWith(QStringLiteral("Cannot read the property list \"hostile.plist\": it ")))
+        << error.toStdString();
+    EXPECT_TRUE(error.contains(QLatin1String(row.refusal))) << error.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hostile, PropertyListBudgets,
+    ::testing::Values(
+        BudgetCase{"sharedReferences60Deep", corpus("shared-references-60-deep"), "more than 1000000 values"},
+        BudgetCase{"oneStringReferenced40000Times", corpus("one-string-40000-references"), "more than 256 MB"},
+        BudgetCase{"blanksAndAttributesBeforeTheBracket", corpus("nested-arrays-blank-before-gt"), "deeper than 256"},
+        BudgetCase{"newlineBeforeTheBracket", nested(300, "<array\n>"), "deeper than 256"},
+        BudgetCase{"closingTagsInComments", nested(300, "<array><!-- </array> -->"), "deeper than 256"},
+        BudgetCase{"closingTagsInCdata", nested(300, "<array><string><![CDATA[</array></dict>]]></string>"),
+                   "deeper than 256"},
+        BudgetCase{"closingTagsWithBlanks", nested(300, "<array>", "</array\n>"), "deeper than 256"},
+        BudgetCase{"dictionariesWithAttributes", nested(300, "<dict a=\"1\"><key>k</key>", "</dict>"),
+                   "deeper than 256"},
+        BudgetCase{"tooManyXmlValues", xmlList("<array>" + QByteArray("<true/>").repeated(1'000'001) + "</array>"),
+                   "more than 1000000 values"},
+        BudgetCase{"emptyArraysOpenNothing",
+                   xmlList("<array>" + QByteArray("<array/><array  /><array\n/><array a=\"b\"/>").repeated(100) +
+                           "</array>"),
+                   nullptr, 400},
+        BudgetCase{"nestingWithinTheLimit", nested(200, "<array\n>", "</array >"), nullptr, 1}),
+    [](const auto &test) { return std::string(test.param.name); });
+
+// A string shared by many references (as binary writers store repeats) reads in full while the
+// expanded tree stays within the budget.
+TEST(PropertyList, ReadsSharedReferencesWithinTheBudget)
+{
+    TestContext test;
+    const QString path = test.root() + QStringLiteral("/shared.plist");
+    const QString write = QStringLiteral("import plistlib,sys; open(sys.argv[1],'wb').write(plistlib.dumps("
+                                         "[['icon-data-' * 1000] * 50] * 100, fmt=plistlib.FMT_BINARY))");
+    ASSERT_EQ(runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), write, path}, environmentWith()).exitCode, 0);
+    ASSERT_LT(QFileInfo(path).size(), 20000);
+    QString error;
+    const QVariantList rows = PropertyList::readFile(path, &error).toList();
+    ASSERT_EQ(rows.size(), 100) << error.toStdString();
+    EXPECT_EQ(rows.last().toList().size(), 50);
+    EXPECT_EQ(rows.last().toList().last().toString().size(), 10000);
 }

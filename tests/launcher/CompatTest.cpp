@@ -119,6 +119,29 @@ INSTANTIATE_TEST_SUITE_P(Cases, CompatPlutil, testing::Combine(testing::Values(
     [](const auto &p) { return std::get<0>(p.param).label + std::string(std::get<1>(p.param) ? "_bin" : "_xml"); });
 // clang-format on
 
+// A hostile property list (the fuzz corpus's) is refused before the parser sees it, and stays as it was.
+using CompatPlutilBudget = testing::TestWithParam<std::pair<const char *, const char *>>;
+
+TEST_P(CompatPlutilBudget, RefusesAListOverBudgetAndLeavesItAsItWas)
+{
+    const auto &[name, limit] = GetParam();
+    TestContext test;
+    const QString file = test.root() + u"/Info.plist"_s;
+    const QByteArray hostile = readAll(fixturePath(u"../fuzz/corpus/property-list/"_s + QLatin1String(name)));
+    ASSERT_FALSE(hostile.isEmpty());
+    writeFile(file, hostile);
+    const Outcome result = runProgram(compatTool(u"plutil"_s), replace("a", "-string", u"x"_s) + QStringList{file},
+                                      environmentWith(), test.root());
+    EXPECT_EQ(result.exitCode, 1) << result.err.constData();
+    EXPECT_TRUE(result.err.contains(limit)) << result.err.constData();
+    EXPECT_EQ(readAll(file), hostile);
+}
+
+INSTANTIATE_TEST_SUITE_P(Corpus, CompatPlutilBudget,
+                         testing::Values(std::pair{"shared-references-60-deep", "more than 1000000 values"},
+                                         std::pair{"one-string-40000-references", "more than 256 MB"},
+                                         std::pair{"nested-arrays-blank-before-gt", "deeper than 256 levels"}));
+
 TEST_P(CompatSed, TranslatesBsdInPlaceEditingAndPassesTheRestThrough)
 {
     const SedCase &c = GetParam();
