@@ -3,6 +3,7 @@
 #include "AppOptions.h"
 #include "CliPrompter.h"
 
+#include "core/AppNameRule.h"
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "editing/SNBulkAppsManager.h"
@@ -36,21 +37,13 @@ void BulkCommand::addOptions(QCommandLineParser &parser)
     });
 }
 
+QList<QStringList> BulkCommand::exclusiveOptions() const
+{
+    return {{u"replace"_s, u"keep-both"_s}};
+}
+
 int BulkCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const QString usage = u"sorvane bulk: "_s;
-    if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
-        printError(usage + u"--into needs a folder"_s);
-        return BadUsage;
-    }
-    if (parser.positionalArguments().size() != 1) {
-        printError(usage + u"give one FILE"_s);
-        return BadUsage;
-    }
-    if (parser.isSet(u"replace"_s) && parser.isSet(u"keep-both"_s)) {
-        printError(usage + u"--replace and --keep-both exclude each other"_s);
-        return BadUsage;
-    }
     QString error;
     const int browser = AppOptions::chooseBrowser(parser, context, &error);
     if (browser < 0) {
@@ -93,8 +86,12 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
             DefinitionValidator::quoted(entries.at(i).toObject().value(u"appName"_s).toString()));
     };
     if (const int row = list.firstRowWithInvalidName(); row >= 0) {
-        printError(u"%1: appName: a name must be given and must not contain '/'; nothing was created"_s.arg(
-            label(listEntries.at(row))));
+        const QString &name = list.cell(row).bulkApp.appName;
+        printError(u"%1: appName: %2; nothing was created"_s.arg(
+            label(listEntries.at(row)),
+            AppNameRule::check(name) == AppNameRule::Verdict::TooLong
+                ? AppNameRule::tooLongMessage(name)
+                : u"a name must be given, without '/' or control characters"_s));
         return Failure;
     }
     if (const int row = list.firstRowWithInvalidURL(); row >= 0) {

@@ -14,4 +14,5 @@ protected:
     void addOptions(QCommandLineParser &parser) override;
     int run(const QCommandLineParser &parser, Context &context) override;
     int positionalArguments() const override { return 1; }
+    QList<QStringList> exclusiveOptions() const override;
 };

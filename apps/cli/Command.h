@@ -3,13 +3,20 @@
 #include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
 
 class Context;
+struct CommandSyntax;
 
 // One `sorvane` subcommand: owns its options and help text. Every command takes --help, --json,
 // --quiet and --verbose, and exits 0 on success, 1 on failure and 2 on bad usage. Diagnostic
 // lines go to Sorvane's log file; standard error shows them with --verbose, and otherwise only
 // the warnings (nothing with --quiet).
+//
+// The usage checks every command shares run before the command does: the number of positional
+// arguments, options given twice or together with one they exclude, empty values, and values of
+// the wrong kind, named by the option's value name (a DIR that is a file, a FILE that is a folder,
+// SECONDS that are not a whole number). `--help --json` describes the command for scripts.
 class Command
 {
 public:
@@ -29,6 +36,13 @@ protected:
     // error.
     static constexpr int AnyNumber = -1;
     virtual int positionalArguments() const { return 0; }
+    // How many of them must be given: by default all of a fixed number, none of AnyNumber.
+    virtual int requiredPositionalArguments() const
+    {
+        return positionalArguments() == AnyNumber ? 0 : positionalArguments();
+    }
+    // Groups of options of which at most one may be given.
+    virtual QList<QStringList> exclusiveOptions() const { return {}; }
     // Options with a value that may be given more than once (every other one only once).
     virtual QStringList repeatableOptions() const { return {}; }
     virtual int run(const QCommandLineParser &parser, Context &context) = 0;
@@ -40,6 +54,9 @@ public:
     static void printWarning(const QString &text, const QCommandLineParser &parser);
 
 protected:
+    // What `--help --json` prints: the options with their value names, the positional arguments,
+    // the exclusive groups.
+    QVariantMap describe(const CommandSyntax &syntax) const;
     // Prints a JSON document (object or array) on standard output.
     static void printJson(const QVariant &document);
     static void print(const QString &text);

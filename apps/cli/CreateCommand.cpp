@@ -23,6 +23,11 @@ QStringList CreateCommand::repeatableOptions() const
     return {u"tab"_s, u"allow"_s, u"route"_s, u"extension"_s};
 }
 
+QList<QStringList> CreateCommand::exclusiveOptions() const
+{
+    return {{u"replace"_s, u"keep-both"_s}, {u"url"_s, u"tab"_s}};
+}
+
 int CreateCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane create: "_s;
@@ -30,16 +35,8 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(usage + u"give --name and either --url or one or more --tab"_s);
         return BadUsage;
     }
-    if (parser.isSet(u"replace"_s) && parser.isSet(u"keep-both"_s)) {
-        printError(usage + u"--replace and --keep-both exclude each other"_s);
-        return BadUsage;
-    }
     if ((parser.isSet(u"extension"_s) || parser.isSet(u"import-data"_s)) && !parser.isSet(u"profile"_s)) {
         printError(usage + u"--extension and --import-data need --profile"_s);
-        return BadUsage;
-    }
-    if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
-        printError(usage + u"--into needs a folder"_s);
         return BadUsage;
     }
 

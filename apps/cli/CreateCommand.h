@@ -13,4 +13,5 @@ protected:
     void addOptions(QCommandLineParser &parser) override;
     int run(const QCommandLineParser &parser, Context &context) override;
     QStringList repeatableOptions() const override;
+    QList<QStringList> exclusiveOptions() const override;
 };

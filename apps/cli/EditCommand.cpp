@@ -80,6 +80,14 @@ void EditCommand::addOptions(QCommandLineParser &parser)
     }
 }
 
+QList<QStringList> EditCommand::exclusiveOptions() const
+{
+    QList<QStringList> groups = exclusions();
+    for (const Toggle &toggle : toggles())
+        groups.append({toggle.option, u"no-"_s + toggle.option});
+    return groups;
+}
+
 QStringList EditCommand::repeatableOptions() const
 {
     return {u"tab"_s, u"allow"_s, u"route"_s};
@@ -88,15 +96,6 @@ QStringList EditCommand::repeatableOptions() const
 int EditCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane edit: "_s;
-    QList<QStringList> pairs = exclusions();
-    for (const Toggle &toggle : toggles())
-        pairs.append({toggle.option, u"no-"_s + toggle.option});
-    for (const QStringList &pair : pairs) {
-        if (parser.isSet(pair.at(0)) && parser.isSet(pair.at(1))) {
-            printError(usage + u"--%1 and --%2 exclude each other"_s.arg(pair.at(0), pair.at(1)));
-            return BadUsage;
-        }
-    }
     if (parser.isSet(u"restore-backup"_s) && !parser.isSet(u"browser"_s)) {
         printError(usage + u"--restore-backup needs --browser"_s);
         return BadUsage;

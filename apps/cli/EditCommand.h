@@ -17,5 +17,6 @@ protected:
     void addOptions(QCommandLineParser &parser) override;
     int positionalArguments() const override { return 1; }
     QStringList repeatableOptions() const override;
+    QList<QStringList> exclusiveOptions() const override;
     int run(const QCommandLineParser &parser, Context &context) override;
 };

@@ -12,17 +12,26 @@ void IconCommand::addOptions(QCommandLineParser &parser)
 {
     parser.addPositionalArgument(u"URL"_s, u"The site's address; http:// is put in front when it names no scheme."_s);
     parser.addOption({u"output"_s, u"Write the icon to this PNG file."_s, u"FILE"_s});
+    parser.addOption({u"timeout"_s,
+                      u"Give up after this many seconds, %1 to %2 (default %3), with the best icon found by then."_s
+                          .arg(MinimumTimeout.count())
+                          .arg(MaximumTimeout.count())
+                          .arg(DefaultTimeout.count()),
+                      u"SECONDS"_s, QString::number(DefaultTimeout.count())});
 }
 
 int IconCommand::run(const QCommandLineParser &parser, Context &)
 {
     const QString usage = u"sorvane icon: "_s;
-    if (parser.positionalArguments().size() != 1 || parser.positionalArguments().constFirst().trimmed().isEmpty()) {
+    if (parser.positionalArguments().constFirst().trimmed().isEmpty()) {
         printError(usage + u"give one URL"_s);
         return BadUsage;
     }
-    if (parser.isSet(u"output"_s) && parser.value(u"output"_s).isEmpty()) {
-        printError(usage + u"--output needs a file"_s);
+    const std::chrono::seconds timeout{parser.value(u"timeout"_s).toUInt()};
+    if (timeout < MinimumTimeout || timeout > MaximumTimeout) {
+        printError(usage + u"--timeout: %1 seconds is not from %2 to %3"_s.arg(timeout.count())
+                               .arg(MinimumTimeout.count())
+                               .arg(MaximumTimeout.count()));
         return BadUsage;
     }
     const QString address = SNFaviconHelper::normalisedAddress(parser.positionalArguments().constFirst().trimmed());
@@ -33,6 +42,9 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
     }
 
     SNFaviconHelper helper;
+    SNFaviconHelper::Limits limits = helper.limits();
+    limits.searchTimeout = timeout;
+    helper.setLimits(limits);
     const SNFaviconHelper::Found found = helper.searchFavicon(url);
     if (found.image.isNull()) {
         printError(u"icon: none found for %1"_s.arg(url.toString()));

@@ -21,17 +21,14 @@ void ImportCommand::addOptions(QCommandLineParser &parser)
     });
 }
 
+QList<QStringList> ImportCommand::exclusiveOptions() const
+{
+    return {{u"replace"_s, u"keep-both"_s}};
+}
+
 int ImportCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane import: "_s;
-    if (parser.isSet(u"replace"_s) && parser.isSet(u"keep-both"_s)) {
-        printError(usage + u"--replace and --keep-both exclude each other"_s);
-        return BadUsage;
-    }
-    if (parser.isSet(u"into"_s) && parser.value(u"into"_s).isEmpty()) {
-        printError(usage + u"--into needs a folder"_s);
-        return BadUsage;
-    }
     context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
     SNImporter importer(context, {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
                                   parser.isSet(u"keep-both"_s), parser.isSet(u"allow-missing-browser"_s)});

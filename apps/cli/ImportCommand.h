@@ -12,5 +12,6 @@ public:
 protected:
     void addOptions(QCommandLineParser &parser) override;
     int positionalArguments() const override { return 1; }
+    QList<QStringList> exclusiveOptions() const override;
     int run(const QCommandLineParser &parser, Context &context) override;
 };

@@ -26,6 +26,11 @@ void ScriptCommand::addOptions(QCommandLineParser &parser)
     });
 }
 
+QList<QStringList> ScriptCommand::exclusiveOptions() const
+{
+    return {{u"url"_s, u"tab"_s}};
+}
+
 int ScriptCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane script: "_s;

@@ -18,5 +18,7 @@ public:
 
 protected:
     void addOptions(QCommandLineParser &parser) override;
+    QStringList repeatableOptions() const override { return {QStringLiteral("tab")}; }
+    QList<QStringList> exclusiveOptions() const override;
     int run(const QCommandLineParser &parser, Context &context) override;
 };

@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <climits>
+
 Trash::~Trash() = default;
 
 bool Trash::moveToTrash(const QString &path, QString *trashedPath, QString *error)
@@ -12,6 +14,16 @@ bool Trash::moveToTrash(const QString &path, QString *trashedPath, QString *erro
     if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink()) {
         if (error)
             *error = QStringLiteral("%1 does not exist.").arg(path);
+        return false;
+    }
+    // Qt 6.4 names the Trash's record "<name>.trashinfo", or "<name>-NNNN.trashinfo" when that one
+    // is taken, and retries a record name that does not fit a file name for ever.
+    constexpr qsizetype RecordSuffixBytes = sizeof("-0001.trashinfo") - 1;
+    if (QFile::encodeName(QFileInfo(path).fileName()).size() + RecordSuffixBytes > NAME_MAX) {
+        if (error)
+            *error = QStringLiteral("%1 could not be moved to the Trash: its name is too long for the Trash's "
+                                    "records.")
+                         .arg(path);
         return false;
     }
     // Qt 6.4 reports success after moving the item into ./files/ of the working directory when

@@ -3,6 +3,7 @@
 #include "companion/CompanionInstaller.h"
 #include "companion/SNRoutingConfig.h"
 #include "companion/SNWhiteListPatterns.h"
+#include "core/AppNameRule.h"
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
@@ -121,7 +122,7 @@ AppDefinition definitionFor(const SNEditorItem &app, const QString &name)
 
 bool SNAppEditHelper::validateAppName(const QString &name)
 {
-    return !name.isEmpty() && !name.contains(u'/');
+    return AppNameRule::isAcceptable(name);
 }
 
 QString SNAppEditHelper::configPath(Context &context, const QString &appId)

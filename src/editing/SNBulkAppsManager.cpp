@@ -1,5 +1,6 @@
 #include "editing/SNBulkAppsManager.h"
 
+#include "core/AppNameRule.h"
 #include "core/Context.h"
 
 #include <QBuffer>
@@ -243,8 +244,7 @@ int SNBulkAppsManager::firstRowWithInvalidURL() const
 int SNBulkAppsManager::firstRowWithInvalidName() const
 {
     for (int i = 0; i < appCount(); ++i) {
-        const QString &name = m_cells.at(i).bulkApp.appName;
-        if (name.isEmpty() || name.contains(u'/'))
+        if (!AppNameRule::isAcceptable(m_cells.at(i).bulkApp.appName))
             return i;
     }
     return -1;

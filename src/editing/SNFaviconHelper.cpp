@@ -124,6 +124,7 @@ SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadl
 {
     if (isCancelled)
         return {};
+    deadline = earlierOf(deadline, m_limits.searchTimeout);
     Logger::log(u"appURL:%1"_s.arg(appURL.toString()));
 
     const FaviconSession::Response page = fetch(appURL, deadline, m_limits.maximumPageBytes);
@@ -203,9 +204,12 @@ SNFaviconHelper::Found SNFaviconHelper::iconFromHTML(const QByteArray &page, con
     Found kept;
     qsizetype from = 0;
     qsizetype start;
+    int tried = 0;
     while ((start = html.indexOf(u"<link"_s, from, Qt::CaseInsensitive)) >= 0) {
         if (isCancelled)
             return {};
+        if (tried >= m_limits.maximumCandidates || deadline.hasExpired())
+            break;
         const qsizetype end = html.indexOf(u'>', start);
         if (end < 0)
             break;
@@ -214,6 +218,7 @@ SNFaviconHelper::Found SNFaviconHelper::iconFromHTML(const QByteArray &page, con
         const QRegularExpressionMatch href = hrefExpression.match(link.captured(0));
         if (!link.hasMatch() || !href.hasMatch())
             continue;
+        ++tried;
         kept = widerOf(kept, url.resolved(QUrl(href.captured(1))), deadline);
     }
     return kept;

@@ -27,8 +27,10 @@ public:
     // Which icons are worth looking at: a high-density screen also takes the touch icons.
     enum class Density { Standard, High };
 
-    // Per-download bounds. Bodies larger than the limits are refused while they arrive, and an
-    // image whose declared size is larger than maximumIconSide is refused before it is decoded.
+    // Bounds of a search and of each download. Bodies larger than the limits are refused while
+    // they arrive, and an image whose declared size is larger than maximumIconSide is refused
+    // before it is decoded. A search ends after searchTimeout whatever the site does, with the
+    // best icon found by then.
     struct Limits
     {
         std::chrono::milliseconds requestTimeout{10000};
@@ -36,6 +38,10 @@ public:
         qint64 maximumPageBytes = 8 * 1024 * 1024;
         qint64 maximumIconBytes = 4 * 1024 * 1024;
         int maximumIconSide = 2048;
+        std::chrono::milliseconds searchTimeout{5000};
+        // Icon links of a page tried at most, in the page's order; the well-known files at the
+        // site root are tried besides.
+        int maximumCandidates = 12;
     };
 
     // An icon and the address it came from.
@@ -65,8 +71,8 @@ public:
     void setLimits(const Limits &limits) { m_limits = limits; }
     const Limits &limits() const { return m_limits; }
 
-    // The whole search, blocking, ended by `deadline` at the latest. Nothing found, or cancelled:
-    // a null image.
+    // The whole search, blocking, ended by `deadline` or the search timeout, whichever comes
+    // first. Nothing found, or cancelled: a null image.
     Found searchFavicon(const QUrl &appURL, QDeadlineTimer deadline = QDeadlineTimer(QDeadlineTimer::Forever));
     // The same on a thread of its own; `completion` runs on `receiver`'s thread, and not at all
     // when the search was cancelled. One threaded search at a time. The receiver must outlive the

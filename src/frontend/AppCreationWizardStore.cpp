@@ -1,5 +1,6 @@
 #include "frontend/AppCreationWizardStore.h"
 
+#include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -179,6 +180,8 @@ QString AppCreationWizardStore::message(ValidationError error)
         return u"Please enter a valid URL"_s;
     case ValidationError::InvalidAppName:
         return u"App name contains invalid characters"_s;
+    case ValidationError::AppNameTooLong:
+        return u"App name is too long (at most %1 bytes)"_s.arg(AppNameRule::maximumBytes());
     }
     return {};
 }
@@ -344,6 +347,8 @@ QList<AppCreationWizardStore::ValidationError> AppCreationWizardStore::errorsOf(
             errors.append(ValidationError::InvalidURL);
         if (m_appName.contains(u'/') || m_appName.contains(u'\\'))
             errors.append(ValidationError::InvalidAppName);
+        else if (AppNameRule::check(m_appName) == AppNameRule::Verdict::TooLong)
+            errors.append(ValidationError::AppNameTooLong);
     }
     return errors;
 }
@@ -410,7 +415,8 @@ QStringList AppCreationWizardStore::appNameMessages() const
 {
     QStringList messages;
     for (ValidationError error : m_validationErrors)
-        if (error == ValidationError::EmptyAppName || error == ValidationError::InvalidAppName)
+        if (error == ValidationError::EmptyAppName || error == ValidationError::InvalidAppName ||
+            error == ValidationError::AppNameTooLong)
             messages.append(message(error));
     return messages;
 }

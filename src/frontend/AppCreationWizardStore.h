@@ -108,7 +108,7 @@ public:
     enum class WizardStep { Basics, Browser, Settings, Review };
     Q_ENUM(WizardStep)
 
-    enum class ValidationError { EmptyAppName, EmptyAppURL, InvalidURL, InvalidAppName };
+    enum class ValidationError { EmptyAppName, EmptyAppURL, InvalidURL, InvalidAppName, AppNameTooLong };
     Q_ENUM(ValidationError)
 
     // A wizard for a new app.

@@ -3,6 +3,7 @@
 #include "frontend/InstalledBrowsers.h"
 #include "frontend/SettingsKeys.h"
 
+#include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -79,7 +80,10 @@ void BulkCreationStore::loadDefaults()
 QList<SNBulkApp> BulkCreationStore::checkedRows(QString *error) const
 {
     if (const int row = m_list.firstRowWithInvalidName(); row >= 0) {
-        *error = u"Row %1: give the app a name, without \"/\"."_s.arg(row + 1);
+        const QString &name = m_list.cell(row).bulkApp.appName;
+        *error = AppNameRule::check(name) == AppNameRule::Verdict::TooLong
+                     ? u"Row %1: the name is %2."_s.arg(row + 1).arg(AppNameRule::tooLongMessage(name))
+                     : u"Row %1: give the app a name, without \"/\"."_s.arg(row + 1);
         return {};
     }
     if (const int row = m_list.firstRowWithInvalidURL(); row >= 0) {

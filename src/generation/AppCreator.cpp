@@ -8,7 +8,7 @@
 #include "core/OperationJournal.h"
 #include "core/Prompter.h"
 #include "core/SNAppTracker.h"
-#include "core/ShellEscaping.h"
+#include "core/AppNameRule.h"
 #include "core/Trash.h"
 #include "generation/AppConfigFile.h"
 #include "generation/BundleWriter.h"
@@ -77,17 +77,15 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
     m_created = {};
     const QString base = m_definition.appName;
     // Nothing is written for a name that cannot become a bundle and a script.
-    if (!ShellEscaping::isAcceptableAppName(base) || base == u"."_s || base == u".."_s)
+    if (AppNameRule::check(base) == AppNameRule::Verdict::Invalid)
         return failCreation({1, SNAppScriptHelper::InvalidNameMessage}, error);
     const QString folder = fetchApplicationsPath();
     StagedBundle::removeStale(folder);
 
     for (int number = 0;; ++number) {
         const QString name = number == 0 ? base : u"%1 %2"_s.arg(base).arg(number);
-        if (name.toUtf8().size() > MaximumNameBytes)
-            return failCreation({1, u"The name is too long: an app's name can have at most %1 bytes."_s.arg(
-                                        MaximumNameBytes)},
-                                error);
+        if (AppNameRule::check(name) == AppNameRule::Verdict::TooLong)
+            return failCreation({1, u"The name %1"_s.arg(AppNameRule::tooLongMessage(name))}, error);
         const BundleLayout installed = BundleLayout::forApp(folder, name);
         if (numberIfTaken && exists(installed.bundle))
             continue;

@@ -2,6 +2,7 @@
 
 #include "companion/CompanionSupport.h"
 #include "core/AppDefinition.h"
+#include "core/AppNameRule.h"
 #include "core/SNBulkApp.h"
 #include "core/SNError.h"
 #include "generation/BundleLayout.h"
@@ -49,8 +50,8 @@ public:
     static const QString ReplaceMessage;
     static const QString ReplaceInformativeText;
     static const QStringList ReplaceButtons;
-    // The longest name a bundle can have: its engine, "<name> Engine", must fit a file name.
-    static constexpr int MaximumNameBytes = 255 - 7;
+    // The longest name a bundle can have, numbered ("<name> 2") or not.
+    static constexpr int MaximumNameBytes = AppNameRule::maximumBytes();
 
     // Fills the definition's applicationsPath when empty: the user's setting, else the platform's.
     QString fetchApplicationsPath();

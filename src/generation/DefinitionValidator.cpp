@@ -4,8 +4,7 @@
 #include "core/Context.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
-#include "core/ShellEscaping.h"
-#include "generation/AppCreator.h"
+#include "core/AppNameRule.h"
 #include "generation/SNAppScriptHelper.h"
 #include "generation/SNChromePrefsHelper.h"
 
@@ -143,11 +142,14 @@ std::optional<QVariantMap> DefinitionValidator::checkedDestination(const QVarian
 
 bool DefinitionValidator::validate(SNBulkApp &app, QString *error) const
 {
-    if (!ShellEscaping::isAcceptableAppName(app.appName) || app.appName == u"."_s || app.appName == u".."_s)
+    switch (AppNameRule::check(app.appName)) {
+    case AppNameRule::Verdict::Invalid:
         return refuse<bool>(error, u"name: "_s + SNAppScriptHelper::InvalidNameMessage);
-    if (app.appName.toUtf8().size() > AppCreator::MaximumNameBytes)
-        return refuse<bool>(error, u"name: too long (%1 bytes; at most %2)"_s.arg(app.appName.toUtf8().size())
-                                       .arg(AppCreator::MaximumNameBytes));
+    case AppNameRule::Verdict::TooLong:
+        return refuse<bool>(error, u"name: "_s + AppNameRule::tooLongMessage(app.appName));
+    case AppNameRule::Verdict::Acceptable:
+        break;
+    }
     const bool tabbed = app.tabbedApp || !app.tabsList.isEmpty();
     if (!(tabbed && app.appURL.isEmpty()) && !isWebAddress(app.appURL))
         return refuse<bool>(error, u"appURL: %1 is not an http or https address with a host"_s.arg(quoted(app.appURL)));

@@ -23,6 +23,8 @@ public:
     void writeSettings(const QString &lines) const;
 
     CliRun sorvane(const QStringList &arguments) const;
+    // Several runs at once, for runs that change nothing; the outcomes in the order given.
+    QList<CliRun> sorvaneEach(const QList<QStringList> &runs) const;
     // Any program, with no terminal: questions are answered Cancel.
     static CliRun run(const QString &program, const QStringList &arguments, const QProcessEnvironment &environment);
 

@@ -4,7 +4,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
 
 // Version and help print on standard output; bad usage exits with 2 and says why on standard error.
 TEST(Cli, VersionHelpAndBadUsage)
@@ -75,4 +79,113 @@ TEST(Cli, RegistryNamesTheSupportFolder)
     EXPECT_EQ(registry.value(QStringLiteral("tracker")).toString(),
               cli.test.home() + QStringLiteral("/.local/share/Sorvane/tracker.plist"));
     EXPECT_EQ(registry.value(QStringLiteral("apps")).toArray().size(), 0);
+}
+
+// Every command's usage, walked from the command's own description (`--help --json`), so that a new
+// option or command is covered as it is added: a value missing, empty or of the wrong kind for its
+// value name, a switch given a value, an unknown option, an option given twice, options that
+// exclude each other, one positional argument too few or too many. Each is a usage error: exit 2,
+// one line on standard error that names the culprit, nothing on standard output; never a crash.
+TEST(Cli, EveryCommandAnswersBadUsageWithItsUsageError)
+{
+    const CliSandbox cli;
+    const QString file = cli.test.root() + u"/a-file"_s;
+    writeFile(file, "x");
+    const QString folder = cli.test.root();
+    const QString missing = cli.test.root() + u"/missing"_s;
+    // A value of the wrong kind for each value name that has a kind, and one of the right kind.
+    const QHash<QString, std::pair<QString, QString>> kinds{
+        {u"DIR"_s, {file, missing}}, {u"FILE"_s, {folder, missing}}, {u"SECONDS"_s, {u"soon"_s, u"5"_s}}};
+    const auto goodValue = [&](const QString &valueName) { return kinds.value(valueName, {{}, u"x"_s}).second; };
+
+    const CliRun overview = cli.sorvane({u"--help"_s});
+    const QString commandList = QString::fromUtf8(overview.out).section(u"Commands:\n"_s, 1).section(u"\n\n"_s, 0, 0);
+    QStringList commands;
+    for (const QString &line : commandList.split(u'\n', Qt::SkipEmptyParts))
+        commands.append(line.simplified().section(u' ', 0, 0));
+    ASSERT_FALSE(commands.isEmpty()) << overview.out.constData();
+
+    for (const QString &command : commands) {
+        SCOPED_TRACE(command.toStdString());
+        const CliRun described = cli.sorvane({command, u"--help"_s, u"--json"_s});
+        ASSERT_EQ(described.exitCode, 0) << described.err.constData();
+        const QJsonObject syntax = QJsonDocument::fromJson(described.out).object();
+        const QJsonArray options = syntax.value(u"options"_s).toArray();
+        ASSERT_FALSE(options.isEmpty()) << described.out.constData();
+        const QStringList positionals = syntax.value(u"positionals"_s).toVariant().toStringList();
+        const int required = syntax.value(u"minimumPositionals"_s).toInt();
+        // Enough positional arguments that only the case's own fault is left.
+        const QStringList given(required, missing);
+
+        struct Case
+        {
+            QStringList arguments;
+            QString named; // what the error line names
+        };
+        QList<Case> cases{{given + QStringList{u"--no-such-option"_s}, u"no-such-option"_s}};
+        if (required > 0)
+            cases.append({{}, positionals.value(0)});
+        if (!syntax.value(u"maximumPositionals"_s).isNull()) {
+            const QStringList most(syntax.value(u"maximumPositionals"_s).toInt(), missing);
+            cases.append({most + QStringList{u"surplus"_s}, u"surplus"_s});
+        }
+        for (qsizetype i = 0; i < std::min<qsizetype>(required, positionals.size()); ++i) {
+            if (const auto kind = kinds.find(positionals.at(i).toUpper()); kind != kinds.end()) {
+                QStringList arguments = given;
+                arguments[i] = kind->first;
+                cases.append({arguments, kind->first});
+            }
+        }
+        for (const QJsonValue &value : options) {
+            const QJsonObject option = value.toObject();
+            QString name;
+            for (const QJsonValue &each : option.value(u"names"_s).toArray())
+                name = each.toString().size() > name.size() - 2 ? u"--"_s + each.toString() : name;
+            const QString valueName = option.value(u"value"_s).toString();
+            if (name == u"--help"_s || name == u"--help-all"_s)
+                continue;
+            if (valueName.isEmpty()) {
+                cases.append({given + QStringList{name + u"=yes"_s}, name});
+                continue;
+            }
+            cases.append({given + QStringList{name}, name});
+            cases.append({given + QStringList{name + u'='}, name});
+            if (kinds.contains(valueName))
+                cases.append({given + QStringList{name, kinds.value(valueName).first}, name});
+            if (!option.value(u"repeatable"_s).toBool())
+                cases.append({given + QStringList{name, goodValue(valueName), name, goodValue(valueName)}, name});
+        }
+        for (const QJsonValue &group : syntax.value(u"exclusive"_s).toArray()) {
+            QStringList arguments = given;
+            for (const QJsonValue &member : group.toArray()) {
+                const QString name = member.toString();
+                const auto option = std::find_if(options.begin(), options.end(), [&](const QJsonValue &each) {
+                    return each.toObject().value(u"names"_s).toArray().contains(name);
+                });
+                ASSERT_NE(option, options.end()) << name.toStdString();
+                arguments.append(u"--"_s + name);
+                if (const QString valueName = option->toObject().value(u"value"_s).toString(); !valueName.isEmpty())
+                    arguments.append(goodValue(valueName));
+            }
+            cases.append({arguments, arguments.at(given.size())});
+        }
+
+        QList<QStringList> runs;
+        for (const Case &c : cases)
+            runs.append(QStringList{command} + c.arguments);
+        const QList<CliRun> outcomes = cli.sorvaneEach(runs);
+        for (qsizetype i = 0; i < cases.size(); ++i) {
+            const Case &c = cases.at(i);
+            const CliRun &run = outcomes.at(i);
+            SCOPED_TRACE(c.arguments.join(u' ').toStdString());
+            EXPECT_EQ(run.exitCode, 2) << run.err.constData();
+            EXPECT_TRUE(run.out.isEmpty()) << run.out.constData();
+            EXPECT_TRUE(run.err.startsWith(u"sorvane %1: "_s.arg(command).toUtf8())) << run.err.constData();
+            EXPECT_TRUE(run.err.contains(c.named.toUtf8())) << run.err.constData();
+        }
+        // With no arguments at all a command does its work or says what it needs; it never crashes.
+        const CliRun bare = cli.sorvane({command});
+        EXPECT_GE(bare.exitCode, 0) << bare.err.constData();
+        EXPECT_LE(bare.exitCode, 2) << bare.err.constData();
+    }
 }

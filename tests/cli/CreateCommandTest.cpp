@@ -4,9 +4,12 @@
 
 #include "CliSandbox.h"
 
+#include "core/AppNameRule.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -171,6 +174,59 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         EXPECT_EQ(run.exitCode, 1) << qPrintable(address.join(u' '));
         EXPECT_TRUE(run.err.startsWith("appURL:") || run.err.startsWith("tabsList[")) << run.err.constData();
         EXPECT_FALSE(QFile::exists(home.apps));
+    }
+}
+
+// A name is as long as the bytes it takes in a file name, whatever its characters' widths. At the
+// limit, create and edit take it, and the app can be replaced twice: its old bundles go to the
+// Trash, whose records carry the name too. One byte more is refused by create, bulk and edit,
+// saying the limit, and nothing is written.
+TEST(CreateCommand, NameLengthIsCountedInBytesUpToTheLimit)
+{
+    const int limit = AppNameRule::maximumBytes();
+    for (const QString &unit : {u"n"_s, u"\u00e9"_s, u"\u20ac"_s, u"\U0001F600"_s}) {
+        QString name;
+        while (name.toUtf8().size() + unit.toUtf8().size() <= limit)
+            name += unit;
+        name += QString(limit - name.toUtf8().size(), u'a');
+        const QString over = name + u'a';
+        SCOPED_TRACE(unit.toStdString());
+        ASSERT_EQ(name.toUtf8().size(), limit);
+
+        Home home;
+        for (const QStringList &more : {QStringList{}, {u"--replace"_s}, {u"--replace"_s}}) {
+            const CliRun run = home.create(name, more);
+            ASSERT_EQ(run.exitCode, 0) << run.err.constData();
+        }
+        EXPECT_TRUE(QFileInfo(home.bundle(name) + u"/Contents/MacOS/"_s + name + u" Engine"_s).isSymLink());
+        EXPECT_EQ(QDir(home.test.home() + u"/.local/share/Trash/info"_s).entryList(QDir::Files).size(), 2);
+
+        const QByteArray tooLong = QByteArray("too long (") + QByteArray::number(limit + 1) +
+                                   " bytes; an app's name can have at most " + QByteArray::number(limit) + " bytes)";
+        const QByteArray nameTooLong = "name: " + tooLong;
+        const QByteArray appNameTooLong = "appName: " + tooLong;
+        const CliRun created = home.create(over);
+        EXPECT_EQ(created.exitCode, 1);
+        EXPECT_TRUE(created.err.startsWith(nameTooLong)) << created.err.constData();
+
+        const QString list = home.test.root() + u"/list.json"_s;
+        writeFile(list, QJsonDocument(QJsonArray{QJsonObject{{u"appName"_s, over}, {u"appURL"_s, u"https://a.example/"_s}}})
+                            .toJson());
+        const CliRun bulk = home.sorvane({u"bulk"_s, list, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps});
+        EXPECT_EQ(bulk.exitCode, 1);
+        EXPECT_TRUE(bulk.err.contains(appNameTooLong)) << bulk.err.constData();
+
+        const CliRun renamed = home.sorvane({u"edit"_s, home.bundle(name), u"--name"_s, over});
+        EXPECT_EQ(renamed.exitCode, 1);
+        EXPECT_TRUE(renamed.err.startsWith(nameTooLong)) << renamed.err.constData();
+        EXPECT_EQ(QDir(home.apps).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+                  QStringList{name + u".app"_s});
+
+        const CliRun back = home.sorvane({u"edit"_s, home.bundle(name), u"--name"_s, u"Short"_s});
+        ASSERT_EQ(back.exitCode, 0) << back.err.constData();
+        const CliRun again = home.sorvane({u"edit"_s, home.bundle(u"Short"_s), u"--name"_s, name});
+        EXPECT_EQ(again.exitCode, 0) << again.err.constData();
+        EXPECT_TRUE(QFileInfo(home.bundle(name) + u"/Contents/MacOS/"_s + name + u" Engine"_s).exists());
     }
 }
 

@@ -9,10 +9,13 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <climits>
 
 TEST(Context, StaysInsideItsTemporaryFolders)
 {
@@ -66,12 +69,28 @@ TEST(NotificationCenter, DeliversOnItsOwnThreadWhoeverPosts)
 }
 
 // Moving into the Trash is proved by `sorvane create --replace` (tests/cli/CreateCommandTest.cpp).
-TEST(Trash, RefusesWhatIsNotThere)
+// What is not there, and a name whose record in the Trash could not be a file name, are refused
+// and stay where they were.
+TEST(Trash, RefusesWhatIsNotThereAndNamesTooLongForItsRecords)
 {
-    TestContext test;
-    QString error;
-    EXPECT_FALSE(test.context().trash().moveToTrash(test.root() + QStringLiteral("/Mail.app"), nullptr, &error));
-    EXPECT_FALSE(error.isEmpty());
+    // The record of a second item of the same name is "<name>-0001.trashinfo".
+    const int longest = NAME_MAX - int(sizeof("-0001.trashinfo") - 1);
+    const struct { const char *name; QString fileName; bool create, moved; } rows[] = {
+        {"not there", QStringLiteral("Mail.app"), false, false},
+        {"the longest name", QString(longest, u'n'), true, true},
+        {"one byte more", QString(longest + 1, u'n'), true, false},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        TestContext test;
+        const QString path = test.root() + u'/' + row.fileName;
+        if (row.create)
+            QDir().mkpath(path);
+        QString error;
+        EXPECT_EQ(test.context().trash().moveToTrash(path, nullptr, &error), row.moved) << qPrintable(error);
+        EXPECT_EQ(error.isEmpty(), row.moved);
+        EXPECT_EQ(QFileInfo::exists(path), row.create && !row.moved);
+    }
 }
 
 TEST(LaunchServices, LogsTheFixedFailureLineWhereThereIsNoRegistry)

@@ -1,6 +1,7 @@
 #include "CliSandbox.h"
 #include "support/LocalHttpServer.h"
 
+#include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/NotificationCenter.h"
 #include "core/UserDefaults.h"
@@ -159,6 +160,9 @@ TEST(WizardStore, ValidatesTheBasics)
         {"not an address", u"Mail"_s, u"http://"_s, false, {}, {Error::InvalidURL}},
         {"slashes", u"A/B\\C"_s, u"https://x.example/"_s, false, {}, {Error::InvalidAppName}},
         {"several at once", u"a/b"_s, u"javascript:alert(1)"_s, false, {}, {Error::InvalidURL, Error::InvalidAppName}},
+        {"a name at the byte limit", QString(AppNameRule::maximumBytes() / 2, u'\u00e9'), u"https://x.example/"_s, false, {}, {}},
+        {"one byte over", QString(AppNameRule::maximumBytes() / 2, u'\u00e9') + u'n', u"https://x.example/"_s, false, {},
+         {Error::AppNameTooLong}},
         {"punctuation passes", u"Mail: \"Work\" & $(x)"_s, u"https://x.example/"_s, false, {}, {}},
         {"tabs stand in for the address", u"Desk"_s, u""_s, true, {u"  "_s, u"https://a.example/"_s}, {}},
         {"blank tabs do not", u"Desk"_s, u""_s, true, {u"  "_s}, {Error::EmptyAppURL}},

@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 QByteArray LocalHttpServer::icon(int side, const char *format)
 {
@@ -41,6 +42,26 @@ void LocalHttpServer::run()
                 const QMutexLocker lock(&m_mutex);
                 ++m_seen.hangUps;
             });
+            return;
+        }
+        if (answer.kind == Kind::EndlessHeaders) {
+            socket->write("HTTP/1.1 200 Status\r\n");
+            const auto more = [this, socket] {
+                if (socket->bytesToWrite() > 0 || socket->state() != QAbstractSocket::ConnectedState)
+                    return;
+                static const QByteArray filler = QByteArray("X-Filler: " + QByteArray(88, 'x') + "\r\n").repeated(640);
+                socket->write(filler);
+                const QMutexLocker lock(&m_mutex);
+                m_seen.hugeBytesSent += filler.size();
+            };
+            connect(socket, &QTcpSocket::bytesWritten, socket, more);
+            return;
+        }
+        if (answer.kind == Kind::Trickle) {
+            socket->write("HTTP/1.1 200 Status\r\nContent-Type: " + answer.contentType + "\r\n\r\n");
+            auto *timer = new QTimer(socket);
+            connect(timer, &QTimer::timeout, socket, [socket] { socket->write("x"); });
+            timer->start(50);
             return;
         }
         const bool huge = answer.kind != Kind::Body;

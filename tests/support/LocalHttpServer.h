@@ -10,12 +10,14 @@
 
 // An HTTP server on the loopback interface, so that tests never reach the internet. It runs on a
 // thread of its own: the code under test may block the test's thread. A path answers with a body
-// and a status, never answers (Silent), or streams a 50 MB body as the client reads it (Huge,
-// with or without its length declared). Other paths answer 404.
+// and a status, never answers (Silent), streams a 50 MB body as the client reads it (Huge, with
+// or without its length declared), sends header lines as long as the client reads them
+// (EndlessHeaders), or sends a body without end, one byte at a time (Trickle). Other paths
+// answer 404.
 class LocalHttpServer final : public QThread
 {
 public:
-    enum class Kind { Body, Silent, Huge, HugeUndeclared };
+    enum class Kind { Body, Silent, Huge, HugeUndeclared, EndlessHeaders, Trickle };
     struct Answer
     {
         QByteArray body;
@@ -28,7 +30,7 @@ public:
         QStringList paths; // as sent, percent-encoded
         QByteArrayList userAgents;
         int hangUps = 0;          // unanswered requests whose client closed the connection
-        qint64 hugeBytesSent = 0; // written before the client went away
+        qint64 hugeBytesSent = 0; // of Huge bodies and endless headers, written before the client went away
     };
     static constexpr qint64 HugeBytes = 50LL << 20;
 
