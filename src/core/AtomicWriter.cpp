@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,6 +22,18 @@ namespace {
 constexpr qsizetype KeptNameBytes = 200;
 // A write asks for at most this much at once; the kernel caps a call near 2 GB anyway.
 constexpr size_t WriteChunk = size_t(1) << 30;
+
+bool fail(QString *error, const QString &path, int code);
+
+} // namespace
+
+bool AtomicWriter::isTemporaryName(const QString &fileName)
+{
+    static const QRegularExpression pattern(u"^\\..+\\.[0-9a-z]{1,13}\\.tmp$"_s);
+    return pattern.match(fileName).hasMatch();
+}
+
+namespace {
 
 bool fail(QString *error, const QString &path, int code)
 {

@@ -22,4 +22,8 @@ public:
     // The same with the file's permission bits given (the umask does not apply).
     [[nodiscard]] static bool writeWithMode(const QString &path, const QByteArray &data,
                                             QFileDevice::Permissions mode, QString *error = nullptr);
+
+    // Whether `fileName` is the temporary name of a write ("." + name + "." + random + ".tmp"),
+    // which only a writer killed before its rename leaves behind.
+    static bool isTemporaryName(const QString &fileName);
 };

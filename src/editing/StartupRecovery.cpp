@@ -1,6 +1,7 @@
 #include "editing/StartupRecovery.h"
 
 #include "core/AppLock.h"
+#include "core/AtomicWriter.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
 #include "core/Logger.h"
@@ -16,7 +17,9 @@
 #include "maintenance/AppRemover.h"
 #include "maintenance/SNUpdaterHelper.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -151,11 +154,32 @@ bool StartupRecovery::recoverEdit(const QVariantMap &entry)
         Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
         return false;
     }
+    removeUnfinishedWrites(at);
     return true;
+}
+
+void StartupRecovery::removeUnfinishedWrites(const QString &bundle)
+{
+    // Under the app's lock nothing else writes into the bundle, so every temporary file there is
+    // a killed writer's. The profile is the engine's, and left alone.
+    const QString profile = bundle + u"/Contents/Profile"_s;
+    QDirIterator files(bundle, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        if (!path.startsWith(profile) && AtomicWriter::isTemporaryName(files.fileName()))
+            QFile::remove(path);
+    }
 }
 
 void StartupRecovery::cleanLeftovers()
 {
+    // A killed write into the support folder (the registry, a configuration) left its temporary
+    // file; one that is an hour old belongs to no writer that is still running.
+    const QDateTime anHourAgo = QDateTime::currentDateTimeUtc().addSecs(-3600);
+    for (const QFileInfo &file : QDir(m_context.supportFolder()).entryInfoList(QDir::Files | QDir::Hidden)) {
+        if (AtomicWriter::isTemporaryName(file.fileName()) && file.lastModified().toUTC() < anHourAgo)
+            QFile::remove(file.filePath());
+    }
     const QVariantMap records = SNAppTracker(m_context).getTracker();
     // The folders apps live in: the applications folder and wherever registered apps are.
     QSet<QString> folders{m_context.applicationsFolder()};

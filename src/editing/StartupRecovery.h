@@ -27,6 +27,7 @@ private:
     bool recoverEdit(const QVariantMap &entry);
     void cleanLeftovers();
     void dropStaleRecords();
+    void removeUnfinishedWrites(const QString &bundle);
 
     Context &m_context;
     QSet<QString> m_folders; // of the apps whose interrupted changes were handled

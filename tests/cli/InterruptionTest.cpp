@@ -120,7 +120,8 @@ public:
             if (marked.contains(it.key())) {
                 EXPECT_TRUE(QFileInfo::exists(path + u"/Contents/Profile/Default/"_s + MarkerName)) << "profile lost";
             }
-            EXPECT_TRUE(QDir(path + u"/Contents"_s).entryList({u".*"_s}, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty())
+            EXPECT_EQ(QDir(path + u"/Contents"_s).entryList({u".*"_s}, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                      QStringList())
                 << "hidden leftovers in Contents";
             const CliRun info = sorvane({u"info"_s, it.key(), u"--json"_s});
             EXPECT_EQ(info.exitCode, 0) << info.err.constData();

@@ -275,7 +275,7 @@ TEST_P(HomescreenDelete, AsksThenRemovesTheBundleAndItsRecord)
     EXPECT_EQ(home.asked.size(), row.frozen ? 2 : 1);
     if (row.frozen) {
         EXPECT_EQ(home.asked.value(1).value(0), u"Failed to delete app"_s);
-        EXPECT_TRUE(home.asked.value(1).value(1).contains(u"cannot be removed"_s));
+        EXPECT_TRUE(home.asked.value(1).value(1).contains(u"could not be moved to the Trash"_s));
         EXPECT_EQ(home.asked.value(1).mid(2), QStringList{u"OK"_s});
         EXPECT_EQ(home.test.log().filter(u"Failed to delete app: "_s).size(), 1);
     }
