@@ -129,9 +129,11 @@ DeepLinkServer::DeepLinkServer(DeepLinkHandler &handler, QObject *parent)
 
 DeepLinkServer::~DeepLinkServer()
 {
-    for (QLocalSocket *socket : std::as_const(m_connections)) {
-        socket->disconnect(this);
-        delete socket;
+    for (const QPointer<QLocalSocket> &socket : std::as_const(m_connections)) {
+        if (socket) {
+            socket->disconnect(this);
+            delete socket.data();
+        }
     }
     m_connections.clear();
     close();
@@ -254,6 +256,7 @@ void DeepLinkServer::close()
 // flood of new ones cannot push out a sender before its line is read.
 void DeepLinkServer::acceptConnection()
 {
+    m_connections.removeAll(nullptr);
     const int fd = acceptFrom(m_listener);
     if (fd < 0) {
         if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR || errno == ECONNABORTED)
@@ -286,7 +289,7 @@ void DeepLinkServer::acceptConnection()
 
 void DeepLinkServer::drop(QLocalSocket *socket)
 {
-    if (!m_connections.removeOne(socket))
+    if (!socket || !m_connections.removeOne(socket))
         return;
     socket->disconnect(this);
     socket->abort();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QPointer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -78,5 +79,6 @@ private:
     QString m_socketPath;
     QSocketNotifier *m_notifier = nullptr;
     QTimer *m_resume;
-    QList<QLocalSocket *> m_connections; // oldest first
+    // Oldest first; guarded, so that a connection Qt has already destroyed is never touched.
+    QList<QPointer<QLocalSocket>> m_connections;
 };

@@ -37,7 +37,7 @@ public:
     SmallDiskHome()
     {
         const QByteArray root = QFile::encodeName(test.root());
-        if (::mount("tmpfs", root.constData(), "tmpfs", 0, "size=6m,mode=0700") != 0) {
+        if (::mount("tmpfs", root.constData(), "tmpfs", 0, "size=256m,mode=0700") != 0) {
             failure = u"cannot mount a tmpfs on the test folder: %1"_s.arg(QString::fromLocal8Bit(std::strerror(errno)));
             return;
         }
