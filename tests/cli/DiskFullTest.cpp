@@ -29,8 +29,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// A home whose whole temporary folder (HOME, support folder, applications folder) is a tmpfs of
-// a few megabytes: room for a handful of bundles.
+// A home whose whole temporary folder (HOME, support folder, applications folder) is a tmpfs:
+// room for a handful of bundles, sanitizer builds' larger programs included. Its memory is only
+// taken as the filler grows.
 class SmallDiskHome : public Home
 {
 public:
