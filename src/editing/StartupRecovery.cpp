@@ -115,28 +115,17 @@ bool StartupRecovery::recoverEdit(const QVariantMap &entry)
     QString at = present(target) ? target : bundle;
     if (!QFileInfo(at).isDir())
         return true; // the app is gone; nothing of it to finish
+    // The name the app ends with: the new one, unless the folder had not moved yet and the new
+    // name was taken meanwhile. changeAppName finishes whatever part of the rename is missing,
+    // inside the bundle and of the folder itself.
+    const QString name = !target.isEmpty() && !present(target) ? nameOf(target) : nameOf(at);
     QString error;
-    if (at != target && !target.isEmpty()) {
-        // The rename had not moved the folder yet: finish it, or go back to the old name when the
-        // new one was taken meanwhile.
-        std::optional<SNEditorItem> item = AppEditor(m_context).load(at, appId, &error);
-        if (!item) {
-            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
-            return false;
-        }
-        const QString name = present(target) ? nameOf(bundle) : nameOf(target);
-        if (!SNAppEditHelper::changeAppName(m_context, *item, name, &error)) {
-            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
-            return false;
-        }
-        at = item->path;
-    } else if (std::optional<SNEditorItem> item = AppEditor(m_context).load(at, appId, &error)) {
-        // In its place already; the pieces inside may still carry the old name.
-        if (!SNAppEditHelper::changeAppName(m_context, *item, nameOf(at), &error)) {
-            Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
-            return false;
-        }
+    std::optional<SNEditorItem> item = AppEditor(m_context).load(at, appId, &error);
+    if (!item || !SNAppEditHelper::changeAppName(m_context, *item, name, &error)) {
+        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
+        return false;
     }
+    at = item->path;
     // Everything the generator writes is written again from what the app says now.
     if (!SNUpdaterHelper::updateApp(m_context, at, &error)) {
         Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
