@@ -10,6 +10,7 @@ for preset in default asan; do
     echo "== $preset build =="
     bash scripts/build.sh "$preset"
     echo "== $preset tests =="
+    rm -f "build/$preset/Testing/Temporary/LastTestsFailed.log"
     ctest --preset "$preset" -j "$(nproc)" || status=1
 done
 echo "== fuzz targets =="
@@ -27,6 +28,13 @@ for target in app-script:app_script_reader_fuzz property-list:property_list_fuzz
         tail -n 40 "$findings/log"
         echo "fuzz: ${target#*:} failed; the input that did it is in $findings"
         status=1
+    fi
+done
+# The end of the output is what a CI log shows first: name every test that failed there.
+for preset in default asan; do
+    failed="build/$preset/Testing/Temporary/LastTestsFailed.log"
+    if [ "$status" -ne 0 ] && [ -s "$failed" ]; then
+        echo "failed in the $preset build: $(cut -d: -f2- "$failed" | tr '\n' ' ')"
     fi
 done
 exit $status
