@@ -21,7 +21,7 @@ for target in app-script:app_script_reader_fuzz property-list:property_list_fuzz
     corpus="${target%%:*}" program="build/fuzz/${target#*:}"
     mkdir -p "$findings/new-$corpus"
     # New inputs go to a scratch folder; the kept corpus is only read.
-    if "$program" -max_total_time="${SORVANE_FUZZ_SECONDS:-60}" -timeout=5 -rss_limit_mb=2048 \
+    if "$program" -max_total_time="${SORVANE_FUZZ_SECONDS:-40}" -timeout=5 -rss_limit_mb=2048 \
         -artifact_prefix="$findings/" "$findings/new-$corpus" "tests/fuzz/corpus/$corpus" >"$findings/log" 2>&1; then
         echo "fuzz: ${target#*:}: $(tail -n 1 "$findings/log")"
     else
