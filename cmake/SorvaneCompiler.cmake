@@ -6,6 +6,15 @@ if(SORVANE_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+# A compiler launcher (ccache) caches whole files and cannot use a precompiled header, so the
+# headers are precompiled only when nothing caches the build (a clean CI machine).
+if(CMAKE_CXX_COMPILER_LAUNCHER OR "$ENV{CMAKE_CXX_COMPILER_LAUNCHER}")
+    set(_sorvane_pch_default OFF)
+else()
+    set(_sorvane_pch_default ON)
+endif()
+option(SORVANE_PRECOMPILED_HEADERS "Precompile the Qt headers of each target" ${_sorvane_pch_default})
+
 function(sorvane_target_defaults target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
     if(SORVANE_WERROR)
@@ -13,6 +22,11 @@ function(sorvane_target_defaults target)
     endif()
     target_compile_definitions(${target} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER)
+    if(SORVANE_PRECOMPILED_HEADERS)
+        # Qt's headers are most of what every file compiles; parsing them once per target roughly
+        # halves a clean build on a small machine.
+        target_precompile_headers(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/QtPrecompiled.h)
+    endif()
 endfunction()
 
 # Programs that are copied into every generated bundle: stripped outside debug and sanitizer

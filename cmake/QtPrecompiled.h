@@ -1,0 +1,24 @@
+// The Qt headers most of Sorvane's files include, precompiled once per target. Targets that do not
+// use Qt (the small programs copied into bundles) get an empty header.
+#pragma once
+#if defined(__cplusplus) && __has_include(<QtCore/QString>)
+#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QHash>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QList>
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QUrl>
+#include <QtCore/QVariant>
+#include <QtCore/QVariantMap>
+#endif
