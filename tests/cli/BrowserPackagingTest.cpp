@@ -148,6 +148,10 @@ TEST_P(BrowserPackaging, IsFoundListedAndStartedTheWayItsPackagingRequires)
     const QJsonObject created = QJsonDocument::fromJson(readAll(work() + u"/create.json"_s)).object();
     ASSERT_FALSE(created.isEmpty()) << readAll(work() + u"/create.err"_s).constData();
     EXPECT_EQ(created[u"linkRouting"_s].toString(), scenario.linkRouting);
+    const QJsonObject info = QJsonDocument::fromJson(readAll(work() + u"/info.json"_s)).object();
+    EXPECT_EQ(info[u"health"_s][u"linkRouting"_s].toString(), scenario.linkRouting)
+        << readAll(work() + u"/info.err"_s).constData();
+    EXPECT_EQ(info[u"packaging"_s].toString(), scenario.packaging);
 
     // The browser was started as its packaging requires, on the app's own profile folder.
     const QString contents = work() + u"/Apps/Mail.app/Contents"_s;

@@ -135,6 +135,7 @@ cp -a "$fixture/." "$HOME/$profileFolder/"
 "$sorvane" create --name Mail --url https://mail.example.org/ --browser "$key" --into "$work/Apps" \
     --route news.example.org=default --json \
     >"$work/create.json" 2>"$work/create.err"
+"$sorvane" info "$work/Apps/Mail.app" --json >"$work/info.json" 2>"$work/info.err"
 SORVANE_FAKE_ENGINE_RECORDS=$work/records timeout 60 "$work/Apps/Mail.app/Contents/MacOS/Mail" \
     >"$work/app.out" 2>&1 || echo "app exited with $?" >>"$work/app.out"
 # The helper the app starts beside its engine leaves by itself once the engine is gone.
