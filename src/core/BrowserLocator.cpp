@@ -252,3 +252,19 @@ QString BrowserLocator::confinedName(const QString &enginePath)
         return {};
     return enginePath.mid(enginePath.lastIndexOf(u'/') + 1);
 }
+
+QString BrowserLocator::typeKeyOfEnginePath(const QString &enginePath)
+{
+    const QString file = enginePath.section(u'/', -1);
+    const bool confined = isConfined(packagingOfEnginePath(enginePath));
+    for (const BrowserInfo &browser : BrowserCatalogue::all()) {
+        const Places places = placesOf(browser);
+        for (const FixedPlace &place : places.fixed) {
+            if (place.path == enginePath)
+                return browser.typeKey;
+        }
+        if (confined ? file == places.snap || file == places.flatpak : places.commands.contains(file))
+            return browser.typeKey;
+    }
+    return {};
+}

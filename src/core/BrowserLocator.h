@@ -67,6 +67,9 @@ public:
     static bool isConfined(BrowserPackaging packaging);
     // "setting", "native", "vendor", "path", "snap", "flatpak-system", "flatpak-user".
     static QString packagingKey(BrowserPackaging packaging);
+    // The catalogue key of an engine path of any packaging: a known place, a Snap's name, a
+    // Flatpak's application id or a command name; empty when none fits.
+    static QString typeKeyOfEnginePath(const QString &enginePath);
     // The Snap's name or the Flatpak's application id of a confined engine path; empty otherwise.
     static QString confinedName(const QString &enginePath);
 

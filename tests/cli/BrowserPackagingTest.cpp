@@ -3,7 +3,7 @@
 // mount namespace (tests/cli/packaging-standins.sh); `sorvane` must find each, list its profiles,
 // and make an app whose engine starts it the way its packaging requires, on the app's own profile.
 
-#include "support/TestContext.h"
+#include "CliSandbox.h"
 
 #include <QDir>
 #include <QFile>
@@ -202,6 +202,21 @@ TEST_P(BrowserPackaging, IsFoundListedAndStartedTheWayItsPackagingRequires)
     } else {
         EXPECT_TRUE(flatpakRuns.isEmpty());
     }
+}
+
+// Flatpak reads ':' in a shared folder as the start of an access mode: an app whose folder holds
+// one is refused before anything is made, and the same name without it is made.
+TEST(FlatpakEngine, AFolderItCannotShareIsRefusedWithTheReason)
+{
+    Home home;
+    home.writeSettings(u"chromiumPath=/var/lib/flatpak/exports/bin/org.chromium.Chromium\n"_s);
+    const CliRun refused = home.create(u"Mail: Work"_s, {u"--allow-missing-browser"_s});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(refused.err.contains("flatpak run reads ':'")) << refused.err.constData();
+    EXPECT_FALSE(QFileInfo::exists(home.bundle(u"Mail: Work"_s)));
+    const CliRun made = home.create(u"Mail Work"_s, {u"--allow-missing-browser"_s});
+    EXPECT_EQ(made.exitCode, 0) << made.err.constData();
+    EXPECT_TRUE(QFileInfo::exists(home.bundle(u"Mail Work"_s)));
 }
 
 const QString Linked = u"<work>/Apps/Mail.app/Contents/Resources/../MacOS/Mail Engine"_s;
