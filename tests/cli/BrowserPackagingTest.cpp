@@ -153,8 +153,12 @@ TEST_P(BrowserPackaging, IsFoundListedAndStartedTheWayItsPackagingRequires)
         << readAll(work() + u"/info.err"_s).constData();
     EXPECT_EQ(info[u"packaging"_s].toString(), scenario.packaging);
 
-    // The browser was started as its packaging requires, on the app's own profile folder.
+    // The chosen profile's data came from there too.
     const QString contents = work() + u"/Apps/Mail.app/Contents"_s;
+    EXPECT_EQ(contentsOrMarker(contents + u"/Profile/Default/Bookmarks"_s),
+              readAll(fixturePath(u"profiles/user-data/Profile 1/Bookmarks"_s)));
+
+    // The browser was started as its packaging requires, on the app's own profile folder.
     const QStringList records = filesIn(work() + u"/records"_s, u"*.args"_s);
     ASSERT_EQ(records.size(), 1) << readAll(work() + u"/app.out"_s).constData();
     const QStringList started = nulSeparated(readAll(records.constFirst()));

@@ -133,7 +133,7 @@ cp -a "$fixture/." "$HOME/$profileFolder/"
 "$sorvane" browsers >"$work/browsers.txt" 2>>"$work/browsers.err"
 "$sorvane" profiles "$key" --json >"$work/profiles.json" 2>"$work/profiles.err"
 "$sorvane" create --name Mail --url https://mail.example.org/ --browser "$key" --into "$work/Apps" \
-    --route news.example.org=default --json \
+    --route news.example.org=default --profile "Profile 1" --import-data bookmarks --json \
     >"$work/create.json" 2>"$work/create.err"
 "$sorvane" info "$work/Apps/Mail.app" --json >"$work/info.json" 2>"$work/info.err"
 SORVANE_FAKE_ENGINE_RECORDS=$work/records timeout 60 "$work/Apps/Mail.app/Contents/MacOS/Mail" \
