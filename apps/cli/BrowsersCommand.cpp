@@ -37,7 +37,9 @@ int BrowsersCommand::run(const QCommandLineParser &parser, Context &context)
         if (!Platform::isMac()) {
             // Which packaging the engine path belongs to, and every other one that is there.
             const BrowserInstallation chosen = locator.locate(browser, context.defaults());
-            packaging = BrowserLocator::packagingKey(chosen.packaging);
+            // A browser found nowhere has no packaging to name.
+            if (chosen.found || chosen.packaging == BrowserPackaging::Setting)
+                packaging = BrowserLocator::packagingKey(chosen.packaging);
             QVariantList found;
             for (const BrowserInstallation &installation : locator.installations(browser)) {
                 found.append(QVariantMap{{QStringLiteral("packaging"), BrowserLocator::packagingKey(installation.packaging)},
@@ -46,7 +48,7 @@ int BrowsersCommand::run(const QCommandLineParser &parser, Context &context)
                                          {QStringLiteral("note"), installation.note},
                                          {QStringLiteral("userDataFolder"), locator.userDataFolder(browser, installation)}});
             }
-            document.insert(QStringLiteral("packaging"), packaging);
+            document.insert(QStringLiteral("packaging"), packaging.isEmpty() ? QVariant() : QVariant(packaging));
             document.insert(QStringLiteral("packagingNote"), chosen.note);
             document.insert(QStringLiteral("userDataFolder"), locator.userDataFolder(browser, chosen));
             document.insert(QStringLiteral("installations"), found);

@@ -44,7 +44,8 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
         const BrowserInstallation installation =
             BrowserLocator::forHome(context.homeFolder())
                 .locate(BrowserCatalogue::byTypeKey(info->value(u"browserType"_s).toString()), context.defaults());
-        packaging = BrowserLocator::packagingKey(installation.packaging);
+        if (installation.found || installation.packaging == BrowserPackaging::Setting)
+            packaging = BrowserLocator::packagingKey(installation.packaging);
     }
     if (parser.isSet(u"json"_s)) {
         QVariantMap document = *info;

@@ -30,7 +30,8 @@ struct Places
 Places placesOf(const BrowserInfo &browser)
 {
     const QString &key = browser.typeKey;
-    const FixedPlace own{key == u"chromium"_s || key == u"opera"_s ? BrowserPackaging::Native : BrowserPackaging::Vendor,
+    // Only Chromium's default is a distribution's own package; the others are their makers'.
+    const FixedPlace own{key == u"chromium"_s ? BrowserPackaging::Native : BrowserPackaging::Vendor,
                          browser.linuxEnginePath};
     if (key == u"chrome"_s)
         return {{own}, {u"google-chrome-stable"_s, u"google-chrome"_s}, {}, u"com.google.Chrome"_s};
@@ -41,7 +42,7 @@ Places placesOf(const BrowserInfo &browser)
     if (key == u"edge"_s)
         return {{own}, {u"microsoft-edge-stable"_s, u"microsoft-edge"_s}, {}, u"com.microsoft.Edge"_s};
     if (key == u"opera"_s)
-        return {{own, {BrowserPackaging::Native, u"/usr/lib64/opera/opera"_s}}, {u"opera"_s}, u"opera"_s, u"com.opera.Opera"_s};
+        return {{own, {BrowserPackaging::Vendor, u"/usr/lib64/opera/opera"_s}}, {u"opera"_s}, u"opera"_s, u"com.opera.Opera"_s};
     if (key == u"chromium"_s)
         // Debian's and Arch's path is the catalogue's; then Fedora's and openSUSE's.
         return {{own,
