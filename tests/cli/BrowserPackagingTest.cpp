@@ -16,6 +16,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -74,6 +76,11 @@ protected:
             GTEST_SKIP() << "unshare (util-linux) is not installed";
         if (QProcess::execute(m_unshare, {u"--mount"_s, u"true"_s}) != 0)
             GTEST_SKIP() << "unshare --mount is not allowed here";
+        // Runs of this suite share the mount points they make and remove (ctest may run them side
+        // by side): one at a time, by a lock on the folder that holds /var/lib/flatpak.
+        m_lock = ::open("/var/lib", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ASSERT_GE(m_lock, 0);
+        ASSERT_EQ(::flock(m_lock, LOCK_EX), 0);
         for (const QString &folder : MountPoints) {
             if (!QFileInfo::exists(folder) && QDir().mkpath(folder))
                 m_made.append(folder);
@@ -84,6 +91,8 @@ protected:
     {
         for (const QString &folder : m_made)
             QDir().rmdir(folder);
+        if (m_lock >= 0)
+            ::close(m_lock);
     }
 
     // Runs the stand-in script; false (with a test failure) when it failed.
@@ -112,6 +121,7 @@ protected:
     TestContext m_test;
     QString m_unshare;
     QStringList m_made;
+    int m_lock = -1;
 };
 
 TEST_P(BrowserPackaging, IsFoundListedAndStartedTheWayItsPackagingRequires)
