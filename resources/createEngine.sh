@@ -86,14 +86,9 @@ while :; do
     kill -0 "$child" 2>/dev/null || exit "$status"
 done
 '
-# The app's Contents folder, made reachable inside the Flatpak; the relative profile and extension
-# switches of the launcher become absolute, as the sandbox may not keep the working folder.
-ENGINE_WRAPPER_FLATPAK='contents=$(cd "${0%/*}/.." && pwd -P) || exit 1
-case $contents in
-    *:* | *\\*)
-        echo "${0##*/}: flatpak run cannot share a folder whose path holds : or \\: $contents" >&2
-        exit 1 ;;
-esac
+# The launcher's two relative switches (`--user-data-dir=./../Profile`, `--load-extension=./../Resources/...`)
+# become absolute: neither a Snap nor a Flatpak promises to keep the working folder.
+ENGINE_WRAPPER_FOLDERS='contents=$(cd "${0%/*}/.." && pwd -P) || exit 1
 arguments=()
 for argument in "$@"; do
     case $argument in
@@ -103,6 +98,14 @@ for argument in "$@"; do
     arguments+=("$argument")
 done
 set -- "${arguments[@]}"
+'
+# The app's Contents folder is made reachable inside the Flatpak. Flatpak reads ":" in a shared
+# folder as the start of an access mode, so a folder holding one cannot be shared safely.
+ENGINE_WRAPPER_FLATPAK='case $contents in
+    *:* | *\\*)
+        echo "${0##*/}: flatpak run cannot share a folder whose path holds : or \\: $contents" >&2
+        exit 1 ;;
+esac
 command+=("--filesystem=$contents/Profile" "--filesystem=$contents/Resources:ro" "$application")
 '
 
@@ -125,12 +128,12 @@ wrapper_text() {
         snap)
             WRAPPER="$ENGINE_WRAPPER_HEAD# The snap launcher picks the program by its own name.
 command=('$_quoted')
-$ENGINE_WRAPPER_TAIL" ;;
+$ENGINE_WRAPPER_FOLDERS$ENGINE_WRAPPER_TAIL" ;;
         flatpak-*)
-            WRAPPER="$ENGINE_WRAPPER_HEAD# The browser is the Flatpak $_name, run in its sandbox.
+            WRAPPER="$ENGINE_WRAPPER_HEAD# The browser is a Flatpak, run in its sandbox.
 application='$_quoted_name'
 command=(flatpak run --${PACKAGING#flatpak-})
-$ENGINE_WRAPPER_FLATPAK$ENGINE_WRAPPER_TAIL" ;;
+$ENGINE_WRAPPER_FOLDERS$ENGINE_WRAPPER_FLATPAK$ENGINE_WRAPPER_TAIL" ;;
     esac
 }
 
