@@ -14,7 +14,9 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QStringConverter>
+#include <QThread>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -369,6 +371,31 @@ TEST(EngineScript, OnLinuxAFlatpakEngineRunsFlatpakWithTheAppsFolders)
         EXPECT_EQ(probe(app.engine), "plain --probe\n");
         ASSERT_EQ(app.script(u"linux"_s, exported, shell).exitCode, 0);
         EXPECT_FALSE(QFileInfo(app.engine).isSymLink());
+    }
+
+    // Ending the engine ends the browser it started.
+    {
+        App app(u"brave"_s, u"Mail"_s);
+        const QString exported = app.root + u"/var/lib/flatpak/exports/bin/com.brave.Browser"_s;
+        writeFile(exported, "#!/bin/sh\nexit 3\n", executable);
+        const QString marks = app.root + u"/browser"_s;
+        writeFile(app.tools + u"/flatpak"_s,
+                  "#!/bin/bash\ntrap 'echo ended >\"$BROWSER_MARKS.end\"; exit 0' TERM\ntouch \"$BROWSER_MARKS.up\"\n"
+                  "while :; do sleep 0.05; done\n",
+                  executable);
+        ASSERT_EQ(app.script(u"linux"_s, exported).exitCode, 0);
+        QProcess engine;
+        QProcessEnvironment environment = environmentWith(app.tools);
+        environment.insert(u"BROWSER_MARKS"_s, marks);
+        engine.setProcessEnvironment(environment);
+        engine.setWorkingDirectory(app.resources);
+        engine.start(app.engine, {u"--user-data-dir=./../Profile"_s});
+        for (int i = 0; i < 200 && !QFileInfo::exists(marks + u".up"_s); ++i)
+            QThread::msleep(50);
+        ASSERT_TRUE(QFileInfo::exists(marks + u".up"_s));
+        engine.terminate();
+        EXPECT_TRUE(engine.waitForFinished(10000));
+        EXPECT_EQ(readAll(marks + u".end"_s), "ended\n");
     }
 
     // Flatpak reads ':' in a shared folder as a mode: such a bundle's engine refuses to start.
