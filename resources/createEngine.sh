@@ -63,11 +63,107 @@ if [ -z "$PLATFORM" ]; then
     if [ -f /System/Library/CoreServices/SystemVersion.plist ]; then PLATFORM=mac; else PLATFORM=linux; fi
 fi
 
+# Snap and Flatpak browsers cannot be linked to: the snap launcher picks its program by the name
+# it is started under, and a Flatpak runs only through `flatpak run`. Their engine is a small bash
+# program instead. It re-starts itself under its own path as argv[0], so the app's checks and its
+# helper still see "<name> Engine" running, and starts the browser as its child, handing on the
+# signals that end it. Values reach it as data: the browser's path in single quotes, the bundle's
+# folder found at run time and passed on as single arguments.
+ENGINE_WRAPPER_HEAD='#!/bin/bash
+# Engine of a Sorvane app (written by createEngine.sh).
+if [ "${SORVANE_ENGINE_SELF:-}" != "$$" ]; then
+    export SORVANE_ENGINE_SELF=$$
+    exec -a "$0" /bin/bash "$0" "$@"
+fi
+unset SORVANE_ENGINE_SELF
+'
+ENGINE_WRAPPER_TAIL='"${command[@]}" "$@" &
+child=$!
+trap '"'"'kill -TERM "$child" 2>/dev/null'"'"' TERM INT HUP
+while :; do
+    wait "$child"
+    status=$?
+    kill -0 "$child" 2>/dev/null || exit "$status"
+done
+'
+# The launcher's two relative switches (`--user-data-dir=./../Profile`, `--load-extension=./../Resources/...`)
+# become absolute: neither a Snap nor a Flatpak promises to keep the working folder.
+ENGINE_WRAPPER_FOLDERS='contents=$(cd "${0%/*}/.." && pwd -P) || exit 1
+arguments=()
+for argument in "$@"; do
+    case $argument in
+        --user-data-dir=./../Profile) argument="--user-data-dir=$contents/Profile" ;;
+        --load-extension=./../Resources/*) argument="--load-extension=$contents/Resources/${argument#--load-extension=./../Resources/}" ;;
+    esac
+    arguments+=("$argument")
+done
+set -- "${arguments[@]}"
+'
+# The app's Contents folder is made reachable inside the Flatpak. Flatpak reads ":" in a shared
+# folder as the start of an access mode, so a folder holding one cannot be shared safely.
+ENGINE_WRAPPER_FLATPAK='case $contents in
+    *:* | *\\*)
+        echo "${0##*/}: flatpak run cannot share a folder whose path holds : or \\: $contents" >&2
+        exit 1 ;;
+esac
+command+=("--filesystem=$contents/Profile" "--filesystem=$contents/Resources:ro" "$application")
+'
+
+# PACKAGING of the engine path: snap, flatpak-system, flatpak-user or "" (a file to link to).
+packaging_of() {
+    case $1 in
+        /snap/bin/?* | /var/lib/snapd/snap/bin/?*) PACKAGING=snap ;;
+        */.local/share/flatpak/exports/bin/?*) PACKAGING=flatpak-user ;;
+        */flatpak/exports/bin/?*) PACKAGING=flatpak-system ;;
+        *) PACKAGING= ;;
+    esac
+}
+
+# The text of a wrapper engine for $BROWSER.
+wrapper_text() {
+    _quoted=$(printf '%s\n' "$BROWSER" | sed "s/'/'\\\\''/g") || fail "cannot quote $BROWSER"
+    _name=${BROWSER##*/}
+    _quoted_name=$(printf '%s\n' "$_name" | sed "s/'/'\\\\''/g") || fail "cannot quote $_name"
+    case $PACKAGING in
+        snap)
+            WRAPPER="$ENGINE_WRAPPER_HEAD# The snap launcher picks the program by its own name.
+command=('$_quoted')
+$ENGINE_WRAPPER_FOLDERS$ENGINE_WRAPPER_TAIL" ;;
+        flatpak-*)
+            WRAPPER="$ENGINE_WRAPPER_HEAD# The browser is a Flatpak, run in its sandbox.
+application='$_quoted_name'
+command=(flatpak run --${PACKAGING#flatpak-})
+$ENGINE_WRAPPER_FOLDERS$ENGINE_WRAPPER_FLATPAK$ENGINE_WRAPPER_TAIL" ;;
+    esac
+}
+
+build_wrapper() {
+    wrapper_text
+    if [ -f "$ENGINE" ] && [ ! -L "$ENGINE" ] && [ "$(cat "$ENGINE")
+" = "$WRAPPER" ]; then
+        return 0
+    fi
+    if [ -d "$ENGINE" ] && [ ! -L "$ENGINE" ]; then
+        fail "$ENGINE is a folder"
+    fi
+    mkdir -p "$CONTENTS/MacOS" || fail "cannot create $CONTENTS/MacOS"
+    use_temp "$CONTENTS/MacOS/.engine.$$.tmp"
+    if ! printf '%s' "$WRAPPER" >"$TMPFILE" || ! chmod 755 "$TMPFILE" || ! mv -f "$TMPFILE" "$ENGINE"; then
+        fail "cannot write $ENGINE"
+    fi
+    printf 'Engine for %s starts the %s browser %s\n' "$APP_NAME" "$PACKAGING" "$BROWSER"
+}
+
 # Linux: there is no browser bundle; the engine is a link to the browser's real binary, which
 # finds its own files through /proc/self/exe and keeps the link's name on its command line.
 build_linux() {
     if [ ! -f "$BROWSER" ] || [ ! -x "$BROWSER" ]; then
         fail "no engine executable at $BROWSER"
+    fi
+    packaging_of "$BROWSER"
+    if [ -n "$PACKAGING" ]; then
+        build_wrapper
+        return
     fi
     # -ef: the link leads to the browser's file (the same one, whichever path named it).
     if [ -L "$ENGINE" ] && [ "$ENGINE" -ef "$BROWSER" ]; then

@@ -1,6 +1,7 @@
 #include "DataImportOption.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/UserDefaults.h"
@@ -20,7 +21,8 @@ bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &man
         return true;
     Request wanted;
     const BrowserInfo &browser = BrowserCatalogue::byNumber(manager.definition().applicationType);
-    wanted.userDataFolder = BrowserCatalogue::userDataFolder(browser, manager.context().homeFolder());
+    wanted.userDataFolder = BrowserLocator::installedUserDataFolder(browser, manager.context().homeFolder(),
+                                                                       manager.context().defaults());
     wanted.profileKey = manager.definition().currentProfileKey;
     for (const QString &part : parser.value(u"import-data"_s).split(u',')) {
         const QString name = part.trimmed();

@@ -1,7 +1,13 @@
 #include "InfoCommand.h"
 
+#include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
+#include "core/Platform.h"
+
 #include "AppReference.h"
 
+#include "core/BrowserLocator.h"
+#include "core/Platform.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "generation/AppConfigFile.h"
@@ -33,9 +39,19 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
         return Failure;
     }
     const AppHealth health = AppHealth::check(context, app->path, app->appId, *info);
+    QString packaging;
+    if (!Platform::isMac()) {
+        const BrowserInstallation installation =
+            BrowserLocator::forHome(context.homeFolder())
+                .locate(BrowserCatalogue::byTypeKey(info->value(u"browserType"_s).toString()), context.defaults());
+        if (installation.found || installation.packaging == BrowserPackaging::Setting)
+            packaging = BrowserLocator::packagingKey(installation.packaging);
+    }
     if (parser.isSet(u"json"_s)) {
         QVariantMap document = *info;
         document.insert(u"path"_s, app->path);
+        if (!packaging.isEmpty())
+            document.insert(u"packaging"_s, packaging);
         document.insert(u"health"_s, health.toMap());
         // What the launcher does not say: the stored options (rules, colours, switches).
         if (!app->appId.isEmpty()) {
@@ -57,10 +73,13 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
     };
     if (info->value(u"isTabs"_s).toBool())
         lines.append(u"Tabs:          %1"_s.arg(info->value(u"tabs"_s).toStringList().join(u' ')));
-    lines << u"Browser:       %1 (%2, %3)"_s.arg(info->value(u"browserType"_s).toString(), health.enginePath,
-                                                  health.engineInstalled ? u"installed"_s : u"not installed"_s)
+    lines << u"Browser:       %1 (%2, %3%4)"_s.arg(info->value(u"browserType"_s).toString(), health.enginePath,
+                                                    health.engineInstalled ? u"installed"_s : u"not installed"_s,
+                                                    packaging.isEmpty() ? QString() : u", "_s + packaging)
           << u"Incognito:     %1"_s.arg(yesNo(info->value(u"incognito"_s).toBool()))
-          << u"Link routing:  %1"_s.arg(health.linkRouting)
+          << u"Link routing:  %1%2"_s.arg(health.linkRouting, health.linkRouting == u"no"_s && !health.linkRoutingReason.isEmpty()
+                                                                ? u" (%1)"_s.arg(health.linkRoutingReason)
+                                                                : QString())
           << u"Version:       %1 (current: %2)"_s.arg(health.version, health.currentVersion)
           << u"Running:       %1"_s.arg(yesNo(health.engineRunning));
     for (const QString &problem : health.problems())

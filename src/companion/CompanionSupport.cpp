@@ -1,6 +1,7 @@
 #include "companion/CompanionSupport.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
 #include "core/Context.h"
 #include "core/Platform.h"
 #include "core/ProcessRunner.h"
@@ -70,6 +71,21 @@ CompanionSupport::Verdict CompanionSupport::verdictFor(const BrowserInfo &browse
     Verdict verdict;
     verdict.installed = installed;
     verdict.version = version;
+    const BrowserPackaging packaging = BrowserLocator::packagingOfEnginePath(enginePath);
+    if (packaging == BrowserPackaging::Snap) {
+        verdict.routing = Routing::No;
+        verdict.reason = u"%1 is a Snap (%2): its confinement keeps the engine from starting the companion's "
+                         "native-messaging host, a program outside the snap, so links open in the app; the app itself "
+                         "and its own profile work"_s.arg(browser.browserName, enginePath);
+        return verdict;
+    }
+    if (BrowserLocator::isConfined(packaging)) {
+        verdict.routing = Routing::No;
+        verdict.reason = u"%1 is a Flatpak (%2): its sandbox starts native-messaging hosts inside the browser's "
+                         "runtime, where the companion's host cannot run, so links open in the app; the app itself "
+                         "and its own profile work"_s.arg(browser.browserName, enginePath);
+        return verdict;
+    }
     if (!dependsOnVersion(browser)) {
         verdict.routing = Routing::Yes;
         verdict.reason = u"%1 honours --load-extension, so the companion extension loads"_s.arg(browser.browserName);
@@ -114,7 +130,8 @@ CompanionSupport::EngineVersion CompanionSupport::versionFromBundle(const QStrin
 
 bool CompanionSupport::loadsThroughPipe(const BrowserInfo &browser, const Verdict &verdict)
 {
-    return dependsOnVersion(browser) && verdict.routing != Routing::Yes;
+    // A confined engine gets nothing from the pipe: its host could not start anyway.
+    return dependsOnVersion(browser) && verdict.routing != Routing::Yes && verdict.routing != Routing::No;
 }
 
 bool CompanionSupport::loadsThroughPipe(const BrowserInfo &browser, const QString &enginePath) const
@@ -129,6 +146,8 @@ QString CompanionSupport::routingKey(Routing routing)
         return u"yes"_s;
     case Routing::ThroughPipe:
         return u"yes (through the DevTools pipe)"_s;
+    case Routing::No:
+        return u"no"_s;
     case Routing::Unknown:
         break;
     }
@@ -144,6 +163,8 @@ QString CompanionSupport::creationWarning(const QString &appName, const Verdict 
     case Routing::Unknown:
         return u"⚠️ Links of \"%1\" may not be routed: %2. The app still works either way."_s.arg(appName,
                                                                                                verdict.reason);
+    case Routing::No:
+        return u"⚠️ Links of \"%1\" are not routed: %2."_s.arg(appName, verdict.reason);
     }
     return {};
 }

@@ -21,7 +21,8 @@ public:
 
     // ThroughPipe: routed, the companion coming over the DevTools pipe. Unknown: the version that
     // decides could not be read; such an app tries the pipe and its log says what happened.
-    enum class Routing { Yes, ThroughPipe, Unknown };
+    // No: the browser's confinement (Snap, Flatpak) keeps it from starting the companion's host.
+    enum class Routing { Yes, ThroughPipe, Unknown, No };
 
     struct EngineVersion
     {
@@ -63,7 +64,7 @@ public:
     static bool loadsThroughPipe(const BrowserInfo &browser, const Verdict &verdict);
     // The same for the installed engine, asked only when its version decides.
     bool loadsThroughPipe(const BrowserInfo &browser, const QString &enginePath) const;
-    // "yes", "yes (through the DevTools pipe)" or "unknown".
+    // "yes", "yes (through the DevTools pipe)", "unknown" or "no".
     static QString routingKey(Routing routing);
     // The creation diagnostic for an app with the companion, starting with "⚠️ "; empty when its
     // links will be routed either way.

@@ -1,5 +1,6 @@
 #include "core/BrowserCatalogue.h"
 
+#include "core/BrowserLocator.h"
 #include "core/Platform.h"
 #include "core/UserDefaults.h"
 
@@ -164,7 +165,11 @@ QString BrowserCatalogue::enginePathForScript(const QString &typeKey, const User
 {
     const BrowserInfo &browser = byTypeKey(typeKey);
     const QString chosen = defaults.stringForKey(browser.settingsKey);
-    return chosen.isEmpty() ? defaultEnginePath(browser) : chosen;
+    if (!chosen.isEmpty())
+        return chosen;
+    // Linux browsers come in several packagings; the catalogue's default is the first tried.
+    return Platform::isMac() ? defaultEnginePath(browser)
+                             : BrowserLocator::fromEnvironment().locate(browser, defaults).enginePath;
 }
 
 QString BrowserCatalogue::enginePathForGenerator(int applicationType, const UserDefaults &defaults)

@@ -41,7 +41,8 @@ public:
     static QString bundleOfEngine(const QString &enginePath);
 
     // Engine path for the launcher script: the user's setting for that browser, else its
-    // default path. Not checked for existence: a missing browser is never swapped for another.
+    // default path; on Linux the first installation BrowserLocator finds, in any packaging.
+    // A missing browser is never swapped for another.
     static QString enginePathForScript(const QString &typeKey, const UserDefaults &defaults);
     // Engine path for the generator itself. Chromium reads Google Chrome's setting and default
     // here, unlike the script's lookup; the in-process engine route relies on that.

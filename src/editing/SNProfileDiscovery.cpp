@@ -1,6 +1,8 @@
 #include "editing/SNProfileDiscovery.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
+#include "core/UserDefaults.h"
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/TreeCopy.h"
@@ -93,7 +95,8 @@ QJsonObject extensionSettings(const QJsonObject &preferences)
 } // namespace
 
 SNProfileDiscovery::SNProfileDiscovery(Context &context, const QString &typeKey)
-    : SNProfileDiscovery(BrowserCatalogue::userDataFolder(BrowserCatalogue::byTypeKey(typeKey), context.homeFolder()))
+    : SNProfileDiscovery(BrowserLocator::installedUserDataFolder(BrowserCatalogue::byTypeKey(typeKey), context.homeFolder(),
+                                                                   context.defaults()))
 {
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/NotificationCenter.h"
@@ -685,7 +686,8 @@ QVariantMap AppCreationWizardStore::lastImportSummary() const
 
 QString AppCreationWizardStore::importSourceFolder() const
 {
-    return BrowserCatalogue::userDataFolder(BrowserCatalogue::byNumber(m_selectedBrowser), m_context.homeFolder());
+    return BrowserLocator::installedUserDataFolder(BrowserCatalogue::byNumber(m_selectedBrowser), m_context.homeFolder(),
+                                                   m_context.defaults());
 }
 
 void AppCreationWizardStore::loadImportProfiles()

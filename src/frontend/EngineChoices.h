@@ -5,6 +5,7 @@
 #include <QVariantList>
 
 #include "companion/CompanionSupport.h"
+#include "core/BrowserLocator.h"
 
 class Context;
 
@@ -13,8 +14,10 @@ class Context;
 class EngineChoices final
 {
 public:
-    // {"type", "name", "linkRouting"} per engine, in the given order. Only Google-branded Chrome
-    // is asked for its version (its answer decides how the companion loads).
+    // {"type", "name", "linkRouting", "installedAs"} per engine, in the given order. Only
+    // Google-branded Chrome is asked for its version (its answer decides how the companion loads).
+    // "installedAs" says which packaging the engine comes from and where (empty on macOS).
     static QVariantList describe(Context &context, const QList<int> &types);
     static QString linkRoutingNote(CompanionSupport::Routing routing);
+    static QString packagingNote(BrowserPackaging packaging, const QString &enginePath);
 };

@@ -1,6 +1,7 @@
 #include "frontend/InstalledBrowsers.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
 #include "core/Platform.h"
 #include "core/UserDefaults.h"
 
@@ -31,8 +32,10 @@ bool InstalledBrowsers::defaultPathCounts(const QString &path)
 bool InstalledBrowsers::isInstalled(int applicationType, const UserDefaults &defaults)
 {
     const BrowserInfo &browser = BrowserCatalogue::byNumber(applicationType);
-    return configuredPathCounts(defaults.stringForKey(browser.settingsKey)) ||
-           defaultPathCounts(defaultPath(applicationType));
+    if (configuredPathCounts(defaults.stringForKey(browser.settingsKey)) || defaultPathCounts(defaultPath(applicationType)))
+        return true;
+    // Linux browsers also come as Snaps, Flatpaks and from other distributions' places.
+    return !Platform::isMac() && !BrowserLocator::fromEnvironment().installations(browser).isEmpty();
 }
 
 QList<int> InstalledBrowsers::detect(const UserDefaults &defaults)

@@ -1,6 +1,7 @@
 #include "generation/AppCreator.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
 #include "core/Ids.h"
@@ -32,6 +33,27 @@ namespace {
 QString yesNo(bool value)
 {
     return value ? u"YES"_s : u"NO"_s;
+}
+
+// What a confined engine means for an app at `bundle`: a reason to refuse it (returned), or a
+// warning that is logged. Flatpak reads ':' in a --filesystem folder as the start of an access
+// mode, so such a bundle cannot be shared with the sandbox; a Snap reaches only non-hidden
+// folders of the home folder.
+QString confinedEngineRefusal(const QString &enginePath, const QString &bundle, const QString &homeFolder)
+{
+    const BrowserPackaging packaging = BrowserLocator::packagingOfEnginePath(enginePath);
+    if (packaging == BrowserPackaging::FlatpakSystem || packaging == BrowserPackaging::FlatpakUser) {
+        if (bundle.contains(u':') || bundle.contains(u'\\'))
+            return u"The Flatpak browser %1 cannot be given the app's folder %2: flatpak run reads ':' in a "
+                   "folder it shares as the start of an access mode, so a path holding ':' or '\\' cannot be "
+                   "shared safely. Choose another name or folder."_s.arg(enginePath, bundle);
+    } else if (packaging == BrowserPackaging::Snap) {
+        const QString home = homeFolder.endsWith(u'/') ? homeFolder : homeFolder + u'/';
+        if (!bundle.startsWith(home) || bundle.mid(home.size()).startsWith(u'.') || bundle.mid(home.size()).contains(u"/."_s))
+            Logger::log(u"⚠️ The Snap browser %1 reaches only folders in your home folder that are not hidden; "
+                        "its engine may not open the profile of the app at %2"_s.arg(enginePath, bundle));
+    }
+    return {};
 }
 
 bool exists(const QString &path)
@@ -89,6 +111,11 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
         const BundleLayout installed = BundleLayout::forApp(folder, name);
         if (numberIfTaken && exists(installed.bundle))
             continue;
+        const QString enginePath = SNAppScriptHelper::getBrowserPath(
+            BrowserCatalogue::typeKeyForNumber(m_definition.applicationType), m_context.defaults());
+        if (const QString refusal = confinedEngineRefusal(enginePath, installed.bundle, m_context.homeFolder());
+            !refusal.isEmpty())
+            return failCreation({1, refusal}, error);
         StagedBundle::Outcome outcome = StagedBundle::Outcome::Failed;
         QString reason;
         const std::unique_ptr<StagedBundle> staged = StagedBundle::reserve(installed.bundle, &outcome, &reason);

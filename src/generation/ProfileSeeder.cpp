@@ -2,6 +2,8 @@
 
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
+#include "core/UserDefaults.h"
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/TreeCopy.h"
@@ -78,7 +80,8 @@ ProfileSeeder::ProfileSeeder(Context &context, const QString &typeKey)
 
 QString ProfileSeeder::sourceBrowserFolder() const
 {
-    return BrowserCatalogue::userDataFolder(BrowserCatalogue::byTypeKey(m_typeKey), m_context.homeFolder()) +
+    return BrowserLocator::installedUserDataFolder(BrowserCatalogue::byTypeKey(m_typeKey), m_context.homeFolder(),
+                                                   m_context.defaults()) +
            u'/';
 }
 

@@ -1,6 +1,7 @@
 #include "maintenance/AppScriptReader.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/BrowserLocator.h"
 #include "core/ShellEscaping.h"
 
 #include <QRegularExpression>
@@ -201,6 +202,9 @@ QString typeFromEnginePath(const QString &path)
         if (path == browser.linuxEnginePath)
             return browser.typeKey;
     }
+    // Other distributions' places, Snaps, Flatpaks and the commands on PATH.
+    if (const QString key = BrowserLocator::typeKeyOfEnginePath(path); !key.isEmpty())
+        return key;
     const QString file = path.section(u'/', -1);
     if (file == u"chrome"_s)
         return path.contains(u"chrome-canary"_s) ? u"canary"_s : u"chrome"_s;

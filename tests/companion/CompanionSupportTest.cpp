@@ -88,6 +88,35 @@ TEST(CompanionSupport, VerdictFollowsTheBrowserAndItsInstalledVersion)
     }
 }
 
+// A confined engine cannot start the companion's host, whatever its version; it is never started
+// the pipe way, and creation says so.
+TEST(CompanionSupport, ConfinedEnginesRouteNoLinks)
+{
+    struct Row
+    {
+        const char *typeKey;
+        const char *enginePath;
+        const char *packagingWord;
+    };
+    const Row rows[] = {{"chromium", "/snap/bin/chromium", "Snap"},
+                        {"chrome", "/var/lib/flatpak/exports/bin/com.google.Chrome", "Flatpak"},
+                        {"brave", "/home/u/.local/share/flatpak/exports/bin/com.brave.Browser", "Flatpak"}};
+    for (const Row &row : rows) {
+        const BrowserInfo &browser = BrowserCatalogue::byTypeKey(QString::fromUtf8(row.typeKey));
+        const QString enginePath = QString::fromUtf8(row.enginePath);
+        const CompanionSupport::Verdict verdict =
+            CompanionSupport::verdictFor(browser, enginePath, true, CompanionSupport::versionFromText(u"140.0.7339.5"_s));
+        EXPECT_EQ(verdict.routing, Routing::No) << row.enginePath;
+        EXPECT_EQ(CompanionSupport::routingKey(verdict.routing), u"no"_s);
+        EXPECT_FALSE(CompanionSupport::loadsThroughPipe(browser, verdict)) << row.enginePath;
+        EXPECT_TRUE(verdict.reason.contains(QString::fromUtf8(row.packagingWord)) && verdict.reason.contains(enginePath))
+            << qPrintable(verdict.reason);
+        const QString warning = CompanionSupport::creationWarning(u"Mail"_s, verdict);
+        EXPECT_TRUE(warning.startsWith(u"⚠️ Links of \"Mail\" are not routed"_s) && warning.contains(verdict.reason))
+            << qPrintable(warning);
+    }
+}
+
 // Creation asks only when the answer depends on the version: an app on Chromium or Brave starts
 // no process for it.
 TEST(CompanionSupport, AsksTheEngineOnlyWhenTheVersionDecides)

@@ -177,6 +177,8 @@ TEST(WizardPage, TheBrowserStepListsTheInstalledEngines)
     EXPECT_EQ(wizard.named(u"browser:"_s), expected);
     const QString braveName = BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName;
     EXPECT_EQ(wizard.text(u"browserRouting:"_s + braveName), EngineChoices::linkRoutingNote(CompanionSupport::Routing::Yes));
+    // Where the engine comes from stands under its name.
+    EXPECT_EQ(wizard.text(u"browserPackaging:"_s + braveName), QStringLiteral(SORVANE_FAKE_ENGINE));
     EXPECT_TRUE(wizard.checked(expected.first()));
 }
 

@@ -14,7 +14,9 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QStringConverter>
+#include <QThread>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -325,6 +327,87 @@ TEST(EngineScript, OnLinuxLinksTheEngineExecutableAndNothingElse)
     const Outcome missing = app.script(u"linux"_s, first);
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.err, QByteArray("createEngine.sh: no engine executable at " + first.toUtf8() + '\n'));
+}
+
+// A Flatpak cannot be linked to: the engine becomes a program that keeps the app's name, runs
+// `flatpak run` with the app's folders shared and its relative switches made absolute, is
+// rewritten only when what it starts changes, and turns back into a link for a plain binary.
+TEST(EngineScript, OnLinuxAFlatpakEngineRunsFlatpakWithTheAppsFolders)
+{
+    for (const QString &shell : {u"/bin/sh"_s, u"/bin/bash"_s}) {
+        SCOPED_TRACE(shell.toStdString());
+        App app(u"brave"_s, u"It's \"$HOME\" `id`"_s);
+        const QString exported = app.root + u"/h'o/.local/share/flatpak/exports/bin/com.brave.Browser"_s;
+        writeFile(exported, "#!/bin/sh\nexit 3\n", executable);
+        // The tools folder's `flatpak` prints who started it, then its arguments, one a line.
+        writeFile(app.tools + u"/flatpak"_s,
+                  "#!/bin/sh\ntr '\\0' '\\n' </proc/$PPID/cmdline | head -n 1\nprintf '%s\\n' \"$@\"\n", executable);
+
+        ASSERT_EQ(app.script(u"linux"_s, exported, shell).exitCode, 0);
+        const QFileInfo engine(app.engine);
+        ASSERT_TRUE(engine.isFile() && !engine.isSymLink() && engine.isExecutable());
+        const QString contents = QFileInfo(app.contents).canonicalFilePath();
+        const Outcome run = exec({app.engine, u"--user-data-dir=./../Profile"_s,
+                                  u"--load-extension=./../Resources/Sorvane_Extension"_s, u"--app=https://x.test/"_s},
+                                 app.resources, {}, app.tools);
+        EXPECT_EQ(run.exitCode, 0) << run.err.constData();
+        EXPECT_EQ(QString::fromUtf8(run.out).split(u'\n', Qt::SkipEmptyParts),
+                  (QStringList{app.engine, u"run"_s, u"--user"_s, u"--filesystem="_s + contents + u"/Profile"_s,
+                               u"--filesystem="_s + contents + u"/Resources:ro"_s, u"com.brave.Browser"_s,
+                               u"--user-data-dir="_s + contents + u"/Profile"_s,
+                               u"--load-extension="_s + contents + u"/Resources/Sorvane_Extension"_s,
+                               u"--app=https://x.test/"_s}));
+
+        // Built already: nothing is written.
+        const Outcome again = app.script(u"linux"_s, exported, shell);
+        EXPECT_EQ(again.exitCode, 0);
+        EXPECT_TRUE(again.out.isEmpty()) << again.out.constData();
+        EXPECT_EQ(QFileInfo(app.engine).lastModified(), engine.lastModified());
+
+        const QString plain = app.root + u"/opt/brave/brave"_s;
+        writeFile(plain, "#!/bin/sh\necho \"plain $*\"\n", executable);
+        ASSERT_EQ(app.script(u"linux"_s, plain, shell).exitCode, 0);
+        EXPECT_EQ(QFileInfo(app.engine).symLinkTarget(), plain);
+        EXPECT_EQ(probe(app.engine), "plain --probe\n");
+        ASSERT_EQ(app.script(u"linux"_s, exported, shell).exitCode, 0);
+        EXPECT_FALSE(QFileInfo(app.engine).isSymLink());
+    }
+
+    // Ending the engine ends the browser it started.
+    {
+        App app(u"brave"_s, u"Mail"_s);
+        const QString exported = app.root + u"/var/lib/flatpak/exports/bin/com.brave.Browser"_s;
+        writeFile(exported, "#!/bin/sh\nexit 3\n", executable);
+        const QString marks = app.root + u"/browser"_s;
+        writeFile(app.tools + u"/flatpak"_s,
+                  "#!/bin/bash\ntrap 'echo ended >\"$BROWSER_MARKS.end\"; exit 0' TERM\ntouch \"$BROWSER_MARKS.up\"\n"
+                  "while :; do sleep 0.05; done\n",
+                  executable);
+        ASSERT_EQ(app.script(u"linux"_s, exported).exitCode, 0);
+        QProcess engine;
+        QProcessEnvironment environment = environmentWith(app.tools);
+        environment.insert(u"BROWSER_MARKS"_s, marks);
+        engine.setProcessEnvironment(environment);
+        engine.setWorkingDirectory(app.resources);
+        engine.start(app.engine, {u"--user-data-dir=./../Profile"_s});
+        for (int i = 0; i < 200 && !QFileInfo::exists(marks + u".up"_s); ++i)
+            QThread::msleep(50);
+        ASSERT_TRUE(QFileInfo::exists(marks + u".up"_s));
+        engine.terminate();
+        EXPECT_TRUE(engine.waitForFinished(10000));
+        EXPECT_EQ(readAll(marks + u".end"_s), "ended\n");
+    }
+
+    // Flatpak reads ':' in a shared folder as a mode: such a bundle's engine refuses to start.
+    App app(u"brave"_s, u"Mail: Work"_s);
+    const QString exported = app.root + u"/var/lib/flatpak/exports/bin/com.brave.Browser"_s;
+    writeFile(exported, "#!/bin/sh\nexit 3\n", executable);
+    writeFile(app.tools + u"/flatpak"_s, "#!/bin/sh\necho started\n", executable);
+    ASSERT_EQ(app.script(u"linux"_s, exported).exitCode, 0);
+    const Outcome refused = exec({app.engine, u"--user-data-dir=./../Profile"_s}, app.resources, {}, app.tools);
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(refused.out.isEmpty());
+    EXPECT_TRUE(refused.err.contains("flatpak run cannot share a folder whose path holds :")) << refused.err.constData();
 }
 
 TEST(EngineScript, RunsAtCreationAndOnlyWarnsWhenItFails)

@@ -60,6 +60,15 @@ ScrollView {
                     readonly property int modelType: modelData.type
                 }
                 Label {
+                    objectName: "browserPackaging:" + modelData.name
+                    visible: text.length > 0
+                    text: modelData.installedAs || ""
+                    wrapMode: Text.WrapAnywhere
+                    opacity: 0.7
+                    leftPadding: radio.indicator.width + radio.spacing + radio.leftPadding
+                    Layout.fillWidth: true
+                }
+                Label {
                     objectName: "browserRouting:" + modelData.name
                     text: modelData.linkRouting
                     wrapMode: Text.WordWrap
