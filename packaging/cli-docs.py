@@ -26,9 +26,14 @@ def dashed(name):
     return ("-" if len(name) == 1 else "--") + name
 
 
+def escaped(text):
+    """Text inside a roff line: backslashes and hyphens escaped."""
+    return text.replace("\\", "\\e").replace("-", "\\-")
+
+
 def roff(text):
-    """Text for a roff line: backslashes and hyphens escaped, no line starting as a request."""
-    text = text.replace("\\", "\\e").replace("-", "\\-")
+    """A whole roff text line: escaped, and never read as a request."""
+    text = escaped(text)
     return "\\&" + text if text.startswith((".", "'")) else text
 
 
@@ -40,7 +45,7 @@ def option_heading(option):
 
 def usage_line(command):
     words = command["usage"].split(" ")
-    return " ".join(["\\fB" + roff(" ".join(words[:2])) + "\\fR"] + [roff(word) for word in words[2:]])
+    return " ".join(["\\fB" + escaped(" ".join(words[:2])) + "\\fR"] + [escaped(word) for word in words[2:]])
 
 
 def man_page(doc, version, date):

@@ -1,6 +1,7 @@
 #include "core/DesktopEntries.h"
 #include "support/TestContext.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -143,9 +144,12 @@ TEST_P(SorvaneEntryTest, OnlyAnInstalledEntryTheMenuFindsReplacesOurs)
     const SorvaneEntryCase &param = GetParam();
     TestContext test;
     const DesktopEntries entries(test.context());
-    // "<root>" is the test's folder, "<data>" the user's data home.
+    // "<root>" is the test's folder, "<relative>" the same from the working folder, "<data>" the
+    // user's data home.
     const auto place = [&](QString path) {
-        return path.replace(u"<root>"_s, test.root()).replace(u"<data>"_s, qEnvironmentVariable("XDG_DATA_HOME"));
+        return path.replace(u"<root>"_s, test.root())
+            .replace(u"<relative>"_s, QDir::current().relativeFilePath(test.root()))
+            .replace(u"<data>"_s, qEnvironmentVariable("XDG_DATA_HOME"));
     };
     const QByteArray savedDataDirs = qgetenv("XDG_DATA_DIRS");
     qputenv("XDG_DATA_DIRS", place(param.dataDirs).toUtf8());
@@ -180,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
         SorvaneEntryCase{"InstalledOutsideTheDataFolders", u"<root>/moved/share"_s, u"<root>/usr/share"_s,
                          DesktopEntries::SorvaneEntry::Written},
         // The base-directory rules ignore a relative folder.
-        SorvaneEntryCase{"RelativeDataFolder", u"<root>/usr/share"_s, u"usr/share"_s,
+        SorvaneEntryCase{"RelativeDataFolder", u"<root>/usr/share"_s, u"<relative>/usr/share"_s,
                          DesktopEntries::SorvaneEntry::Written},
         // The user's own data home listed among the system folders is still the user's.
         SorvaneEntryCase{"OnlyInTheUsersDataHome", u"<data>"_s, u"<data>"_s, DesktopEntries::SorvaneEntry::Written}),
