@@ -6,7 +6,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
-bash scripts/build.sh default
+# Only what the demo runs: the command line (which brings what it copies into bundles) and the
+# recording fake engine; scripts/build.sh builds everything, tests and benchmarks too.
+cmake --preset default >/dev/null
+cmake --build --preset default -j "$(nproc)" --target sorvane sorvane-fake-engine
 sorvane=$PWD/build/default/apps/cli/sorvane
 engine=$PWD/build/default/tools/fakeengine/sorvane-fake-engine
 demo=$PWD/build/demo

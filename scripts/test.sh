@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test, first in the normal build and then in the
-# address + undefined sanitizer build, then runs each fuzz target for a bounded time over its
-# corpus (tests/fuzz). The output ends with the fuzzers' results.
+# Sets up, builds and runs every test, first in the normal build (then checks it as installed and
+# as a Debian package, scripts/check-install.sh) and then in the address + undefined sanitizer
+# build, then runs each fuzz target for a bounded time over its corpus (tests/fuzz). The output
+# ends with the fuzzers' results.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
@@ -12,6 +13,10 @@ for preset in default asan; do
     echo "== $preset tests =="
     rm -f "build/$preset/Testing/Temporary/LastTestsFailed.log"
     ctest --preset "$preset" -j "$(nproc)" || status=1
+    if [ "$preset" = default ]; then
+        echo "== installed Sorvane and its Debian package =="
+        bash scripts/check-install.sh build/default || status=1
+    fi
 done
 echo "== fuzz targets =="
 cmake -S tests/fuzz -B build/fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ >/dev/null

@@ -45,23 +45,9 @@ std::optional<QString> wrongKind(const QString &valueName, const QString &value)
 int Command::execute(const QStringList &arguments, Context &context)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(description());
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    parser.addHelpOption();
-    parser.addOption({u"json"_s, u"Print one JSON document; diagnostics go to standard error."_s});
-    parser.addOption({u"quiet"_s, u"Hide diagnostic lines and warnings."_s});
-    parser.addOption({u"verbose"_s, u"Show diagnostic lines on standard error."_s});
-    addOptions(parser);
+    prepareParser(parser);
     const CommandSyntax syntax = CommandSyntax::of(parser);
 
-    // Qt names the program by its path in the usage line; name the subcommand instead.
-    const auto helpText = [&] {
-        QString help = parser.helpText();
-        const qsizetype endOfUsage = help.indexOf(u'\n');
-        help.replace(0, endOfUsage,
-                     help.left(endOfUsage).replace(QCoreApplication::arguments().constFirst(), u"sorvane "_s + name()));
-        return help;
-    };
     const auto usageError = [&](const QString &text) {
         printError(u"sorvane %1: %2"_s.arg(name(), text));
         return BadUsage;
@@ -79,7 +65,7 @@ int Command::execute(const QStringList &arguments, Context &context)
         if (parser.isSet(u"json"_s))
             printJson(describe(syntax));
         else
-            print(helpText());
+            print(helpText(parser));
         return Success;
     }
     if (positionals.size() < requiredPositionalArguments())
@@ -124,6 +110,37 @@ int Command::execute(const QStringList &arguments, Context &context)
     return run(parser, context);
 }
 
+void Command::prepareParser(QCommandLineParser &parser)
+{
+    parser.setApplicationDescription(description());
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.addHelpOption();
+    parser.addOption({u"json"_s, u"Print one JSON document; diagnostics go to standard error."_s});
+    parser.addOption({u"quiet"_s, u"Hide diagnostic lines and warnings."_s});
+    parser.addOption({u"verbose"_s, u"Show diagnostic lines on standard error."_s});
+    addOptions(parser);
+}
+
+QString Command::helpText(const QCommandLineParser &parser) const
+{
+    // Qt names the program by its path in the usage line; name the subcommand instead.
+    QString help = parser.helpText();
+    const qsizetype endOfUsage = help.indexOf(u'\n');
+    help.replace(0, endOfUsage,
+                 help.left(endOfUsage).replace(QCoreApplication::arguments().constFirst(), u"sorvane "_s + name()));
+    return help;
+}
+
+QVariantMap Command::describe()
+{
+    QCommandLineParser parser;
+    prepareParser(parser);
+    QVariantMap description = describe(CommandSyntax::of(parser));
+    const QString usage = helpText(parser).section(u'\n', 0, 0);
+    description.insert(u"usage"_s, usage.mid(usage.indexOf(u"sorvane"_s)));
+    return description;
+}
+
 QVariantMap Command::describe(const CommandSyntax &syntax) const
 {
     QVariantList options;
@@ -133,14 +150,17 @@ QVariantMap Command::describe(const CommandSyntax &syntax) const
         });
         options.append(QVariantMap{{u"names"_s, option.names},
                                    {u"value"_s, option.valueName.isEmpty() ? QVariant() : QVariant(option.valueName)},
+                                   {u"description"_s, option.description},
                                    {u"repeatable"_s, repeatable}});
     }
     QVariantList exclusive;
     for (const QStringList &group : exclusiveOptions())
         exclusive.append(group);
     return {{u"command"_s, name()},
+            {u"description"_s, description()},
             {u"options"_s, options},
             {u"positionals"_s, syntax.positionals},
+            {u"positionalDescriptions"_s, syntax.positionalDescriptions},
             {u"minimumPositionals"_s, requiredPositionalArguments()},
             {u"maximumPositionals"_s, positionalArguments() == AnyNumber ? QVariant() : QVariant(positionalArguments())},
             {u"exclusive"_s, exclusive}};

@@ -29,6 +29,9 @@ public:
 
     // `arguments` starts with the command's own name.
     int execute(const QStringList &arguments, Context &context);
+    // What `sorvane <command> --help --json` prints; the manual page and the shell completions
+    // are made from it.
+    QVariantMap describe();
 
 protected:
     virtual void addOptions(QCommandLineParser &parser);
@@ -54,9 +57,13 @@ public:
     static void printWarning(const QString &text, const QCommandLineParser &parser);
 
 protected:
-    // What `--help --json` prints: the options with their value names, the positional arguments,
-    // the exclusive groups.
+    // What `--help --json` prints: the command's description, the options with their value names
+    // and descriptions, the positional arguments, the exclusive groups.
     QVariantMap describe(const CommandSyntax &syntax) const;
+    // The parser with every option the command takes, the shared ones first.
+    void prepareParser(QCommandLineParser &parser);
+    // The parser's help text with the command's name in its usage line.
+    QString helpText(const QCommandLineParser &parser) const;
     // Prints a JSON document (object or array) on standard output.
     static void printJson(const QVariant &document);
     static void print(const QString &text);

@@ -14,10 +14,12 @@ struct CommandSyntax
     {
         QStringList names;  // without dashes
         QString valueName;  // empty for a switch
+        QString description; // its help text, on one line
     };
 
     QList<Option> options;
     QStringList positionals; // the names of the positional arguments, in order
+    QStringList positionalDescriptions; // their help texts, in the same order
 
     static CommandSyntax of(const QCommandLineParser &parser);
     // The option called `name`, or nullptr.

@@ -60,10 +60,16 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
     const QString desktopProgram = QCoreApplication::applicationDirPath() + u"/sorvane-desktop"_s;
     if (sync && QFileInfo(desktopProgram).isExecutable()) {
         QString error;
-        if (entries.writeSorvaneEntry(desktopProgram, &error))
+        switch (entries.updateSorvaneEntry(desktopProgram, &error)) {
+        case DesktopEntries::SorvaneEntry::Written:
             sorvaneEntry = entries.applicationsFolder() + u"/sorvane.desktop"_s;
-        else
+            break;
+        case DesktopEntries::SorvaneEntry::Installed: // the package's entry serves; nothing written
+            break;
+        case DesktopEntries::SorvaneEntry::Failed:
             printError(u"sorvane desktop-entries: "_s + error);
+            break;
+        }
     }
 
     if (parser.isSet(u"json"_s)) {

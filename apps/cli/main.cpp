@@ -21,6 +21,8 @@
 #include "core/Context.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
+#include <QList>
 #include <QTextStream>
 
 #include <memory>
@@ -51,17 +53,49 @@ std::vector<std::unique_ptr<Command>> commands()
     return list;
 }
 
+const QString Summary = QStringLiteral("Turns web sites into stand-alone desktop apps.");
+
+struct GlobalOption
+{
+    QString name;
+    QString description;
+};
+
+const QList<GlobalOption> &globalOptions()
+{
+    static const QList<GlobalOption> options{
+        {QStringLiteral("help"), QStringLiteral("Show this help; `sorvane <command> --help` shows a command's options.")},
+        {QStringLiteral("version"), QStringLiteral("Show Sorvane's version.")}};
+    return options;
+}
+
 QString usage(const std::vector<std::unique_ptr<Command>> &list)
 {
-    QString text = QStringLiteral("Usage: sorvane <command> [options]\n\n"
-                                  "Turns web sites into stand-alone desktop apps.\n\n"
-                                  "Commands:\n");
+    QString text = QStringLiteral("Usage: sorvane <command> [options]\n\n") + Summary + QStringLiteral("\n\nCommands:\n");
     for (const auto &command : list)
         text += QStringLiteral("  %1 %2\n").arg(command->name().leftJustified(15), command->description());
-    text += QStringLiteral("\nOptions:\n"
-                           "  --help     Show this help; `sorvane <command> --help` shows a command's options.\n"
-                           "  --version  Show Sorvane's version.\n");
+    text += QStringLiteral("\nOptions:\n");
+    for (const GlobalOption &option : globalOptions())
+        text += QStringLiteral("  %1 %2\n").arg(QString(QStringLiteral("--") + option.name).leftJustified(10), option.description);
     return text;
+}
+
+// `sorvane --help --json`: everything the help texts say, for the manual page and the shell
+// completions.
+QByteArray describeAll(const std::vector<std::unique_ptr<Command>> &list)
+{
+    QVariantList commands;
+    for (const auto &command : list)
+        commands.append(command->describe());
+    QVariantList options;
+    for (const GlobalOption &option : globalOptions())
+        options.append(QVariantMap{{QStringLiteral("names"), QStringList{option.name}},
+                                   {QStringLiteral("description"), option.description}});
+    return QJsonDocument::fromVariant(QVariantMap{{QStringLiteral("program"), QStringLiteral("sorvane")},
+                                                  {QStringLiteral("description"), Summary},
+                                                  {QStringLiteral("commands"), commands},
+                                                  {QStringLiteral("options"), options}})
+        .toJson(QJsonDocument::Indented);
 }
 
 } // namespace
@@ -82,7 +116,10 @@ int main(int argc, char **argv)
     }
     const QString first = arguments.first();
     if (first == QLatin1String("--help") || first == QLatin1String("-h") || first == QLatin1String("help")) {
-        out << usage(list);
+        if (arguments.contains(QLatin1String("--json")))
+            out << describeAll(list);
+        else
+            out << usage(list);
         return Command::Success;
     }
     if (first == QLatin1String("--version") || first == QLatin1String("-v")) {

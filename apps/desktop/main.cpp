@@ -3,6 +3,7 @@
 
 #include "desktop/DesktopShell.h"
 
+#include "core/Constants.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
 #include "editing/StartupRecovery.h"
@@ -86,10 +87,19 @@ int main(int argc, char **argv)
         return delivered ? 0 : 1;
     }
 
-    // The menu entry that starts Sorvane and hands it "sorvane:" links; kept pointing at this program.
+    // The menu entry that starts Sorvane and hands it "sorvane:" links: an installed Sorvane's, else
+    // one kept pointing at this program. The windows name the entry they belong to.
     QString entryError;
-    if (!DesktopEntries(*context).writeSorvaneEntry(QCoreApplication::applicationFilePath(), &entryError))
+    switch (DesktopEntries(*context).updateSorvaneEntry(QCoreApplication::applicationFilePath(), &entryError)) {
+    case DesktopEntries::SorvaneEntry::Installed:
+        QGuiApplication::setDesktopFileName(Constants::SorvaneBundleIdentifier);
+        break;
+    case DesktopEntries::SorvaneEntry::Written:
+        break;
+    case DesktopEntries::SorvaneEntry::Failed:
         QTextStream(stderr) << "Sorvane's menu entry was not written: " << entryError << Qt::endl;
+        break;
+    }
 
     QString loadError;
     if (!shell.load(&loadError)) {

@@ -180,7 +180,7 @@ bool CompanionInstaller::configureNativeMessaging(const QString &profileDirector
         failures.add(u"read"_s, templatePath, templateFile.errorString());
     }
 
-    const QString shippedHost = m_context.resourcesFolder() + u'/' + HostProgramName;
+    const QString shippedHost = m_context.programsFolder() + u'/' + HostProgramName;
     if (!QFileInfo::exists(shippedHost)) {
         failures.add(u"find"_s, shippedHost, u"missing"_s);
         return failures.report(error);

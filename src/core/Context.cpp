@@ -59,8 +59,11 @@ std::unique_ptr<Context> Context::createDefault()
     folders.home = QDir::homePath();
     const QString dataHome = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     folders.support = (dataHome.isEmpty() ? folders.home : dataHome) + u'/' + Constants::SupportFolderName;
-    folders.resources = locateResources();
-    return std::make_unique<Context>(folders, std::make_unique<UserDefaults>());
+    const GeneratorFolders generator = locateGeneratorFolders();
+    folders.resources = generator.resources;
+    auto context = std::make_unique<Context>(folders, std::make_unique<UserDefaults>());
+    context->setProgramsFolder(generator.programs);
+    return context;
 }
 
 Context &Context::shared()
@@ -121,19 +124,34 @@ std::unique_ptr<Prompter> Context::exchangePrompter(std::unique_ptr<Prompter> pr
     return prompter;
 }
 
-QString Context::locateResources()
+Context::GeneratorFolders Context::locateGeneratorFolders()
 {
     const QString fromEnvironment = qEnvironmentVariable("SORVANE_RESOURCES_DIR");
     if (!fromEnvironment.isEmpty())
-        return fromEnvironment;
-    if (QCoreApplication::instance()) {
-        const QString appDir = QCoreApplication::applicationDirPath();
-        const QStringList candidates{appDir + QStringLiteral("/../share/sorvane/resources"),
-                                     appDir + QStringLiteral("/../Resources")};
-        for (const QString &candidate : candidates) {
-            if (QFileInfo(candidate + QStringLiteral("/createEngine.sh")).isFile())
-                return QDir::cleanPath(candidate);
-        }
+        return {fromEnvironment, fromEnvironment};
+    if (!QCoreApplication::instance())
+        return {};
+    const auto hasEngineScript = [](const QString &folder) {
+        return QFileInfo(folder + QStringLiteral("/createEngine.sh")).isFile();
+    };
+    const QDir programDir(QCoreApplication::applicationDirPath());
+    // Relative to bin/, as the install rules placed them.
+    const GeneratorFolders installed{QDir::cleanPath(programDir.filePath(QStringLiteral(SORVANE_INSTALLED_RESOURCES))),
+                                     QDir::cleanPath(programDir.filePath(QStringLiteral(SORVANE_INSTALLED_PROGRAMS)))};
+    if (hasEngineScript(installed.resources))
+        return installed;
+    const QString bundled = QDir::cleanPath(programDir.filePath(QStringLiteral("../Resources")));
+    if (hasEngineScript(bundled))
+        return {bundled, bundled};
+    // Build-tree programs sit one or two folders below the tree's top (apps/cli, tests/core, bench).
+    QDir tree = programDir;
+    for (int level = 0; level < 3; ++level) {
+        const QString resources = tree.filePath(QStringLiteral("resources"));
+        if (tree.exists(QStringLiteral("CMakeCache.txt")) && hasEngineScript(resources))
+            return {resources, resources};
+        if (!tree.cdUp())
+            break;
     }
-    return QStringLiteral(SORVANE_BUILD_RESOURCES);
+    // Nothing found: the installed places, so that errors name where the files were expected.
+    return installed;
 }

@@ -24,6 +24,14 @@ public:
         QString resources; // the generator's own resources (engine script, extension, templates)
     };
 
+    // Where the generator's files are: architecture-independent resources and the programs that
+    // creation copies into bundles (launch program, helper app, messaging host, tool stand-ins).
+    struct GeneratorFolders
+    {
+        QString resources;
+        QString programs;
+    };
+
     Context(const Folders &folders, std::unique_ptr<UserDefaults> defaults);
     ~Context();
     Q_DISABLE_COPY_MOVE(Context)
@@ -37,6 +45,9 @@ public:
     QString homeFolder() const { return m_folders.home; }
     QString supportFolder() const { return m_folders.support; }
     QString resourcesFolder() const { return m_folders.resources; }
+    // The programs creation copies into bundles; the resources folder unless set apart.
+    QString programsFolder() const { return m_programs.isEmpty() ? m_folders.resources : m_programs; }
+    void setProgramsFolder(const QString &folder) { m_programs = folder; }
     // The user's chosen applications folder (`applicationsPath`), else the platform's default.
     QString applicationsFolder() const;
 
@@ -57,13 +68,17 @@ public:
     // Installs `prompter` and hands back the one it replaces.
     std::unique_ptr<Prompter> exchangePrompter(std::unique_ptr<Prompter> prompter);
 
-    // Where the generator's resources are: $SORVANE_RESOURCES_DIR, beside the installed program,
-    // or the build tree's resources/ folder (source resources plus the built programs) for a
-    // build that is not installed.
-    static QString locateResources();
+    // Where the generator's files are, found from the running program so that a moved install
+    // still finds its own: $SORVANE_RESOURCES_DIR (both kinds in one folder); the prefix's
+    // share/sorvane and libexec/sorvane, relative to bin/; a macOS bundle's Resources; or, for a
+    // program in a build tree, the tree's resources/ folder (source resources plus the built
+    // programs), found beside the tree's CMakeCache.txt.
+    static GeneratorFolders locateGeneratorFolders();
+    static QString locateResources() { return locateGeneratorFolders().resources; }
 
 private:
     Folders m_folders;
+    QString m_programs;
     std::unique_ptr<UserDefaults> m_defaults;
     std::unique_ptr<NotificationCenter> m_notifications;
     std::unique_ptr<Clock> m_clock;

@@ -1,8 +1,11 @@
 #include "core/DesktopEntries.h"
 
+#include "core/Constants.h"
 #include "core/Logger.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 using namespace Qt::Literals::StringLiterals;
@@ -118,4 +121,33 @@ QString DesktopEntries::entryPath(const QString &appId) const
     if (!isSafeAppId(appId))
         return {};
     return applicationsFolder() + u"/sorvane-"_s + appId + u".desktop"_s;
+}
+
+QString DesktopEntries::installedSorvaneEntry() const
+{
+    // The base-directory rules: the default when unset or empty, relative entries ignored.
+    QString dataDirs = qEnvironmentVariable("XDG_DATA_DIRS");
+    if (dataDirs.isEmpty())
+        dataDirs = u"/usr/local/share:/usr/share"_s;
+    const QString name = u"/applications/"_s + Constants::SorvaneBundleIdentifier + u".desktop"_s;
+    for (const QString &folder : dataDirs.split(u':', Qt::SkipEmptyParts)) {
+        if (QDir::isAbsolutePath(folder) && QDir::cleanPath(folder) != dataHome() &&
+            QFileInfo(folder + name).isFile())
+            return QDir::cleanPath(folder + name);
+    }
+    return {};
+}
+
+DesktopEntries::SorvaneEntry DesktopEntries::updateSorvaneEntry(const QString &program, QString *error) const
+{
+    if (installedSorvaneEntry().isEmpty())
+        return writeSorvaneEntry(program, error) ? SorvaneEntry::Written : SorvaneEntry::Failed;
+    const QString own = applicationsFolder() + u"/sorvane.desktop"_s;
+    const QFileInfo ownEntry(own);
+    if ((ownEntry.exists() || ownEntry.isSymLink()) && !QFile::remove(own)) {
+        if (error)
+            *error = u"%1 cannot be removed"_s.arg(own);
+        return SorvaneEntry::Failed;
+    }
+    return SorvaneEntry::Installed;
 }

@@ -60,6 +60,14 @@ public:
     // Sorvane's own entry, "sorvane.desktop": starts `program` with a link and handles the
     // "sorvane:" scheme.
     bool writeSorvaneEntry(const QString &program, QString *error = nullptr) const;
+    // The entry an installed Sorvane brings, "com.ondrel.sorvane.desktop", in a folder of
+    // $XDG_DATA_DIRS where the menu finds it; empty when there is none.
+    QString installedSorvaneEntry() const;
+    enum class SorvaneEntry { Written, Installed, Failed };
+    // Keeps one menu entry for Sorvane: the installed one when there is one (a "sorvane.desktop"
+    // written earlier is then removed, so that Sorvane is not listed twice), else ours for
+    // `program`.
+    SorvaneEntry updateSorvaneEntry(const QString &program, QString *error = nullptr) const;
 
 private:
     QString dataHome() const;

@@ -10,6 +10,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QList>
+
+#include <utility>
 
 namespace {
 
@@ -48,7 +51,7 @@ bool LaunchProgramInstaller::installLaunchProgram(const QString &bundlePath, con
         return fail(error, QStringLiteral("The folder %1 could not be created.").arg(folder));
 
     QByteArray program;
-    const QString launcher = m_context.resourcesFolder() + u'/' + LauncherName;
+    const QString launcher = m_context.programsFolder() + u'/' + LauncherName;
     if (QFileInfo(launcher).isFile()) {
         QFile file(launcher);
         if (!file.open(QIODevice::ReadOnly))
@@ -67,17 +70,19 @@ bool LaunchProgramInstaller::installLaunchProgram(const QString &bundlePath, con
 
 bool LaunchProgramInstaller::installHelperFiles(const QString &bundlePath, SNError *error) const
 {
-    const QString resources = m_context.resourcesFolder();
     const QString destination = bundlePath + QStringLiteral("/Contents/Resources");
-    QStringList items{HelperBundleName, EngineScriptName};
+    // The script is data; the helper app and the tool stand-ins are programs, which an installed
+    // Sorvane keeps in a folder of their own.
+    QList<std::pair<QString, QString>> items{{HelperBundleName, m_context.programsFolder()},
+                                             {EngineScriptName, m_context.resourcesFolder()}};
     if (!Platform::isMac())
-        items.append(CompatFolderName);
+        items.append({CompatFolderName, m_context.programsFolder()});
 
-    for (const QString &item : std::as_const(items)) {
-        const QFileInfo source(resources + u'/' + item);
+    for (const auto &[item, folder] : std::as_const(items)) {
+        const QFileInfo source(folder + u'/' + item);
         if (!source.exists())
             return fail(
-                error, QStringLiteral("%1 is missing from the Sorvane resources (%2).").arg(item, resources));
+                error, QStringLiteral("%1 is missing from the Sorvane resources (%2).").arg(item, folder));
         // A regeneration copies over the last one; what it left in the way is replaced, not
         // written through.
         if (const std::optional<QString> detail =

@@ -1,5 +1,6 @@
 #include "CliSandbox.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -189,3 +190,63 @@ TEST(Cli, EveryCommandAnswersBadUsageWithItsUsageError)
         EXPECT_LE(bare.exitCode, 2) << bare.err.constData();
     }
 }
+
+#ifdef SORVANE_CLI_DOCS
+// The description scripts read (`sorvane --help --json`) says what the help texts say, and the
+// manual page and bash completion made from it offer every command and option.
+TEST(Cli, HelpDescriptionManualAndCompletionCoverEveryOption)
+{
+    const CliSandbox cli;
+    const CliRun described = cli.sorvane({u"--help"_s, u"--json"_s});
+    ASSERT_EQ(described.exitCode, 0) << described.err.constData();
+    const QJsonObject all = QJsonDocument::fromJson(described.out).object();
+    const QJsonArray commands = all.value(u"commands"_s).toArray();
+    const QString overview = QString::fromUtf8(cli.sorvane({u"--help"_s}).out);
+    ASSERT_FALSE(commands.isEmpty()) << described.out.constData();
+
+    QFile manFile(u"" SORVANE_CLI_DOCS "/sorvane.1"_s);
+    ASSERT_TRUE(manFile.open(QIODevice::ReadOnly));
+    // Roff escapes its hyphens; the page is compared in the program's own spelling.
+    const QString manual = QString::fromUtf8(manFile.readAll()).replace(u"\\-"_s, u"-"_s);
+    const QString completion = u"" SORVANE_CLI_DOCS "/sorvane.bash"_s;
+    // What bash offers for the words typed so far, one run per command.
+    const auto complete = [&](const QList<QStringList> &typed) {
+        QString script = u"source \"$1\"\n"_s;
+        for (const QStringList &words : typed) {
+            script += u"COMP_WORDS=(%1); COMP_CWORD=%2; COMPREPLY=(); _sorvane; echo \"${COMPREPLY[*]}\"\n"_s.arg(
+                words.join(u' '), QString::number(words.size() - 1));
+        }
+        const CliRun run = CliSandbox::run(u"/bin/bash"_s, {u"-c"_s, script, u"bash"_s, completion}, cli.environment);
+        return QString::fromUtf8(run.out).split(u'\n', Qt::SkipEmptyParts);
+    };
+
+    for (const QJsonValue &value : commands) {
+        const QJsonObject command = value.toObject();
+        const QString name = command.value(u"command"_s).toString();
+        SCOPED_TRACE(name.toStdString());
+        EXPECT_TRUE(overview.contains(u"  "_s + name.leftJustified(15) + u' ' + command.value(u"description"_s).toString()));
+        EXPECT_TRUE(manual.contains(u".SS "_s + name + u'\n'));
+        EXPECT_TRUE(manual.contains(command.value(u"usage"_s).toString().section(u' ', 2)));
+
+        // A plain run of the command's --help holds each option's description, wrapped.
+        const QString help = QString::fromUtf8(cli.sorvane({name, u"--help"_s}).out).simplified();
+        QList<QStringList> typed{{u"sorvane"_s, name.left(name.size() - 1)}};
+        QStringList offered;
+        for (const QJsonValue &each : command.value(u"options"_s).toArray()) {
+            const QJsonObject option = each.toObject();
+            const QString description = option.value(u"description"_s).toString();
+            const QString longName = option.value(u"names"_s).toArray().last().toString();
+            EXPECT_FALSE(description.isEmpty()) << longName.toStdString();
+            EXPECT_TRUE(help.contains(description)) << description.toStdString();
+            EXPECT_TRUE(manual.contains(description.section(u' ', 0, 3))) << description.toStdString();
+            typed.append({u"sorvane"_s, name, u"--"_s + longName.left(longName.size() - 1)});
+            offered.append(u"--"_s + longName);
+        }
+        const QStringList completed = complete(typed);
+        ASSERT_EQ(completed.size(), typed.size()) << completed.join(u" | "_s).toStdString();
+        EXPECT_TRUE(completed.first().split(u' ').contains(name)) << completed.first().toStdString();
+        for (qsizetype i = 0; i < offered.size(); ++i)
+            EXPECT_TRUE(completed.at(i + 1).split(u' ').contains(offered.at(i))) << completed.at(i + 1).toStdString();
+    }
+}
+#endif

@@ -1,6 +1,7 @@
 #include "core/DesktopEntries.h"
 #include "support/TestContext.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -124,3 +125,67 @@ TEST(DesktopEntriesTest, SorvanesOwnEntryStartsTheDesktopProgramWithSorvaneLinks
     EXPECT_TRUE(lines.contains(u"MimeType=x-scheme-handler/sorvane;"_s)) << lines.join(u'\n').toStdString();
     EXPECT_TRUE(lines.contains(u"Exec=\"/opt/So \\$orvane/sorvane-desktop\" %u"_s)) << lines.join(u'\n').toStdString();
 }
+
+// Where an installed Sorvane's entry lies decides whether the desktop app keeps one of its own.
+struct SorvaneEntryCase
+{
+    const char *name;
+    QString installedIn; // the data folder holding applications/com.ondrel.sorvane.desktop; none when empty
+    QString dataDirs;    // XDG_DATA_DIRS
+    DesktopEntries::SorvaneEntry expected;
+};
+
+class SorvaneEntryTest : public ::testing::TestWithParam<SorvaneEntryCase>
+{
+};
+
+TEST_P(SorvaneEntryTest, OnlyAnInstalledEntryTheMenuFindsReplacesOurs)
+{
+    const SorvaneEntryCase &param = GetParam();
+    TestContext test;
+    const DesktopEntries entries(test.context());
+    // "<root>" is the test's folder, "<relative>" the same from the working folder, "<data>" the
+    // user's data home.
+    const auto place = [&](QString path) {
+        return path.replace(u"<root>"_s, test.root())
+            .replace(u"<relative>"_s, QDir::current().relativeFilePath(test.root()))
+            .replace(u"<data>"_s, qEnvironmentVariable("XDG_DATA_HOME"));
+    };
+    const QByteArray savedDataDirs = qgetenv("XDG_DATA_DIRS");
+    qputenv("XDG_DATA_DIRS", place(param.dataDirs).toUtf8());
+    if (!param.installedIn.isEmpty())
+        writeFile(place(param.installedIn) + u"/applications/com.ondrel.sorvane.desktop"_s, "x");
+    // An entry an earlier run wrote, from before the package was installed.
+    const QString own = entries.applicationsFolder() + u"/sorvane.desktop"_s;
+    writeFile(own, "earlier");
+
+    QString error;
+    const DesktopEntries::SorvaneEntry result = entries.updateSorvaneEntry(u"/opt/sorvane/sorvane-desktop"_s, &error);
+    qputenv("XDG_DATA_DIRS", savedDataDirs);
+
+    EXPECT_EQ(result, param.expected) << error.toStdString();
+    if (param.expected == DesktopEntries::SorvaneEntry::Installed) {
+        EXPECT_FALSE(QFileInfo::exists(own));
+    } else {
+        const QStringList lines = readEntry(readAll(own));
+        EXPECT_TRUE(lines.contains(u"Exec=\"/opt/sorvane/sorvane-desktop\" %u"_s)) << lines.join(u'\n').toStdString();
+    }
+    if (!param.installedIn.isEmpty())
+        QFile::remove(place(param.installedIn) + u"/applications/com.ondrel.sorvane.desktop"_s);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    DesktopEntries, SorvaneEntryTest,
+    ::testing::Values(
+        SorvaneEntryCase{"InstalledInADataFolder", u"<root>/usr/share"_s, u"<root>/elsewhere:<root>/usr/share"_s,
+                         DesktopEntries::SorvaneEntry::Installed},
+        SorvaneEntryCase{"NothingInstalled", {}, u"<root>/usr/share"_s, DesktopEntries::SorvaneEntry::Written},
+        // A prefix the menu does not read (moved, or never added to the data folders).
+        SorvaneEntryCase{"InstalledOutsideTheDataFolders", u"<root>/moved/share"_s, u"<root>/usr/share"_s,
+                         DesktopEntries::SorvaneEntry::Written},
+        // The base-directory rules ignore a relative folder.
+        SorvaneEntryCase{"RelativeDataFolder", u"<root>/usr/share"_s, u"<relative>/usr/share"_s,
+                         DesktopEntries::SorvaneEntry::Written},
+        // The user's own data home listed among the system folders is still the user's.
+        SorvaneEntryCase{"OnlyInTheUsersDataHome", u"<data>"_s, u"<data>"_s, DesktopEntries::SorvaneEntry::Written}),
+    [](const ::testing::TestParamInfo<SorvaneEntryCase> &row) { return std::string(row.param.name); });
