@@ -23,9 +23,9 @@ function(sorvane_target_defaults target)
     target_compile_definitions(${target} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER)
     if(SORVANE_PRECOMPILED_HEADERS)
-        # Qt's headers are most of what every file compiles; parsing them once per target roughly
-        # halves a clean build on a small machine.
-        target_precompile_headers(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/QtPrecompiled.h)
+        # Qt's (and in tests GoogleTest's) headers are most of what every file compiles; parsing
+        # them once per target roughly halves a clean build on a small machine.
+        target_precompile_headers(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/Precompiled.h)
     endif()
 endfunction()
 

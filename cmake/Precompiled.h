@@ -1,5 +1,6 @@
-// The Qt headers most of Sorvane's files include, precompiled once per target. Targets that do not
-// use Qt (the small programs copied into bundles) get an empty header.
+// The headers most of Sorvane's files include, precompiled once per target: Qt's, and for test
+// programs GoogleTest's. Targets that do not use Qt (the small programs copied into bundles) get an
+// empty header.
 #pragma once
 #if defined(__cplusplus) && __has_include(<QtCore/QString>)
 #include <QtCore/QByteArray>
@@ -21,4 +22,8 @@
 #include <QtCore/QUrl>
 #include <QtCore/QVariant>
 #include <QtCore/QVariantMap>
+#if defined(SORVANE_PRECOMPILE_GTEST)
+#include <QtCore/QProcess>
+#include <gtest/gtest.h>
+#endif
 #endif
