@@ -2,8 +2,8 @@
 
 #include "core/Context.h"
 #include "core/ProcessRunner.h"
-#include "core/SNBulkApp.h"
-#include "generation/ApplicationManager.h"
+#include "core/AppDefinition.h"
+#include "generation/CreateAppsJob.h"
 #include "core/UserDefaults.h"
 
 #include <QDir>
@@ -53,21 +53,22 @@ public:
 inline QStringList createApps(BenchHome &home, const QString &folder, int count)
 {
     using namespace Qt::Literals::StringLiterals;
-    ApplicationManager manager(home.context());
-    manager.definition().applicationType = 5; // chromium
-    manager.definition().applicationsPath = folder;
+    CreateAppsRequest request{{}, 5 /* chromium */, folder, WhenNameTaken::Ask, {}};
     for (int i = 0; i < count; ++i) {
-        SNBulkApp entry;
+        AppDefinition entry;
         entry.appName = u"App %1"_s.arg(i);
         entry.appURL = u"https://mail.example.org/inbox"_s;
-        entry.tabbedApp = true;
+        entry.needTab = true;
         entry.tabsList = {SNTabModel(u"https://mail.example.org/inbox"_s), SNTabModel(u"https://cal.example.org/"_s)};
-        entry.whitelistingEnabled = true;
-        manager.bulkApps.append(entry);
+        entry.isWhitelistingEnabled = true;
+        request.apps.append(entry);
     }
-    manager.create(false);
+    CreateAppsJob job(home.context(), request);
+    job.exec();
     QStringList paths;
-    for (const SNBulkApp &made : manager.bulkInstalledApps)
-        paths.append(folder + u'/' + made.appName + u".app"_s);
+    for (const CreateAppsJob::Outcome &made : job.outcomes()) {
+        if (made.created)
+            paths.append(made.created->bundlePath);
+    }
     return paths;
 }

@@ -11,9 +11,10 @@
 
 #include "core/Context.h"
 #include "core/Logger.h"
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 #include "core/UserDefaults.h"
-#include "generation/ApplicationManager.h"
+#include "generation/CreateAppJob.h"
+#include "generation/CreateAppsJob.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -30,12 +31,12 @@ namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-SNBulkApp app(const QString &name, const SNImage &icon = {})
+AppDefinition app(const QString &name, const SNImage &icon = {})
 {
-    SNBulkApp entry;
+    AppDefinition entry;
     entry.appName = name;
     entry.appURL = u"https://mail.example.org/inbox"_s;
-    entry.whitelistingEnabled = true;
+    entry.isWhitelistingEnabled = true;
     entry.appIcon = icon;
     return entry;
 }
@@ -53,17 +54,15 @@ SNImage iconOfSize(const QString &folder, int size)
 void CreateOne(benchmark::State &state)
 {
     BenchHome home;
-    ApplicationManager manager(home.context());
-    manager.definition().applicationType = 5; // chromium
-    manager.definition().applicationsPath = home.folder(u"Apps"_s);
     QDir().mkpath(home.folder(u"icons"_s));
     const SNImage icon = iconOfSize(home.folder(u"icons"_s), static_cast<int>(state.range(0)));
     int number = 0;
     for (auto _ : state) {
-        manager.bulkApps = {app(u"Mail %1"_s.arg(++number), icon)};
-        bool made = false;
-        manager.create(false, [&](bool result) { made = result; });
-        if (!made)
+        CreateAppRequest request{app(u"Mail %1"_s.arg(++number), icon), {}, WhenNameTaken::Ask, {}};
+        request.app.applicationType = 5; // chromium
+        request.app.applicationsPath = home.folder(u"Apps"_s);
+        CreateAppJob job(home.context(), request);
+        if (!job.exec())
             state.SkipWithError("creation failed");
     }
 }
@@ -73,14 +72,11 @@ void Bulk100(benchmark::State &state)
     BenchHome home;
     int run = 0;
     for (auto _ : state) {
-        ApplicationManager manager(home.context());
-        manager.definition().applicationType = 5;
-        manager.definition().applicationsPath = home.folder(u"Run %1"_s.arg(++run));
+        CreateAppsRequest request{{}, 5, home.folder(u"Run %1"_s.arg(++run)), WhenNameTaken::Ask, {}};
         for (int i = 0; i < 100; ++i)
-            manager.bulkApps.append(app(u"App %1"_s.arg(i)));
-        bool made = false;
-        manager.create(false, [&](bool result) { made = result; });
-        if (!made || manager.bulkInstalledApps.size() != 100)
+            request.apps.append(app(u"App %1"_s.arg(i)));
+        CreateAppsJob job(home.context(), request);
+        if (!job.exec() || job.outcomes().size() != 100)
             state.SkipWithError("bulk creation failed");
     }
 }

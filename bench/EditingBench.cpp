@@ -10,7 +10,7 @@
 
 #include "editing/AppEditor.h"
 #include "editing/SNExporter.h"
-#include "editing/SNImporter.h"
+#include "editing/ImportAppSetJob.h"
 
 
 namespace {
@@ -20,7 +20,7 @@ using namespace Qt::Literals::StringLiterals;
 // Edits one app over and over, each round applying `change` to its definition with the round's
 // parity (so that every round really changes something): what a user's edit costs, reading
 // included.
-void EditRounds(benchmark::State &state, const std::function<void(SNBulkApp &, bool odd)> &change)
+void EditRounds(benchmark::State &state, const std::function<void(AppDefinition &, bool odd)> &change)
 {
     BenchHome home;
     home.context().setProcessRunner(std::make_unique<StubbedEngineScript>());
@@ -43,12 +43,12 @@ void EditRounds(benchmark::State &state, const std::function<void(SNBulkApp &, b
 
 void LiveOnlyEdit(benchmark::State &state)
 {
-    EditRounds(state, [](SNBulkApp &app, bool odd) { app.accentColor = odd ? u"1E90FF"_s : u"00AA00"_s; });
+    EditRounds(state, [](AppDefinition &app, bool odd) { app.accentColor = odd ? u"1E90FF"_s : u"00AA00"_s; });
 }
 
 void Rename(benchmark::State &state)
 {
-    EditRounds(state, [](SNBulkApp &app, bool odd) { app.appName = odd ? u"Renamed App"_s : u"App 0"_s; });
+    EditRounds(state, [](AppDefinition &app, bool odd) { app.appName = odd ? u"Renamed App"_s : u"App 0"_s; });
 }
 
 void ExportApps(benchmark::State &state)
@@ -74,8 +74,12 @@ void ImportApps(benchmark::State &state)
     const std::optional<QString> file = SNExporter::save(exporter.exportConfig(exporter.rows()), home.folder(u"set"_s), &error);
     int run = 0;
     for (auto _ : state) {
-        SNImporter importer(home.context(), {home.folder(u"Imported %1"_s.arg(++run)), false, false});
-        if (!file || !importer.importConfig(*file, &error) || importer.outcomes().size() != state.range(0))
+        if (!file) {
+            state.SkipWithError("export failed");
+            break;
+        }
+        ImportAppSetJob importer(home.context(), *file, {home.folder(u"Imported %1"_s.arg(++run)), false, false});
+        if (!importer.exec() || importer.outcomes().size() != state.range(0))
             state.SkipWithError("import failed");
     }
 }

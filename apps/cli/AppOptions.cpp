@@ -6,7 +6,7 @@
 #include "Command.h"
 
 #include "core/Context.h"
-#include "generation/ApplicationManager.h"
+#include "generation/AppCreator.h"
 #include "generation/DefinitionValidator.h"
 #include "generation/ProfileSeeder.h"
 #include "generation/SNAppScriptHelper.h"
@@ -133,24 +133,24 @@ std::optional<QVariantMap> defaultDestinationFromOptions(const QCommandLineParse
     return destination;
 }
 
-std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error)
+std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &parser, QString *error)
 {
     const auto refuse = [error](const QString &text) {
         *error = text;
         return std::nullopt;
     };
-    SNBulkApp app;
+    AppDefinition app;
     app.appName = parser.value(u"name"_s);
     const QStringList tabs = parser.values(u"tab"_s);
     for (const QString &tab : tabs)
         app.tabsList.append(SNTabModel(tab));
-    app.tabbedApp = !tabs.isEmpty();
-    app.appURL = app.tabbedApp ? tabs.constFirst() : parser.value(u"url"_s);
-    app.creationPath = parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString();
+    app.needTab = !tabs.isEmpty();
+    app.appURL = app.needTab ? tabs.constFirst() : parser.value(u"url"_s);
+    app.applicationsPath = parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString();
     app.incognito = parser.isSet(u"incognito"_s);
     app.forceDarkMode = parser.isSet(u"dark"_s);
     app.registerAsBrowser = parser.isSet(u"register-as-browser"_s);
-    app.whitelistingEnabled = parser.isSet(u"routing"_s);
+    app.isWhitelistingEnabled = parser.isSet(u"routing"_s);
     app.restoreSession = !parser.isSet(u"no-restore-session"_s);
     app.passwordManagerCompatibility = parser.isSet(u"password-manager-compatibility"_s);
     app.accentColor = parser.value(u"accent"_s);
@@ -213,18 +213,12 @@ int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *e
     return number;
 }
 
-bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
-                 QString *error)
-{
-    return ProfileChoice::apply(manager, profileKey, extensions, error);
-}
-
 bool iconSearchWanted(const QCommandLineParser &parser)
 {
     return !parser.isSet(u"no-icon-search"_s) && qEnvironmentVariableIsEmpty("SORVANE_NO_ICON_SEARCH");
 }
 
-void findSiteIcon(SNBulkApp &app, const QCommandLineParser &parser)
+void findSiteIcon(AppDefinition &app, const QCommandLineParser &parser)
 {
     const QString address = SNFaviconHelper::normalisedAddress(app.appURL.trimmed());
     if (!app.appIcon.isNull() || address.isEmpty())
@@ -241,9 +235,8 @@ void findSiteIcon(SNBulkApp &app, const QCommandLineParser &parser)
     Command::printNote(u"icon: %1 (%2x%3)"_s.arg(found.sourceText()).arg(size.width()).arg(size.height()), parser);
 }
 
-QVariantMap createdApp(const ApplicationManager &manager)
+QVariantMap createdApp(const CreatedApp &created)
 {
-    const CreatedApp &created = manager.created();
     return {{u"appID"_s, created.appID},
             {u"uniqueID"_s, created.uniqueID},
             {u"path"_s, created.bundlePath},

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QCommandLineParser>
 #include <QString>
@@ -8,7 +8,7 @@
 
 #include <optional>
 
-class ApplicationManager;
+struct CreatedApp;
 class Context;
 
 // The app-definition options of `sorvane create`, and the checks every definition passes before
@@ -18,7 +18,7 @@ namespace AppOptions {
 void addCreateOptions(QCommandLineParser &parser);
 
 // The definition given by the options, or nothing with the error.
-std::optional<SNBulkApp> definitionFromOptions(const QCommandLineParser &parser, QString *error);
+std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &parser, QString *error);
 
 // The routing rules of --allow and --route, in the order given, or nothing with the error.
 std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error);
@@ -36,9 +36,6 @@ int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *e
 // The catalogue number of a browser key, or -1 with the error naming the field.
 int browserNumber(const QString &key, QString *error);
 
-// Fills the manager's profile seeding from a profile of the installed browser.
-bool loadProfile(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
-                 QString *error);
 
 // Whether creation looks for a site's icon: not with --no-icon-search, nor when the environment
 // sets SORVANE_NO_ICON_SEARCH (test and demo runs, which must stay off the network).
@@ -46,10 +43,10 @@ bool iconSearchWanted(const QCommandLineParser &parser);
 
 // Gives a definition without an icon the site's own, searched for at most five seconds; when
 // there is none (or no network), one line says that the app gets the default icon.
-void findSiteIcon(SNBulkApp &app, const QCommandLineParser &parser);
+void findSiteIcon(AppDefinition &app, const QCommandLineParser &parser);
 
 // What `--json` reports of the app the manager made last: appID, uniqueID, path and linkRouting
 // (null when the app has no companion, so nothing to route).
-QVariantMap createdApp(const ApplicationManager &manager);
+QVariantMap createdApp(const CreatedApp &created);
 
 } // namespace AppOptions

@@ -7,7 +7,7 @@
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "editing/SNBulkAppsManager.h"
-#include "generation/ApplicationManager.h"
+#include "generation/CreateAppsJob.h"
 #include "generation/DefinitionValidator.h"
 
 #include <QFile>
@@ -66,14 +66,14 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
     const QString baseFolder = QFileInfo(path).absolutePath();
     const DefinitionValidator validator(context, baseFolder);
     const QJsonArray entries = document.array();
-    QList<std::optional<SNBulkApp>> parsed;
+    QList<std::optional<AppDefinition>> parsed;
     QStringList parseErrors;
     SNBulkAppsManager list(context);
     QList<qsizetype> listEntries; // the entry of each row of `list`
     for (qsizetype i = 0; i < entries.size(); ++i) {
         error.clear();
         parsed.append(entries.at(i).isObject()
-                          ? SNBulkApp::fromDictionary(entries.at(i).toObject().toVariantMap(), baseFolder, &error)
+                          ? AppDefinition::fromDictionary(entries.at(i).toObject().toVariantMap(), baseFolder, &error)
                           : std::nullopt);
         parseErrors.append(entries.at(i).isObject() ? error : u"not an object"_s);
         if (parsed.last()) {
@@ -100,11 +100,11 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         return Failure;
     }
 
-    QList<SNBulkApp> apps;
+    QList<AppDefinition> apps;
     QStringList labels;
     bool allGood = true;
     for (qsizetype i = 0; i < entries.size(); ++i) {
-        std::optional<SNBulkApp> &app = parsed[i];
+        std::optional<AppDefinition> &app = parsed[i];
         error = parseErrors.at(i);
         if (app && validator.validate(*app, &error)) {
             // Each entry without an icon gets its site's, bounded like a single creation.
@@ -118,24 +118,25 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         }
     }
 
-    context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
-    ApplicationManager manager(context);
-    manager.definition().applicationType = browser;
-    if (parser.isSet(u"into"_s))
-        manager.definition().applicationsPath = QDir(parser.value(u"into"_s)).absolutePath();
-    manager.bulkApps = apps;
+    CliPrompter prompter(parser.isSet(u"replace"_s));
+    CreateAppsJob job(context, {apps, browser,
+                                parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
+                                parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
+                                QDir::currentPath()});
+    job.setPrompter(&prompter);
     const bool terminal = isatty(STDERR_FILENO) && !parser.isSet(u"quiet"_s) && !parser.isSet(u"json"_s);
     QVariantList results;
-    manager.bulkProgress = [&](qsizetype index, bool made) {
-        if (made)
-            results.append(AppOptions::createdApp(manager));
+    // Run with exec(), so each outcome is complete when its app is announced.
+    QObject::connect(&job, &CreateAppsJob::appFinished, [&](qsizetype index) {
+        const CreateAppsJob::Outcome &outcome = job.outcomes().at(index);
+        if (outcome.created)
+            results.append(AppOptions::createdApp(*outcome.created));
         else
-            printError(u"%1: not created"_s.arg(labels.at(index)));
+            printError(u"%1: not created: %2"_s.arg(labels.at(index), outcome.error));
         if (terminal)
-            QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(apps.size()).arg(manager.definition().appName);
-    };
-    bool allMade = true;
-    manager.create(parser.isSet(u"keep-both"_s), [&](bool made) { allMade = made; });
+            QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(apps.size()).arg(outcome.app.appName);
+    });
+    const bool allMade = job.exec();
 
     if (parser.isSet(u"json"_s)) {
         printJson(results);

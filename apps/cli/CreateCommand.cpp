@@ -6,7 +6,8 @@
 
 #include "core/Context.h"
 #include "core/Logger.h"
-#include "generation/ApplicationManager.h"
+#include "editing/ProfileChoice.h"
+#include "generation/CreateAppJob.h"
 #include "generation/DefinitionValidator.h"
 
 #include <QDir>
@@ -46,7 +47,7 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(error);
         return Failure;
     }
-    std::optional<SNBulkApp> app = AppOptions::definitionFromOptions(parser, &error);
+    std::optional<AppDefinition> app = AppOptions::definitionFromOptions(parser, &error);
     if (!app || !DefinitionValidator(context, QDir::currentPath()).validate(*app, &error)) {
         printError(error);
         return Failure;
@@ -54,28 +55,28 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
     if (!parser.isSet(u"icon"_s) && AppOptions::iconSearchWanted(parser))
         AppOptions::findSiteIcon(*app, parser);
 
-    context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
-    ApplicationManager manager(context);
-    manager.definition().applicationType = browser;
+    app->applicationType = browser;
+    ProfileSource profile;
     if (parser.isSet(u"profile"_s) &&
-        !AppOptions::loadProfile(manager, parser.value(u"profile"_s), parser.values(u"extension"_s), &error)) {
+        !ProfileChoice::apply(context, *app, profile, parser.value(u"profile"_s), parser.values(u"extension"_s), &error)) {
         printError(error);
         return Failure;
     }
     std::optional<DataImportOption::Request> dataImport;
-    if (!DataImportOption::fromOptions(parser, manager, &dataImport, &error)) {
+    if (!DataImportOption::fromOptions(parser, context, *app, profile, &dataImport, &error)) {
         printError(error);
         return Failure;
     }
-    manager.bulkApps = {*app};
-    QVariantMap result;
-    manager.bulkProgress = [&](qsizetype, bool made) {
-        if (made)
-            result = AppOptions::createdApp(manager);
-    };
-    manager.create(parser.isSet(u"keep-both"_s));
-    if (result.isEmpty())
+    CliPrompter prompter(parser.isSet(u"replace"_s));
+    CreateAppJob job(context, {*app, profile,
+                               parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
+                               QDir::currentPath()});
+    job.setPrompter(&prompter);
+    if (!job.exec()) {
+        printError(job.errorText());
         return Failure;
+    }
+    QVariantMap result = AppOptions::createdApp(job.result());
     bool imported = true;
     if (dataImport) {
         const ImportSummary summary = DataImportOption::run(*dataImport, result.value(u"path"_s).toString());

@@ -3,32 +3,34 @@
 #include "core/BrowserCatalogue.h"
 #include "core/BrowserLocator.h"
 #include "core/Context.h"
+#include "editing/ImportBrowserDataJob.h"
 #include "core/Logger.h"
 #include "core/UserDefaults.h"
 #include "editing/BrowserDataImporter.h"
-#include "generation/ApplicationManager.h"
+#include "core/Context.h"
+#include "editing/ImportBrowserDataJob.h"
+#include "generation/AppCreator.h"
 #include "generation/DefinitionValidator.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace DataImportOption {
 
-bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &manager,
-                 std::optional<Request> *request, QString *error)
+bool fromOptions(const QCommandLineParser &parser, Context &context, const AppDefinition &app,
+                 const ProfileSource &profile, std::optional<Request> *request, QString *error)
 {
     request->reset();
     if (!parser.isSet(u"import-data"_s))
         return true;
     Request wanted;
-    const BrowserInfo &browser = BrowserCatalogue::byNumber(manager.definition().applicationType);
-    wanted.userDataFolder = BrowserLocator::installedUserDataFolder(browser, manager.context().homeFolder(),
-                                                                       manager.context().defaults());
-    wanted.profileKey = manager.definition().currentProfileKey;
+    const BrowserInfo &browser = BrowserCatalogue::byNumber(app.applicationType);
+    wanted.userDataFolder = BrowserLocator::installedUserDataFolder(browser, context.homeFolder(), context.defaults());
+    wanted.profileKey = app.currentProfileKey;
     for (const QString &part : parser.value(u"import-data"_s).split(u',')) {
         const QString name = part.trimmed();
         if (name == u"default"_s) {
             wanted.categories.append(ImportCategories::fromSavedList(
-                manager.context().defaults().value(u"defaultImportCategories"_s).toStringList()));
+                context.defaults().value(u"defaultImportCategories"_s).toStringList()));
             continue;
         }
         const std::optional<ImportCategory> category = ImportCategories::fromRawValue(name);
@@ -39,8 +41,8 @@ bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &man
         }
         wanted.categories.append(*category);
     }
-    if (manager.profileSource.preferenceJson)
-        wanted.extensions = SNExtensionDiscovery::offerableExtensions(*manager.profileSource.preferenceJson);
+    if (profile.preferenceJson)
+        wanted.extensions = SNExtensionDiscovery::offerableExtensions(*profile.preferenceJson);
 
     const BrowserDataImporter importer(wanted.userDataFolder);
     if (BrowserDataImporter::needsClosedBrowser(wanted.categories, wanted.extensions) && importer.sourceInUse()) {
@@ -55,11 +57,10 @@ bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &man
 
 ImportSummary run(const Request &request, const QString &bundlePath)
 {
-    const ImportSummary summary = BrowserDataImporter(request.userDataFolder)
-                                      .importData(request.profileKey, request.categories, request.extensions,
-                                                  bundlePath + u"/Contents/Profile/Default"_s);
-    Logger::log(u"📦 Browser data import: "_s + summary.description());
-    return summary;
+    ImportBrowserDataJob job({request.userDataFolder, request.profileKey, request.categories, request.extensions,
+                              bundlePath});
+    job.exec();
+    return job.summary();
 }
 
 } // namespace DataImportOption

@@ -10,7 +10,9 @@
 
 #include <optional>
 
-class ApplicationManager;
+class Context;
+struct AppDefinition;
+struct ProfileSource;
 
 // `create --import-data`: which of the source profile's data goes into the new app, checked before
 // anything is written, and the copy once the app exists.
@@ -24,11 +26,11 @@ struct Request
     QList<ImportableExtension> extensions; // the chosen ones (--extension)
 };
 
-// The import asked for, once the manager holds the chosen profile (AppOptions::loadProfile);
+// The import asked for, once `app` and `profile` hold the chosen profile (ProfileChoice);
 // nothing when none was asked for. False with the error when the categories are unknown or the
 // browser holds the data open.
-bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &manager,
-                 std::optional<Request> *request, QString *error);
+bool fromOptions(const QCommandLineParser &parser, Context &context, const AppDefinition &app,
+                 const ProfileSource &profile, std::optional<Request> *request, QString *error);
 
 // Copies into the app's own profile and logs the outcome.
 ImportSummary run(const Request &request, const QString &bundlePath);

@@ -20,20 +20,20 @@ struct Toggle
 {
     QString option;
     QString description;
-    bool SNBulkApp::*field;
+    bool AppDefinition::*field;
 };
 
 const QList<Toggle> &toggles()
 {
     static const QList<Toggle> list{
-        {u"incognito"_s, u"run the engine in incognito mode"_s, &SNBulkApp::incognito},
-        {u"tabbed"_s, u"open tabs instead of one app window"_s, &SNBulkApp::tabbedApp},
-        {u"dark"_s, u"force dark mode"_s, &SNBulkApp::forceDarkMode},
-        {u"register-as-browser"_s, u"offer the app as a web browser"_s, &SNBulkApp::registerAsBrowser},
-        {u"routing"_s, u"keep only the app's own sites in the app"_s, &SNBulkApp::whitelistingEnabled},
-        {u"restore-session"_s, u"reopen the last tabs at start"_s, &SNBulkApp::restoreSession},
+        {u"incognito"_s, u"run the engine in incognito mode"_s, &AppDefinition::incognito},
+        {u"tabbed"_s, u"open tabs instead of one app window"_s, &AppDefinition::needTab},
+        {u"dark"_s, u"force dark mode"_s, &AppDefinition::forceDarkMode},
+        {u"register-as-browser"_s, u"offer the app as a web browser"_s, &AppDefinition::registerAsBrowser},
+        {u"routing"_s, u"keep only the app's own sites in the app"_s, &AppDefinition::isWhitelistingEnabled},
+        {u"restore-session"_s, u"reopen the last tabs at start"_s, &AppDefinition::restoreSession},
         {u"password-manager-compatibility"_s, u"let password managers recognise the app"_s,
-         &SNBulkApp::passwordManagerCompatibility},
+         &AppDefinition::passwordManagerCompatibility},
     };
     return list;
 }
@@ -113,7 +113,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     }
 
     AppEditor::Change change{*original, {}, parser.isSet(u"restore-backup"_s)};
-    SNBulkApp &app = change.edited.appItem;
+    AppDefinition &app = change.edited.appItem;
     if (parser.isSet(u"name"_s))
         app.appName = parser.value(u"name"_s);
     if (parser.isSet(u"icon"_s)) {
@@ -126,7 +126,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     }
     if (parser.isSet(u"url"_s)) {
         app.appURL = parser.value(u"url"_s);
-        app.tabbedApp = false;
+        app.needTab = false;
         app.tabsList.clear();
     }
     if (parser.isSet(u"tab"_s)) {
@@ -134,7 +134,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         for (const QString &tab : parser.values(u"tab"_s))
             app.tabsList.append(SNTabModel(tab));
         app.appURL = app.tabsList.constFirst().tabUrlString;
-        app.tabbedApp = true;
+        app.needTab = true;
     }
     for (const Toggle &toggle : toggles()) {
         if (parser.isSet(toggle.option))
@@ -142,7 +142,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         else if (parser.isSet(u"no-"_s + toggle.option))
             app.*toggle.field = false;
     }
-    if (!app.tabbedApp)
+    if (!app.needTab)
         app.tabsList.clear(); // a single-window app has its address only
     else if (app.tabsList.isEmpty())
         app.tabsList.append(SNTabModel(app.appURL));

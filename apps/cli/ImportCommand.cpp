@@ -3,7 +3,7 @@
 #include "CliPrompter.h"
 
 #include "core/Context.h"
-#include "editing/SNImporter.h"
+#include "editing/ImportAppSetJob.h"
 #include "generation/DefinitionValidator.h"
 
 #include <QDir>
@@ -29,17 +29,18 @@ QList<QStringList> ImportCommand::exclusiveOptions() const
 int ImportCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane import: "_s;
-    context.setPrompter(std::make_unique<CliPrompter>(parser.isSet(u"replace"_s)));
-    SNImporter importer(context, {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
-                                  parser.isSet(u"keep-both"_s), parser.isSet(u"allow-missing-browser"_s)});
-    QString error;
-    if (!importer.importConfig(parser.positionalArguments().constFirst(), &error)) {
-        printError(usage + error);
+    CliPrompter prompter(parser.isSet(u"replace"_s));
+    ImportAppSetJob importer(context, parser.positionalArguments().constFirst(),
+                             {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
+                              parser.isSet(u"keep-both"_s), parser.isSet(u"allow-missing-browser"_s)});
+    importer.setPrompter(&prompter);
+    if (!importer.exec() && !importer.fileRead()) {
+        printError(usage + importer.errorText());
         return Failure;
     }
     QVariantList created;
     QVariantList refused;
-    for (const SNImporter::Outcome &outcome : importer.outcomes()) {
+    for (const ImportAppSetJob::Outcome &outcome : importer.outcomes()) {
         if (outcome.made) {
             created.append(outcome.created);
             if (!parser.isSet(u"json"_s))

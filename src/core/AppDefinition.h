@@ -10,8 +10,9 @@
 
 #include <optional>
 
-// Everything that describes one generated app while it is being made: the generation manager's
-// properties. Field names are the names the configuration file and the rest of the system use.
+// Everything that describes one generated app: what the command line, a bulk list, an app set,
+// the wizard and the editor hand to the operations, and what an app's configuration file holds.
+// Field names are the configuration file's keys.
 struct AppDefinition
 {
     QString appName;
@@ -31,5 +32,17 @@ struct AppDefinition
     QString accentColor;                   // empty when none
     QString currentProfileKey;             // browser profile to copy from, e.g. "Default"
     QStringList selectedExtensions;        // extension ids copied from that profile
-    QString applicationsPath;              // folder the bundle is created in
+    QString applicationsPath;              // folder the bundle is created in; empty for the user's
+
+    // Reads the dictionary form of a bulk list or an app set entry ("appName", "appURL",
+    // "creationPath", "tabbedApp", "whitelistingEnabled", "tabsList", ...). Unknown keys are
+    // ignored; a key of the wrong type is an error naming the field. `appIcon` is image data, or a
+    // string naming an image file (relative names are looked up in `baseFolder`); `tabsList` holds
+    // addresses or {"tabUrlString": ...}.
+    static std::optional<AppDefinition> fromDictionary(const QVariantMap &dictionary, const QString &baseFolder,
+                                                       QString *error);
+
+    // What every app is made with, applied in place: an incognito app is tabbed, an app with tabs
+    // is tabbed, and a tabbed app has at least its start page as a tab.
+    void applyTabRules();
 };

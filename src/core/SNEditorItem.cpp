@@ -35,7 +35,7 @@ std::optional<SNEditorItem> SNEditorItem::initWithDictionary(const QVariantMap &
         return fail(QStringLiteral("appId: is missing."));
 
     const QString base = item.path.isEmpty() ? QString() : QFileInfo(item.path).absolutePath();
-    auto definition = SNBulkApp::fromDictionary(appItem.toMap(), base, error);
+    auto definition = AppDefinition::fromDictionary(appItem.toMap(), base, error);
     if (!definition)
         return std::nullopt;
     item.appItem = std::move(*definition);
@@ -46,7 +46,7 @@ std::optional<SNEditorItem> SNEditorItem::initWithDictionary(const QVariantMap &
     return item;
 }
 
-SNEditorItem SNEditorItem::initWithAppItem(const SNAppItem &item, const SNBulkApp &definition)
+SNEditorItem SNEditorItem::initWithAppItem(const SNAppItem &item, const AppDefinition &definition)
 {
     SNEditorItem editor;
     editor.appItem = definition;

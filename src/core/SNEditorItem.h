@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/SNAppItem.h"
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QString>
 #include <QVariantMap>
@@ -12,7 +12,7 @@
 class SNEditorItem final
 {
 public:
-    SNBulkApp appItem;
+    AppDefinition appItem;
     bool installed = false;   // the bundle exists on disk
     QString appId;            // registry identifier
     QString path;             // bundle path, ending in <Name>.app
@@ -25,5 +25,5 @@ public:
     // optionally "installed"; `installed` defaults to whether the bundle exists.
     static std::optional<SNEditorItem> initWithDictionary(const QVariantMap &dictionary, QString *error = nullptr);
     // The app of a list row, with its definition as read back (SNRecentAppsManager::editorItem).
-    static SNEditorItem initWithAppItem(const SNAppItem &item, const SNBulkApp &definition);
+    static SNEditorItem initWithAppItem(const SNAppItem &item, const AppDefinition &definition);
 };

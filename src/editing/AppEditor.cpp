@@ -26,9 +26,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool needsCompanion(const SNBulkApp &app, Context &context)
+bool needsCompanion(const AppDefinition &app, Context &context)
 {
-    return app.whitelistingEnabled || !app.routingRules.isEmpty() || app.defaultDestination.has_value() ||
+    return app.isWhitelistingEnabled || !app.routingRules.isEmpty() || app.defaultDestination.has_value() ||
            context.defaults().boolForKey(u"AutoIncludeWhitelisting"_s);
 }
 
@@ -60,11 +60,11 @@ std::optional<SNEditorItem> AppEditor::load(const QString &bundlePath, const QSt
 
 bool AppEditor::isStructural(const SNEditorItem &original, const SNEditorItem &edited, bool newIcon) const
 {
-    const SNBulkApp &before = original.appItem;
-    const SNBulkApp &after = edited.appItem;
+    const AppDefinition &before = original.appItem;
+    const AppDefinition &after = edited.appItem;
     const bool companionNeeded = needsCompanion(after, m_context) && !needsCompanion(before, m_context);
     return newIcon || StructuralState::of(before) != StructuralState::of(after) || before.appName != after.appName ||
-           original.browser != edited.browser || before.whitelistingEnabled != after.whitelistingEnabled ||
+           original.browser != edited.browser || before.isWhitelistingEnabled != after.isWhitelistingEnabled ||
            companionNeeded;
 }
 
@@ -174,9 +174,7 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
                                        .value(u"CFBundleExecutable"_s, newName)
                                        .toString();
         const BundleLayout layout = BundleLayout::atPath(edited.path, executable);
-        AppDefinition definition;
-        edited.appItem.applyTo(definition);
-        BundleWriter(m_context, definition, layout).setPermissions();
+        BundleWriter(m_context, edited.appItem, layout).setPermissions();
         if (switching) {
             EngineBuilder::runEngineScript(m_context, layout.resources, layout.appName, edited.browser);
             // The profile last: until here a kill leaves it untouched, and from here the

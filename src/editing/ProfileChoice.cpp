@@ -3,14 +3,13 @@
 #include "core/BrowserCatalogue.h"
 #include "editing/SNExtensionDiscovery.h"
 #include "editing/SNProfileDiscovery.h"
-#include "generation/ApplicationManager.h"
 #include "generation/DefinitionValidator.h"
 #include "generation/ProfileSeeder.h"
 
 using namespace Qt::Literals::StringLiterals;
 
-bool ProfileChoice::apply(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
-                 QString *error)
+bool ProfileChoice::apply(Context &context, AppDefinition &app, ProfileSource &source, const QString &profileKey,
+                          const QStringList &extensions, QString *error)
 {
     if (!ProfileSeeder::isProfileKey(profileKey)) {
         *error = u"profile: %1 is not a profile folder name"_s.arg(DefinitionValidator::quoted(profileKey));
@@ -22,8 +21,8 @@ bool ProfileChoice::apply(ApplicationManager &manager, const QString &profileKey
             return false;
         }
     }
-    const QString typeKey = BrowserCatalogue::byNumber(manager.definition().applicationType).typeKey;
-    SNProfileDiscovery discovery(manager.context(), typeKey);
+    const QString typeKey = BrowserCatalogue::byNumber(app.applicationType).typeKey;
+    SNProfileDiscovery discovery(context, typeKey);
     discovery.setCurrentProfileKey(profileKey);
     std::optional<QJsonObject> preferences = discovery.getPreferenceJson();
     if (!preferences) {
@@ -44,8 +43,8 @@ bool ProfileChoice::apply(ApplicationManager &manager, const QString &profileKey
     // The new profile starts from these preferences: of the extensions the user could choose, only
     // the chosen ones stay.
     SNExtensionDiscovery::getExtensions(*preferences, extensions);
-    manager.profileSource.preferenceJson = *preferences;
-    manager.definition().currentProfileKey = profileKey;
-    manager.definition().selectedExtensions = extensions;
+    source.preferenceJson = *preferences;
+    app.currentProfileKey = profileKey;
+    app.selectedExtensions = extensions;
     return true;
 }

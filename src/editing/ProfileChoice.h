@@ -3,16 +3,19 @@
 #include <QString>
 #include <QStringList>
 
-class ApplicationManager;
+#include "core/AppDefinition.h"
+#include "generation/AppCreator.h"
+
+class Context;
 
 // The browser profile a new app starts from, and the extensions it takes over.
 class ProfileChoice final
 {
 public:
-    // Makes the manager's next app start from `profileKey` of its browser (the definition's
-    // browser), keeping of the profile's extensions only `extensions`. False, with the reason,
+    // Makes `app` start from `profileKey` of its browser, keeping of the profile's extensions
+    // only `extensions`: fills the app's profile fields and `source`. False, with the reason,
     // when the key or an id is not well formed, the profile cannot be read, or an extension is not
     // one the profile offers.
-    static bool apply(ApplicationManager &manager, const QString &profileKey, const QStringList &extensions,
-                      QString *error);
+    static bool apply(Context &context, AppDefinition &app, ProfileSource &source, const QString &profileKey,
+                      const QStringList &extensions, QString *error);
 };

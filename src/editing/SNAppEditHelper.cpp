@@ -109,10 +109,8 @@ QString renamedExecHead(const QString &head, const QString &oldName, const QStri
 // The definition the bundle writer builds from, under `name`.
 AppDefinition definitionFor(const SNEditorItem &app, const QString &name)
 {
-    SNBulkApp item = app.appItem;
-    item.applyTabRules();
-    AppDefinition definition;
-    item.applyTo(definition);
+    AppDefinition definition = app.appItem;
+    definition.applyTabRules();
     definition.appName = name;
     definition.applicationType = BrowserCatalogue::numberForTypeKey(app.browser);
     return definition;
@@ -136,10 +134,10 @@ bool SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app, Q
     if (!QFileInfo(path).isFile()) {
         return regenerateDataJSON(app, error);
     }
-    const SNBulkApp &item = app.appItem;
+    const AppDefinition &item = app.appItem;
     QVariantMap config = PropertyList::readFile(path).toMap();
-    config.insert(u"needTab"_s, item.tabbedApp);
-    config.insert(u"isWhitelistingEnabled"_s, item.whitelistingEnabled);
+    config.insert(u"needTab"_s, item.needTab);
+    config.insert(u"isWhitelistingEnabled"_s, item.isWhitelistingEnabled);
     config.insert(u"registerAsBrowser"_s, item.registerAsBrowser);
     config.insert(u"useIncognito"_s, item.incognito);
     config.insert(u"appName"_s, item.appName);
@@ -151,7 +149,7 @@ bool SNAppEditHelper::saveAppConfig(Context &context, const SNEditorItem &app, Q
         config.insert(u"applicationType"_s, BrowserCatalogue::numberForTypeKey(app.browser));
     }
     QVariantList tabList;
-    if (item.incognito || item.tabbedApp) {
+    if (item.incognito || item.needTab) {
         for (const SNTabModel &tab : item.tabsList)
             tabList.append(tab.tabUrlString);
     }
@@ -182,9 +180,9 @@ bool SNAppEditHelper::regenerateDataJSON(const SNEditorItem &app, QString *error
     const QString resources = app.path + u"/Contents/Resources"_s;
     if (!QFileInfo(resources).isDir())
         return true;
-    const SNBulkApp &item = app.appItem;
+    const AppDefinition &item = app.appItem;
     QStringList addresses;
-    if (item.tabbedApp && !item.tabsList.isEmpty()) {
+    if (item.needTab && !item.tabsList.isEmpty()) {
         for (const SNTabModel &tab : item.tabsList)
             addresses.append(tab.tabUrlString);
     } else if (!item.appURL.isEmpty()) {
@@ -192,7 +190,7 @@ bool SNAppEditHelper::regenerateDataJSON(const SNEditorItem &app, QString *error
     }
     const QVariant destination = item.defaultDestination ? QVariant(*item.defaultDestination) : QVariant();
     const QVariantMap data = SNRoutingConfig::dataJSONDictionaryWithRules(
-        item.routingRules, destination, item.whitelistingEnabled, item.restoreSession,
+        item.routingRules, destination, item.isWhitelistingEnabled, item.restoreSession,
         SNWhiteListPatterns::legacyPatterns(addresses, false));
     return writeUtf8(resources + u"/data.json"_s, QString::fromUtf8(SNRoutingConfig::dataJSON(data)), error);
 }
@@ -201,7 +199,7 @@ bool SNAppEditHelper::updateLauncher(Context &context, const SNEditorItem &app, 
 {
     if (QFileInfo::exists(app.path + u"/Contents/Resources/script"_s))
         return updateNewAppData(context, app, newName, error);
-    if (app.appItem.tabbedApp)
+    if (app.appItem.needTab)
         return updateTabbedAppData(app, newName, error);
     return updateAppData(app, newName, error);
 }

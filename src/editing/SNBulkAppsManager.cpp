@@ -68,9 +68,9 @@ QVariant SNBulkAppsManager::data(const QModelIndex &index, int role) const
     case AppIconRole:
         return cell.bulkApp.appIcon.largestRepresentation();
     case CreationPathRole:
-        return cell.bulkApp.creationPath;
+        return cell.bulkApp.applicationsPath;
     case TabbedAppRole:
-        return cell.bulkApp.tabbedApp;
+        return cell.bulkApp.needTab;
     case TabsRole: {
         QStringList tabs;
         for (const SNTabModel &tab : cell.bulkApp.tabsList)
@@ -98,7 +98,7 @@ bool SNBulkAppsManager::setData(const QModelIndex &index, const QVariant &value,
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return false;
-    SNBulkApp &app = m_cells[index.row()].bulkApp;
+    AppDefinition &app = m_cells[index.row()].bulkApp;
     switch (role) {
     case Qt::EditRole:
     case AppNameRole:
@@ -108,13 +108,13 @@ bool SNBulkAppsManager::setData(const QModelIndex &index, const QVariant &value,
         app.appURL = value.toString();
         break;
     case CreationPathRole:
-        app.creationPath = value.toString();
+        app.applicationsPath = value.toString();
         break;
     case TabsRole:
         app.tabsList.clear();
         for (const QString &tab : value.toStringList())
             app.tabsList.append(SNTabModel(tab));
-        app.tabbedApp = !app.tabsList.isEmpty();
+        app.needTab = !app.tabsList.isEmpty();
         break;
     default:
         return false;
@@ -151,12 +151,12 @@ void SNBulkAppsManager::reset()
 
 void SNBulkAppsManager::addAppAction()
 {
-    SNBulkApp app;
-    app.creationPath = m_context.applicationsFolder();
+    AppDefinition app;
+    app.applicationsPath = m_context.applicationsFolder();
     addApp(app);
 }
 
-void SNBulkAppsManager::addApp(const SNBulkApp &app)
+void SNBulkAppsManager::addApp(const AppDefinition &app)
 {
     const bool wasEnabled = removeAllEnabled();
     const int row = appCount();
@@ -322,9 +322,9 @@ bool SNBulkAppsManager::chooseIcon(int row, const SNImage &icon, QString *error)
     return true;
 }
 
-QList<SNBulkApp> SNBulkAppsManager::appsToCreate() const
+QList<AppDefinition> SNBulkAppsManager::appsToCreate() const
 {
-    QList<SNBulkApp> apps;
+    QList<AppDefinition> apps;
     apps.reserve(m_cells.size());
     for (const SNBulkCell &cell : m_cells)
         apps.append(cell.bulkApp);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 #include "core/SNImage.h"
 #include "editing/SNBulkCell.h"
 
@@ -61,7 +61,7 @@ public:
     Q_INVOKABLE void reset();
     Q_INVOKABLE void addAppAction();
     // Appends a row holding `app` (a list read from a file).
-    void addApp(const SNBulkApp &app);
+    void addApp(const AppDefinition &app);
     Q_INVOKABLE void removeAppAction(int tag);
     Q_INVOKABLE void removeSelectedAppsAction(const QList<int> &selectedRows);
     // Removes every row but the first, which keeps its values.
@@ -81,7 +81,7 @@ public:
     // The user's own icon for `row`; it must be square (else false with NotSquareMessage).
     bool chooseIcon(int row, const SNImage &icon, QString *error = nullptr);
 
-    QList<SNBulkApp> appsToCreate() const;
+    QList<AppDefinition> appsToCreate() const;
     int appCount() const { return static_cast<int>(m_cells.size()); }
     QList<SNImage> appIcons() const;
     bool removeAllEnabled() const { return m_cells.size() >= 2; }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QString>
 
@@ -9,7 +9,7 @@
 // One row of the bulk list: its app definition and the row's own state around it.
 struct SNBulkCell
 {
-    SNBulkApp bulkApp;
+    AppDefinition bulkApp;
     int row = 0;
     quint64 serial = 0;                   // identifies the row to a favicon search that outlives edits
     bool tabsEnabled = false;             // tabs can be set once the row has an address

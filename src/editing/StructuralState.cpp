@@ -1,12 +1,12 @@
 #include "editing/StructuralState.h"
 
-StructuralState StructuralState::of(const SNBulkApp &app)
+StructuralState StructuralState::of(const AppDefinition &app)
 {
     StructuralState state;
     state.url = app.appURL;
     for (const SNTabModel &tab : app.tabsList)
         state.tabURLs.append(tab.tabUrlString);
-    state.isTabbed = app.tabbedApp;
+    state.isTabbed = app.needTab;
     state.registerAsBrowser = app.registerAsBrowser;
     state.incognito = app.incognito;
     state.forceDarkMode = app.forceDarkMode;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QColor>
 #include <QString>
@@ -24,7 +24,7 @@ struct StructuralState
     QColor iconColor;
 
     // The state of a definition; the icon tools' choices are the wizard's to add.
-    static StructuralState of(const SNBulkApp &app);
+    static StructuralState of(const AppDefinition &app);
 
     friend bool operator==(const StructuralState &, const StructuralState &) = default;
 };

@@ -27,7 +27,9 @@
 #include "frontend/RoutingRulesModel.h"
 #include "frontend/SettingsKeys.h"
 #include "frontend/TabsModel.h"
-#include "generation/ApplicationManager.h"
+#include "editing/ImportBrowserDataJob.h"
+#include "frontend/JobProgress.h"
+#include "generation/CreateAppJob.h"
 #include "generation/DefinitionValidator.h"
 #include "maintenance/SNRecentAppsManager.h"
 
@@ -42,11 +44,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString yesNo(bool value)
-{
-    return value ? u"true"_s : u"false"_s;
-}
-
 // What the user typed, as an address: a text without a scheme is taken as https.
 QString normalisedAddress(const QString &typed)
 {
@@ -55,27 +52,6 @@ QString normalisedAddress(const QString &typed)
         return trimmed;
     return u"https://"_s + trimmed;
 }
-
-// Forwards questions to the user's prompter but keeps error alerts back: the wizard shows a
-// failed creation in its own alert.
-class WizardPrompter final : public Prompter
-{
-public:
-    explicit WizardPrompter(Prompter &user)
-        : m_user(user)
-    {
-    }
-    int ask(const QString &message, const QString &informativeText, const QStringList &buttons) override
-    {
-        return m_user.ask(message, informativeText, buttons);
-    }
-    void showError(const QString &message) override { lastError = message; }
-
-    QString lastError;
-
-private:
-    Prompter &m_user;
-};
 
 // Runs `work` on the shared pool and hands its result to `deliver` on the store's thread, unless
 // the store has gone meanwhile.
@@ -132,6 +108,7 @@ AppCreationWizardStore::~AppCreationWizardStore() = default;
 
 void AppCreationWizardStore::initialize()
 {
+    m_work = new JobProgress(this);
     m_isInitializing = true;
     m_importCategories = ImportCategories::rawValues(ImportCategories::defaults());
     loadDefaults();
@@ -283,17 +260,17 @@ void AppCreationWizardStore::loadEditedApp()
         m_destinations->reload(m_originalItem->path);
     } else {
         // A duplicate: what the home screen knows of the app it copies.
-        SNBulkApp app;
+        AppDefinition app;
         app.appName = entry.name;
         app.appURL = entry.urls.value(0);
-        app.tabbedApp = entry.isTabbed();
-        if (app.tabbedApp) {
+        app.needTab = entry.isTabbed();
+        if (app.needTab) {
             for (const QString &url : entry.urls)
                 app.tabsList.append(SNTabModel(url));
         }
         app.registerAsBrowser = entry.registerAsBrowser;
         app.incognito = entry.enableIncognito;
-        app.whitelistingEnabled = entry.enableWhitelisting;
+        app.isWhitelistingEnabled = entry.enableWhitelisting;
         if (!entry.iconImage.isNull())
             app.appIcon = SNImage({entry.iconImage});
         fill(app, entry.browserType);
@@ -301,13 +278,13 @@ void AppCreationWizardStore::loadEditedApp()
     m_structuralSnapshot = structuralState();
 }
 
-void AppCreationWizardStore::fill(const SNBulkApp &app, int browser)
+void AppCreationWizardStore::fill(const AppDefinition &app, int browser)
 {
     m_appName = app.appName;
     m_appURL = app.appURL;
     m_selectedBrowser = browser;
     m_appIcon = app.appIcon;
-    m_isTabbedApp = app.tabbedApp;
+    m_isTabbedApp = app.needTab;
     QStringList urls;
     for (const SNTabModel &tab : app.tabsList)
         urls.append(tab.tabUrlString);
@@ -747,43 +724,41 @@ void AppCreationWizardStore::runImport(const QString &bundlePath)
 {
     m_isImportingData = true;
     Q_EMIT importStateChanged();
-    QList<ImportCategory> categories;
+    ImportBrowserDataRequest request;
+    request.userDataFolder = importSourceFolder();
+    request.profileKey = m_selectedImportProfileKey;
+    request.bundlePath = bundlePath;
     for (const QString &name : m_importCategories) {
         if (const std::optional<ImportCategory> category = ImportCategories::fromRawValue(name))
-            categories.append(*category);
+            request.categories.append(*category);
     }
-    QList<ImportableExtension> extensions;
     const QSet<QString> chosen = m_importExtensions->checkedKeys();
     for (const ChoiceListModel::Choice &choice : m_importExtensions->choices()) {
         if (chosen.contains(choice.key))
-            extensions.append({choice.key, choice.name});
+            request.extensions.append({choice.key, choice.name});
     }
-    const BrowserDataImporter importer(importSourceFolder());
-    ImportSummary missing;
-    missing.missingSource = true;
-    const ImportSummary summary = m_selectedImportProfileKey.isEmpty()
-                                      ? missing
-                                      : importer.importData(m_selectedImportProfileKey, categories, extensions,
-                                                            bundlePath + u"/Contents/Profile/Default"_s);
-    Logger::log(u"📦 Browser data import: "_s + summary.description());
-    m_lastImportSummary = summary;
-    m_importMessages = summary.messages();
-    m_isImportingData = false;
-    Q_EMIT importStateChanged();
+    auto job = std::make_unique<ImportBrowserDataJob>(std::move(request));
+    m_work->run<ImportBrowserDataJob>(std::move(job), &m_context.prompter(), [this](ImportBrowserDataJob &done) {
+        m_lastImportSummary = done.summary();
+        m_importMessages = done.summary().messages();
+        m_isImportingData = false;
+        Q_EMIT importStateChanged();
+        finishCreation();
+    });
 }
 
 // Creation and update
 
-SNBulkApp AppCreationWizardStore::bulkApp() const
+AppDefinition AppCreationWizardStore::bulkApp() const
 {
-    SNBulkApp app;
+    AppDefinition app;
     app.appName = m_appName.trimmed();
     app.appURL = normalisedAddress(m_appURL);
     app.appIcon = m_appIcon;
-    app.creationPath = m_appSaveLocation;
+    app.applicationsPath = m_appSaveLocation;
     app.registerAsBrowser = m_registerAsBrowser;
     app.incognito = m_enableIncognito;
-    app.tabbedApp = m_isTabbedApp;
+    app.needTab = m_isTabbedApp;
     if (m_isTabbedApp) {
         for (const QString &url : m_tabs->validUrls())
             app.tabsList.append(SNTabModel(normalisedAddress(url)));
@@ -799,7 +774,7 @@ SNBulkApp AppCreationWizardStore::bulkApp() const
     app.restoreSession = m_restoreTabsOnLaunch;
     app.passwordManagerCompatibility = m_passwordManagerCompatibility;
     if (m_editingApp && m_originalItem)
-        app.whitelistingEnabled = m_originalItem->appItem.whitelistingEnabled;
+        app.isWhitelistingEnabled = m_originalItem->appItem.isWhitelistingEnabled;
     return app;
 }
 
@@ -815,6 +790,7 @@ void AppCreationWizardStore::fail(const QString &message)
     m_creationError = message;
     m_showingError = true;
     Q_EMIT creationStateChanged();
+    Q_EMIT creationFinished(false);
 }
 
 void AppCreationWizardStore::dismissError()
@@ -842,55 +818,40 @@ bool AppCreationWizardStore::createApp()
 
 bool AppCreationWizardStore::createNewApp()
 {
-    SNBulkApp app = bulkApp();
-    app.appIcon = composedIcon();
-    Logger::log(u"🔍 AppCreationWizardStore - Creating app with incognito: "_s + yesNo(m_enableIncognito));
-    Logger::log(u"🔍 AppCreationWizardStore - SNBulkApp.incognito set to: "_s + yesNo(app.incognito));
-    Logger::log(u"🔍 AppCreationWizardStore - Tabbed app: "_s + yesNo(app.tabbedApp));
-
-    QString error;
-    if (!DefinitionValidator(m_context, QDir::currentPath()).validate(app, &error)) {
-        fail(error);
-        return false;
+    CreateAppRequest request;
+    request.app = bulkApp();
+    request.app.appIcon = composedIcon();
+    request.app.applicationType = m_selectedBrowser;
+    request.baseFolder = QDir::currentPath();
+    auto job = std::make_unique<CreateAppJob>(m_context, std::move(request));
+    connect(job.get(), &Job::progressChanged, this,
+            [this](double fraction, const QString &) { setCreationProgress(0.1 + 0.8 * fraction); });
+    const bool started = m_work->run<CreateAppJob>(std::move(job), &m_context.prompter(), [this](CreateAppJob &done) {
+        if (!done.succeeded()) {
+            fail(done.errorText());
+            return;
+        }
+        m_createdAppPath = done.result().bundlePath;
+        if (m_importEnabled)
+            runImport(m_createdAppPath);
+        else
+            finishCreation();
+    });
+    if (!started) {
+        m_isCreatingApp = false;
+        Q_EMIT creationStateChanged();
     }
-    app.applyTabRules();
-    setCreationProgress(0.3);
+    return started;
+}
 
-    ApplicationManager manager(m_context);
-    manager.definition().applicationType = m_selectedBrowser;
-    app.applyTo(manager.definition());
-    auto prompter = std::make_unique<WizardPrompter>(m_context.prompter());
-    WizardPrompter *wizardPrompter = prompter.get();
-    std::unique_ptr<Prompter> user = m_context.exchangePrompter(std::move(prompter));
-    SNError creationError;
-    const bool made = manager.createForReal({}, &creationError);
-    const QString alert = wizardPrompter->lastError;
-    m_context.setPrompter(std::move(user));
-    setCreationProgress(0.8);
-
-    const QString expected = made ? manager.created().bundlePath : manager.layout().bundle;
-    if (!made || !QFileInfo(expected).isDir()) {
-        Logger::log(u"❌ App was not created at: "_s + expected);
-        const QString reason = !creationError.description.isEmpty() ? creationError.description : alert;
-        fail(reason.isEmpty() ? u"App creation failed. Please check your settings and try again."_s : reason);
-        return false;
-    }
-    Logger::log(u"✅ App successfully created at: "_s + expected);
-    m_createdAppPath = expected;
-    const QString macOS = expected + u"/Contents/MacOS"_s;
-    const QFileInfo launcher(macOS + u'/' + SNRecentAppsManager::launcherBinaryNameForApp(expected));
-    Logger::log(launcher.isFile() && launcher.isExecutable() ? u"✅ App is executable"_s
-                                                             : u"❌ App is not executable - this might be the issue!"_s);
-    Logger::log(u"📁 Contents/MacOS: "_s + QDir(macOS).entryList(QDir::Files | QDir::NoDotAndDotDot).join(u", "_s));
-
-    if (m_importEnabled)
-        runImport(expected);
+void AppCreationWizardStore::finishCreation()
+{
     setCreationProgress(1.0);
     m_isCreatingApp = false;
     m_showingSuccess = true;
     Q_EMIT creationStateChanged();
     m_context.notifications().post(NotificationNames::AppCreationCompleted);
-    return true;
+    Q_EMIT creationFinished(true);
 }
 
 bool AppCreationWizardStore::updateExistingApp()
@@ -939,11 +900,7 @@ bool AppCreationWizardStore::updateExistingApp()
     m_engineSwitchConfirmed = false;
     m_restoreProfileBackupOnSwitch = false;
     m_createdAppPath = path;
-    setCreationProgress(1.0);
-    m_isCreatingApp = false;
-    m_showingSuccess = true;
-    Q_EMIT creationStateChanged();
-    m_context.notifications().post(NotificationNames::AppCreationCompleted);
+    finishCreation();
     return true;
 }
 

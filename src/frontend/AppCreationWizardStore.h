@@ -23,6 +23,7 @@
 #include <optional>
 
 class Context;
+class JobProgress;
 class SNFaviconHelper;
 
 // The state behind the creation wizard and the editor: everything a new app needs, checked step
@@ -165,7 +166,7 @@ public:
     Q_INVOKABLE void dismissError();
 
     // What the wizard's choices make of an app, as creation receives it.
-    SNBulkApp bulkApp() const;
+    AppDefinition bulkApp() const;
     // The icon that creation writes: shaped and coloured when the icon tools changed it or no
     // icon was found.
     SNImage composedIcon() const;
@@ -260,6 +261,8 @@ Q_SIGNALS:
     void selectedExtensionIDsChanged();
     void sheetsChanged();
     void creationStateChanged();
+    // A save (creation or edit) ended; creation runs in the background.
+    void creationFinished(bool succeeded);
     void engineSwitchChanged();
 
 private:
@@ -268,7 +271,7 @@ private:
     // The defaults of a new app from the user's settings (again on every settings change).
     void loadDefaults();
     void loadEditedApp();
-    void fill(const SNBulkApp &app, int browser);
+    void fill(const AppDefinition &app, int browser);
     QList<ValidationError> errorsOf(WizardStep step) const;
     // Publishes the errors of `step` and every step's state; whether `step` is valid.
     bool publishErrors(WizardStep step);
@@ -277,6 +280,8 @@ private:
     void fail(const QString &message);
     void setCreationProgress(double progress);
     void runImport(const QString &bundlePath);
+    // The success state after a creation (and its import) ended.
+    void finishCreation();
     // The chosen browser's user-data folder, which profiles and data are taken from.
     QString importSourceFolder() const;
     template<typename T>
@@ -325,6 +330,8 @@ private:
     QStringList m_importCategories;
     bool m_isLoadingImportProfiles = false;
     bool m_isImportingData = false;
+    // The creation or data import under way.
+    JobProgress *m_work = nullptr;
     std::optional<ImportSummary> m_lastImportSummary;
     QStringList m_importMessages;
     bool m_isLoadingImportExtensions = false;

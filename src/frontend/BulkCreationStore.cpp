@@ -12,11 +12,11 @@
 #include "core/Prompter.h"
 #include "core/UserDefaults.h"
 #include "editing/SNBulkAppsManager.h"
-#include "generation/ApplicationManager.h"
+#include "frontend/JobProgress.h"
+#include "generation/CreateAppsJob.h"
 #include "generation/DefinitionValidator.h"
 
 #include <QDir>
-#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -32,7 +32,7 @@ QString withScheme(const QString &address)
 } // namespace
 
 BulkCreationStore::BulkCreationStore(Context &context, SNBulkAppsManager &list, QObject *parent)
-    : QObject(parent), m_context(context), m_list(list)
+    : QObject(parent), m_context(context), m_list(list), m_work(new JobProgress(this))
 {
     loadDefaults();
     connect(&m_list, &QAbstractItemModel::dataChanged, this, &BulkCreationStore::revalidate);
@@ -77,7 +77,7 @@ void BulkCreationStore::loadDefaults()
     Q_EMIT sharedSettingsChanged();
 }
 
-QList<SNBulkApp> BulkCreationStore::checkedRows(QString *error) const
+QList<AppDefinition> BulkCreationStore::checkedRows(QString *error) const
 {
     if (const int row = m_list.firstRowWithInvalidName(); row >= 0) {
         const QString &name = m_list.cell(row).bulkApp.appName;
@@ -92,16 +92,16 @@ QList<SNBulkApp> BulkCreationStore::checkedRows(QString *error) const
         return {};
     }
     const DefinitionValidator validator(m_context, QDir::currentPath());
-    QList<SNBulkApp> rows = m_list.appsToCreate();
+    QList<AppDefinition> rows = m_list.appsToCreate();
     for (qsizetype i = 0; i < rows.size(); ++i) {
-        SNBulkApp &app = rows[i];
+        AppDefinition &app = rows[i];
         app.appURL = withScheme(app.appURL);
         for (SNTabModel &tab : app.tabsList)
             tab.tabUrlString = withScheme(tab.tabUrlString);
         app.incognito = m_incognito;
         app.registerAsBrowser = m_registerAsBrowser;
         QString fault;
-        if (!app.creationPath.isEmpty() && !QDir::isAbsolutePath(app.creationPath))
+        if (!app.applicationsPath.isEmpty() && !QDir::isAbsolutePath(app.applicationsPath))
             fault = u"creationPath: the destination folder must be a full path"_s;
         else
             validator.validate(app, &fault);
@@ -130,64 +130,60 @@ bool BulkCreationStore::createAll()
     if (m_isCreating)
         return false;
     QString error;
-    const QList<SNBulkApp> rows = checkedRows(&error);
+    const QList<AppDefinition> rows = checkedRows(&error);
     if (!error.isEmpty() || rows.isEmpty()) {
         m_validationMessage = error;
         Q_EMIT validationChanged();
         return false;
     }
-    m_queue = rows;
     m_queueSerials.clear();
     for (int row = 0; row < m_list.appCount(); ++row)
         m_queueSerials.append(m_list.cell(row).serial);
-    m_madeSerials.clear();
-    m_next = 0;
+    auto job = std::make_unique<CreateAppsJob>(
+        m_context, CreateAppsRequest{rows, m_selectedBrowser, {}, WhenNameTaken::Ask, QDir::currentPath()});
+    // Told on this thread as each app is done; the outcomes are read once the job has ended.
+    connect(job.get(), &CreateAppsJob::progressChanged, this, [this](double fraction, const QString &made) {
+        m_progress = fraction;
+        m_currentAppName = made;
+        Q_EMIT creationStateChanged();
+    });
+    const qsizetype total = rows.size();
+    const bool started = m_work->run<CreateAppsJob>(std::move(job), &m_context.prompter(), [this, total](CreateAppsJob &done) {
+        QList<quint64> made;
+        QStringList failures;
+        for (qsizetype i = 0; i < done.outcomes().size(); ++i) {
+            const CreateAppsJob::Outcome &outcome = done.outcomes().at(i);
+            if (outcome.created)
+                made.append(m_queueSerials.at(i));
+            else
+                failures.append(u"%1: %2"_s.arg(outcome.app.appName, outcome.error));
+        }
+        finish(made, total);
+        if (!failures.isEmpty())
+            m_context.prompter().showError(failures.join(u'\n'));
+    });
+    if (!started)
+        return false;
     m_isCreating = true;
     m_progress = 0;
-    m_currentAppName = m_queue.constFirst().appName;
+    m_currentAppName = rows.constFirst().appName;
     m_resultMessage.clear();
     Q_EMIT creationStateChanged();
-    QTimer::singleShot(0, this, &BulkCreationStore::createNext);
     return true;
 }
 
-void BulkCreationStore::createNext()
+void BulkCreationStore::finish(const QList<quint64> &madeSerials, qsizetype total)
 {
-    const SNBulkApp &app = m_queue.at(m_next);
-    ApplicationManager manager(m_context);
-    manager.definition().applicationType = m_selectedBrowser;
-    manager.bulkApps = {app};
-    manager.create(false, [&](bool made) {
-        if (made)
-            m_madeSerials.append(m_queueSerials.at(m_next));
-    });
-    ++m_next;
-    m_progress = double(m_next) / double(m_queue.size());
-    if (m_next < m_queue.size()) {
-        m_currentAppName = m_queue.at(m_next).appName;
-        Q_EMIT creationStateChanged();
-        QTimer::singleShot(0, this, &BulkCreationStore::createNext);
-        return;
-    }
-    finish();
-}
-
-void BulkCreationStore::finish()
-{
-    const int made = static_cast<int>(m_madeSerials.size());
-    const int total = static_cast<int>(m_queue.size());
-    Logger::log(u"Bulk creation: %1 of %2 apps created"_s.arg(made).arg(total));
+    const int made = static_cast<int>(madeSerials.size());
     QList<int> madeRows;
     for (int row = 0; row < m_list.appCount(); ++row) {
-        if (m_madeSerials.contains(m_list.cell(row).serial))
+        if (madeSerials.contains(m_list.cell(row).serial))
             madeRows.append(row);
     }
     m_isCreating = false;
     m_currentAppName.clear();
     m_resultMessage = u"%1 of %2 apps created."_s.arg(made).arg(total);
-    m_queue.clear();
     m_queueSerials.clear();
-    m_madeSerials.clear();
     m_list.removeSelectedAppsAction(madeRows);
     if (m_list.appCount() == 0)
         m_list.reset();
@@ -195,7 +191,7 @@ void BulkCreationStore::finish()
     Q_EMIT creationStateChanged();
     if (made > 0)
         m_context.notifications().post(NotificationNames::AppCreationCompleted);
-    Q_EMIT finished(made, total);
+    Q_EMIT finished(made, static_cast<int>(total));
 }
 
 bool BulkCreationStore::chooseIcon(int row, const QUrl &fileUrl)

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QUrl>
 #include <QVariantList>
+
+class JobProgress;
 
 class Context;
 class SNBulkAppsManager;
@@ -66,10 +68,9 @@ Q_SIGNALS:
 
 private:
     // The rows as they will be made, or the first row's fault in `error`.
-    QList<SNBulkApp> checkedRows(QString *error) const;
+    QList<AppDefinition> checkedRows(QString *error) const;
     void revalidate();
-    void createNext();
-    void finish();
+    void finish(const QList<quint64> &madeSerials, qsizetype total);
 
     Context &m_context;
     SNBulkAppsManager &m_list;
@@ -82,8 +83,7 @@ private:
     QString m_currentAppName;
     QString m_resultMessage;
     // The run under way: the rows, their list serials, and the serials of those made.
-    QList<SNBulkApp> m_queue;
+    // The rows being made (by their serials) and the job that makes them.
     QList<quint64> m_queueSerials;
-    QList<quint64> m_madeSerials;
-    qsizetype m_next = 0;
+    JobProgress *m_work;
 };

@@ -15,6 +15,7 @@
 #include "frontend/HomescreenAppEntry.h"
 #include "frontend/HomescreenAppsModel.h"
 #include "frontend/HomescreenStore.h"
+#include "frontend/JobProgress.h"
 #include "frontend/IconShape.h"
 #include "frontend/RoutingDestination.h"
 #include "frontend/RoutingRulesModel.h"
@@ -57,6 +58,7 @@ void registerTypes()
     registerStore<AppSuggestionsStore>("AppSuggestionsStore");
     registerStore<AppSuggestionsModel>("AppSuggestionsModel");
     registerStore<HomescreenStore>("HomescreenStore");
+    registerStore<JobProgress>("JobProgress");
     registerStore<BulkCreationStore>("BulkCreationStore");
     registerStore<HomescreenAppsModel>("HomescreenAppsModel");
     registerStore<WindowManager>("WindowManager");

@@ -9,7 +9,9 @@
 #include "core/NotificationCenter.h"
 #include "core/Prompter.h"
 #include "editing/SNExporter.h"
-#include "editing/SNImporter.h"
+#include "editing/ImportAppSetJob.h"
+#include "frontend/JobProgress.h"
+#include "maintenance/DeleteAppJob.h"
 #include "frontend/BundleLauncher.h"
 #include "core/NotificationNames.h"
 #include "frontend/HomescreenAppsModel.h"
@@ -48,6 +50,7 @@ HomescreenStore::HomescreenStore(Context &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
     , m_recentAppsManager(new SNRecentAppsManager(context, this))
+    , m_work(new JobProgress(this))
     , m_apps(new HomescreenAppsModel(this))
     , m_filteredApps(new HomescreenAppsModel(this))
     , m_legacyApps(new HomescreenAppsModel(this))
@@ -353,19 +356,23 @@ bool HomescreenStore::deleteApp(const QString &id)
     if (answer != 0)
         return false;
 
+    auto job = std::make_unique<DeleteAppJob>(m_context, entry.id, entry.appPath);
+    const bool started = m_work->run<DeleteAppJob>(std::move(job), &m_context.prompter(), [this](DeleteAppJob &done) {
+        if (!done.succeeded()) {
+            loadApps();
+            m_context.prompter().ask(u"Failed to delete app"_s, done.errorText(), {u"OK"_s});
+            return;
+        }
+        m_recentAppsManager->removeAppItem(done.appId());
+        Q_EMIT appDeleted(done.appId());
+    });
+    if (!started)
+        return false;
+    // The registry record goes with the bundle: a bundle that stays keeps its record, so the
+    // reload after a failure shows it again.
     QList<HomescreenAppEntry> rest = m_apps->entries();
     rest.removeIf([&](const HomescreenAppEntry &candidate) { return candidate.id == id; });
     setAppEntries(rest);
-
-    // The registry record goes with the bundle: a bundle that stays keeps its record, so the
-    // reload shows it again.
-    QString error;
-    if (!AppRemover::deleteApp(m_context, entry.id, entry.appPath, &error)) {
-        loadApps();
-        m_context.prompter().ask(u"Failed to delete app"_s, error, {u"OK"_s});
-        return false;
-    }
-    m_recentAppsManager->removeAppItem(id);
     return true;
 }
 
@@ -375,22 +382,27 @@ bool HomescreenStore::launchApp(const QString &id)
     return entry && BundleLauncher::launch(entry->appPath);
 }
 
-int HomescreenStore::importAppSet(const QUrl &fileUrl)
+bool HomescreenStore::importAppSet(const QUrl &fileUrl)
 {
     if (!fileUrl.isLocalFile()) {
         m_context.prompter().showError(SNExporter::InvalidFileMessage);
-        return -1;
+        return false;
     }
-    SNImporter importer(m_context, {});
-    QString error;
-    if (!importer.importConfig(fileUrl.toLocalFile(), &error)) {
-        m_context.prompter().showError(error);
-        return -1;
-    }
-    setShowingImportSheet(false);
-    const QList<SNImporter::Outcome> &outcomes = importer.outcomes();
-    return static_cast<int>(
-        std::count_if(outcomes.cbegin(), outcomes.cend(), [](const SNImporter::Outcome &o) { return o.made; }));
+    auto job = std::make_unique<ImportAppSetJob>(m_context, fileUrl.toLocalFile(), ImportAppSetJob::Options{});
+    return m_work->run<ImportAppSetJob>(std::move(job), &m_context.prompter(), [this](ImportAppSetJob &done) {
+        if (!done.fileRead()) {
+            m_context.prompter().showError(done.errorText());
+            return;
+        }
+        setShowingImportSheet(false);
+        const QList<ImportAppSetJob::Outcome> &outcomes = done.outcomes();
+        const int made = static_cast<int>(std::count_if(outcomes.cbegin(), outcomes.cend(),
+                                                        [](const ImportAppSetJob::Outcome &o) { return o.made; }));
+        // The registry changed while the job ran; the list is read again once it is complete.
+        if (made > 0)
+            scheduleReload();
+        Q_EMIT appSetImported(made);
+    });
 }
 
 int HomescreenStore::exportApps(const QStringList &ids, const QUrl &fileUrl)

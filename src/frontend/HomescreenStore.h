@@ -12,6 +12,7 @@
 class AppCreationWizardStore;
 class Context;
 class HomescreenAppsModel;
+class JobProgress;
 class SNRecentAppsManager;
 
 // The home screen: the user's apps, searched, filtered and sorted, and the actions on them (new,
@@ -42,6 +43,9 @@ class HomescreenStore final : public QObject
     // "fileName", "nameFilter", "saveTitle", "saveMessage", "exportedMessage" ("%1" = count),
     // "exporterTitle", "invalidMessage".
     Q_PROPERTY(QVariantMap appSetDialog READ appSetDialog CONSTANT)
+    Q_MOC_INCLUDE("frontend/JobProgress.h")
+    // The import or deletion under way, if any.
+    Q_PROPERTY(JobProgress *work READ work CONSTANT)
     Q_PROPERTY(bool showingExtensionDownload READ showingExtensionDownload WRITE setShowingExtensionDownload
                    NOTIFY showingExtensionDownloadChanged)
 
@@ -89,11 +93,13 @@ public:
     Q_INVOKABLE bool editApp(const QString &id);
     // Opens the wizard on a copy named with the first free name; nothing is copied on disk.
     Q_INVOKABLE bool duplicateApp(const QString &id);
-    // Asks first; true once the app is gone.
+    // Asks first; true when the deletion started (the app leaves the list at once and comes back
+    // with an alert if it could not be deleted). appDeleted() tells when it is gone.
     Q_INVOKABLE bool deleteApp(const QString &id);
     Q_INVOKABLE bool launchApp(const QString &id);
-    // Creates the apps of a ".sorvane" file; how many were made, -1 when the file was refused.
-    Q_INVOKABLE int importAppSet(const QUrl &fileUrl);
+    // Starts creating the apps of a ".sorvane" file in the background; false when it cannot start.
+    // appSetImported() tells how many were made; a refused file gets an alert instead.
+    Q_INVOKABLE bool importAppSet(const QUrl &fileUrl);
     // Writes the chosen apps to a ".sorvane" file; how many were written, -1 on failure.
     Q_INVOKABLE int exportApps(const QStringList &ids, const QUrl &fileUrl);
     // Opens the editor for the app with that registry id, if it is listed.
@@ -103,7 +109,11 @@ public:
 
     SNRecentAppsManager &recentAppsManager() const { return *m_recentAppsManager; }
 
+    JobProgress *work() const { return m_work; }
+
 Q_SIGNALS:
+    void appSetImported(int made);
+    void appDeleted(const QString &id);
     void appsChanged();
     void filteredAppsChanged();
     void searchTextChanged();
@@ -135,6 +145,7 @@ private:
 
     Context &m_context;
     SNRecentAppsManager *m_recentAppsManager;
+    JobProgress *m_work;
     HomescreenAppsModel *m_apps;
     HomescreenAppsModel *m_filteredApps;
     HomescreenAppsModel *m_legacyApps;

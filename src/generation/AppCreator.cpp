@@ -20,7 +20,6 @@
 #include <QFileInfo>
 #include <QUuid>
 
-#include <exception>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -29,11 +28,6 @@ const QString AppCreator::ReplaceInformativeText = u"The old App will be sent to
 const QStringList AppCreator::ReplaceButtons{u"Replace App"_s, u"Cancel"_s};
 
 namespace {
-
-QString yesNo(bool value)
-{
-    return value ? u"YES"_s : u"NO"_s;
-}
 
 // What a confined engine means for an app at `bundle`: a reason to refuse it (returned), or a
 // warning that is logged. Flatpak reads ':' in a --filesystem folder as the start of an access
@@ -64,44 +58,36 @@ bool exists(const QString &path)
 
 } // namespace
 
-AppCreator::AppCreator(Context &context, AppDefinition &definition, const ProfileSource &profile)
-    : m_context(context), m_definition(definition), m_profile(profile)
+AppCreator::AppCreator(Context &context, Prompter &prompter, AppDefinition &definition, const ProfileSource &profile)
+    : m_context(context), m_prompter(prompter), m_definition(definition), m_profile(profile)
 {
 }
 
-QString AppCreator::fetchApplicationsPath()
+void AppCreator::report(double fraction, const QString &step) const
 {
-    if (m_definition.applicationsPath.isEmpty())
-        m_definition.applicationsPath = m_context.applicationsFolder();
-    return m_definition.applicationsPath;
-}
-
-QString AppCreator::generateAppNmeFor(const SNBulkApp &entry)
-{
-    const QString folder = fetchApplicationsPath();
-    QString name = entry.appName;
-    for (int number = 1; exists(u"%1/%2.app"_s.arg(folder, name)); ++number)
-        name = u"%1 %2"_s.arg(entry.appName).arg(number);
-    return name;
+    if (m_progress)
+        m_progress(fraction, step);
 }
 
 bool AppCreator::failCreation(const SNError &value, SNError *error)
 {
     rollBackRegistration();
-    m_context.prompter().showError(value.description);
     if (error)
         *error = value;
     return false;
 }
 
-bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
+bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
 {
     m_created = {};
+    const bool numberIfTaken = whenTaken == WhenNameTaken::Number;
     const QString base = m_definition.appName;
     // Nothing is written for a name that cannot become a bundle and a script.
     if (AppNameRule::check(base) == AppNameRule::Verdict::Invalid)
         return failCreation({1, SNAppScriptHelper::InvalidNameMessage}, error);
-    const QString folder = fetchApplicationsPath();
+    if (m_definition.applicationsPath.isEmpty())
+        m_definition.applicationsPath = m_context.applicationsFolder();
+    const QString folder = m_definition.applicationsPath;
     StagedBundle::removeStale(folder);
 
     for (int number = 0;; ++number) {
@@ -134,7 +120,7 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
         if (exists(installed.bundle)) {
             if (numberIfTaken)
                 continue;
-            if (m_context.prompter().ask(ReplaceMessage, ReplaceInformativeText, ReplaceButtons) != 0) {
+            if (m_prompter.ask(ReplaceMessage, ReplaceInformativeText, ReplaceButtons) != 0) {
                 if (error)
                     *error = {1, ReplaceMessage};
                 return false;
@@ -183,27 +169,20 @@ bool AppCreator::createForReal(bool numberIfTaken, SNError *error)
     }
 }
 
-bool AppCreator::createAt(const BundleLayout &layout, SNError *error)
-{
-    m_definition.appName = layout.appName;
-    m_definition.applicationsPath = QFileInfo(layout.bundle).path();
-    return createForReal(false, error);
-}
-
 bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed, SNError *error)
 {
     const BundleWriter writer(m_context, m_definition, layout, installed);
     if (!writer.makeDirectories(error))
         return false;
-    Logger::log(u"New app directories successfully created."_s);
+    report(0.2, u"Folders made"_s);
     if (!m_definition.appIcon.isNull()) {
         if (!writer.writeIcon(error))
             return false;
-        Logger::log(u"Images successfully converted."_s);
+        report(0.35, u"Icon written"_s);
     }
     if (!writer.writeFirstRunMarker(error) || !writer.writeInfoPlist(error))
         return false;
-    Logger::log(u"Plist successfully created."_s);
+    report(0.45, u"Property list written"_s);
 
     const QString typeKey = BrowserCatalogue::byNumber(m_definition.applicationType).typeKey;
     const ProfileSeeder seeder(m_context, typeKey);
@@ -213,7 +192,7 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
 
     if (!buildExecutable(layout, installed, error))
         return false;
-    Logger::log(u"Executable successfully created."_s);
+    report(0.8, u"Launcher written"_s);
     if (std::optional<SNError> failed = seeder.createProfiles(m_profile.usersArray, layout.profile)) {
         if (error)
             *error = *failed;
@@ -311,67 +290,4 @@ QString AppCreator::reportLinkRouting()
     else if (verdict.routing == CompanionSupport::Routing::ThroughPipe)
         Logger::log(u"Links of \"%1\" are routed: %2."_s.arg(m_definition.appName, verdict.reason));
     return CompanionSupport::routingKey(verdict.routing);
-}
-
-void AppCreator::copyIntoDefinition(const SNBulkApp &entry)
-{
-    // A free numbered name, when asked for, is found as the bundle is reserved (createForReal).
-    entry.applyTo(m_definition);
-}
-
-bool AppCreator::createAll(const QList<SNBulkApp> &entries, bool duplicate,
-                           const std::function<void(qsizetype, bool)> &progress, QList<SNBulkApp> *installed)
-{
-    Logger::log(u"🔍 SORVANE: Starting app creation (duplicate: %1)"_s.arg(yesNo(duplicate)));
-    Logger::log(u"🔍 SORVANE: applicationType: %1"_s.arg(m_definition.applicationType));
-    if (installed)
-        installed->clear();
-    const QString defaultFolder = m_definition.applicationsPath;
-    bool allMade = true;
-    for (qsizetype index = 0; index < entries.size(); ++index) {
-        const SNBulkApp &entry = entries.at(index);
-        Logger::log(u"🔍 SORVANE: Processing app: %1"_s.arg(entry.appName));
-        bool made = false;
-        m_created = {};
-        try {
-            m_definition.applicationsPath = defaultFolder;
-            copyIntoDefinition(entry);
-            Logger::log(u"🔍 SORVANE: App configuration: needTab=%1, incognito=%2, applicationType=%3"_s.arg(
-                yesNo(m_definition.needTab), yesNo(m_definition.incognito)).arg(m_definition.applicationType));
-            Logger::log(u"🔍 SORVANE: SNBulkApp.incognito: %1"_s.arg(yesNo(entry.incognito)));
-            Logger::log(u"🔍 SORVANE: self.incognito: %1"_s.arg(yesNo(m_definition.incognito)));
-            Logger::log(u"🔍 SORVANE: needTab before logic: %1"_s.arg(yesNo(m_definition.needTab)));
-            if (m_definition.incognito && !m_definition.needTab) {
-                m_definition.needTab = true;
-                Logger::log(u"🔍 SORVANE: Forcing needTab=YES due to incognito mode"_s);
-            }
-            if (m_definition.needTab && m_definition.tabsList.isEmpty())
-                m_definition.tabsList.append(SNTabModel{m_definition.appURL});
-            Logger::log(u"🔍 SORVANE: needTab after logic: %1"_s.arg(yesNo(m_definition.needTab)));
-            Logger::log(u"🔍 SORVANE: Calling createForReal..."_s);
-            SNError error;
-            made = createForReal(duplicate, &error);
-            if (made) {
-                if (installed) {
-                    installed->append(entry);
-                    installed->last().appName = m_definition.appName;
-                }
-                Logger::log(u"🔍 SORVANE: App creation successful for: %1"_s.arg(entry.appName));
-            } else {
-                allMade = false;
-                Logger::log(u"🔍 SORVANE: App creation failed for: %1"_s.arg(entry.appName));
-            }
-        } catch (const std::exception &exception) {
-            allMade = false;
-            Logger::log(u"🔍 SORVANE: Exception during app creation: %1 - %2"_s.arg(
-                entry.appName, QString::fromLocal8Bit(exception.what())));
-            Logger::log(u"🔍 SORVANE: App details: %1, needTab: %2, applicationType: %3"_s.arg(
-                entry.appName, yesNo(m_definition.needTab)).arg(m_definition.applicationType));
-        }
-        if (progress)
-            progress(index, made);
-    }
-    m_definition.applicationsPath = defaultFolder;
-    Logger::log(u"🔍 SORVANE: App creation complete. Result: %1"_s.arg(allMade ? u"SUCCESS"_s : u"FAILURE"_s));
-    return allMade;
 }

@@ -140,7 +140,7 @@ std::optional<QVariantMap> DefinitionValidator::checkedDestination(const QVarian
     return SNRoutingConfig::sanitizedDestination(record);
 }
 
-bool DefinitionValidator::validate(SNBulkApp &app, QString *error) const
+bool DefinitionValidator::validate(AppDefinition &app, QString *error) const
 {
     switch (AppNameRule::check(app.appName)) {
     case AppNameRule::Verdict::Invalid:
@@ -150,7 +150,7 @@ bool DefinitionValidator::validate(SNBulkApp &app, QString *error) const
     case AppNameRule::Verdict::Acceptable:
         break;
     }
-    const bool tabbed = app.tabbedApp || !app.tabsList.isEmpty();
+    const bool tabbed = app.needTab || !app.tabsList.isEmpty();
     if (!(tabbed && app.appURL.isEmpty()) && !isWebAddress(app.appURL))
         return refuse<bool>(error, u"appURL: %1 is not an http or https address with a host"_s.arg(quoted(app.appURL)));
     for (qsizetype i = 0; i < app.tabsList.size(); ++i) {

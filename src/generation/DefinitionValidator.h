@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QString>
 #include <QVariantMap>
@@ -24,7 +24,7 @@ public:
     DefinitionValidator(Context &context, const QString &baseFolder);
 
     // Checks `app` and completes it (app destinations get their absolute path, name and id).
-    bool validate(SNBulkApp &app, QString *error) const;
+    bool validate(AppDefinition &app, QString *error) const;
 
     // A destination record checked strictly: an unknown type or a missing key is an error.
     std::optional<QVariantMap> checkedDestination(const QVariant &destination, const QString &field,

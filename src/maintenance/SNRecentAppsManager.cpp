@@ -190,5 +190,5 @@ SNEditorItem SNRecentAppsManager::editorItem(Context &context, const SNAppItem &
         info.insert(u"appID"_s, item.appId);
     AppDefinition definition = SNUpdaterHelper::definitionForApp(context, item.name, info);
     definition.applicationsPath = QFileInfo(item.path).absolutePath();
-    return SNEditorItem::initWithAppItem(item, SNBulkApp::fromDefinition(definition));
+    return SNEditorItem::initWithAppItem(item, definition);
 }

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(SNBulkApp, ReadsTheDictionaryForm)
+TEST(AppDefinition, ReadsTheDictionaryForm)
 {
     TestContext test;
     QImage icon(32, 32, QImage::Format_ARGB32);
@@ -15,7 +15,7 @@ TEST(SNBulkApp, ReadsTheDictionaryForm)
     ASSERT_TRUE(icon.save(test.root() + QStringLiteral("/icon.png")));
 
     QString error;
-    const auto app = SNBulkApp::fromDictionary(
+    const auto app = AppDefinition::fromDictionary(
         {{QStringLiteral("appName"), QStringLiteral("Mail")},
          {QStringLiteral("appURL"), QStringLiteral("https://mail.example.test")},
          {QStringLiteral("appIcon"), QStringLiteral("icon.png")},
@@ -28,7 +28,7 @@ TEST(SNBulkApp, ReadsTheDictionaryForm)
         test.root(), &error);
     ASSERT_TRUE(app) << qPrintable(error);
     EXPECT_EQ(app->appName, QStringLiteral("Mail"));
-    EXPECT_TRUE(app->tabbedApp);
+    EXPECT_TRUE(app->needTab);
     EXPECT_EQ(app->tabsList, (SNTabList{SNTabModel(QStringLiteral("https://a.test")), SNTabModel(QStringLiteral("https://b.test"))}));
     EXPECT_FALSE(app->restoreSession);
     EXPECT_FALSE(app->incognito);
@@ -52,7 +52,7 @@ TEST_P(SNBulkAppRejects, AFieldOfTheWrongTypeByName)
     TestContext test;
     QString error;
     const QString key = QString::fromUtf8(GetParam().key);
-    EXPECT_FALSE(SNBulkApp::fromDictionary({{QStringLiteral("appName"), QStringLiteral("A")}, {key, GetParam().value}},
+    EXPECT_FALSE(AppDefinition::fromDictionary({{QStringLiteral("appName"), QStringLiteral("A")}, {key, GetParam().value}},
                                            test.root(), &error));
     EXPECT_TRUE(error.startsWith(key + u':')) << qPrintable(error);
 }

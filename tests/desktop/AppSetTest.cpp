@@ -43,6 +43,8 @@ TEST(AppSets, ExportedAppsComeBackThroughImport)
     other.find(u"importAction"_s)->setProperty("fileUrl", QUrl::fromLocalFile(chosen + u".sorvane"_s));
     QString why;
     ASSERT_TRUE(other.click(u"importButton"_s, &why)) << why.toStdString();
+    // The import runs in the background; its alert comes when it ends.
+    ASSERT_TRUE(DesktopHarness::waitFor([&other] { return !other.shownAlert().isEmpty(); }, 30000));
     EXPECT_EQ(other.shownAlert(), (QStringList{u"Importer"_s, u"1 App(s) imported successfully"_s, u"OK"_s}));
     EXPECT_TRUE(QDir(other.bundle(u"Mail"_s)).exists());
     ASSERT_TRUE(DesktopHarness::waitFor([&other] { return other.find(u"app:Mail"_s) != nullptr; }));

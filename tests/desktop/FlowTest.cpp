@@ -113,8 +113,9 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     app.answerNextAlert(0, alert);
     ASSERT_EQ(openMenuAction(app, u"deleteAction"_s, u"Team Hub"_s), QString());
     EXPECT_EQ(alert.shown.value(0), u"Delete Team Hub?"_s);
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return !QFile::exists(app.bundle(u"Team Hub"_s)); }));
-    EXPECT_TRUE(SNAppTracker(app.test().context()).getTracker().isEmpty());
+    ASSERT_TRUE(DesktopHarness::waitFor([&] {
+        return !QFile::exists(app.bundle(u"Team Hub"_s)) && SNAppTracker(app.test().context()).getTracker().isEmpty();
+    }));
     EXPECT_FALSE(QFile::exists(entry));
     EXPECT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"emptyState"_s); }));
     EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();

@@ -15,9 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-SNBulkApp app(const QString &name, const QString &url)
+AppDefinition app(const QString &name, const QString &url)
 {
-    SNBulkApp entry;
+    AppDefinition entry;
     entry.appName = name;
     entry.appURL = url;
     return entry;
@@ -26,7 +26,7 @@ SNBulkApp app(const QString &name, const QString &url)
 QStringList names(const SNBulkAppsManager &manager)
 {
     QStringList list;
-    for (const SNBulkApp &entry : manager.appsToCreate())
+    for (const AppDefinition &entry : manager.appsToCreate())
         list.append(entry.appName);
     return list;
 }
@@ -61,7 +61,7 @@ struct FakeSearch
 TEST(SNBulkAppsManager, ValidatesEveryRowBeforeCreation)
 {
     // clang-format off
-    const struct { const char *name; QList<SNBulkApp> rows; bool urls; bool names; } cases[] = {
+    const struct { const char *name; QList<AppDefinition> rows; bool urls; bool names; } cases[] = {
         {"empty list", {}, true, true},
         {"five-character address", {app(u"Mail"_s, u"https://mail.example.org/"_s), app(u"News"_s, u"a.b.c"_s)}, false, true},
         {"six characters, whatever they are", {app(u"Mail"_s, u"#!?%$x"_s)}, true, true},
@@ -75,7 +75,7 @@ TEST(SNBulkAppsManager, ValidatesEveryRowBeforeCreation)
         SCOPED_TRACE(c.name);
         TestContext test;
         SNBulkAppsManager manager(test.context());
-        for (const SNBulkApp &row : c.rows)
+        for (const AppDefinition &row : c.rows)
             manager.addApp(row);
         EXPECT_EQ(manager.urlsAreValid(), c.urls);
         EXPECT_EQ(manager.appNamesAreValid(), c.names);
@@ -116,11 +116,11 @@ TEST(SNBulkAppsManager, RemovingRowsRenumbersTheRest)
         EXPECT_EQ(names(manager), c.left);
         EXPECT_EQ(manager.rowCount(), c.left.size());
         for (int row = 0; row < manager.appCount(); ++row) {
-            const SNBulkApp &entry = manager.cell(row).bulkApp;
+            const AppDefinition &entry = manager.cell(row).bulkApp;
             EXPECT_EQ(manager.cell(row).row, row);
             // Rows keep their values; a new row starts in the applications folder.
             EXPECT_EQ(entry.appURL, c.action == Reset ? QString() : u"https://%1.example/"_s.arg(c.left.at(row)));
-            EXPECT_EQ(entry.creationPath, c.action == Reset ? u"/Volumes/Apps"_s : QString());
+            EXPECT_EQ(entry.applicationsPath, c.action == Reset ? u"/Volumes/Apps"_s : QString());
         }
         EXPECT_EQ(manager.removeAllEnabled(), c.left.size() >= 2);
         EXPECT_EQ(enabledChanges, c.left.size() >= 2 ? 0 : 1);

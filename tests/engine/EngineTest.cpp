@@ -4,7 +4,6 @@
 #include "core/BrowserCatalogue.h"
 #include "core/PropertyList.h"
 #include "core/UserDefaults.h"
-#include "generation/ApplicationManager.h"
 #include "generation/EngineBuilder.h"
 #include "generation/SNPlistHelper.h"
 #include "support/TestContext.h"

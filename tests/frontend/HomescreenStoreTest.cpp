@@ -15,6 +15,7 @@
 #include "core/NotificationNames.h"
 #include "frontend/HomescreenAppsModel.h"
 #include "frontend/HomescreenStore.h"
+#include "frontend/JobProgress.h"
 #include "frontend/SNDeepLinkRouter.h"
 #include "maintenance/SNRecentAppsManager.h"
 
@@ -260,7 +261,13 @@ TEST_P(HomescreenDelete, AsksThenRemovesTheBundleAndItsRecord)
         ASSERT_TRUE(frozen.emplace(home.apps()).frozen());
     }
 
-    EXPECT_EQ(store.deleteApp(id), gone);
+    QSignalSpy deleted(&store, &HomescreenStore::appDeleted);
+    const bool started = store.deleteApp(id);
+    EXPECT_EQ(started, row.answer == 0);
+    if (started) { // the removal runs in the background
+        ASSERT_TRUE(QTest::qWaitFor([&store] { return !store.work()->running(); }, 30000));
+    }
+    EXPECT_EQ(deleted.size(), gone ? 1 : 0);
 
     EXPECT_EQ(home.asked.value(0), (QStringList{u"Delete Mail?"_s,
                                                u"This will permanently delete the app from your Applications folder. "
@@ -347,7 +354,9 @@ TEST(HomescreenStore, ExportedAppsComeBackThroughImport)
     const QStringList chosen{home.ids.value(u"Mail 2"_s), home.ids.value(u"Notes"_s)};
     EXPECT_EQ(store.exportApps(chosen, QUrl::fromLocalFile(file)), 2);
     EXPECT_EQ(store.exportApps({u"not-an-app"_s}, QUrl::fromLocalFile(file)), -1);
-    EXPECT_EQ(store.importAppSet(QUrl::fromLocalFile(home.test.root() + u"/missing.sorvane"_s)), -1);
+    // A refused file is told when the job has looked at it.
+    ASSERT_TRUE(store.importAppSet(QUrl::fromLocalFile(home.test.root() + u"/missing.sorvane"_s)));
+    ASSERT_TRUE(QTest::qWaitFor([&store] { return !store.work()->running(); }, 30000));
     EXPECT_EQ(home.errors.filter(u"Invalid App Config File"_s).size(), 2);
 
     ASSERT_TRUE(QDir(home.bundle(u"Mail 2"_s)).removeRecursively());
@@ -355,11 +364,15 @@ TEST(HomescreenStore, ExportedAppsComeBackThroughImport)
     store.setShowingImportSheet(true);
     QSignalSpy sheet(&store, &HomescreenStore::showingImportSheetChanged);
     QSignalSpy apps(&store, &HomescreenStore::appsChanged);
-    EXPECT_EQ(store.importAppSet(QUrl::fromLocalFile(file + u".sorvane"_s)), 2);
+    QSignalSpy imported(&store, &HomescreenStore::appSetImported);
+    ASSERT_TRUE(store.importAppSet(QUrl::fromLocalFile(file + u".sorvane"_s)));
+    ASSERT_TRUE(imported.wait(30000));
+    EXPECT_EQ(imported.constFirst().constFirst().toInt(), 2);
     EXPECT_EQ(sheet.size(), 1);
     EXPECT_FALSE(store.showingImportSheet());
     // The creations announce the new apps; the store reloads on that.
-    EXPECT_TRUE(apps.wait(5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return names(store.filteredApps()) == byName; }, 5000));
+    EXPECT_FALSE(apps.isEmpty());
     EXPECT_EQ(names(store.filteredApps()), byName);
     EXPECT_EQ(store.apps()->rowOf(home.ids.value(u"Notes"_s)), -1); // made again, under a new id
 }

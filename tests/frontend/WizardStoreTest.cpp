@@ -22,6 +22,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+// Saves the wizard's app and waits for the save to end: a creation runs in the background.
+bool saved(AppCreationWizardStore &store)
+{
+    QSignalSpy finished(&store, &AppCreationWizardStore::creationFinished);
+    if (!store.createApp())
+        return false;
+    return (!finished.isEmpty() || finished.wait(60000)) && finished.constLast().constFirst().toBool();
+}
+
 using Store = AppCreationWizardStore;
 using Error = AppCreationWizardStore::ValidationError;
 
@@ -249,7 +258,7 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     while (store.currentStep() != Store::WizardStep::Review)
         ASSERT_TRUE(store.nextStep());
 
-    ASSERT_TRUE(store.createApp()) << qPrintable(store.creationError());
+    ASSERT_TRUE(saved(store)) << qPrintable(store.creationError());
     const QString bundle = home.bundle(u"Team Desk"_s);
     EXPECT_EQ(store.createdAppPath(), bundle);
     EXPECT_TRUE(store.showingSuccess());
@@ -333,7 +342,7 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_EQ(homescreen.wizard(), nullptr);
     ASSERT_TRUE(homescreen.duplicateApp(homescreen.editingApp().id));
     ASSERT_NE(homescreen.wizard(), nullptr);
-    ASSERT_TRUE(homescreen.wizard()->createApp()) << qPrintable(homescreen.wizard()->creationError());
+    ASSERT_TRUE(saved(*homescreen.wizard())) << qPrintable(homescreen.wizard()->creationError());
     EXPECT_EQ(homescreen.wizard()->createdAppPath(), home.bundle(u"Team Desk 2"_s));
     EXPECT_EQ(home.info(home.bundle(u"Team Desk 2"_s)).value(u"tabs"_s), home.info(bundle).value(u"tabs"_s));
     EXPECT_EQ(home.info(bundle).value(u"appName"_s).toString(), u"Team Desk"_s);

@@ -1,9 +1,9 @@
 #include "generation/AppConfigFile.h"
-#include "generation/ApplicationManager.h"
 
 #include "support/TestContext.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QImageReader>
@@ -108,16 +108,15 @@ TEST(AppConfigFile, SingleWindowAppsWriteAnEmptyTabListAndLeaveUnsetKeysOut)
 TEST(AppConfigFile, OlderAndBrokenFiles)
 {
     TestContext test;
-    ApplicationManager manager(test.context());
-    manager.definition() = tabbedDefinition();
-    ASSERT_TRUE(manager.saveAppConfig(QStringLiteral("APP-ID")));
+    ASSERT_TRUE(QDir().mkpath(test.supportFolder()));
     const QString path = test.supportFolder() + QStringLiteral("/APP-ID.config");
+    QString error;
+    ASSERT_TRUE(AppConfigFile::write(path, tabbedDefinition(), &error)) << qPrintable(error);
 
     // Older files without restoreSession restored their session.
     EXPECT_TRUE(AppConfigFile::definitionFromDictionary({}).restoreSession);
 
     QFile::resize(path, 20);
-    QString error;
     EXPECT_FALSE(AppConfigFile::read(path, &error));
     EXPECT_FALSE(error.isEmpty());
 }

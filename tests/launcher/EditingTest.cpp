@@ -37,18 +37,18 @@ namespace {
 // The values an edit sets, side by side for a readable difference.
 QVariantMap summary(const SNEditorItem &app)
 {
-    const SNBulkApp &item = app.appItem;
+    const AppDefinition &item = app.appItem;
     QStringList tabs;
     for (const SNTabModel &tab : item.tabsList)
         tabs.append(tab.tabUrlString);
     return {{u"name"_s, item.appName},
             {u"url"_s, item.appURL},
-            {u"tabbed"_s, item.tabbedApp},
-            {u"tabs"_s, item.tabbedApp ? tabs : QStringList{}},
+            {u"tabbed"_s, item.needTab},
+            {u"tabs"_s, item.needTab ? tabs : QStringList{}},
             {u"incognito"_s, item.incognito},
             {u"dark"_s, item.forceDarkMode},
             {u"registerAsBrowser"_s, item.registerAsBrowser},
-            {u"routing"_s, item.whitelistingEnabled},
+            {u"routing"_s, item.isWhitelistingEnabled},
             {u"rules"_s, item.routingRules},
             {u"destination"_s, item.defaultDestination ? QVariant(*item.defaultDestination) : QVariant()},
             {u"accent"_s, item.accentColor},
@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
         EditCase{"liveOnlyRoutingAndSession",
                  {.name = u"Mail"_s, .routing = true},
                  [](AppEditor::Change &change) {
-                     SNBulkApp &app = change.edited.appItem;
+                     AppDefinition &app = change.edited.appItem;
                      app.routingRules = {QVariantMap{{u"id"_s, u"r1"_s}, {u"pattern"_s, u"*.example.org"_s},
                                                      {u"action"_s, u"allow"_s}}};
                      app.defaultDestination = QVariantMap{{u"type"_s, u"default"_s}};
@@ -168,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(
         EditCase{"renameIconAddressAndSwitches",
                  {.name = u"Notes"_s},
                  [](AppEditor::Change &change) {
-                     SNBulkApp &app = change.edited.appItem;
+                     AppDefinition &app = change.edited.appItem;
                      app.appName = u"It's \"Q3\" $(notes)"_s;
                      app.appURL = u"https://notes.example.test/new?a=1&b=2"_s;
                      app.forceDarkMode = true;
@@ -182,8 +182,8 @@ INSTANTIATE_TEST_SUITE_P(
         EditCase{"tabbedIncognito",
                  {.name = u"Chat"_s},
                  [](AppEditor::Change &change) {
-                     SNBulkApp &app = change.edited.appItem;
-                     app.tabbedApp = true;
+                     AppDefinition &app = change.edited.appItem;
+                     app.needTab = true;
                      app.incognito = true;
                      app.tabsList = {SNTabModel(u"https://chat.example.test/"_s), SNTabModel(u"https://b.example.test/"_s)};
                      app.appURL = app.tabsList.constFirst().tabUrlString;
@@ -199,8 +199,8 @@ INSTANTIATE_TEST_SUITE_P(
                   .dark = true,
                   .routing = true},
                  [](AppEditor::Change &change) {
-                     SNBulkApp &app = change.edited.appItem;
-                     app.tabbedApp = app.incognito = app.forceDarkMode = app.whitelistingEnabled = false;
+                     AppDefinition &app = change.edited.appItem;
+                     app.needTab = app.incognito = app.forceDarkMode = app.isWhitelistingEnabled = false;
                      app.tabsList.clear();
                      app.appURL = u"https://team.example.test/"_s;
                  },
@@ -349,7 +349,7 @@ TEST_P(OlderLayout, LauncherIsPatchedLineByLine)
     app.path = bundle;
     app.appItem.appName = u"Old Mail"_s;
     app.appItem.appURL = u"https://new.example.com/inbox"_s;
-    app.appItem.tabbedApp = GetParam().tabbed;
+    app.appItem.needTab = GetParam().tabbed;
     for (const QString &tab : GetParam().tabs)
         app.appItem.tabsList.append(SNTabModel(tab));
 

@@ -357,7 +357,7 @@ TEST(AppList, FollowsTheRegistryAndOpensRowsForEditing)
     EXPECT_EQ(editing.appId, mail.appId());
     EXPECT_TRUE(editing.installed);
     EXPECT_EQ(editing.browser, u"chromium"_s);
-    EXPECT_TRUE(editing.appItem.whitelistingEnabled);
+    EXPECT_TRUE(editing.appItem.isWhitelistingEnabled);
     EXPECT_TRUE(editing.appItem.forceDarkMode);
     EXPECT_EQ(editing.appItem.appURL, u"https://app.example.test/"_s);
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "core/Context.h"
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 #include "core/SNTabModel.h"
-#include "generation/ApplicationManager.h"
+#include "generation/CreateAppJob.h"
 
 #include <QStringList>
 #include <QThread>
@@ -13,19 +13,18 @@
 inline QString makeFakeEngineApp(Context &context, const QString &folder, const QString &name,
                                  const QStringList &urls, bool incognito = false, bool registerAsBrowser = false)
 {
-    ApplicationManager manager(context);
-    manager.definition().applicationType = 5; // chromium
-    manager.definition().applicationsPath = folder;
-    SNBulkApp entry;
+    AppDefinition entry;
+    entry.applicationType = 5; // chromium
+    entry.applicationsPath = folder;
     entry.appName = name;
     entry.appURL = urls.value(0);
-    entry.tabbedApp = urls.size() > 1;
-    for (const QString &url : entry.tabbedApp ? urls : QStringList())
+    entry.needTab = urls.size() > 1;
+    for (const QString &url : entry.needTab ? urls : QStringList())
         entry.tabsList.append(SNTabModel(url));
     entry.incognito = incognito;
     entry.registerAsBrowser = registerAsBrowser;
-    manager.bulkApps = {entry};
-    manager.create(false);
+    CreateAppJob job(context, {entry, {}, WhenNameTaken::Ask, folder});
+    job.exec();
     QThread::msleep(20); // bundle dates a file system tells apart
-    return manager.created().appID;
+    return job.result().appID;
 }

@@ -20,12 +20,16 @@ Item {
         else
             openDialog.open()
     }
+    // Starts the import; the store shows "Invalid App Config File" itself when the file is refused.
     function importFrom(url) {
-        const made = home.importAppSet(url)
-        if (made < 0)
-            return false // the store has shown "Invalid App Config File"
-        imported(qsTr("Importer"), qsTr("%1 App(s) imported successfully").arg(made))
-        return true
+        return home.importAppSet(url)
+    }
+
+    Connections {
+        target: action.home
+        function onAppSetImported(made) {
+            action.imported(qsTr("Importer"), qsTr("%1 App(s) imported successfully").arg(made))
+        }
     }
 
     FileDialog {

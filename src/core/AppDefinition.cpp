@@ -1,4 +1,4 @@
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 
 #include <QDir>
 
@@ -55,17 +55,17 @@ bool isList(const QVariant &value)
 
 } // namespace
 
-std::optional<SNBulkApp> SNBulkApp::fromDictionary(const QVariantMap &dictionary, const QString &baseFolder,
-                                                   QString *error)
+std::optional<AppDefinition> AppDefinition::fromDictionary(const QVariantMap &dictionary, const QString &baseFolder,
+                                                           QString *error)
 {
-    SNBulkApp app;
+    AppDefinition app;
     FieldReader read(dictionary, error);
     if (!read.text(QStringLiteral("appName"), app.appName) || !read.text(QStringLiteral("appURL"), app.appURL)
-        || !read.text(QStringLiteral("creationPath"), app.creationPath)
+        || !read.text(QStringLiteral("creationPath"), app.applicationsPath)
         || !read.boolean(QStringLiteral("registerAsBrowser"), app.registerAsBrowser)
         || !read.boolean(QStringLiteral("incognito"), app.incognito)
-        || !read.boolean(QStringLiteral("whitelistingEnabled"), app.whitelistingEnabled)
-        || !read.boolean(QStringLiteral("tabbedApp"), app.tabbedApp)
+        || !read.boolean(QStringLiteral("whitelistingEnabled"), app.isWhitelistingEnabled)
+        || !read.boolean(QStringLiteral("tabbedApp"), app.needTab)
         || !read.boolean(QStringLiteral("forceDarkMode"), app.forceDarkMode)
         || !read.text(QStringLiteral("accentColor"), app.accentColor)
         || !read.boolean(QStringLiteral("restoreSession"), app.restoreSession)
@@ -92,8 +92,8 @@ std::optional<SNBulkApp> SNBulkApp::fromDictionary(const QVariantMap &dictionary
     }
 
     // A relative folder is the list's own business: it means a folder beside the list.
-    if (!app.creationPath.isEmpty())
-        app.creationPath = QDir::cleanPath(QDir(baseFolder).absoluteFilePath(app.creationPath));
+    if (!app.applicationsPath.isEmpty())
+        app.applicationsPath = QDir::cleanPath(QDir(baseFolder).absoluteFilePath(app.applicationsPath));
     const QVariant rules = dictionary.value(QStringLiteral("routingRules"));
     if (rules.isValid() && !rules.isNull()) {
         if (!isList(rules)) {
@@ -133,51 +133,10 @@ std::optional<SNBulkApp> SNBulkApp::fromDictionary(const QVariantMap &dictionary
     return app;
 }
 
-SNBulkApp SNBulkApp::fromDefinition(const AppDefinition &definition)
+void AppDefinition::applyTabRules()
 {
-    SNBulkApp app;
-    app.appName = definition.appName;
-    app.appURL = definition.appURL;
-    app.appIcon = definition.appIcon;
-    app.creationPath = definition.applicationsPath;
-    app.registerAsBrowser = definition.registerAsBrowser;
-    app.incognito = definition.incognito;
-    app.whitelistingEnabled = definition.isWhitelistingEnabled;
-    app.tabbedApp = definition.needTab;
-    app.tabsList = definition.tabsList;
-    app.routingRules = definition.routingRules;
-    app.defaultDestination = definition.defaultDestination;
-    app.forceDarkMode = definition.forceDarkMode;
-    app.accentColor = definition.accentColor;
-    app.restoreSession = definition.restoreSession;
-    app.passwordManagerCompatibility = definition.passwordManagerCompatibility;
-    return app;
-}
-
-void SNBulkApp::applyTo(AppDefinition &definition) const
-{
-    definition.appName = appName;
-    definition.appURL = appURL;
-    definition.appIcon = appIcon;
-    if (!creationPath.isEmpty())
-        definition.applicationsPath = creationPath;
-    definition.isWhitelistingEnabled = whitelistingEnabled;
-    definition.needTab = tabbedApp || !tabsList.isEmpty();
-    definition.registerAsBrowser = registerAsBrowser;
-    definition.incognito = incognito;
-    definition.tabsList = tabsList;
-    definition.routingRules = routingRules;
-    definition.defaultDestination = defaultDestination;
-    definition.forceDarkMode = forceDarkMode;
-    definition.accentColor = accentColor;
-    definition.restoreSession = restoreSession;
-    definition.passwordManagerCompatibility = passwordManagerCompatibility;
-}
-
-void SNBulkApp::applyTabRules()
-{
-    if (incognito)
-        tabbedApp = true;
-    if (tabbedApp && tabsList.isEmpty())
+    if (incognito || !tabsList.isEmpty())
+        needTab = true;
+    if (needTab && tabsList.isEmpty())
         tabsList.append(SNTabModel(appURL));
 }

@@ -1,16 +1,16 @@
-#include "editing/SNImporter.h"
+#include "editing/ImportAppSetJob.h"
 
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
 #include "core/PropertyList.h"
-#include "core/SNBulkApp.h"
+#include "core/AppDefinition.h"
 #include "editing/SNExporter.h"
 #include "editing/SNExtensionDiscovery.h"
 #include "editing/SNProfileDiscovery.h"
 #include "generation/ProfileSeeder.h"
 #include "generation/AppConfigFile.h"
-#include "generation/ApplicationManager.h"
+#include "generation/AppCreator.h"
 #include "generation/DefinitionValidator.h"
 #include "generation/SNAppScriptHelper.h"
 
@@ -19,19 +19,18 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-SNImporter::SNImporter(Context &context, Options options)
-    : m_context(context), m_options(std::move(options))
+ImportAppSetJob::ImportAppSetJob(Context &context, QString path, Options options, QObject *parent)
+    : Job(parent), m_context(context), m_path(std::move(path)), m_options(std::move(options))
 {
 }
 
-bool SNImporter::importConfig(const QString &path, QString *error)
+bool ImportAppSetJob::run()
 {
     m_outcomes.clear();
+    m_fileRead = false;
+    const QString &path = m_path;
     const auto refuse = [&](const QString &reason) {
-        if (error)
-            *error = u"%1: %2"_s.arg(SNExporter::InvalidFileMessage, reason);
-        Logger::log(u"%1: %2"_s.arg(SNExporter::InvalidFileMessage, reason));
-        return false;
+        return fail(u"%1: %2"_s.arg(SNExporter::InvalidFileMessage, reason));
     };
     const QFileInfo info(path);
     if (!info.isFile())
@@ -42,26 +41,34 @@ bool SNImporter::importConfig(const QString &path, QString *error)
     const QVariant root = PropertyList::readFile(path, &reason);
     if (!root.isValid())
         return refuse(reason);
-    if (root.typeId() != QMetaType::QVariantMap) {
-        Logger::log(u"%1 holds no apps: its root is not a dictionary"_s.arg(path));
+    m_fileRead = true;
+    if (root.typeId() != QMetaType::QVariantMap)
         return true;
-    }
     // Relative app destinations in the file are the file's neighbours.
     m_baseFolder = info.absolutePath();
     const QVariantMap entries = root.toMap();
+    qsizetype refused = 0;
     for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
-        if (it.value().typeId() != QMetaType::QVariantMap) {
+        if (isCancelled())
+            return fail(CancelledText);
+        if (it.value().typeId() != QMetaType::QVariantMap)
             m_outcomes.append({it.key(), {}, false, u"not an app configuration"_s, {}});
-            continue;
-        }
-        m_outcomes.append(createApp(it.key(), it.value().toMap()));
+        else
+            m_outcomes.append(createApp(it.key(), it.value().toMap()));
+        refused += m_outcomes.constLast().made ? 0 : 1;
+        setProgress(double(m_outcomes.size()) / double(entries.size()), m_outcomes.constLast().appName);
     }
+    if (refused > 0)
+        return fail(u"%1 of %2 apps were not imported."_s.arg(refused).arg(entries.size()));
     return true;
 }
 
-void SNImporter::loadProfile(ApplicationManager &manager, const QString &profileKey,
-                             const QStringList &selectedExtensions) const
+void ImportAppSetJob::loadProfile(AppDefinition &app, ProfileSource &source) const
 {
+    const QString profileKey = app.currentProfileKey;
+    const QStringList selectedExtensions = app.selectedExtensions;
+    app.currentProfileKey.clear();
+    app.selectedExtensions.clear();
     if (profileKey.isEmpty() || !ProfileSeeder::isProfileKey(profileKey))
         return;
     // The profile table is Google Chrome's whatever browser the entry names, as sets were always
@@ -79,17 +86,17 @@ void SNImporter::loadProfile(ApplicationManager &manager, const QString &profile
             extensions.append(id);
     }
     getExtensions(*preferences, extensions);
-    manager.profileSource.preferenceJson = *preferences;
-    manager.definition().currentProfileKey = profileKey;
-    manager.definition().selectedExtensions = extensions;
+    source.preferenceJson = *preferences;
+    app.currentProfileKey = profileKey;
+    app.selectedExtensions = extensions;
 }
 
-void SNImporter::getExtensions(QJsonObject &preferenceJson, const QStringList &selectedExtensions)
+void ImportAppSetJob::getExtensions(QJsonObject &preferenceJson, const QStringList &selectedExtensions)
 {
     SNExtensionDiscovery::getExtensions(preferenceJson, selectedExtensions);
 }
 
-SNImporter::Outcome SNImporter::createApp(const QString &key, const QVariantMap &entry)
+ImportAppSetJob::Outcome ImportAppSetJob::createApp(const QString &key, const QVariantMap &entry)
 {
     Outcome outcome{key, entry.value(u"appName"_s).toString(), false, {}, {}};
     const QVariant icon = entry.value(u"appIcon"_s);
@@ -100,8 +107,8 @@ SNImporter::Outcome SNImporter::createApp(const QString &key, const QVariantMap 
     // The configuration file's own reading: wrong types keep their defaults, routingRules that
     // are not a list give no rules, a missing restoreSession restores.
     AppDefinition definition = AppConfigFile::definitionFromDictionary(entry);
-    SNBulkApp app = SNBulkApp::fromDefinition(definition);
-    app.creationPath = m_options.intoFolder;
+    AppDefinition app = definition;
+    app.applicationsPath = m_options.intoFolder;
     if (!definition.needTab)
         app.tabsList.clear();
     if (app.appURL.isEmpty() && !app.tabsList.isEmpty())
@@ -116,21 +123,18 @@ SNImporter::Outcome SNImporter::createApp(const QString &key, const QVariantMap 
         return outcome;
     }
 
-    ApplicationManager manager(m_context);
-    manager.definition().applicationType = browser.number;
-    loadProfile(manager, definition.currentProfileKey, definition.selectedExtensions);
-    manager.bulkApps = {app};
-    manager.bulkProgress = [&](qsizetype, bool made) {
-        outcome.made = made;
-        if (made) {
-            const CreatedApp &created = manager.created();
-            outcome.created = {{u"appID"_s, created.appID},
-                               {u"uniqueID"_s, created.uniqueID},
-                               {u"path"_s, created.bundlePath}};
-        }
-    };
-    manager.create(m_options.keepBoth);
-    if (!outcome.made)
-        outcome.error = u"not created"_s;
+    app.applicationType = browser.number;
+    app.applyTabRules();
+    ProfileSource profile;
+    loadProfile(app, profile);
+    AppCreator creator(m_context, prompter(), app, profile);
+    SNError failure;
+    outcome.made = creator.create(m_options.keepBoth ? WhenNameTaken::Number : WhenNameTaken::Ask, &failure);
+    if (outcome.made) {
+        const CreatedApp &created = creator.created();
+        outcome.created = {{u"appID"_s, created.appID}, {u"uniqueID"_s, created.uniqueID}, {u"path"_s, created.bundlePath}};
+    } else {
+        outcome.error = failure.description.isEmpty() ? u"not created"_s : failure.description;
+    }
     return outcome;
 }

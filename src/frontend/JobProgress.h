@@ -1,0 +1,53 @@
+#pragma once
+
+#include "core/Job.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class Prompter;
+
+// The background job a store runs, as its views see it: whether one runs, how far it is and what
+// it does. A store runs one job at a time through it; the job runs on the thread pool, and its
+// end is handled on the store's thread.
+class JobProgress final : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool running READ running NOTIFY changed)
+    Q_PROPERTY(double fraction READ fraction NOTIFY changed)
+    Q_PROPERTY(QString step READ step NOTIFY changed)
+
+public:
+    explicit JobProgress(QObject *parent = nullptr);
+    ~JobProgress() override;
+
+    bool running() const { return m_job != nullptr; }
+    double fraction() const { return m_fraction; }
+    QString step() const { return m_step; }
+
+    // Starts `job` unless another one runs (then false and the job is dropped). Questions go to
+    // `prompter` on this thread; `done` gets the job when it has ended, and the job is deleted
+    // after it.
+    template<typename SpecificJob>
+    bool run(std::unique_ptr<SpecificJob> job, Prompter *prompter, std::function<void(SpecificJob &)> done)
+    {
+        SpecificJob *specific = job.get();
+        return start(std::move(job), prompter, [specific, done = std::move(done)] { done(*specific); });
+    }
+
+    // Asks the running job to stop.
+    Q_INVOKABLE void cancel();
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    bool start(std::unique_ptr<Job> job, Prompter *prompter, std::function<void()> done);
+
+    Job *m_job = nullptr;
+    double m_fraction = 0;
+    QString m_step;
+};
