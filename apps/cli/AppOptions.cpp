@@ -6,6 +6,7 @@
 #include "Command.h"
 
 #include "core/Context.h"
+#include "core/WebAddress.h"
 #include "generation/AppCreator.h"
 #include "generation/DefinitionValidator.h"
 #include "generation/ProfileSeeder.h"
@@ -142,10 +143,11 @@ std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &par
     AppDefinition app;
     app.appName = parser.value(u"name"_s);
     const QStringList tabs = parser.values(u"tab"_s);
+    // Typed addresses get https unless the site search finds the site answering only on http.
     for (const QString &tab : tabs)
-        app.tabsList.append(SNTabModel(tab));
+        app.tabsList.append(SNTabModel(WebAddress::withScheme(tab)));
     app.needTab = !tabs.isEmpty();
-    app.appURL = app.needTab ? tabs.constFirst() : parser.value(u"url"_s);
+    app.appURL = app.needTab ? app.tabsList.constFirst().tabUrlString : WebAddress::withScheme(parser.value(u"url"_s));
     app.applicationsPath = parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString();
     app.incognito = parser.isSet(u"incognito"_s);
     app.forceDarkMode = parser.isSet(u"dark"_s);
@@ -218,14 +220,22 @@ bool iconSearchWanted(const QCommandLineParser &parser)
     return !parser.isSet(u"no-icon-search"_s) && qEnvironmentVariableIsEmpty("SORVANE_NO_ICON_SEARCH");
 }
 
-void findSiteIcon(AppDefinition &app, const QCommandLineParser &parser)
+void findSiteIcon(AppDefinition &app, const QString &typed, const QCommandLineParser &parser)
 {
-    const QString address = SNFaviconHelper::normalisedAddress(app.appURL.trimmed());
-    if (!app.appIcon.isNull() || address.isEmpty())
+    const QString address = app.appURL;
+    if (!app.appIcon.isNull() || typed.isEmpty())
         return;
     // The helper's own bound (five seconds) holds: long enough for a site that answers at all.
     SNFaviconHelper helper;
-    const SNFaviconHelper::Found found = helper.searchFavicon(QUrl(address));
+    const SNFaviconHelper::Found found = helper.searchAddress(typed);
+    // Typed without a scheme, the address takes the one the site answered on.
+    if (!found.address.isEmpty() && found.address != app.appURL) {
+        for (SNTabModel &tab : app.tabsList) {
+            if (tab.tabUrlString == app.appURL)
+                tab.tabUrlString = found.address;
+        }
+        app.appURL = found.address;
+    }
     if (found.image.isNull()) {
         Command::printNote(u"icon: none found at %1; the app gets the default icon"_s.arg(address), parser);
         return;

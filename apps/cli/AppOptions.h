@@ -41,11 +41,12 @@ int browserNumber(const QString &key, QString *error);
 // sets SORVANE_NO_ICON_SEARCH (test and demo runs, which must stay off the network).
 bool iconSearchWanted(const QCommandLineParser &parser);
 
-// Gives a definition without an icon the site's own, searched for at most five seconds; when
-// there is none (or no network), one line says that the app gets the default icon.
-void findSiteIcon(AppDefinition &app, const QCommandLineParser &parser);
+// Gives a definition without an icon the site's own, searched for at most five seconds from its
+// address as `typed`; when there is none (or no network), one line says that the app gets the
+// default icon. An address typed without a scheme takes the one the site answered on.
+void findSiteIcon(AppDefinition &app, const QString &typed, const QCommandLineParser &parser);
 
-// What `--json` reports of the app the manager made last: appID, uniqueID, path and linkRouting
+// What `--json` reports of an app made: appID, uniqueID, path and linkRouting
 // (null when the app has no companion, so nothing to route).
 QVariantMap createdApp(const CreatedApp &created);
 

@@ -109,7 +109,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         if (app && validator.validate(*app, &error)) {
             // Each entry without an icon gets its site's, bounded like a single creation.
             if (AppOptions::iconSearchWanted(parser))
-                AppOptions::findSiteIcon(*app, parser);
+                AppOptions::findSiteIcon(*app, app->appURL, parser);
             apps.append(*app);
             labels.append(label(i));
         } else {

@@ -53,7 +53,8 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         return Failure;
     }
     if (!parser.isSet(u"icon"_s) && AppOptions::iconSearchWanted(parser))
-        AppOptions::findSiteIcon(*app, parser);
+        AppOptions::findSiteIcon(
+            *app, parser.isSet(u"tab"_s) ? parser.values(u"tab"_s).constFirst() : parser.value(u"url"_s), parser);
 
     app->applicationType = browser;
     ProfileSource profile;

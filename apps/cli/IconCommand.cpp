@@ -1,6 +1,7 @@
 #include "IconCommand.h"
 
 #include "core/AtomicWriter.h"
+#include "core/WebAddress.h"
 #include "editing/SNFaviconHelper.h"
 
 #include <QBuffer>
@@ -34,7 +35,8 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
                                .arg(MaximumTimeout.count()));
         return BadUsage;
     }
-    const QString address = SNFaviconHelper::normalisedAddress(parser.positionalArguments().constFirst().trimmed());
+    const QString typed = parser.positionalArguments().constFirst().trimmed();
+    const QString address = WebAddress::withScheme(typed);
     const QUrl url(address, QUrl::StrictMode);
     if (!url.isValid() || (url.host().isEmpty() && url.scheme() != u"file"_s)) {
         printError(usage + u"%1 is not a web address"_s.arg(address));
@@ -45,9 +47,9 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
     SNFaviconHelper::Limits limits = helper.limits();
     limits.searchTimeout = timeout;
     helper.setLimits(limits);
-    const SNFaviconHelper::Found found = helper.searchFavicon(url);
+    const SNFaviconHelper::Found found = helper.searchAddress(typed);
     if (found.image.isNull()) {
-        printError(u"icon: none found for %1"_s.arg(url.toString()));
+        printError(u"icon: none found for %1"_s.arg(found.address.isEmpty() ? url.toString() : found.address));
         return Failure;
     }
     const QImage image = found.image.largestRepresentation();
@@ -64,7 +66,7 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
         }
     }
     if (parser.isSet(u"json"_s)) {
-        printJson(QVariantMap{{u"url"_s, url.toString()},
+        printJson(QVariantMap{{u"url"_s, found.address.isEmpty() ? url.toString() : found.address},
                               {u"source"_s, found.sourceText()},
                               {u"width"_s, image.width()},
                               {u"height"_s, image.height()},

@@ -2,6 +2,8 @@
 
 #include "core/Constants.h"
 
+#include <QMutexLocker>
+
 UserDefaults::UserDefaults(const QString &settingsFile)
     : m_settings(std::make_unique<QSettings>(settingsFile, QSettings::IniFormat))
 {
@@ -17,12 +19,14 @@ UserDefaults::~UserDefaults() = default;
 
 void UserDefaults::registerDefaults(const QVariantMap &defaults)
 {
+    const QMutexLocker locker(&m_mutex);
     for (auto it = defaults.cbegin(); it != defaults.cend(); ++it)
         m_registered.insert(it.key(), it.value());
 }
 
 QVariant UserDefaults::value(const QString &key) const
 {
+    const QMutexLocker locker(&m_mutex);
     if (m_settings->contains(key))
         return m_settings->value(key);
     return m_registered.value(key);
@@ -43,27 +47,32 @@ bool UserDefaults::boolForKey(const QString &key) const
 
 bool UserDefaults::hasPersistentValue(const QString &key) const
 {
+    const QMutexLocker locker(&m_mutex);
     return m_settings->contains(key);
 }
 
 void UserDefaults::setValue(const QString &key, const QVariant &value)
 {
+    const QMutexLocker locker(&m_mutex);
     m_settings->setValue(key, value);
 }
 
 void UserDefaults::removeValue(const QString &key)
 {
+    const QMutexLocker locker(&m_mutex);
     m_settings->remove(key);
 }
 
 void UserDefaults::removePersistentDomain()
 {
+    const QMutexLocker locker(&m_mutex);
     m_settings->clear();
     m_settings->sync();
 }
 
 void UserDefaults::synchronize()
 {
+    const QMutexLocker locker(&m_mutex);
     m_settings->sync();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMutex>
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -41,6 +42,8 @@ public:
     static bool toBool(const QVariant &value);
 
 private:
+    // Operations run on worker threads while the window reads settings.
+    mutable QMutex m_mutex;
     std::unique_ptr<QSettings> m_settings;
     QVariantMap m_registered;
 };

@@ -1,5 +1,7 @@
 #include "editing/SNBulkAppsManager.h"
 
+#include "core/WebAddress.h"
+
 #include "core/AppNameRule.h"
 #include "core/Context.h"
 
@@ -250,15 +252,6 @@ int SNBulkAppsManager::firstRowWithInvalidName() const
     return -1;
 }
 
-QString SNBulkAppsManager::normalisedAddress(const QString &text)
-{
-    for (const QString &scheme : {u"http://"_s, u"https://"_s, u"file://"_s}) {
-        if (text.startsWith(scheme))
-            return text;
-    }
-    return u"http://"_s + text;
-}
-
 void SNBulkAppsManager::fieldEditingEnded(int row)
 {
     if (row < 0 || row >= appCount())
@@ -270,7 +263,7 @@ void SNBulkAppsManager::fieldEditingEnded(int row)
         return;
     }
     cell.tabsEnabled = true;
-    const QString address = normalisedAddress(cell.bulkApp.appURL);
+    const QString address = cell.bulkApp.appURL.trimmed();
     if (cell.bulkApp.appURL.size() >= 2 && address != cell.lastIconURL && !cell.iconBeingFetched &&
         !cell.hasManuallySelectedIcon && m_faviconSearch) {
         cell.iconBeingFetched = true;
@@ -278,10 +271,11 @@ void SNBulkAppsManager::fieldEditingEnded(int row)
         const quint64 serial = cell.serial;
         QPointer<SNBulkAppsManager> manager(this);
         rowChanged(row);
-        std::function<void()> stop = m_faviconSearch(address, [manager, serial, address](const SNImage &icon) {
-            if (manager)
-                manager->iconFound(serial, address, icon);
-        });
+        std::function<void()> stop =
+            m_faviconSearch(address, [manager, serial, address](const SNImage &icon, const QString &answered) {
+                if (manager)
+                    manager->iconFound(serial, address, icon, answered);
+            });
         // The search may have answered at once, and the row be gone already.
         const auto running = std::find_if(m_cells.begin(), m_cells.end(),
                                           [serial](const SNBulkCell &candidate) { return candidate.serial == serial; });
@@ -292,7 +286,8 @@ void SNBulkAppsManager::fieldEditingEnded(int row)
     rowChanged(row);
 }
 
-void SNBulkAppsManager::iconFound(quint64 serial, const QString &address, const SNImage &icon)
+void SNBulkAppsManager::iconFound(quint64 serial, const QString &address, const SNImage &icon,
+                                  const QString &answered)
 {
     // The row may have been removed, or given an icon by hand, while the search ran.
     const auto cell = std::find_if(m_cells.begin(), m_cells.end(),
@@ -303,6 +298,12 @@ void SNBulkAppsManager::iconFound(quint64 serial, const QString &address, const 
     cell->stopIconSearch = nullptr;
     if (!cell->hasManuallySelectedIcon)
         cell->bulkApp.appIcon = icon; // nothing found clears the proposal
+    // A typed address without a scheme takes the one its site answered on, so that the row shows
+    // the address the app will be saved with.
+    if (!answered.isEmpty() && !WebAddress::hasScheme(cell->bulkApp.appURL.trimmed())) {
+        cell->bulkApp.appURL = answered;
+        cell->lastIconURL = answered;
+    }
     rowChanged(static_cast<int>(cell - m_cells.begin()));
 }
 

@@ -37,10 +37,11 @@ public:
     };
     Q_ENUM(Role)
 
-    // Starts finding the icon of a site; `deliver` is to be called once, on the model's thread,
-    // with the image or a null image when there is none. Returns what stops that search (or an
-    // empty function): the model calls it when the row goes away first.
-    using IconDelivery = std::function<void(const SNImage &)>;
+    // Starts finding the icon of a site from its address as typed; `deliver` is to be called
+    // once, on the model's thread, with the image (null when there is none) and the address with
+    // the scheme that answered (empty when the site did not answer). Returns what stops that
+    // search (or an empty function): the model calls it when the row goes away first.
+    using IconDelivery = std::function<void(const SNImage &, const QString &answered)>;
     using FaviconSearch = std::function<std::function<void()>(const QString &address, IconDelivery deliver)>;
 
     static const QString NotSquareMessage;
@@ -88,7 +89,6 @@ public:
     const SNBulkCell &cell(int row) const { return m_cells.at(row); }
 
     // "http://" before an address that names no scheme of its own.
-    static QString normalisedAddress(const QString &text);
 
 Q_SIGNALS:
     void appCountChanged();
@@ -100,7 +100,7 @@ private:
     void removeRows(int first, int last);
     void renumber();
     void rowChanged(int row);
-    void iconFound(quint64 serial, const QString &address, const SNImage &icon);
+    void iconFound(quint64 serial, const QString &address, const SNImage &icon, const QString &answered);
 
     Context &m_context;
     QList<SNBulkCell> m_cells;

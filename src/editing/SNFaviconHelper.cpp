@@ -1,5 +1,7 @@
 #include "editing/SNFaviconHelper.h"
 
+#include "core/WebAddress.h"
+
 #include "core/BoundedImageReader.h"
 #include "core/Logger.h"
 #include "editing/FaviconSession.h"
@@ -79,17 +81,6 @@ QString SNFaviconHelper::keyForURL(const QUrl &url)
     return url.host();
 }
 
-QString SNFaviconHelper::normalisedAddress(const QString &typed)
-{
-    if (typed.isEmpty())
-        return typed;
-    for (const QString &scheme : {u"http://"_s, u"https://"_s, u"file://"_s}) {
-        if (typed.startsWith(scheme))
-            return typed;
-    }
-    return u"http://%1"_s.arg(typed);
-}
-
 SNFaviconHelper::Density SNFaviconHelper::screenDensity()
 {
     // Only a GUI application has screens; the command line and tests on a headless machine take
@@ -125,18 +116,19 @@ SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadl
     if (isCancelled)
         return {};
     deadline = earlierOf(deadline, m_limits.searchTimeout);
-    Logger::log(u"appURL:%1"_s.arg(appURL.toString()));
+    return searchWithPage(appURL, fetch(appURL, deadline, m_limits.maximumPageBytes), deadline);
+}
 
-    const FaviconSession::Response page = fetch(appURL, deadline, m_limits.maximumPageBytes);
+SNFaviconHelper::Found SNFaviconHelper::searchWithPage(const QUrl &appURL, const FaviconSession::Response &page,
+                                                       QDeadlineTimer deadline)
+{
     if (isCancelled)
         return {};
-
     Found htmlCandidate;
     QUrl pageURL = appURL;
     QString title;
     if (page.finished) {
         pageURL = page.finalUrl;
-        Logger::log(u"response.URL:%1"_s.arg(pageURL.toString()));
         htmlCandidate = iconFromHTML(page.body, charsetOf(page.contentType), pageURL, deadline);
         title = titleOfPage(decodePage(page.body, charsetOf(page.contentType)));
     }
@@ -150,25 +142,44 @@ SNFaviconHelper::Found SNFaviconHelper::searchFavicon(const QUrl &appURL, QDeadl
     Found best = htmlCandidate.image.isNull() || rootCandidate.width() > htmlCandidate.width() ? rootCandidate
                                                                                                : htmlCandidate;
     best.pageTitle = title;
+    if (page.finished || page.status > 0 || !best.image.isNull())
+        best.address = appURL.toString();
     return best;
 }
 
-void SNFaviconHelper::getFaviconWithAppURL(const QUrl &appURL, QObject *receiver,
+SNFaviconHelper::Found SNFaviconHelper::searchAddress(const QString &typed, QDeadlineTimer deadline)
+{
+    deadline = earlierOf(deadline, m_limits.searchTimeout);
+    const QStringList candidates = WebAddress::candidates(typed);
+    if (candidates.size() < 2)
+        return candidates.isEmpty() ? Found() : searchFavicon(QUrl(candidates.constFirst()), deadline);
+    // Without a scheme, https is asked first but only briefly: a server that speaks plain http may
+    // never answer a TLS handshake, and the search must not spend its whole time on it.
+    const QUrl secure(candidates.constFirst());
+    const FaviconSession::Response page = fetch(secure, earlierOf(deadline, HttpsProbeTime), m_limits.maximumPageBytes);
+    if (isCancelled)
+        return {};
+    if (page.finished || page.status > 0)
+        return searchWithPage(secure, page, deadline);
+    return searchFavicon(QUrl(candidates.at(1)), deadline);
+}
+
+void SNFaviconHelper::getFaviconWithAppURL(const QString &typed, QObject *receiver,
                                            std::function<void(const SNImage &)> completion)
 {
-    lookUpSite(appURL, receiver, [completion = std::move(completion)](const Found &found) {
+    lookUpSite(typed, receiver, [completion = std::move(completion)](const Found &found) {
         if (completion)
             completion(found.image);
     });
 }
 
-void SNFaviconHelper::lookUpSite(const QUrl &appURL, QObject *receiver, std::function<void(const Found &)> completion)
+void SNFaviconHelper::lookUpSite(const QString &typed, QObject *receiver, std::function<void(const Found &)> completion)
 {
     if (isCancelled)
         return;
     waitForSearch();
-    QThread *thread = QThread::create([this, appURL, receiver, completion = std::move(completion)] {
-        const Found found = searchFavicon(appURL);
+    QThread *thread = QThread::create([this, typed, receiver, completion = std::move(completion)] {
+        const Found found = searchAddress(typed);
         if (isCancelled || !completion)
             return;
         QMetaObject::invokeMethod(receiver, [completion, found] { completion(found); }, Qt::QueuedConnection);
@@ -255,7 +266,7 @@ SNFaviconHelper::Found SNFaviconHelper::widerOf(Found kept, const QUrl &candidat
     SNImage image = decodeIcon(*data);
     if (image.isNull())
         return kept;
-    Found found{std::move(image), candidate, {}};
+    Found found{std::move(image), candidate, {}, {}};
     return kept.image.isNull() || kept.width() < found.width() ? found : kept;
 }
 

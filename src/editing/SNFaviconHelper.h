@@ -50,6 +50,8 @@ public:
         SNImage image;
         QUrl source;
         QString pageTitle; // the page's <title>, as plain text; empty when it has none
+        // The address searched, with the scheme that answered; empty when the site did not answer.
+        QString address;
         int width() const { return image.largestPixelSize().width(); }
         // The source for people: an icon inlined in the page is not printed whole.
         QString sourceText() const
@@ -78,9 +80,14 @@ public:
     // when the search was cancelled. One threaded search at a time. The receiver must outlive the
     // search: an owner that keeps the helper has that, since the helper's destructor cancels and
     // waits.
-    void getFaviconWithAppURL(const QUrl &appURL, QObject *receiver, std::function<void(const SNImage &)> completion);
-    // The same, handing over what was found with the page's title.
-    void lookUpSite(const QUrl &appURL, QObject *receiver, std::function<void(const Found &)> completion);
+    void getFaviconWithAppURL(const QString &typed, QObject *receiver, std::function<void(const SNImage &)> completion);
+    // The same, handing over what was found with the page's title and the address that answered.
+    void lookUpSite(const QString &typed, QObject *receiver, std::function<void(const Found &)> completion);
+    // Searches the site of an address as typed (WebAddress): one with a scheme as it stands, one
+    // without over https and, when https does not answer, over http, all within one deadline.
+    Found searchAddress(const QString &typed, QDeadlineTimer deadline = QDeadlineTimer(QDeadlineTimer::Forever));
+    // How long https may take to answer a typed address without a scheme before http is tried.
+    static constexpr std::chrono::milliseconds HttpsProbeTime{2500};
     // Blocks until the threaded search's thread has ended.
     void waitForSearch();
 
@@ -103,9 +110,6 @@ public:
     // The key under which a found icon may be kept: the address's host.
     static QString keyForURL(const QUrl &url);
 
-    // What callers do with a typed address first: empty stays empty (nothing to search), and a
-    // text without http://, https:// or file:// gets http:// in front.
-    static QString normalisedAddress(const QString &typed);
     // The density of the primary screen; high when there is no screen (the command line, a
     // headless machine), so that the touch icons, usually the largest, take part.
     static Density screenDensity();
@@ -115,6 +119,8 @@ private:
     // One download within this helper's limits, the deadline and the cancel flag.
     FaviconSession::Response fetch(const QUrl &url, QDeadlineTimer deadline, qint64 maximumBytes);
     Found widerOf(Found kept, const QUrl &candidate, QDeadlineTimer deadline);
+    // The search of `appURL` once its page has been asked for.
+    Found searchWithPage(const QUrl &appURL, const FaviconSession::Response &page, QDeadlineTimer deadline);
     SNImage decodeIcon(const QByteArray &data) const;
     QString decodePage(const QByteArray &page, const QString &textEncodingName) const;
 

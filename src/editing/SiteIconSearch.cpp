@@ -16,21 +16,27 @@ SiteIconSearch::~SiteIconSearch() = default; // each helper cancels and waits fo
 SNBulkAppsManager::FaviconSearch SiteIconSearch::function()
 {
     return [this](const QString &address, SNBulkAppsManager::IconDelivery deliver) -> std::function<void()> {
-        const quint64 id = ++m_lastId;
-        auto helper = std::make_unique<SNFaviconHelper>();
-        helper->getFaviconWithAppURL(QUrl(address), this, [this, id, deliver](const SNImage &icon) {
-            deliver(icon);
-            finish(id);
-        });
-        m_searches.emplace(id, std::move(helper));
-        QPointer<SiteIconSearch> self(this);
-        return [self, id] {
-            if (!self)
-                return;
-            if (const auto search = self->m_searches.find(id); search != self->m_searches.end())
-                search->second->isCancelled = true;
-            self->finish(id);
-        };
+        return lookUp(address, [deliver](const SNFaviconHelper::Found &found) { deliver(found.image, found.address); });
+    };
+}
+
+std::function<void()> SiteIconSearch::lookUp(const QString &typed,
+                                             std::function<void(const SNFaviconHelper::Found &)> deliver)
+{
+    const quint64 id = ++m_lastId;
+    auto helper = std::make_unique<SNFaviconHelper>();
+    helper->lookUpSite(typed, this, [this, id, deliver = std::move(deliver)](const SNFaviconHelper::Found &found) {
+        deliver(found);
+        finish(id);
+    });
+    m_searches.emplace(id, std::move(helper));
+    QPointer<SiteIconSearch> self(this);
+    return [self, id] {
+        if (!self)
+            return;
+        if (const auto search = self->m_searches.find(id); search != self->m_searches.end())
+            search->second->isCancelled = true;
+        self->finish(id);
     };
 }
 

@@ -14,7 +14,9 @@
 #include "editing/ProfileBackup.h"
 #include "editing/SNAppEditHelper.h"
 #include "editing/SNExtensionDiscovery.h"
+#include "core/WebAddress.h"
 #include "editing/SNFaviconHelper.h"
+#include "editing/SiteIconSearch.h"
 #include "editing/SNProfileDiscovery.h"
 #include "frontend/BundleLauncher.h"
 #include "frontend/ChoiceListModel.h"
@@ -43,15 +45,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-// What the user typed, as an address: a text without a scheme is taken as https.
-QString normalisedAddress(const QString &typed)
-{
-    const QString trimmed = typed.trimmed();
-    if (trimmed.isEmpty() || trimmed.contains(u"://"_s))
-        return trimmed;
-    return u"https://"_s + trimmed;
-}
 
 // Runs `work` on the shared pool and hands its result to `deliver` on the store's thread, unless
 // the store has gone meanwhile.
@@ -109,6 +102,7 @@ AppCreationWizardStore::~AppCreationWizardStore() = default;
 void AppCreationWizardStore::initialize()
 {
     m_work = new JobProgress(this);
+    m_siteSearch = new SiteIconSearch(this);
     m_isInitializing = true;
     m_importCategories = ImportCategories::rawValues(ImportCategories::defaults());
     loadDefaults();
@@ -320,7 +314,7 @@ QList<AppCreationWizardStore::ValidationError> AppCreationWizardStore::errorsOf(
         if (addresses.isEmpty())
             errors.append(ValidationError::EmptyAppURL);
         else if (!std::all_of(addresses.cbegin(), addresses.cend(), [](const QString &address) {
-                     return DefinitionValidator::isWebAddress(normalisedAddress(address));
+                     return DefinitionValidator::isWebAddress(WebAddress::withScheme(address));
                  }))
             errors.append(ValidationError::InvalidURL);
         if (m_appName.contains(u'/') || m_appName.contains(u'\\'))
@@ -583,26 +577,41 @@ void AppCreationWizardStore::clearIcon()
 
 void AppCreationWizardStore::detectNameAndIcon()
 {
-    const QString address = m_appURL.trimmed();
-    const bool hasScheme = address.startsWith(u"http://"_s) || address.startsWith(u"https://"_s) ||
-                           address.startsWith(u"file://"_s);
-    if (!hasScheme && address.size() < 4)
+    const QString typed = m_appURL.trimmed();
+    if (!WebAddress::hasScheme(typed) && typed.size() < 4)
         return;
-    if (!m_favicon)
-        m_favicon = std::make_unique<SNFaviconHelper>();
+    // A new address stops the search for the previous one; its answer would be stale.
+    if (m_stopSiteSearch)
+        m_stopSiteSearch();
+    const quint64 serial = ++m_siteSearchSerial;
     m_isAutoDetecting = true;
     m_isLoadingFavicon = true;
     Q_EMIT detectionChanged();
-    m_favicon->lookUpSite(QUrl(SNFaviconHelper::normalisedAddress(address)), this, [this](const SNFaviconHelper::Found &found) {
+    m_stopSiteSearch = m_siteSearch->lookUp(typed, [this, serial, typed](const SNFaviconHelper::Found &found) {
+        if (serial != m_siteSearchSerial)
+            return;
+        m_stopSiteSearch = nullptr;
         m_isAutoDetecting = false;
         m_isLoadingFavicon = false;
         m_autoDetectedName = found.pageTitle;
+        if (!found.address.isEmpty())
+            m_answeredAddress = {typed, found.address};
         Q_EMIT detectionChanged();
-        if (!found.image.isNull() && !m_isCustomAssetIcon)
+        Q_EMIT appURLChanged(); // the address as it will be saved may have its scheme now
+        // A site without an icon clears the one the previous address found.
+        if (!m_isCustomAssetIcon)
             setAppIcon(found.image, false);
         if (m_appName.trimmed().isEmpty() && !found.pageTitle.isEmpty())
             set(m_appName, found.pageTitle, &AppCreationWizardStore::appNameChanged);
     });
+}
+
+QString AppCreationWizardStore::savedAddress() const
+{
+    const QString typed = m_appURL.trimmed();
+    if (!typed.isEmpty() && m_answeredAddress.first == typed)
+        return m_answeredAddress.second;
+    return WebAddress::withScheme(typed);
 }
 
 SNImage AppCreationWizardStore::composedIcon() const
@@ -614,7 +623,7 @@ SNImage AppCreationWizardStore::composedIcon() const
 
 StructuralState AppCreationWizardStore::structuralState() const
 {
-    StructuralState state = StructuralState::of(bulkApp());
+    StructuralState state = StructuralState::of(draftApp());
     state.iconIdentity = m_appIcon.isNull() ? 0 : m_appIcon.largestRepresentation().cacheKey();
     state.hasCustomIconEnhancements = m_hasCustomIconEnhancements;
     state.iconShape = m_selectedIconShape;
@@ -749,11 +758,11 @@ void AppCreationWizardStore::runImport(const QString &bundlePath)
 
 // Creation and update
 
-AppDefinition AppCreationWizardStore::bulkApp() const
+AppDefinition AppCreationWizardStore::draftApp() const
 {
     AppDefinition app;
     app.appName = m_appName.trimmed();
-    app.appURL = normalisedAddress(m_appURL);
+    app.appURL = savedAddress();
     app.appIcon = m_appIcon;
     app.applicationsPath = m_appSaveLocation;
     app.registerAsBrowser = m_registerAsBrowser;
@@ -761,7 +770,7 @@ AppDefinition AppCreationWizardStore::bulkApp() const
     app.needTab = m_isTabbedApp;
     if (m_isTabbedApp) {
         for (const QString &url : m_tabs->validUrls())
-            app.tabsList.append(SNTabModel(normalisedAddress(url)));
+            app.tabsList.append(SNTabModel(WebAddress::withScheme(url)));
         if (app.appURL.isEmpty() && !app.tabsList.isEmpty())
             app.appURL = app.tabsList.first().tabUrlString;
     }
@@ -819,7 +828,7 @@ bool AppCreationWizardStore::createApp()
 bool AppCreationWizardStore::createNewApp()
 {
     CreateAppRequest request;
-    request.app = bulkApp();
+    request.app = draftApp();
     request.app.appIcon = composedIcon();
     request.app.applicationType = m_selectedBrowser;
     request.baseFolder = QDir::currentPath();
@@ -866,7 +875,7 @@ bool AppCreationWizardStore::updateExistingApp()
     }
     AppEditor::Change change;
     change.edited = original;
-    change.edited.appItem = bulkApp();
+    change.edited.appItem = draftApp();
     change.edited.appItem.appIcon = original.appItem.appIcon;
     change.edited.browser = BrowserCatalogue::typeKeyForNumber(m_selectedBrowser);
     change.restoreBackup = m_restoreProfileBackupOnSwitch;

@@ -20,11 +20,13 @@
 #include <QVariantMap>
 
 #include <memory>
+#include <functional>
 #include <optional>
+#include <utility>
 
 class Context;
 class JobProgress;
-class SNFaviconHelper;
+class SiteIconSearch;
 
 // The state behind the creation wizard and the editor: everything a new app needs, checked step
 // by step, ending in the app's creation, or, for an app opened for editing, in its update in
@@ -46,6 +48,9 @@ class AppCreationWizardStore final : public QObject
     // Basics
     Q_PROPERTY(QString appName MEMBER m_appName READ appName NOTIFY appNameChanged)
     Q_PROPERTY(QString appURL MEMBER m_appURL READ appURL NOTIFY appURLChanged)
+    // The address as the app will be saved with: the typed one with the scheme its site answered
+    // on (https when no search answered).
+    Q_PROPERTY(QString savedAddress READ savedAddress NOTIFY appURLChanged)
     Q_PROPERTY(int selectedBrowser READ selectedBrowser WRITE setSelectedBrowser NOTIFY selectedBrowserChanged)
     Q_PROPERTY(QVariantList installedBrowsers READ installedBrowsers CONSTANT)
     // The installed engines for the browser step: {"type", "name", "linkRouting"} each.
@@ -166,7 +171,7 @@ public:
     Q_INVOKABLE void dismissError();
 
     // What the wizard's choices make of an app, as creation receives it.
-    AppDefinition bulkApp() const;
+    AppDefinition draftApp() const;
     // The icon that creation writes: shaped and coloured when the icon tools changed it or no
     // icon was found.
     SNImage composedIcon() const;
@@ -197,6 +202,7 @@ public:
     QString selectedIconShape() const { return m_selectedIconShape; }
     QColor selectedIconColor() const { return m_selectedIconColor; }
     bool isCustomAssetIcon() const { return m_isCustomAssetIcon; }
+    QString savedAddress() const;
     bool isAutoDetecting() const { return m_isAutoDetecting; }
     bool isLoadingFavicon() const { return m_isLoadingFavicon; }
     QString autoDetectedName() const { return m_autoDetectedName; }
@@ -294,7 +300,12 @@ private:
     ChoiceListModel *m_importProfiles;
     ChoiceListModel *m_importExtensions;
     CustomQuickSetupList *m_customQuickSetups;
-    std::unique_ptr<SNFaviconHelper> m_favicon;
+    // The site search of the address typed last, and what stops it.
+    SiteIconSearch *m_siteSearch = nullptr;
+    std::function<void()> m_stopSiteSearch;
+    quint64 m_siteSearchSerial = 0;
+    // The address as typed and as its site answered (with the scheme that answered).
+    std::pair<QString, QString> m_answeredAddress;
     mutable std::optional<QVariantList> m_browserChoices; // asking an engine its version takes a moment
 
     WizardStep m_currentStep = WizardStep::Basics;

@@ -1,4 +1,5 @@
 #include "frontend/AppSuggestionsStore.h"
+#include "core/WebAddress.h"
 
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -28,7 +29,7 @@ QString normalisedHost(const QString &address)
     const QString trimmed = address.trimmed();
     if (trimmed.isEmpty())
         return {};
-    const QUrl url(trimmed.contains(u"://"_s) ? trimmed : u"https://"_s + trimmed);
+    const QUrl url(WebAddress::withScheme(trimmed));
     QString host = url.host().toLower();
     if (host.startsWith(u"www."_s))
         host.remove(0, 4);

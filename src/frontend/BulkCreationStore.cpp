@@ -11,6 +11,7 @@
 #include "core/NotificationNames.h"
 #include "core/Prompter.h"
 #include "core/UserDefaults.h"
+#include "core/WebAddress.h"
 #include "editing/SNBulkAppsManager.h"
 #include "frontend/JobProgress.h"
 #include "generation/CreateAppsJob.h"
@@ -26,7 +27,7 @@ namespace {
 // scheme of its own keeps it, so that the generator refuses one that is not the web's.
 QString withScheme(const QString &address)
 {
-    return address.contains(u"://"_s) ? address : SNBulkAppsManager::normalisedAddress(address);
+    return address.contains(u"://"_s) ? address.trimmed() : WebAddress::withScheme(address);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "frontend/CustomQuickSetupList.h"
+#include "core/WebAddress.h"
 
 #include "core/Clock.h"
 #include "core/Context.h"
@@ -178,7 +179,7 @@ QString CustomQuickSetupList::suggestedName(const QStringList &tabAddresses)
         return u"My Setup"_s;
     QStringList hosts;
     for (const QString &address : addresses) {
-        const QUrl url(address.startsWith(u"http"_s) ? address : u"https://"_s + address, QUrl::StrictMode);
+        const QUrl url(WebAddress::withScheme(address), QUrl::StrictMode);
         const QString host = url.host();
         if (!host.isEmpty())
             hosts.append(capitalizedWords(QString(host).remove(u"www."_s)));

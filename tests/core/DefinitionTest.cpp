@@ -1,4 +1,5 @@
 #include "core/SNEditorItem.h"
+#include "core/WebAddress.h"
 
 #include "support/TestContext.h"
 
@@ -6,6 +7,8 @@
 #include <QImage>
 
 #include <gtest/gtest.h>
+
+using namespace Qt::Literals::StringLiterals;
 
 TEST(AppDefinition, ReadsTheDictionaryForm)
 {
@@ -45,9 +48,9 @@ struct BadField
 
 void PrintTo(const BadField &field, std::ostream *os) { *os << field.key; }
 
-using SNBulkAppRejects = ::testing::TestWithParam<BadField>;
+using AppDefinitionRejects = ::testing::TestWithParam<BadField>;
 
-TEST_P(SNBulkAppRejects, AFieldOfTheWrongTypeByName)
+TEST_P(AppDefinitionRejects, AFieldOfTheWrongTypeByName)
 {
     TestContext test;
     QString error;
@@ -58,7 +61,7 @@ TEST_P(SNBulkAppRejects, AFieldOfTheWrongTypeByName)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Fields, SNBulkAppRejects,
+    Fields, AppDefinitionRejects,
     ::testing::Values(BadField{"appName", 3}, BadField{"incognito", QStringLiteral("yes")},
                       BadField{"tabsList", QStringLiteral("https://a.test")}, BadField{"tabsList", QVariantList{1}},
                       BadField{"routingRules", QStringLiteral("allow")},
@@ -95,4 +98,31 @@ TEST(SNEditorItem, InitWithDictionary)
     EXPECT_TRUE(error.startsWith(QStringLiteral("appItem:")));
     EXPECT_FALSE(SNEditorItem::initWithDictionary(QVariantMap{{QStringLiteral("appItem"), definition}}, &error));
     EXPECT_TRUE(error.startsWith(QStringLiteral("appId:")));
+}
+
+// What a typed address is saved as when no site search has told its scheme, and what is tried.
+TEST(WebAddress, TypedAddressesGetAScheme)
+{
+    struct Row
+    {
+        QString typed;
+        QString saved;
+        QStringList tried;
+    };
+    const Row rows[] = {
+        {u"  example.org/news "_s, u"https://example.org/news"_s, {u"https://example.org/news"_s, u"http://example.org/news"_s}},
+        {u"127.0.0.1:8765/"_s, u"https://127.0.0.1:8765/"_s, {u"https://127.0.0.1:8765/"_s, u"http://127.0.0.1:8765/"_s}},
+        {u"localhost:8080"_s, u"https://localhost:8080"_s, {u"https://localhost:8080"_s, u"http://localhost:8080"_s}},
+        {u"http://plain.example/"_s, u"http://plain.example/"_s, {u"http://plain.example/"_s}},
+        {u"HTTPS://Upper.example"_s, u"HTTPS://Upper.example"_s, {u"HTTPS://Upper.example"_s}},
+        // Other schemes stay as typed, for the definition checks to refuse.
+        {u"javascript://host/%0aalert(1)"_s, u"javascript://host/%0aalert(1)"_s, {u"javascript://host/%0aalert(1)"_s}},
+        {u"mailto:someone@example.org"_s, u"mailto:someone@example.org"_s, {u"mailto:someone@example.org"_s}},
+        {u""_s, u""_s, {}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.typed.toStdString());
+        EXPECT_EQ(WebAddress::withScheme(row.typed), row.saved);
+        EXPECT_EQ(WebAddress::candidates(row.typed), row.tried);
+    }
 }

@@ -142,12 +142,13 @@ TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
     ASSERT_TRUE(manager.setData(mail, u"mail.example"_s, SNBulkAppsManager::AppURLRole));
     manager.fieldEditingEnded(0);
     manager.fieldEditingEnded(0); // a search is running
-    ASSERT_EQ(search.addresses, QStringList{u"http://mail.example"_s});
+    ASSERT_EQ(search.addresses, QStringList{u"mail.example"_s}); // as typed: the search tries the schemes
     EXPECT_TRUE(manager.cell(0).tabsEnabled);
     EXPECT_TRUE(manager.data(mail, SNBulkAppsManager::IconBeingFetchedRole).toBool());
 
-    search.pending.takeFirst()(square(32, qRgb(255, 0, 0)));
+    search.pending.takeFirst()(square(32, qRgb(255, 0, 0)), u"http://mail.example"_s);
     EXPECT_FALSE(manager.cell(0).iconBeingFetched);
+    EXPECT_EQ(manager.cell(0).bulkApp.appURL, u"http://mail.example"_s); // the scheme its site answered on
     EXPECT_EQ(manager.cell(0).bulkApp.appIcon.largestPixelSize(), QSize(32, 32));
     manager.fieldEditingEnded(0); // the address the last search was for
     EXPECT_EQ(search.addresses.size(), 1);
@@ -155,7 +156,7 @@ TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
     // A search that finds nothing clears the proposal.
     manager.setData(mail, u"https://mail2.example"_s, SNBulkAppsManager::AppURLRole);
     manager.fieldEditingEnded(0);
-    search.pending.takeFirst()(SNImage());
+    search.pending.takeFirst()(SNImage(), QString());
     EXPECT_TRUE(manager.cell(0).bulkApp.appIcon.isNull());
 
     // The user's own icon is never replaced, by a search under way or a later address.
@@ -165,7 +166,7 @@ TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
     EXPECT_FALSE(manager.chooseIcon(0, SNImage({QImage(40, 20, QImage::Format_ARGB32)}), &error));
     EXPECT_EQ(error, u"The image you provided is not square."_s);
     ASSERT_TRUE(manager.chooseIcon(0, square(64, qRgb(0, 0, 255))));
-    search.pending.takeFirst()(square(16, qRgb(255, 0, 0)));
+    search.pending.takeFirst()(square(16, qRgb(255, 0, 0)), u"https://mail3.example"_s);
     manager.setData(mail, u"https://mail4.example"_s, SNBulkAppsManager::AppURLRole);
     manager.fieldEditingEnded(0);
     EXPECT_EQ(search.addresses.size(), 3);
@@ -179,7 +180,7 @@ TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
     manager.removeAppAction(1);
     EXPECT_EQ(search.stopped, QStringList{u"https://news.example/"_s});
     manager.addApp(app(u"Later"_s, u"https://later.example/"_s));
-    search.pending.takeFirst()(square(32, qRgb(0, 255, 0)));
+    search.pending.takeFirst()(square(32, qRgb(0, 255, 0)), u"https://news.example/"_s);
     EXPECT_EQ(names(manager), (QStringList{u"Mail"_s, u"Later"_s}));
     EXPECT_TRUE(manager.cell(1).bulkApp.appIcon.isNull());
 }
@@ -194,7 +195,8 @@ TEST(SNBulkAppsManager, TheWebSearchFillsARowFromItsSite)
     SiteIconSearch search;
     SNBulkAppsManager manager(test.context());
     manager.setFaviconSearch(search.function());
-    manager.addApp(app(u"Site"_s, server.url().toString()));
+    // Typed without a scheme: https does not answer on the plain server, http does.
+    manager.addApp(app(u"Site"_s, server.url().toString().mid(QStringLiteral("http://").size())));
     const auto waitFor = [](const std::function<bool()> &condition) {
         const QDeadlineTimer deadline(20000);
         while (!condition() && !deadline.hasExpired())
@@ -204,5 +206,6 @@ TEST(SNBulkAppsManager, TheWebSearchFillsARowFromItsSite)
     manager.fieldEditingEnded(0);
     EXPECT_TRUE(waitFor([&] { return !manager.cell(0).iconBeingFetched; }));
     EXPECT_EQ(manager.cell(0).bulkApp.appIcon.largestPixelSize(), QSize(48, 48));
+    EXPECT_EQ(manager.cell(0).bulkApp.appURL, server.url().toString());
     EXPECT_TRUE(waitFor([&] { return search.running() == 0; }));
 }

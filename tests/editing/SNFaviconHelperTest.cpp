@@ -174,7 +174,7 @@ TEST(Favicons, TheThreadedSearchDeliversOnTheReceiversThreadUnlessCancelled)
     QList<QPair<QSize, QThread *>> deliveries;
     const auto deliver = [&](const SNImage &found) { deliveries.append({found.largestPixelSize(), QThread::currentThread()}); };
     for (const QString &path : {u"/ok.html"_s, Page}) {
-        helper.getFaviconWithAppURL(server.url(path), &receiver, deliver);
+        helper.getFaviconWithAppURL(server.url(path).toString(), &receiver, deliver);
         while (path == Page && !server.seen().paths.contains(u"/silent.png"_s))
             QThread::msleep(5);
         helper.isCancelled = path == Page;

@@ -1,6 +1,8 @@
 #include "CliSandbox.h"
 #include "support/LocalHttpServer.h"
 
+#include "editing/SNFaviconHelper.h"
+
 #include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/NotificationCenter.h"
@@ -13,6 +15,7 @@
 
 #include <QCryptographicHash>
 #include <QJsonArray>
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -195,7 +198,7 @@ TEST(WizardStore, ValidatesTheBasics)
         // Which message stands beside which field: WizardPage.NextWaitsForAValidNameAndAddress.
         if (c.errors.isEmpty()) {
             // Only the tabs with an address reach the app.
-            EXPECT_EQ(store.bulkApp().tabsList.size(), c.tabbed ? 1 : 0);
+            EXPECT_EQ(store.draftApp().tabsList.size(), c.tabbed ? 1 : 0);
         } else {
             EXPECT_EQ(store.validationMessages().first(), Store::message(c.errors.first()));
         }
@@ -356,17 +359,38 @@ TEST(WizardStore, NamesTheAppAfterItsSite)
     site.serve(u"/"_s, {R"(<html><head><title> Team &amp; Chat
         </title><link rel="icon" href="/icon.png"></head></html>)", 200, "text/html"});
     site.serve(u"/icon.png"_s, {LocalHttpServer::icon(64), 200, "image/png"});
+    LocalHttpServer slow; // answers nothing, ever
+    slow.serve(u"/"_s, {{}, 200, "text/html", LocalHttpServer::Kind::Silent});
+    LocalHttpServer bare; // a page without any icon
+    bare.serve(u"/"_s, {"<html><head><title>Bare</title></head></html>", 200, "text/html"});
+    const auto withoutScheme = [](const LocalHttpServer &server) { return server.url().toString().mid(7); };
+
+    // Typed without a scheme while a slow site is being searched: the slow search is dropped, and
+    // the second site answers within its own bounds, over the scheme it speaks.
     Store store(test.context());
-    store.setProperty("appURL", site.url().toString());
+    store.setProperty("appURL", slow.url().toString());
+    store.detectNameAndIcon();
+    store.setProperty("appURL", withoutScheme(site));
     QSignalSpy detection(&store, &Store::detectionChanged);
+    QElapsedTimer clock;
+    clock.start();
     store.detectNameAndIcon();
     EXPECT_TRUE(store.isAutoDetecting());
     ASSERT_TRUE(detection.wait(15000));
+    EXPECT_LT(clock.elapsed(), SNFaviconHelper::Limits().searchTimeout.count()); // not held up by the first
     EXPECT_FALSE(store.isLoadingFavicon());
     EXPECT_EQ(store.autoDetectedName(), u"Team & Chat"_s);
     EXPECT_EQ(store.appName(), u"Team & Chat"_s);
     EXPECT_EQ(store.appIcon().width(), 64);
     EXPECT_FALSE(store.isCustomAssetIcon());
+    EXPECT_EQ(store.savedAddress(), site.url().toString()); // what the review shows and the app keeps
+    EXPECT_EQ(store.draftApp().appURL, site.url().toString());
+
+    // A site without an icon clears the one the previous address found.
+    store.setProperty("appURL", bare.url().toString());
+    store.detectNameAndIcon();
+    ASSERT_TRUE(detection.wait(15000));
+    EXPECT_TRUE(store.appIcon().isNull());
 
     // A name the user typed stays; a short text without a scheme is not looked up.
     Store typed(test.context());

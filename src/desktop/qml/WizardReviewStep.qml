@@ -40,7 +40,7 @@ ScrollView {
         const ruleCount = w.routingRules.count
         return [
             { key: "name", label: qsTr("Name"), value: w.appName },
-            { key: "address", label: qsTr("Web address"), value: w.appURL },
+            { key: "address", label: qsTr("Web address"), value: w.savedAddress },
             { key: "browser", label: qsTr("Browser"), value: w.selectedBrowserName },
             { key: "window", label: qsTr("Opens as"), value: w.isTabbedApp ? qsTr("Tabs") : qsTr("A single window") },
             { key: "tabs", label: qsTr("Tabs"), value: tabs.length > 0 ? tabs.join("\n") : qsTr("None") },
