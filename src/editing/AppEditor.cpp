@@ -146,7 +146,7 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         if (newPath != original.path)
             Logger::log(u"📝 App renamed: %1"_s.arg(newName));
     }
-    m_rebuilt = request.plan.runs(EditPlan::Step::Script);
+    m_rebuilt = !request.plan.isLiveOnly();
     if (!m_rebuilt)
         Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
     edited.path = newPath;

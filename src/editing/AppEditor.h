@@ -35,7 +35,8 @@ public:
     // Applies the change to the app `original` describes. False, with the reason, when refused.
     bool save(const SNEditorItem &original, Change change, QString *error);
 
-    // Whether the last save rebuilt the launcher, and where the app is now.
+    // Whether the last save changed more than the values the app reads at each start, and where
+    // the app is now.
     bool rebuilt() const { return m_rebuilt; }
     const SNEditorItem &result() const { return m_result; }
 

@@ -34,6 +34,12 @@ public:
     bool runs(Step step) const { return m_steps & bit(step); }
     void add(Step step) { m_steps |= bit(step); }
     bool isEmpty() const { return m_steps == 0; }
+    // Whether only values the app reads at each start change (routing, session, colour): the
+    // bundle's programs, launcher and property list stay as they are.
+    bool isLiveOnly() const
+    {
+        return (m_steps & ~(bit(Step::DataJSON) | bit(Step::AccentColor) | bit(Step::Configuration))) == 0;
+    }
     // The steps in the order they run.
     QList<Step> steps() const;
     // What a step writes, for the error that names it.
