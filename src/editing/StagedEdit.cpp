@@ -17,6 +17,7 @@
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -93,10 +94,9 @@ struct Paths
         previousConfig = config + u".previous"_s;
     }
 
-    // The engine's preferences as the edit writes them, and the profile's own while they are
-    // swapped, inside the staged bundle.
+    // What the steps wrote into the profile, set apart in the staged bundle until it is swapped
+    // into the app's profile.
     static QString overlay(const QString &bundlePath) { return bundlePath + u"/Contents/.sorvane-edit-profile"_s; }
-    static QString preferences(const QString &profile) { return profile + u"/Default/Preferences"_s; }
 
     void discardStaged() const
     {
@@ -112,27 +112,37 @@ std::optional<QString> injected(Step step)
     return fault() ? fault()(step) : std::nullopt;
 }
 
-// The staged preferences go into the profile, the profile's own kept beside them.
-bool swapPreferences(const QString &bundlePath, Undo *undo, QString *error)
+// What the steps wrote into the staged bundle's profile (the accent colour's preferences, the
+// messaging host's manifest) goes into the app's profile, file by file, the profile's own copy
+// kept beside the staged one.
+bool swapProfileFiles(const QString &bundlePath, Undo *undo, QString *error)
 {
     const QString overlay = Paths::overlay(bundlePath);
-    const QString staged = Paths::preferences(overlay);
-    if (!present(staged))
-        return true;
-    const QString own = Paths::preferences(bundlePath + u"/Contents/Profile"_s);
-    const QString kept = staged + u".previous"_s;
-    if (present(own) && !present(kept)) {
-        if (!move(own, kept, error))
+    const QString profile = bundlePath + u"/Contents/Profile/"_s;
+    QDirIterator files(overlay, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    QStringList pending;
+    while (files.hasNext()) {
+        const QString path = files.next();
+        if (!path.endsWith(u".previous"_s))
+            pending.append(path.mid(overlay.size() + 1));
+    }
+    for (const QString &relative : std::as_const(pending)) {
+        const QString staged = overlay + u'/' + relative;
+        const QString own = profile + relative;
+        const QString kept = staged + u".previous"_s;
+        if (present(own) && !present(kept)) {
+            if (!move(own, kept, error))
+                return false;
+            if (undo)
+                undo->append([own, kept] { return move(kept, own, nullptr); });
+        }
+        if (!QDir().mkpath(QFileInfo(own).path()))
+            return Logger::fail(error, u"Cannot create %1"_s.arg(QFileInfo(own).path()));
+        if (!move(staged, own, error))
             return false;
         if (undo)
-            undo->append([own, kept] { return move(kept, own, nullptr); });
+            undo->append([own, staged] { return move(own, staged, nullptr); });
     }
-    if (!QDir().mkpath(QFileInfo(own).path()))
-        return Logger::fail(error, u"Cannot create %1"_s.arg(QFileInfo(own).path()));
-    if (!move(staged, own, error))
-        return false;
-    if (undo)
-        undo->append([own, staged] { return move(own, staged, nullptr); });
     return true;
 }
 
@@ -163,7 +173,7 @@ bool putInPlace(Context &context, const Paths &paths, const QString &appId, cons
             if (undo)
                 undo->append([=] { return move(newContents + name, oldContents + name, nullptr); });
         }
-        if (!swapPreferences(paths.staging, undo, error))
+        if (!swapProfileFiles(paths.staging, undo, error))
             return false;
         if (const std::optional<QString> reason = injected(Step::Move))
             return Logger::fail(error, *reason);
@@ -251,8 +261,8 @@ bool StagedEdit::run(QString *error)
                       {OperationJournal::RestoringKey, r.restoring},
                       {PhaseKey, Staging}};
     if (present(paths.aside))
-        return Logger::fail(error, u"Cannot edit %1: an earlier edit of it is unfinished (%2); it is finished when "
-                                   "Sorvane starts again"_s.arg(r.bundle, paths.aside));
+        return Logger::fail(error, u"an earlier edit of it is unfinished (%1); it is finished when Sorvane starts "
+                                   "again"_s.arg(paths.aside));
     const std::unique_ptr<OperationJournal> journal = OperationJournal::begin(m_context, entry, error);
     if (!journal)
         return false;
@@ -306,10 +316,30 @@ bool StagedEdit::stage(QString *error)
     const QString contents = r.bundle + u"/Contents/"_s;
     for (const QString &name : QDir(contents).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
                                                         QDir::NoDotAndDotDot)) {
-        if (isProfileEntry(name) || contents + name == Paths::overlay(r.bundle))
+        if (isProfileEntry(name) || contents + name == Paths::overlay(r.bundle) || name == u"MacOS"_s)
             continue;
         if (!copy(contents + name, paths.staging + u"/Contents/"_s + name))
             return false;
+    }
+    // The engine's link is made under its own name: a temporary name beside it would not fit when
+    // the app's name is as long as a name can be.
+    const QString programs = r.bundle + u"/Contents/MacOS/"_s;
+    if (!QDir().mkpath(paths.staging + u"/Contents/MacOS"_s))
+        return Logger::fail(error, u"Cannot create %1/Contents/MacOS"_s.arg(paths.staging));
+    for (const QString &name : QDir(programs).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                                        QDir::NoDotAndDotDot)) {
+        const QString destination = paths.staging + u"/Contents/MacOS/"_s + name;
+        if (!QFileInfo(programs + name).isSymLink()) {
+            if (!copy(programs + name, destination))
+                return false;
+            continue;
+        }
+        std::error_code code;
+        const std::filesystem::path source = QFile::encodeName(programs + name).toStdString();
+        std::filesystem::create_symlink(std::filesystem::read_symlink(source, code),
+                                        QFile::encodeName(destination).toStdString(), code);
+        if (code)
+            return Logger::fail(error, u"Cannot copy %1: %2"_s.arg(programs + name, QString::fromStdString(code.message())));
     }
     // What carries the old name takes the new one; the steps below write it anew.
     const QString newName = r.definition.appName;
@@ -338,7 +368,9 @@ bool StagedEdit::stage(QString *error)
     BundleWriter(m_context, r.definition, BundleLayout::atPath(paths.staging, newName),
                  BundleLayout::atPath(r.target, newName))
         .setPermissions();
-    return true;
+    // The app's own profile takes the staged bundle's place when the edit is put in place.
+    const QString stagedProfile = paths.staging + u"/Contents/Profile"_s;
+    return !present(stagedProfile) || move(stagedProfile, Paths::overlay(paths.staging), error);
 }
 
 bool StagedEdit::runStep(Step step, QString *error)
@@ -375,14 +407,13 @@ bool StagedEdit::runStep(Step step, QString *error)
         writer.buildEngine(); // as at creation: an engine that could not be built is built at the app's start
         break;
     case Step::AccentColor: {
-        // Written beside the profile, into a copy of its preferences, and swapped in with it.
-        const QString overlay = Paths::overlay(paths.staging);
-        const QString own = Paths::preferences(r.bundle + u"/Contents/Profile"_s);
-        if (!QDir().mkpath(overlay + u"/Default"_s))
-            return Logger::fail(error, u"Cannot create %1"_s.arg(overlay));
-        if (present(own) && !QFile::copy(own, Paths::preferences(overlay)))
+        // Into a copy of the profile's preferences, swapped in when the edit is put in place.
+        const QString own = r.bundle + u"/Contents/Profile/Default/Preferences"_s;
+        if (!QDir().mkpath(layout.defaultUser))
+            return Logger::fail(error, u"Cannot create %1"_s.arg(layout.defaultUser));
+        if (present(own) && !QFile::copy(own, layout.defaultUser + u"/Preferences"_s))
             return Logger::fail(error, u"Cannot copy %1"_s.arg(own));
-        return SNChromePrefsHelper::applyAccentColor(r.definition.accentColor, overlay, error);
+        return SNChromePrefsHelper::applyAccentColor(r.definition.accentColor, layout.profile, error);
     }
     case Step::Configuration:
         written = writer.writeConfiguration(paths.stagedConfig, PropertyList::readFile(paths.config).toMap(), &failure);
