@@ -9,8 +9,6 @@
 #include "editing/ProfileBackup.h"
 #include "generation/DefinitionValidator.h"
 
-#include <QDir>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -142,10 +140,6 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         else if (parser.isSet(u"no-"_s + toggle.option))
             app.*toggle.field = false;
     }
-    if (!app.needTab)
-        app.tabsList.clear(); // a single-window app has its address only
-    else if (app.tabsList.isEmpty())
-        app.tabsList.append(SNTabModel(app.appURL));
     if (parser.isSet(u"no-rules"_s))
         app.routingRules.clear();
     if (parser.isSet(u"allow"_s) || parser.isSet(u"route"_s)) {
@@ -177,11 +171,6 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         }
         change.edited.browser = BrowserCatalogue::byNumber(number).typeKey;
     }
-    if (!DefinitionValidator(context, QDir::currentPath()).validate(app, &error)) {
-        printError(error);
-        return Failure;
-    }
-
     if (change.edited.browser != original->browser) {
         const QString from = BrowserCatalogue::byTypeKey(original->browser).browserName;
         const QString to = BrowserCatalogue::byTypeKey(change.edited.browser).browserName;

@@ -91,6 +91,10 @@ std::optional<AppDefinition> AppDefinition::fromDictionary(const QVariantMap &di
         }
     }
 
+    // A list of tabs makes the app tabbed.
+    if (!app.tabsList.isEmpty())
+        app.needTab = true;
+
     // A relative folder is the list's own business: it means a folder beside the list.
     if (!app.applicationsPath.isEmpty())
         app.applicationsPath = QDir::cleanPath(QDir(baseFolder).absoluteFilePath(app.applicationsPath));
@@ -135,8 +139,10 @@ std::optional<AppDefinition> AppDefinition::fromDictionary(const QVariantMap &di
 
 void AppDefinition::applyTabRules()
 {
-    if (incognito || !tabsList.isEmpty())
+    if (incognito)
         needTab = true;
-    if (needTab && tabsList.isEmpty())
+    if (!needTab)
+        tabsList.clear();
+    else if (tabsList.isEmpty())
         tabsList.append(SNTabModel(appURL));
 }

@@ -42,7 +42,7 @@ struct AppDefinition
     static std::optional<AppDefinition> fromDictionary(const QVariantMap &dictionary, const QString &baseFolder,
                                                        QString *error);
 
-    // What every app is made with, applied in place: an incognito app is tabbed, an app with tabs
-    // is tabbed, and a tabbed app has at least its start page as a tab.
+    // What every app is made with, applied in place: an incognito app is tabbed, a tabbed app has
+    // at least its start page as a tab, and a single-window app has its address only.
     void applyTabRules();
 };

@@ -69,6 +69,17 @@ std::unique_ptr<OperationJournal> OperationJournal::begin(const Context &context
     return std::unique_ptr<OperationJournal>(new OperationJournal(path, std::move(lock), recorded));
 }
 
+bool OperationJournal::update(const QVariantMap &entry, QString *error)
+{
+    QVariantMap recorded = entry;
+    recorded.insert(u"pid"_s, QCoreApplication::applicationPid());
+    QString reason;
+    if (!PropertyList::writeFile(m_path, recorded, &reason))
+        return Logger::fail(error, u"Cannot record the change in %1: %2"_s.arg(m_path, reason));
+    m_entry = recorded;
+    return true;
+}
+
 OperationJournal::~OperationJournal()
 {
     if (m_keep)

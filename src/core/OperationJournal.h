@@ -30,6 +30,9 @@ public:
     Q_DISABLE_COPY_MOVE(OperationJournal)
 
     const QVariantMap &entry() const { return m_entry; }
+    // Records `entry` in place of the one written so far (a change that moves on to its next
+    // phase); false with the reason when it could not be written, the earlier entry standing.
+    bool update(const QVariantMap &entry, QString *error);
     // The change stopped half-way in this process: its entry stays for recovery.
     void keepForRecovery() { m_keep = true; }
 

@@ -81,6 +81,21 @@ bool SNAppTracker::updateAppTracker(const QString &appId, const QString &path, Q
     return true;
 }
 
+bool SNAppTracker::restoreRecord(const QString &appId, const QVariant &earlier, QString *error)
+{
+    if (!modify(
+            [&](QVariantMap &tracker) {
+                if (earlier.isValid())
+                    tracker.insert(appId, earlier);
+                else
+                    tracker.remove(appId);
+            },
+            error))
+        return false;
+    m_context.notifications().post(NotificationNames::AppUpdateNotification);
+    return true;
+}
+
 bool SNAppTracker::deleteAppFromTracker(const QString &appId, QString *error)
 {
     return deleteAppsFromTracker({appId}, error);

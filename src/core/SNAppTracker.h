@@ -39,6 +39,9 @@ public:
     // Replaces (or creates) the record under `appId` and posts "AppUpdateNotification". False,
     // with the reason, when the tracker cannot be written; the old tracker then stays as it was.
     [[nodiscard]] bool updateAppTracker(const QString &appId, const QString &path, QString *error = nullptr);
+    // Puts back the record under `appId` exactly as `earlier` (a record getTracker returned);
+    // none removes it. For a change that is taken back.
+    [[nodiscard]] bool restoreRecord(const QString &appId, const QVariant &earlier, QString *error = nullptr);
     // Removes the record under `appId` (or those under `appIds`, in one change); true when the
     // tracker does not exist. No notification. False, with the reason, when the tracker cannot be written.
     [[nodiscard]] bool deleteAppFromTracker(const QString &appId, QString *error = nullptr);

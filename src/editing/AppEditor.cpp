@@ -10,29 +10,21 @@
 #include "core/SNAppItem.h"
 #include "core/UserDefaults.h"
 #include "editing/ProfileBackup.h"
-#include "editing/SNAppEditHelper.h"
-#include "editing/StructuralState.h"
+#include "editing/StagedEdit.h"
+#include "generation/AppConfigFile.h"
+#include "generation/DefinitionValidator.h"
+#include "core/SNAppTracker.h"
 #include "generation/BundleLayout.h"
 #include "generation/BundleWriter.h"
-#include "generation/EngineBuilder.h"
-#include "generation/SNChromePrefsHelper.h"
 #include "generation/StagedBundle.h"
 #include "maintenance/SNRecentAppsManager.h"
 #include "maintenance/SNUpdaterHelper.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-bool needsCompanion(const AppDefinition &app, Context &context)
-{
-    return app.isWhitelistingEnabled || !app.routingRules.isEmpty() || app.defaultDestination.has_value() ||
-           context.defaults().boolForKey(u"AutoIncludeWhitelisting"_s);
-}
-
-} // namespace
 
 AppEditor::AppEditor(Context &context)
     : m_context(context)
@@ -58,16 +50,6 @@ std::optional<SNEditorItem> AppEditor::load(const QString &bundlePath, const QSt
     return SNRecentAppsManager::editorItem(m_context, item);
 }
 
-bool AppEditor::isStructural(const SNEditorItem &original, const SNEditorItem &edited, bool newIcon) const
-{
-    const AppDefinition &before = original.appItem;
-    const AppDefinition &after = edited.appItem;
-    const bool companionNeeded = needsCompanion(after, m_context) && !needsCompanion(before, m_context);
-    return newIcon || StructuralState::of(before) != StructuralState::of(after) || before.appName != after.appName ||
-           original.browser != edited.browser || before.isWhitelistingEnabled != after.isWhitelistingEnabled ||
-           companionNeeded;
-}
-
 bool AppEditor::save(const SNEditorItem &original, Change change, QString *error)
 {
     m_rebuilt = false;
@@ -76,11 +58,13 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     edited.path = original.path;
     edited.installed = true;
     edited.appItem.applyTabRules();
+    // The checks every definition passes, whichever front end asks for the edit.
+    if (QString refusal; !DefinitionValidator(m_context, QDir::currentPath()).validate(edited.appItem, &refusal))
+        return Logger::fail(error, refusal);
+    SNEditorItem before = original;
+    before.appItem.applyTabRules();
     const QString newName = edited.appItem.appName;
-    if (!SNAppEditHelper::validateAppName(newName))
-        return Logger::fail(error, SNAppEditHelper::InvalidNameMessage);
     const bool newIcon = !change.newIcon.isNull();
-    const bool structural = isStructural(original, edited, newIcon);
 
     // One change of an app at a time, across Sorvane's processes; what is checked below holds
     // until the edit is done.
@@ -96,11 +80,10 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
         return Logger::fail(error, u"Not editing %1: the app is running; quit it and edit again"_s.arg(original.path));
 
     const QString newPath = QFileInfo(original.path).path() + u'/' + newName + u".app"_s;
-    const bool renaming = newPath != original.path;
     // The new name is reserved as a creation reserves it, so that two renames (or a rename and a
     // creation) to one name cannot both start; the loser changes nothing.
     std::unique_ptr<StagedBundle> reservation;
-    if (renaming) {
+    if (newPath != original.path) {
         StagedBundle::Outcome outcome = StagedBundle::Outcome::Failed;
         QString reason;
         reservation = StagedBundle::reserve(newPath, &outcome, &reason);
@@ -111,81 +94,56 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
             return Logger::fail(error, u"Cannot rename %1 to %2: %3 already exists"_s.arg(original.appItem.appName, newName, newPath));
     }
 
-    const bool switching = edited.browser != original.browser;
-    const bool restoring = switching && change.restoreBackup && ProfileBackup(m_context, original.path).exists(edited.browser);
-    std::unique_ptr<OperationJournal> journal;
-    if (structural) {
-        journal = OperationJournal::begin(m_context,
-                                          {{OperationJournal::OperationKey, OperationJournal::Edit},
-                                           {OperationJournal::AppIdKey, original.appId},
-                                           {OperationJournal::BundleKey, original.path},
-                                           {OperationJournal::TargetKey, newPath},
-                                           {OperationJournal::FromBrowserKey, original.browser},
-                                           {OperationJournal::ToBrowserKey, edited.browser},
-                                           {OperationJournal::RestoringKey, restoring}},
-                                          error);
-        if (!journal)
-            return false;
-    }
-    // From here a failed step leaves the journal entry, and the next start finishes the edit.
-    const auto stop = [&journal] {
-        if (journal)
-            journal->keepForRecovery();
-        return false;
-    };
-    if (switching)
-        Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
+    StagedEdit::Request request;
+    request.appId = original.appId;
+    request.bundle = original.path;
+    request.target = newPath;
+    request.oldExecutable = plist.value(u"CFBundleExecutable"_s, original.appItem.appName).toString();
+    // The stored definition keeps what the editor does not show (the profile it was made from,
+    // its extensions); the edit overrules the rest.
+    const AppDefinition stored =
+        AppConfigFile::read(AppConfigFile::path(SNAppTracker(m_context).getAppBundle(), original.appId))
+            .value_or(AppDefinition{});
+    request.definition = edited.appItem;
+    request.definition.currentProfileKey = stored.currentProfileKey;
+    request.definition.selectedExtensions = stored.selectedExtensions;
+    if (request.definition.applicationsPath.isEmpty())
+        request.definition.applicationsPath = stored.applicationsPath;
+    request.definition.appName = newName;
+    request.definition.applicationType = BrowserCatalogue::numberForTypeKey(edited.browser);
+    if (newIcon)
+        request.definition.appIcon = change.newIcon;
+    const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(original.path);
+    const bool hadCompanion = info && info->value(u"shouldIncludeWLExt"_s).toBool() &&
+                              QFileInfo(original.path + u"/Contents/Resources/Sorvane_Extension"_s).isDir();
+    // The companion stays when the app had it; it comes in when the edit asks for routing (and
+    // Helium apps always load it).
+    const bool needsCompanion =
+        BundleWriter(m_context, request.definition, BundleLayout::atPath(newPath, newName)).includesCompanion() ||
+        edited.browser == u"helium"_s;
+    request.companion = hadCompanion || needsCompanion;
+    const bool olderLayout = !QFileInfo(original.path + u"/Contents/Resources/script"_s).isFile();
+    request.plan = EditPlan::between(before, edited, newIcon, hadCompanion, needsCompanion, olderLayout);
+    request.fromBrowser = original.browser;
+    request.toBrowser = edited.browser;
+    request.restoring = edited.browser != original.browser && change.restoreBackup &&
+                        ProfileBackup(m_context, original.path).exists(edited.browser);
 
-    // The configuration takes the definition as it stands, new name included; the steps after it
-    // work on the bundle under its old name until the rename.
-    if (!SNAppEditHelper::saveAppConfig(m_context, edited, error))
-        return stop();
-    edited.appItem.appName = original.appItem.appName;
-    if (newIcon) {
-        const QString config = SNAppEditHelper::configPath(m_context, original.appId);
-        QVariantMap stored = PropertyList::readFile(config).toMap();
-        if (!stored.isEmpty()) {
-            stored.insert(u"appIcon"_s, SNImage::imageData(change.newIcon));
-            QString reason;
-            if (!PropertyList::writeFile(config, stored, &reason)) {
-                Logger::fail(error, u"Could not write %1: %2"_s.arg(config, reason));
-                return stop();
-            }
-        }
-    }
-    Logger::log(u"✅ App config updated"_s);
-    // Only a changed colour touches the profile.
-    if (SNChromePrefsHelper::storedColor(original.appItem.accentColor) !=
-            SNChromePrefsHelper::storedColor(edited.appItem.accentColor) &&
-        !SNChromePrefsHelper::applyAccentColor(edited.appItem.accentColor, original.path + u"/Contents/Profile"_s, error))
-        return stop();
-
-    if (!structural) {
-        Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
-    } else {
-        if (!SNAppEditHelper::updateLauncher(m_context, edited, newName, error) ||
-            !SNAppEditHelper::changeAppIcon(edited, change.newIcon, error) ||
-            !SNAppEditHelper::changeAppName(m_context, edited, newName, error))
-            return stop();
-        if (renaming)
+    if (!request.plan.isEmpty()) {
+        if (request.plan.runs(EditPlan::Step::ProfileSwitch))
+            Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
+        QString reason;
+        if (!StagedEdit(m_context, request).run(&reason))
+            return Logger::fail(error, u"Cannot edit %1: %2"_s.arg(original.path, reason));
+        if (newPath != original.path)
             Logger::log(u"📝 App renamed: %1"_s.arg(newName));
-        const QString executable = PropertyList::readFile(edited.path + u"/Contents/Info.plist"_s)
-                                       .toMap()
-                                       .value(u"CFBundleExecutable"_s, newName)
-                                       .toString();
-        const BundleLayout layout = BundleLayout::atPath(edited.path, executable);
-        BundleWriter(m_context, edited.appItem, layout).setPermissions();
-        if (switching) {
-            EngineBuilder::runEngineScript(m_context, layout.resources, layout.appName, edited.browser);
-            // The profile last: until here a kill leaves it untouched, and from here the
-            // journal's recovery finishes the switch.
-            if (!ProfileBackup(m_context, edited.path).switchEngine(original.browser, edited.browser, restoring, error))
-                return stop();
-        }
-        m_rebuilt = true;
     }
-    edited.appItem.appName = newName;
-    DesktopEntries(m_context).refreshAppEntry(edited.appId, edited.path);
+    m_rebuilt = !request.plan.isLiveOnly();
+    if (!m_rebuilt)
+        Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
+    edited.path = newPath;
+    if (newIcon)
+        edited.appItem.appIcon = change.newIcon;
     m_result = edited;
     Logger::log(u"✅ In-place app update completed successfully"_s);
     Logger::log(u"- User data preserved: YES"_s);

@@ -9,14 +9,14 @@
 
 class Context;
 
-// Changes an existing app in place, keeping its profile: the edit the editor screen and
-// `sorvane edit` hand over. An edit of live-only values (routing rules, default destination,
-// accent colour, session restore) rewrites the configuration, data.json and the engine's theme
-// colour and leaves the launcher alone; any other change rebuilds the launcher in place. A new
-// engine gets the profile backed up first (ProfileBackup).
+// Changes an existing app, keeping its profile: the edit the editor screen and `sorvane edit`
+// hand over. What changed decides which writer steps run (EditPlan); they run staged beside the
+// app and are put in place only when all succeeded (StagedEdit). A new engine gets the profile
+// backed up (ProfileBackup).
 //
-// An edit is refused, with nothing changed, when the app is running, is not one of Sorvane's,
-// or the new name is invalid or taken.
+// An edit is refused, with nothing changed, when the definition fails the checks every
+// definition passes (DefinitionValidator), the app is running, is not one of Sorvane's, or the
+// new name is taken; and it fails, with nothing changed, when a step cannot be written.
 class AppEditor final
 {
 public:
@@ -35,12 +35,10 @@ public:
     // Applies the change to the app `original` describes. False, with the reason, when refused.
     bool save(const SNEditorItem &original, Change change, QString *error);
 
-    // Whether the last save rebuilt the launcher, and where the app is now.
+    // Whether the last save changed more than the values the app reads at each start, and where
+    // the app is now.
     bool rebuilt() const { return m_rebuilt; }
     const SNEditorItem &result() const { return m_result; }
-
-    // Whether the change between the two needs the launcher rebuilt.
-    bool isStructural(const SNEditorItem &original, const SNEditorItem &edited, bool newIcon) const;
 
 private:
     Context &m_context;

@@ -3,7 +3,7 @@
 #include "core/Logger.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
-#include "editing/SNAppEditHelper.h"
+#include "generation/AppConfigFile.h"
 #include "maintenance/SNRecentAppsManager.h"
 
 #include <QFileInfo>
@@ -29,7 +29,7 @@ QList<SNExporter::ExportRow> SNExporter::rows() const
 {
     QList<ExportRow> rows;
     for (const SNAppItem &item : SNRecentAppsManager::loadAppItems(m_context)) {
-        const QString file = SNAppEditHelper::configPath(m_context, item.appId);
+        const QString file = AppConfigFile::path(SNAppTracker(m_context).getAppBundle(), item.appId);
         if (item.path.endsWith(u".app"_s) && QFileInfo(file).isFile())
             rows.append({item.appId, item.name, item.path, file});
     }
@@ -48,7 +48,7 @@ QVariantMap SNExporter::exportConfig() const
         seen.insert(path);
         if (!QFileInfo(path).isDir())
             continue;
-        const QVariant config = PropertyList::readFile(SNAppEditHelper::configPath(m_context, it.key()));
+        const QVariant config = PropertyList::readFile(AppConfigFile::path(SNAppTracker(m_context).getAppBundle(), it.key()));
         if (config.typeId() == QMetaType::QVariantMap)
             root.insert(it.key(), config);
     }

@@ -7,11 +7,9 @@
 #include "core/Logger.h"
 #include "core/OperationJournal.h"
 #include "core/SNAppTracker.h"
-#include "core/SNEditorItem.h"
 #include "core/Trash.h"
-#include "editing/AppEditor.h"
 #include "editing/ProfileBackup.h"
-#include "editing/SNAppEditHelper.h"
+#include "editing/StagedEdit.h"
 #include "generation/AppConfigFile.h"
 #include "generation/StagedBundle.h"
 #include "maintenance/AppRemover.h"
@@ -38,14 +36,6 @@ bool present(const QString &path)
 QString carriedId(const QString &bundle)
 {
     return SNUpdaterHelper::appInfo(bundle).value_or(QVariantMap{}).value(u"appID"_s).toString();
-}
-
-QString nameOf(const QString &bundle)
-{
-    QString name = QFileInfo(bundle).fileName();
-    if (name.endsWith(u".app"_s))
-        name.chop(4);
-    return name;
 }
 
 } // namespace
@@ -105,41 +95,16 @@ bool StartupRecovery::recoverCreate(const QString &appId, const QString &bundle)
 
 bool StartupRecovery::recoverEdit(const QVariantMap &entry)
 {
-    const QString appId = entry.value(OperationJournal::AppIdKey).toString();
     const QString bundle = entry.value(OperationJournal::BundleKey).toString();
     const QString target = entry.value(OperationJournal::TargetKey).toString();
-    const QString from = entry.value(OperationJournal::FromBrowserKey).toString();
-    const QString to = entry.value(OperationJournal::ToBrowserKey).toString();
-    const bool restoring = entry.value(OperationJournal::RestoringKey).toBool();
-
-    QString at = present(target) ? target : bundle;
+    if (!StagedEdit::recover(m_context, entry))
+        return false;
+    const QString at = present(target) ? target : bundle;
     if (!QFileInfo(at).isDir())
         return true; // the app is gone; nothing of it to finish
-    // The name the app ends with: the new one, unless the folder had not moved yet and the new
-    // name was taken meanwhile. changeAppName finishes whatever part of the rename is missing,
-    // inside the bundle and of the folder itself.
-    const QString name = !target.isEmpty() && !present(target) ? nameOf(target) : nameOf(at);
-    QString error;
-    std::optional<SNEditorItem> item = AppEditor(m_context).load(at, appId, &error);
-    if (!item || !SNAppEditHelper::changeAppName(m_context, *item, name, &error)) {
-        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
-        return false;
-    }
-    at = item->path;
-    // Everything the generator writes is written again from what the app says now.
-    if (!SNUpdaterHelper::updateApp(m_context, at, &error)) {
-        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
-        return false;
-    }
     const QString engine = SNUpdaterHelper::appInfo(at).value_or(QVariantMap{}).value(u"browserType"_s).toString();
-    ProfileBackup backups(m_context, at);
-    // The profile is the switch's last step: when the launcher says the new engine, finish it;
-    // otherwise it was never touched.
-    if (from != to && engine == to && !backups.switchEngine(from, to, restoring, &error)) {
-        Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
-        return false;
-    }
-    if (!backups.recoverLeftovers(engine, &error)) {
+    QString error;
+    if (!ProfileBackup(m_context, at).recoverLeftovers(engine, &error)) {
         Logger::log(u"⚠️ Recovery: %1"_s.arg(error));
         return false;
     }

@@ -12,7 +12,6 @@
 #include "editing/BrowserDataImporter.h"
 #include "editing/ImportCategory.h"
 #include "editing/ProfileBackup.h"
-#include "editing/SNAppEditHelper.h"
 #include "editing/SNExtensionDiscovery.h"
 #include "core/WebAddress.h"
 #include "editing/SNFaviconHelper.h"
@@ -812,8 +811,9 @@ bool AppCreationWizardStore::createApp()
 {
     if (m_isCreatingApp)
         return false;
-    // Everything is checked, from whichever step the user saves.
-    if (!publishErrors(WizardStep::Review)) {
+    // Everything is checked, from whichever step the user saves. An edit is checked by the edit
+    // itself, so that the editor refuses what `sorvane edit` refuses, with the same words.
+    if (!publishErrors(WizardStep::Review) && !m_originalItem) {
         fail(validationMessages().first());
         return false;
     }

@@ -4,6 +4,8 @@
 #include "core/BrowserCatalogue.h"
 #include "core/PropertyList.h"
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 bool boolValue(const QVariantMap &map, const QString &key, bool fallback)
@@ -106,9 +108,21 @@ AppDefinition AppConfigFile::definitionFromDictionary(const QVariantMap &config)
     return definition;
 }
 
-bool AppConfigFile::write(const QString &path, const AppDefinition &definition, QString *error)
+bool AppConfigFile::write(const QString &path, const AppDefinition &definition, QString *error,
+                          const QVariantMap &earlier)
 {
-    return PropertyList::writeFile(path, dictionaryForDefinition(definition), error);
+    static const QStringList owned{
+        u"needTab"_s, u"isWhitelistingEnabled"_s, u"registerAsBrowser"_s, u"applicationType"_s, u"browserType"_s,
+        u"tabList"_s, u"currentProfileKey"_s, u"appName"_s, u"appURL"_s, u"selectedExtensions"_s, u"appIcon"_s,
+        u"useIncognito"_s, u"routingRules"_s, u"defaultDestination"_s, u"forceDarkMode"_s, u"accentColor"_s,
+        u"restoreSession"_s, u"passwordManagerCompatibility"_s};
+    QVariantMap config = earlier;
+    for (const QString &key : owned)
+        config.remove(key);
+    const QVariantMap written = dictionaryForDefinition(definition);
+    for (auto it = written.cbegin(); it != written.cend(); ++it)
+        config.insert(it.key(), it.value());
+    return PropertyList::writeFile(path, config, error);
 }
 
 std::optional<AppDefinition> AppConfigFile::read(const QString &path, QString *error)

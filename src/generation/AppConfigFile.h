@@ -21,6 +21,9 @@ public:
     // A missing restoreSession reads as true, as apps made before the key existed restored.
     static AppDefinition definitionFromDictionary(const QVariantMap &dictionary);
 
-    [[nodiscard]] static bool write(const QString &path, const AppDefinition &definition, QString *error = nullptr);
+    // Writes the definition; keys of `earlier` (the file as it was) that the definition does not
+    // own are kept.
+    [[nodiscard]] static bool write(const QString &path, const AppDefinition &definition, QString *error = nullptr,
+                                    const QVariantMap &earlier = {});
     static std::optional<AppDefinition> read(const QString &path, QString *error = nullptr);
 };

@@ -3,7 +3,6 @@
 #include "core/BrowserCatalogue.h"
 #include "core/BrowserLocator.h"
 #include "core/Context.h"
-#include "core/DesktopEntries.h"
 #include "core/Ids.h"
 #include "core/Logger.h"
 #include "core/OperationJournal.h"
@@ -160,9 +159,10 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
         m_registeredAppID.clear();
         m_journal.reset();
         m_created.bundlePath = installed.bundle;
-        DesktopEntries(m_context).refreshAppEntry(m_created.appID, installed.bundle);
+        const BundleWriter writer(m_context, m_definition, installed);
+        writer.refreshMenuEntry(m_created.appID);
         // Without the companion there is nothing to route, and the engine is not asked.
-        m_created.linkRouting = BundleWriter(m_context, m_definition, installed).includesCompanion()
+        m_created.linkRouting = writer.includesCompanion()
                                     ? reportLinkRouting()
                                     : QString();
         return true;
@@ -236,13 +236,8 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
             *error = {1, reason};
         return false;
     }
-    if (!AppConfigFile::write(AppConfigFile::path(tracker.getAppBundle(), appID), m_definition, &reason)) {
-        Logger::log(u"Error saving app config: %1"_s.arg(reason));
-        if (error)
-            *error = {1, u"The app's configuration could not be saved. %1"_s.arg(reason)};
-        return false;
-    }
-    if (!writer.writeCompanionFiles(error) || !writer.applyAccentColor(error) ||
+    if (!writer.writeConfiguration(AppConfigFile::path(tracker.getAppBundle(), appID), {}, error) ||
+        !writer.writeCompanionFiles(error) || !writer.applyAccentColor(error) ||
         !writer.installLaunchPrograms(error) || !writer.writeScript(script, error))
         return false;
     writer.buildEngine();

@@ -13,6 +13,7 @@
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
+#include "generation/AppConfigFile.h"
 #include "generation/EngineBuilder.h"
 #include "generation/IconConverter.h"
 #include "generation/LaunchProgramInstaller.h"
@@ -84,9 +85,18 @@ bool BundleWriter::writeFirstRunMarker(SNError *error) const
 
 bool BundleWriter::writeInfoPlist(SNError *error) const
 {
-    const QVariantMap info = SNPlistHelper::infoDictionary(m_definition.appName, m_definition.registerAsBrowser,
-                                                           m_definition.passwordManagerCompatibility,
-                                                           m_context.version(), m_context.bundleIdentifier());
+    QVariantMap info = PropertyList::readFile(m_layout.infoPlist()).toMap();
+    // Keys earlier versions wrote that the generator no longer wants.
+    for (const char *key : {"LSUIElement", "NSSupportsAutomaticTermination", "NSSupportsSuddenTermination",
+                            "CFBundleIcons", "CFBundleIcons~mac", "CFBundleIconName", "CFBundleIconFiles",
+                            "NSUserActivityTypes", "CFBundleURLTypes", "CFBundleDocumentTypes",
+                            "SorvanePasswordManagerCompatibility"})
+        info.remove(QLatin1String(key));
+    const QVariantMap fresh = SNPlistHelper::infoDictionary(m_definition.appName, m_definition.registerAsBrowser,
+                                                            m_definition.passwordManagerCompatibility,
+                                                            m_context.version(), m_context.bundleIdentifier());
+    for (auto it = fresh.cbegin(); it != fresh.cend(); ++it)
+        info.insert(it.key(), it.value());
     QString reason;
     const QByteArray xml = PropertyList::toXml(info, &reason);
     if (xml.isEmpty())
@@ -141,16 +151,38 @@ bool BundleWriter::writeCompanionFiles(SNError *error) const
         reasons.append(reason);
     if (!installer.configureNativeMessaging(m_layout.profile, m_layout.resources, m_installed.resources, &reason))
         reasons.append(reason);
+    SNError dataError;
+    if (!writeDataJSON(&dataError))
+        reasons.append(dataError.description);
+    return reasons.isEmpty() || fail(error, reasons.join(u' '));
+}
+
+bool BundleWriter::writeDataJSON(SNError *error) const
+{
     const QVariant destination =
         m_definition.defaultDestination ? QVariant(*m_definition.defaultDestination) : QVariant();
-    if (!installer.writeRoutingDataJSON(
-            m_layout.resources,
-            SNRoutingConfig::dataJSONDictionaryWithRules(m_definition.routingRules, destination,
-                                                         m_definition.isWhitelistingEnabled,
-                                                         m_definition.restoreSession, whiteListOptions()),
-            &reason))
-        reasons.append(reason);
-    return reasons.isEmpty() || fail(error, reasons.join(u' '));
+    QString reason;
+    return CompanionInstaller(m_context).writeRoutingDataJSON(
+               m_layout.resources,
+               SNRoutingConfig::dataJSONDictionaryWithRules(m_definition.routingRules, destination,
+                                                            m_definition.isWhitelistingEnabled,
+                                                            m_definition.restoreSession, whiteListOptions()),
+               &reason) ||
+           fail(error, reason);
+}
+
+bool BundleWriter::writeConfiguration(const QString &path, const QVariantMap &earlier, SNError *error) const
+{
+    QString reason;
+    if (AppConfigFile::write(path, m_definition, &reason, earlier))
+        return true;
+    Logger::log(u"Error saving app config: %1"_s.arg(reason));
+    return fail(error, u"The app's configuration could not be saved. %1"_s.arg(reason));
+}
+
+void BundleWriter::refreshMenuEntry(const QString &appID) const
+{
+    DesktopEntries(m_context).refreshAppEntry(appID, m_installed.bundle);
 }
 
 bool BundleWriter::applyAccentColor(SNError *error) const

@@ -6,6 +6,7 @@
 #include "generation/BundleLayout.h"
 
 #include <QString>
+#include <QVariantMap>
 
 #include <optional>
 
@@ -38,6 +39,9 @@ public:
     bool writeIcon(SNError *error) const;
     // Contents/Profile/First Run, the marker of the script's first-start block.
     bool writeFirstRunMarker(SNError *error) const;
+    // Contents/Info.plist: the generator's keys for the definition over what the file holds already
+    // (keys that are the app's own stay); the browser keys and the password-manager flag as the
+    // definition says.
     bool writeInfoPlist(SNError *error) const;
     // The launcher script of the app registered as `appID`; empty with the reason when refused.
     QString scriptText(const QString &appID, QString *error) const;
@@ -46,6 +50,14 @@ public:
     // The companion extension, the messaging host with its manifest, and data.json.
     // Every part is attempted; false with the reasons when any could not be written.
     bool writeCompanionFiles(SNError *error = nullptr) const;
+    // Contents/Resources/data.json alone: the routing the companion reads at every start.
+    bool writeDataJSON(SNError *error = nullptr) const;
+    // The configuration file at `path` (AppConfigFile), keeping the keys of `earlier` that the
+    // definition does not own.
+    bool writeConfiguration(const QString &path, const QVariantMap &earlier, SNError *error) const;
+    // The desktop's menu entry of the installed bundle; a failure is logged (the app runs
+    // without it).
+    void refreshMenuEntry(const QString &appID) const;
     // The accent colour, when the definition has one, into the profile's preferences.
     bool applyAccentColor(SNError *error = nullptr) const;
     // The launch program, the helper app, createEngine.sh and the tool stand-ins.

@@ -54,19 +54,6 @@ QString executableName(const QString &bundlePath, const QVariantMap &plist)
     return {};
 }
 
-// The keys every regeneration sets, from the dictionary a new app of that name would get; the
-// browser keys and the password-manager flag are the app's own and stay as they are.
-void refreshInfoDictionary(QVariantMap &plist, const QString &executable, const Context &context)
-{
-    const QVariantMap fresh =
-        SNPlistHelper::infoDictionary(executable, false, false, context.version(), context.bundleIdentifier());
-    for (auto it = fresh.cbegin(); it != fresh.cend(); ++it)
-        plist.insert(it.key(), it.value());
-    for (const char *key : {"LSUIElement", "NSSupportsAutomaticTermination", "NSSupportsSuddenTermination",
-                            "CFBundleIcons", "CFBundleIcons~mac", "CFBundleIconName", "CFBundleIconFiles"})
-        plist.remove(QLatin1String(key));
-}
-
 // The registry id of the app: the script's (registered again when its record is gone), else that
 // of the record naming the bundle, else a new record (an app made before the registry existed).
 QString registryId(Context &context, const QString &bundlePath, const QVariantMap &info, QString *error)
@@ -172,18 +159,19 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     if (isEngineRunning(bundlePath))
         return Logger::fail(error, u"Not updating %1: the app is running; quit it and update again"_s.arg(bundlePath));
 
-    refreshInfoDictionary(plist, executable, context);
-    if (!PropertyList::writeFile(plistPath, plist, &reason))
-        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(plistPath, reason));
-
-    const AppDefinition definition = definitionForApp(context, executable, info);
+    AppDefinition definition = definitionForApp(context, executable, info);
+    // Whether it is offered as a browser, and to password managers, is the app's own.
+    definition.registerAsBrowser = plist.contains(u"CFBundleURLTypes"_s);
+    definition.passwordManagerCompatibility = plist.value(u"SorvanePasswordManagerCompatibility"_s).toBool();
     const BundleLayout layout = BundleLayout::atPath(bundlePath, executable);
     BundleWriter writer(context, definition, layout);
     writer.setCompanionIncluded(info.value(u"shouldIncludeWLExt"_s).toBool());
+    SNError installError;
+    if (!writer.writeInfoPlist(&installError))
+        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(plistPath, installError.description));
     const QString script = writer.scriptText(appID, &reason);
     if (script.isEmpty())
         return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
-    SNError installError;
     if (!writer.writeCompanionFiles(&installError))
         return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
     if (!writer.installLaunchPrograms(&installError))
@@ -192,8 +180,8 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     if (QFileInfo(innerApp).isDir() && !QFileInfo(innerApp).isSymLink())
         QDir(innerApp).removeRecursively();
 
-    if (!AtomicWriter::write(layout.script(), script.toUtf8(), &reason))
-        return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
+    if (!writer.writeScript(script, &installError))
+        return Logger::fail(error, u"Error updating executable. %1"_s.arg(installError.description));
     clearAttr(context, bundlePath);
     if (!preserveBrowserTypeForApp(context, bundlePath, info, &reason))
         return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, reason));
@@ -203,7 +191,7 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     Logger::log(u"Executable updated successfully."_s);
     writer.setPermissions();
     refreshLaunchServicesRegistration(bundlePath);
-    DesktopEntries(context).refreshAppEntry(appID, bundlePath);
+    writer.refreshMenuEntry(appID);
     return true;
 }
 
@@ -223,13 +211,12 @@ bool SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString 
     }
     const QString browserType = info.value(u"browserType"_s).toString();
     const QString path = AppConfigFile::path(tracker.getAppBundle(), appID);
-    QVariantMap config = PropertyList::readFile(path).toMap();
+    const QVariantMap config = PropertyList::readFile(path).toMap();
     if (config.isEmpty() || browserType.isEmpty())
         return true;
-    config.insert(u"browserType"_s, browserType);
-    // The number is read before the key when both are there: the two must agree.
-    config.insert(u"applicationType"_s, BrowserCatalogue::numberForTypeKey(browserType));
-    if (!PropertyList::writeFile(path, config, error))
+    AppDefinition definition = AppConfigFile::definitionFromDictionary(config);
+    definition.applicationType = BrowserCatalogue::numberForTypeKey(browserType);
+    if (!AppConfigFile::write(path, definition, error, config))
         return false;
     Logger::log(u"Preserved browser type '%1' for app: %2"_s.arg(browserType, bundlePath));
     return true;

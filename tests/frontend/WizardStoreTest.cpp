@@ -351,6 +351,46 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_EQ(home.info(bundle).value(u"appName"_s).toString(), u"Team Desk"_s);
 }
 
+// The desktop editor and `sorvane edit` run one edit operation: each bad input is refused by both
+// with the same words, and neither changes the app.
+TEST(WizardStore, EditorRefusesWhatTheCommandLineRefuses)
+{
+    WizardHome home;
+    ASSERT_EQ(home.create(u"Mail"_s).exitCode, 0);
+    const QString bundle = home.bundle(u"Mail"_s);
+    const QByteArray scriptBefore = hashOf(bundle + u"/Contents/Resources/script"_s);
+    const QString appId = home.info(bundle).value(u"appID"_s).toString();
+    struct Case
+    {
+        const char *label;
+        QString option;
+        QString value;
+        const char *property;
+    };
+    const QList<Case> cases{
+        {"control character in the name", u"--name"_s, u"Mail"_s + QChar(7) + u"Bell"_s, "appName"},
+        {"slash in the name", u"--name"_s, u"Mail/Work"_s, "appName"},
+        {"name too long", u"--name"_s, QString(300, u'm'), "appName"},
+        {"address not on the web", u"--url"_s, u"ftp://files.example.org/"_s, "appURL"},
+    };
+    HomescreenStore homescreen(home.test.context());
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.label);
+        const CliRun cli = home.sorvane({u"edit"_s, bundle, c.option, c.value});
+        EXPECT_EQ(cli.exitCode, 1);
+        const QString cliError = QString::fromUtf8(cli.err).trimmed().remove(u"sorvane edit: "_s);
+
+        ASSERT_TRUE(homescreen.editApp(appId));
+        Store &editor = *homescreen.wizard();
+        editor.setProperty(c.property, c.value);
+        EXPECT_FALSE(editor.createApp());
+        EXPECT_EQ(editor.creationError(), cliError);
+        EXPECT_FALSE(cliError.isEmpty());
+        homescreen.setShowingAppEdit(false);
+        EXPECT_EQ(hashOf(bundle + u"/Contents/Resources/script"_s), scriptBefore);
+    }
+}
+
 // The site's title names the app when the user has not, and its icon becomes the app's.
 TEST(WizardStore, NamesTheAppAfterItsSite)
 {

@@ -2,19 +2,22 @@
 // recording fake engine: every kind of edit leaves the profile as it was (the theme colour
 // aside), agrees in every file and starts with the switches it asks for; live-only edits leave
 // the launcher alone; what is refused changes nothing; a change of engine can be undone with the
-// profile it had; the older launcher layouts are patched line by line.
+// profile it had; a step that fails leaves the app as it was.
 
 #include "GeneratedApp.h"
 
 #include "core/BrowserCatalogue.h"
+#include "core/OperationJournal.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
 #include "editing/AppEditor.h"
 #include "editing/ProfileBackup.h"
-#include "editing/SNAppEditHelper.h"
+#include "editing/EditPlan.h"
+#include "editing/StagedEdit.h"
 #include "editing/SNExporter.h"
 #include "generation/AppConfigFile.h"
+#include "generation/SNAppScriptHelper.h"
 #include "support/TestContext.h"
 
 #include <QDir>
@@ -55,6 +58,11 @@ QVariantMap summary(const SNEditorItem &app)
             {u"restoreSession"_s, item.restoreSession},
             {u"passwordManager"_s, item.passwordManagerCompatibility},
             {u"browser"_s, app.browser}};
+}
+
+QString configPath(Context &context, const QString &appId)
+{
+    return AppConfigFile::path(SNAppTracker(context).getAppBundle(), appId);
 }
 
 SNImage squareIcon(Qt::GlobalColor color)
@@ -238,7 +246,7 @@ TEST(EditRefusal, RunningTakenInvalidAndForeignLeaveTheBundleAsItWas)
     EXPECT_TRUE(error.contains(u"already exists"_s)) << qPrintable(error);
     for (const QString &invalid : {u""_s, u"a/b"_s}) {
         EXPECT_FALSE(renameTo(invalid));
-        EXPECT_EQ(error, SNAppEditHelper::InvalidNameMessage);
+        EXPECT_EQ(error, u"name: "_s + SNAppScriptHelper::InvalidNameMessage);
     }
     const QString plistPath = app.bundle() + u"/Contents/Info.plist"_s;
     const QByteArray plist = readAll(plistPath);
@@ -303,7 +311,7 @@ TEST(EngineSwitch, SwitchingBackRestoresTheFirstProfileExactly)
     EXPECT_EQ(treeFingerprint(backups.pathFor(u"brave"_s)), braveProfile);
     EXPECT_EQ(treeFingerprint(app.profile()), braveProfile); // no Chromium backup yet to restore
     EXPECT_EQ(editor.load(app.bundle(), app.appId(), &error)->browser, u"chromium"_s);
-    EXPECT_EQ(AppConfigFile::read(SNAppEditHelper::configPath(test.context(), app.appId()))->applicationType,
+    EXPECT_EQ(AppConfigFile::read(configPath(test.context(), app.appId()))->applicationType,
               BrowserCatalogue::numberForTypeKey(u"chromium"_s));
     QFile::remove(app.profile() + u"/SingletonLock"_s);
     ASSERT_EQ(app.start().exitCode, 0);
@@ -319,61 +327,6 @@ TEST(EngineSwitch, SwitchingBackRestoresTheFirstProfileExactly)
     EXPECT_EQ(app.start().exitCode, 0);
 }
 
-namespace {
-
-struct OlderLayoutCase
-{
-    const char *label;
-    const char *fixture;  // tests/fixtures/older-launchers/<fixture>
-    bool tabbed;
-    QStringList tabs;
-    const char *expected; // the patched launcher
-    QString warning;      // logged, or empty
-};
-
-void PrintTo(const OlderLayoutCase &c, std::ostream *os) { *os << c.label; }
-
-using OlderLayout = testing::TestWithParam<OlderLayoutCase>;
-
-} // namespace
-
-// Bundles of the older layout carry their launcher as Contents/MacOS/<name>: the edit patches its
-// pgrep lines, the exec line's bundle name and address, and the tabs line.
-TEST_P(OlderLayout, LauncherIsPatchedLineByLine)
-{
-    TestContext test;
-    const QString bundle = test.root() + u"/Old Mail.app"_s;
-    const QString launcher = bundle + u"/Contents/MacOS/Old Mail"_s;
-    writeFile(launcher, readAll(fixturePath(u"older-launchers/"_s + QLatin1String(GetParam().fixture))));
-    SNEditorItem app;
-    app.path = bundle;
-    app.appItem.appName = u"Old Mail"_s;
-    app.appItem.appURL = u"https://new.example.com/inbox"_s;
-    app.appItem.needTab = GetParam().tabbed;
-    for (const QString &tab : GetParam().tabs)
-        app.appItem.tabsList.append(SNTabModel(tab));
-
-    SNAppEditHelper::updateLauncher(test.context(), app, u"New Name"_s);
-    EXPECT_EQ(QString::fromUtf8(readAll(launcher)),
-              QString::fromUtf8(readAll(fixturePath(u"older-launchers/"_s + QLatin1String(GetParam().expected)))));
-    if (!GetParam().warning.isEmpty()) {
-        EXPECT_TRUE(test.log().contains(GetParam().warning)) << qPrintable(test.log().join(u'\n'));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Launchers, OlderLayout,
-    testing::Values(
-        OlderLayoutCase{"window", "window", false, {}, "window.edited", {}},
-        OlderLayoutCase{"tabbed", "tabbed", true, {u"https://c.example.com"_s, u"https://d.example.com/?x=1"_s},
-                        "tabbed.edited", {}},
-        OlderLayoutCase{"tabbedWithoutTabs", "tabbed", true, {}, "tabbed-no-tabs.edited", {}},
-        OlderLayoutCase{"noExecLine", "no-exec", false, {}, "no-exec.edited",
-                        u"⚠️ Warning: Could not find exec line to update in app script"_s},
-        OlderLayoutCase{"tabbedNoExecLine", "no-exec", true, {}, "no-exec.edited",
-                        u"⚠️ Warning: Could not find tabs line to update in tabbed app script"_s}),
-    [](const auto &p) { return std::string(p.param.label); });
-
 // The file-only export writes a bundle registered under two ids once; the chosen-apps export of
 // a one-address app has that address and no tab list; a name without the extension gets it.
 TEST(AppSetExport, OneEntryPerBundleAndTheAddressesOfItsBundle)
@@ -382,8 +335,8 @@ TEST(AppSetExport, OneEntryPerBundleAndTheAddressesOfItsBundle)
     GeneratedApp app(test, {.name = u"Mail"_s});
     const QString secondId = u"00000000-0000-0000-0000-000000000002"_s;
     ASSERT_TRUE(SNAppTracker(test.context()).updateAppTracker(secondId, app.bundle()));
-    QFile::copy(SNAppEditHelper::configPath(test.context(), app.appId()),
-                SNAppEditHelper::configPath(test.context(), secondId));
+    QFile::copy(configPath(test.context(), app.appId()),
+                configPath(test.context(), secondId));
     SNExporter exporter(test.context());
     EXPECT_EQ(exporter.exportConfig().size(), 1);
 
@@ -399,22 +352,85 @@ TEST(AppSetExport, OneEntryPerBundleAndTheAddressesOfItsBundle)
               QJsonValue::fromVariant(chosen));
 }
 
-// The name lines of an engine's strings files follow a rename, each file in its own encoding.
-TEST(EngineStrings, NameLinesAreReplacedKeepingTheEncoding)
+namespace {
+
+struct StepFailureCase
+{
+    EditPlan::Step step;
+    bool routingOnly; // an edit of the live routing values alone (data.json without the companion)
+};
+
+void PrintTo(const StepFailureCase &c, std::ostream *os) { *os << qPrintable(EditPlan::describe(c.step)); }
+
+using EditStepFailure = testing::TestWithParam<StepFailureCase>;
+
+} // namespace
+
+// Whichever writer step of an edit fails, the edit fails naming the reason, and the apps folder,
+// the app's configuration and the registry are as they were, byte for byte.
+TEST_P(EditStepFailure, LeavesTheAppAsItWasAndNamesTheReason)
 {
     TestContext test;
-    const QString resources = test.root() + u"/Resources"_s;
-    const QString lines = u"CFBundleDisplayName = \"Mail\";\nCFBundleName = \"Mail\";\nOther = \"Mail\";\n"_s;
-    QStringEncoder utf16(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
-    writeFile(resources + u"/en.lproj/InfoPlist.strings"_s, utf16(lines));
-    writeFile(resources + u"/de.lproj/InfoPlist.strings"_s, lines.toUtf8());
-    SNEditorItem app;
-    app.appItem.appName = u"Mail"_s;
-    EXPECT_EQ(SNAppEditHelper::replaceChromeWithAppName(resources, app, u"Post"_s), std::nullopt);
-    const QString renamed = u"CFBundleDisplayName = \"Post\";\nCFBundleName = \"Post\";\nOther = \"Mail\";\n"_s;
-    EXPECT_EQ(readAll(resources + u"/de.lproj/InfoPlist.strings"_s), renamed.toUtf8());
-    QStringEncoder again(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
-    EXPECT_EQ(readAll(resources + u"/en.lproj/InfoPlist.strings"_s), QByteArray(again(renamed)));
-    QDir().mkpath(resources + u"/fr.lproj"_s);
-    EXPECT_TRUE(SNAppEditHelper::replaceChromeWithAppName(resources, app, u"Post"_s).has_value());
+    test.context().defaults().setValue(BrowserCatalogue::byTypeKey(u"brave"_s).settingsKey,
+                                       QStringLiteral(SORVANE_FAKE_ENGINE));
+    GeneratedApp app(test, {.name = u"Mail"_s, .routing = GetParam().routingOnly});
+    ASSERT_EQ(app.start().exitCode, 0);
+    addUserData(app.profile());
+    QFile::remove(app.profile() + u"/SingletonLock"_s);
+    const QString folder = QFileInfo(app.bundle()).path();
+    const QString support = test.context().supportFolder();
+    const QStringList appsBefore = treeFingerprint(folder);
+    const QByteArray trackerBefore = readAll(support + u"/tracker.plist"_s);
+    const QByteArray configBefore = readAll(configPath(test.context(), app.appId()));
+
+    AppEditor editor(test.context());
+    QString error;
+    const SNEditorItem original = editor.load(app.bundle(), app.appId(), &error).value();
+    AppEditor::Change change{original, {}, false};
+    AppDefinition &edited = change.edited.appItem;
+    edited.routingRules = {QVariantMap{{u"id"_s, u"r1"_s}, {u"pattern"_s, u"*.example.org"_s}, {u"action"_s, u"allow"_s}}};
+    if (!GetParam().routingOnly) {
+        edited.appName = u"Post"_s;
+        edited.appURL = u"https://post.example.test/"_s;
+        edited.registerAsBrowser = true;
+        edited.accentColor = u"#1E90FF"_s;
+        change.edited.browser = u"brave"_s;
+        change.newIcon = squareIcon(Qt::red);
+    }
+    bool reached = false;
+    StagedEdit::setFaultForTesting([&](EditPlan::Step step) -> std::optional<QString> {
+        if (step != GetParam().step)
+            return std::nullopt;
+        reached = true;
+        return u"No space left on device"_s;
+    });
+    EXPECT_FALSE(editor.save(original, change, &error));
+    StagedEdit::setFaultForTesting({});
+    EXPECT_TRUE(reached) << "the edit did not run that step";
+    EXPECT_TRUE(error.contains(u"No space left on device"_s)) << qPrintable(error);
+
+    EXPECT_EQ(treeFingerprint(folder), appsBefore);
+    EXPECT_EQ(readAll(support + u"/tracker.plist"_s), trackerBefore);
+    EXPECT_EQ(readAll(configPath(test.context(), app.appId())), configBefore);
+    EXPECT_TRUE(QDir(OperationJournal::folder(test.context())).entryList({u"*.plist"_s}, QDir::Files).isEmpty());
+    EXPECT_TRUE(QDir(support).entryList({u"*.staged"_s, u"*.previous"_s}, QDir::Files).isEmpty());
+
+    // With the fault gone the same edit goes through.
+    ASSERT_TRUE(editor.save(original, change, &error)) << qPrintable(error);
+    EXPECT_EQ(readAll(editor.result().path + u"/Contents/Profile/Default/Cookies"_s), QByteArray("cookie jar"));
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              QStringList{QFileInfo(editor.result().path).fileName()});
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, EditStepFailure,
+    testing::Values(StepFailureCase{EditPlan::Step::Icon, false}, StepFailureCase{EditPlan::Step::InfoPlist, false},
+                    StepFailureCase{EditPlan::Step::CompanionFiles, false},
+                    StepFailureCase{EditPlan::Step::DataJSON, true},
+                    StepFailureCase{EditPlan::Step::LaunchPrograms, false},
+                    StepFailureCase{EditPlan::Step::Script, false}, StepFailureCase{EditPlan::Step::Engine, false},
+                    StepFailureCase{EditPlan::Step::AccentColor, false},
+                    StepFailureCase{EditPlan::Step::Configuration, false},
+                    StepFailureCase{EditPlan::Step::Move, false},
+                    StepFailureCase{EditPlan::Step::ProfileSwitch, false}),
+    [](const auto &p) { return std::to_string(int(p.param.step)); });
