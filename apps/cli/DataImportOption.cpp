@@ -55,11 +55,9 @@ bool fromOptions(const QCommandLineParser &parser, const ApplicationManager &man
 
 ImportSummary run(const Request &request, const QString &bundlePath)
 {
-    const ImportSummary summary = BrowserDataImporter(request.userDataFolder)
-                                      .importData(request.profileKey, request.categories, request.extensions,
-                                                  bundlePath + u"/Contents/Profile/Default"_s);
-    Logger::log(u"📦 Browser data import: "_s + summary.description());
-    return summary;
+    return BrowserDataImporter(request.userDataFolder)
+        .importData(request.profileKey, request.categories, request.extensions,
+                    bundlePath + u"/Contents/Profile/Default"_s);
 }
 
 } // namespace DataImportOption

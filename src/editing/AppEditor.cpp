@@ -133,9 +133,6 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
             journal->keepForRecovery();
         return false;
     };
-    if (switching)
-        Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
-
     // The configuration takes the definition as it stands, new name included; the steps after it
     // work on the bundle under its old name until the rename.
     if (!SNAppEditHelper::saveAppConfig(m_context, edited, error))
@@ -153,22 +150,17 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
             }
         }
     }
-    Logger::log(u"✅ App config updated"_s);
     // Only a changed colour touches the profile.
     if (SNChromePrefsHelper::storedColor(original.appItem.accentColor) !=
             SNChromePrefsHelper::storedColor(edited.appItem.accentColor) &&
         !SNChromePrefsHelper::applyAccentColor(edited.appItem.accentColor, original.path + u"/Contents/Profile"_s, error))
         return stop();
 
-    if (!structural) {
-        Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
-    } else {
+    if (structural) {
         if (!SNAppEditHelper::updateLauncher(m_context, edited, newName, error) ||
             !SNAppEditHelper::changeAppIcon(edited, change.newIcon, error) ||
             !SNAppEditHelper::changeAppName(m_context, edited, newName, error))
             return stop();
-        if (renaming)
-            Logger::log(u"📝 App renamed: %1"_s.arg(newName));
         const QString executable = PropertyList::readFile(edited.path + u"/Contents/Info.plist"_s)
                                        .toMap()
                                        .value(u"CFBundleExecutable"_s, newName)
@@ -189,7 +181,5 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
     edited.appItem.appName = newName;
     DesktopEntries(m_context).refreshAppEntry(edited.appId, edited.path);
     m_result = edited;
-    Logger::log(u"✅ In-place app update completed successfully"_s);
-    Logger::log(u"- User data preserved: YES"_s);
     return true;
 }

@@ -29,7 +29,6 @@
 #include "frontend/TabsModel.h"
 #include "generation/ApplicationManager.h"
 #include "generation/DefinitionValidator.h"
-#include "maintenance/SNRecentAppsManager.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -41,11 +40,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QString yesNo(bool value)
-{
-    return value ? u"true"_s : u"false"_s;
-}
 
 // What the user typed, as an address: a text without a scheme is taken as https.
 QString normalisedAddress(const QString &typed)
@@ -193,7 +187,6 @@ void AppCreationWizardStore::loadDefaults()
     const QString location = defaults.stringForKey(SettingsKeys::ApplicationsPath);
     set(m_appSaveLocation, location.isEmpty() ? m_context.applicationsFolder() : location,
         &AppCreationWizardStore::appSaveLocationChanged);
-    Logger::log(u"Wizard loading settings - applicationsPath: "_s + m_appSaveLocation);
 
     if (!m_editingApp) {
         const std::pair<QString, bool AppCreationWizardStore::*> switches[] = {
@@ -221,20 +214,15 @@ void AppCreationWizardStore::loadDefaults()
     if (defaults.hasPersistentValue(SettingsKeys::ImportCategories))
         setImportCategories(ImportCategories::rawValues(
             ImportCategories::fromSavedList(defaults.value(SettingsKeys::ImportCategories).toStringList())));
-    if (m_enableIncognito && !m_isTabbedApp) {
-        Logger::log(u"🔍 Debug - Forcing isTabbedApp = true because incognito is enabled"_s);
+    if (m_enableIncognito && !m_isTabbedApp)
         set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
-    }
 }
 
 void AppCreationWizardStore::installObservers()
 {
-    Logger::log(u"🔧 Adding notification observer for SorvaneSettingsChanged"_s);
     m_context.notifications().addObserver(NotificationNames::SorvaneSettingsChanged, this, [this](const QVariantMap &) {
-        if (m_editingApp) {
-            Logger::log(u"🔄 Skipping settings refresh (editing existing app)"_s);
+        if (m_editingApp)
             return;
-        }
         m_isInitializing = true;
         loadDefaults();
         m_isInitializing = false;
@@ -496,7 +484,6 @@ void AppCreationWizardStore::confirmEngineSwitch(bool restoreBackup)
 {
     m_engineSwitchConfirmed = true;
     m_restoreProfileBackupOnSwitch = restoreBackup;
-    Logger::log(u"🔄 Engine switch: "_s + BrowserCatalogue::typeKeyForNumber(m_selectedBrowser));
     set(m_showingEngineSwitchWarning, false, &AppCreationWizardStore::engineSwitchChanged);
 }
 
@@ -765,7 +752,6 @@ void AppCreationWizardStore::runImport(const QString &bundlePath)
                                       ? missing
                                       : importer.importData(m_selectedImportProfileKey, categories, extensions,
                                                             bundlePath + u"/Contents/Profile/Default"_s);
-    Logger::log(u"📦 Browser data import: "_s + summary.description());
     m_lastImportSummary = summary;
     m_importMessages = summary.messages();
     m_isImportingData = false;
@@ -844,9 +830,6 @@ bool AppCreationWizardStore::createNewApp()
 {
     SNBulkApp app = bulkApp();
     app.appIcon = composedIcon();
-    Logger::log(u"🔍 AppCreationWizardStore - Creating app with incognito: "_s + yesNo(m_enableIncognito));
-    Logger::log(u"🔍 AppCreationWizardStore - SNBulkApp.incognito set to: "_s + yesNo(app.incognito));
-    Logger::log(u"🔍 AppCreationWizardStore - Tabbed app: "_s + yesNo(app.tabbedApp));
 
     QString error;
     if (!DefinitionValidator(m_context, QDir::currentPath()).validate(app, &error)) {
@@ -870,18 +853,11 @@ bool AppCreationWizardStore::createNewApp()
 
     const QString expected = made ? manager.created().bundlePath : manager.layout().bundle;
     if (!made || !QFileInfo(expected).isDir()) {
-        Logger::log(u"❌ App was not created at: "_s + expected);
         const QString reason = !creationError.description.isEmpty() ? creationError.description : alert;
         fail(reason.isEmpty() ? u"App creation failed. Please check your settings and try again."_s : reason);
         return false;
     }
-    Logger::log(u"✅ App successfully created at: "_s + expected);
     m_createdAppPath = expected;
-    const QString macOS = expected + u"/Contents/MacOS"_s;
-    const QFileInfo launcher(macOS + u'/' + SNRecentAppsManager::launcherBinaryNameForApp(expected));
-    Logger::log(launcher.isFile() && launcher.isExecutable() ? u"✅ App is executable"_s
-                                                             : u"❌ App is not executable - this might be the issue!"_s);
-    Logger::log(u"📁 Contents/MacOS: "_s + QDir(macOS).entryList(QDir::Files | QDir::NoDotAndDotDot).join(u", "_s));
 
     if (m_importEnabled)
         runImport(expected);
@@ -896,7 +872,6 @@ bool AppCreationWizardStore::createNewApp()
 bool AppCreationWizardStore::updateExistingApp()
 {
     const SNEditorItem &original = *m_originalItem;
-    Logger::log(u"🔧 Starting in-place app update for: "_s + original.appItem.appName);
     if (original.browser != BrowserCatalogue::typeKeyForNumber(m_selectedBrowser) && !m_engineSwitchConfirmed) {
         set(m_showingEngineSwitchWarning, true, &AppCreationWizardStore::engineSwitchChanged);
         m_isCreatingApp = false;
@@ -924,13 +899,7 @@ bool AppCreationWizardStore::updateExistingApp()
         return false;
     }
     setCreationProgress(0.8);
-    QString path = editor.result().path;
-    if (path != original.path) {
-        Logger::log(u"📁 New app path: "_s + path);
-        Logger::log(u"🔍 Found renamed app at: "_s + path);
-    }
-    Logger::log(QFileInfo(path).isDir() ? u"✅ Updated app verified at: "_s + path
-                                        : u"❌ App not found at expected path: "_s + path);
+    const QString path = editor.result().path;
     m_originalItem = editor.result();
     m_originalItem->appItem.appIcon = iconChanged ? change.newIcon : original.appItem.appIcon;
     m_editingApp->appPath = path;
@@ -958,6 +927,7 @@ bool AppCreationWizardStore::launchCreatedApp()
         return false;
     }
     const bool launched = BundleLauncher::launch(m_createdAppPath);
-    Logger::log(launched ? u"✅ App launch initiated successfully"_s : u"❌ App launch failed"_s);
+    if (!launched)
+        Logger::log(u"❌ App launch failed"_s);
     return launched;
 }

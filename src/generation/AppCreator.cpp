@@ -30,11 +30,6 @@ const QStringList AppCreator::ReplaceButtons{u"Replace App"_s, u"Cancel"_s};
 
 namespace {
 
-QString yesNo(bool value)
-{
-    return value ? u"YES"_s : u"NO"_s;
-}
-
 // What a confined engine means for an app at `bundle`: a reason to refuse it (returned), or a
 // warning that is logged. Flatpak reads ':' in a --filesystem folder as the start of an access
 // mode, so such a bundle cannot be shared with the sandbox; a Snap reaches only non-hidden
@@ -322,56 +317,35 @@ void AppCreator::copyIntoDefinition(const SNBulkApp &entry)
 bool AppCreator::createAll(const QList<SNBulkApp> &entries, bool duplicate,
                            const std::function<void(qsizetype, bool)> &progress, QList<SNBulkApp> *installed)
 {
-    Logger::log(u"🔍 SORVANE: Starting app creation (duplicate: %1)"_s.arg(yesNo(duplicate)));
-    Logger::log(u"🔍 SORVANE: applicationType: %1"_s.arg(m_definition.applicationType));
     if (installed)
         installed->clear();
     const QString defaultFolder = m_definition.applicationsPath;
     bool allMade = true;
     for (qsizetype index = 0; index < entries.size(); ++index) {
         const SNBulkApp &entry = entries.at(index);
-        Logger::log(u"🔍 SORVANE: Processing app: %1"_s.arg(entry.appName));
         bool made = false;
         m_created = {};
         try {
             m_definition.applicationsPath = defaultFolder;
             copyIntoDefinition(entry);
-            Logger::log(u"🔍 SORVANE: App configuration: needTab=%1, incognito=%2, applicationType=%3"_s.arg(
-                yesNo(m_definition.needTab), yesNo(m_definition.incognito)).arg(m_definition.applicationType));
-            Logger::log(u"🔍 SORVANE: SNBulkApp.incognito: %1"_s.arg(yesNo(entry.incognito)));
-            Logger::log(u"🔍 SORVANE: self.incognito: %1"_s.arg(yesNo(m_definition.incognito)));
-            Logger::log(u"🔍 SORVANE: needTab before logic: %1"_s.arg(yesNo(m_definition.needTab)));
-            if (m_definition.incognito && !m_definition.needTab) {
+            if (m_definition.incognito && !m_definition.needTab)
                 m_definition.needTab = true;
-                Logger::log(u"🔍 SORVANE: Forcing needTab=YES due to incognito mode"_s);
-            }
             if (m_definition.needTab && m_definition.tabsList.isEmpty())
                 m_definition.tabsList.append(SNTabModel{m_definition.appURL});
-            Logger::log(u"🔍 SORVANE: needTab after logic: %1"_s.arg(yesNo(m_definition.needTab)));
-            Logger::log(u"🔍 SORVANE: Calling createForReal..."_s);
             SNError error;
             made = createForReal(duplicate, &error);
-            if (made) {
-                if (installed) {
-                    installed->append(entry);
-                    installed->last().appName = m_definition.appName;
-                }
-                Logger::log(u"🔍 SORVANE: App creation successful for: %1"_s.arg(entry.appName));
-            } else {
-                allMade = false;
-                Logger::log(u"🔍 SORVANE: App creation failed for: %1"_s.arg(entry.appName));
+            if (made && installed) {
+                installed->append(entry);
+                installed->last().appName = m_definition.appName;
             }
+            allMade = allMade && made;
         } catch (const std::exception &exception) {
             allMade = false;
-            Logger::log(u"🔍 SORVANE: Exception during app creation: %1 - %2"_s.arg(
-                entry.appName, QString::fromLocal8Bit(exception.what())));
-            Logger::log(u"🔍 SORVANE: App details: %1, needTab: %2, applicationType: %3"_s.arg(
-                entry.appName, yesNo(m_definition.needTab)).arg(m_definition.applicationType));
+            Logger::log(u"⚠️ %1 could not be made: %2"_s.arg(entry.appName, QString::fromLocal8Bit(exception.what())));
         }
         if (progress)
             progress(index, made);
     }
     m_definition.applicationsPath = defaultFolder;
-    Logger::log(u"🔍 SORVANE: App creation complete. Result: %1"_s.arg(allMade ? u"SUCCESS"_s : u"FAILURE"_s));
     return allMade;
 }
