@@ -4,7 +4,10 @@
 //   Bulk100      a bulk run of 100 such apps without icons
 //   Cli/create   the whole `sorvane create` process, against Cli/version (`sorvane --version`):
 //                what a command costs beyond starting the program
-// Run: build/default/bench/creation_bench (medians of the repetitions are printed).
+// Run: build/default/bench/creation_bench (medians of the repetitions are printed). The homes are
+// made under TMPDIR: on a tmpfs the numbers are Sorvane's own work; on a disk they include the
+// file system's (every file is synced, and a much-used ext4 can spend most of a creation finding
+// free inodes).
 
 #include "BenchHome.h"
 #include "BenchMain.h"

@@ -11,7 +11,7 @@ packages=(
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
     qml6-module-qtquick-window qml6-module-qtquick-dialogs qt6-qpa-plugins
     xvfb xauth x11-utils
-    libplist-dev libtiff-dev
+    libplist-dev libtiff-dev libpng-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 icnsutils libtiff-tools
     procps

@@ -1,6 +1,6 @@
 #include "OpenUrlCommand.h"
 
-#include "frontend/DeepLinkServer.h"
+#include "companion/DeepLinkChannel.h"
 
 #include <QVariantMap>
 
@@ -18,19 +18,19 @@ void OpenUrlCommand::addOptions(QCommandLineParser &parser)
 int OpenUrlCommand::run(const QCommandLineParser &parser, Context &)
 {
     const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 1 || !DeepLinkServer::isSendable(arguments.constFirst())) {
+    if (arguments.size() != 1 || !DeepLinkChannel::isSendable(arguments.constFirst())) {
         printError(u"sorvane open-url: give one URL on one line, shorter than %1 bytes"_s.arg(
-            DeepLinkServer::MaximumLineBytes));
+            DeepLinkChannel::MaximumLineBytes));
         return BadUsage;
     }
     QString error;
-    switch (DeepLinkServer::sendToRunningInstance(arguments.constFirst(), AnswerTimeoutMs, &error)) {
-    case DeepLinkServer::SendResult::Delivered:
+    switch (DeepLinkChannel::sendToRunningInstance(arguments.constFirst(), AnswerTimeoutMs, &error)) {
+    case DeepLinkChannel::SendResult::Delivered:
         if (parser.isSet(u"json"_s))
             printJson(QVariantMap{{u"delivered"_s, true}});
         return Success;
-    case DeepLinkServer::SendResult::NoInstance:
-    case DeepLinkServer::SendResult::Failed:
+    case DeepLinkChannel::SendResult::NoInstance:
+    case DeepLinkChannel::SendResult::Failed:
         break;
     }
     if (parser.isSet(u"json"_s))

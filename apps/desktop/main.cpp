@@ -3,6 +3,7 @@
 
 #include "desktop/DesktopShell.h"
 
+#include "companion/DeepLinkChannel.h"
 #include "core/Constants.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
@@ -78,8 +79,8 @@ int main(int argc, char **argv)
         bool delivered = true;
         for (const QString &link : links) {
             QString sendError;
-            if (DeepLinkServer::sendToRunningInstance(link, DeepLinkServer::ConnectionTimeoutMs, &sendError)
-                != DeepLinkServer::SendResult::Delivered) {
+            if (DeepLinkChannel::sendToRunningInstance(link, DeepLinkChannel::ConnectionTimeoutMs, &sendError)
+                != DeepLinkChannel::SendResult::Delivered) {
                 err << "Could not hand " << link << " to the running Sorvane: " << sendError << Qt::endl;
                 delivered = false;
             }

@@ -1,11 +1,12 @@
 #include "core/AtomicWriter.h"
 #include "core/DesktopEntries.h"
 #include "core/Logger.h"
+#include "core/BoundedImageReader.h"
+#include "core/IconSet.h"
 #include "core/PropertyList.h"
-#include "core/SNImage.h"
 
-#include <QBuffer>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
@@ -60,30 +61,32 @@ bool removeIfThere(const QString &path, QString *error)
     return QFile::remove(path) || fail(error, u"%1 cannot be removed"_s.arg(path));
 }
 
-// One PNG per distinct square size of the icon, in the theme; the sizes written.
+// One PNG per distinct square size of the icon, in the theme; the sizes written. The icon file's
+// PNG entries are written as they are.
 QSet<int> installIcons(const QString &theme, const QString &icns, const QString &appId, QString *error)
 {
     QSet<int> written;
-    if (!QFileInfo::exists(icns))
+    QFile file(icns);
+    if (!file.exists())
         return written;
     QString reason;
-    const SNImage image = SNImage::fromFile(icns, &reason);
-    if (image.isNull())
+    IconSet icons;
+    if (file.size() > BoundedImageReader::MaximumFileBytes)
+        reason = u"it is larger than %1 MB"_s.arg(BoundedImageReader::MaximumFileBytes / (1024 * 1024));
+    else if (!file.open(QIODevice::ReadOnly))
+        reason = file.errorString();
+    else
+        icons = IconSet::fromIcns(file.readAll(), &reason);
+    if (icons.isEmpty())
         Logger::log(u"The menu icon of %1 cannot be read from %2: %3"_s.arg(appId, icns, reason));
-    for (const QImage &representation : image.representations()) {
-        const int size = representation.width();
-        if (size != representation.height() || written.contains(size))
-            continue;
-        const QString path = iconPath(theme, size, appId);
-        QByteArray png;
-        QBuffer buffer(&png);
-        if (!QDir().mkpath(QFileInfo(path).path()) || !buffer.open(QIODevice::WriteOnly) ||
-            !representation.save(&buffer, "PNG") || !AtomicWriter::write(path, png, &reason)) {
+    for (const IconSet::Entry &entry : icons.entries()) {
+        const QString path = iconPath(theme, entry.pixels, appId);
+        if (!QDir().mkpath(QFileInfo(path).path()) || !AtomicWriter::write(path, entry.png, &reason)) {
             if (error && error->isEmpty())
                 *error = u"%1 cannot be written: %2"_s.arg(path, reason);
             continue;
         }
-        written.insert(size);
+        written.insert(entry.pixels);
     }
     return written;
 }

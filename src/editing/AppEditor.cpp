@@ -130,22 +130,14 @@ bool AppEditor::save(const SNEditorItem &original, Change change, QString *error
                         ProfileBackup(m_context, original.path).exists(edited.browser);
 
     if (!request.plan.isEmpty()) {
-        if (request.plan.runs(EditPlan::Step::ProfileSwitch))
-            Logger::log(u"🔄 Engine switch: %1 -> %2"_s.arg(original.browser, edited.browser));
         QString reason;
         if (!StagedEdit(m_context, request).run(&reason))
             return Logger::fail(error, u"Cannot edit %1: %2"_s.arg(original.path, reason));
-        if (newPath != original.path)
-            Logger::log(u"📝 App renamed: %1"_s.arg(newName));
     }
     m_rebuilt = !request.plan.isLiveOnly();
-    if (!m_rebuilt)
-        Logger::log(u"✅ Live-only edit (routing/appearance): skipping app rebuild"_s);
     edited.path = newPath;
     if (newIcon)
         edited.appItem.appIcon = change.newIcon;
     m_result = edited;
-    Logger::log(u"✅ In-place app update completed successfully"_s);
-    Logger::log(u"- User data preserved: YES"_s);
     return true;
 }

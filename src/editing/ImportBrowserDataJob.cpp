@@ -1,6 +1,5 @@
 #include "editing/ImportBrowserDataJob.h"
 
-#include "core/Logger.h"
 #include "editing/BrowserDataImporter.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,7 +20,6 @@ bool ImportBrowserDataJob::run()
                         .importData(m_request.profileKey, m_request.categories, m_request.extensions,
                                     m_request.bundlePath + u"/Contents/Profile/Default"_s);
     }
-    Logger::log(u"Browser data import: "_s + m_summary.description());
     setProgress(1.0);
     return true;
 }

@@ -32,7 +32,6 @@
 #include "frontend/JobProgress.h"
 #include "generation/CreateAppJob.h"
 #include "generation/DefinitionValidator.h"
-#include "maintenance/SNRecentAppsManager.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -163,7 +162,6 @@ void AppCreationWizardStore::loadDefaults()
     const QString location = defaults.stringForKey(SettingsKeys::ApplicationsPath);
     set(m_appSaveLocation, location.isEmpty() ? m_context.applicationsFolder() : location,
         &AppCreationWizardStore::appSaveLocationChanged);
-    Logger::log(u"Wizard loading settings - applicationsPath: "_s + m_appSaveLocation);
 
     if (!m_editingApp) {
         const std::pair<QString, bool AppCreationWizardStore::*> switches[] = {
@@ -191,20 +189,15 @@ void AppCreationWizardStore::loadDefaults()
     if (defaults.hasPersistentValue(SettingsKeys::ImportCategories))
         setImportCategories(ImportCategories::rawValues(
             ImportCategories::fromSavedList(defaults.value(SettingsKeys::ImportCategories).toStringList())));
-    if (m_enableIncognito && !m_isTabbedApp) {
-        Logger::log(u"🔍 Debug - Forcing isTabbedApp = true because incognito is enabled"_s);
+    if (m_enableIncognito && !m_isTabbedApp)
         set(m_isTabbedApp, true, &AppCreationWizardStore::isTabbedAppChanged);
-    }
 }
 
 void AppCreationWizardStore::installObservers()
 {
-    Logger::log(u"🔧 Adding notification observer for SorvaneSettingsChanged"_s);
     m_context.notifications().addObserver(NotificationNames::SorvaneSettingsChanged, this, [this](const QVariantMap &) {
-        if (m_editingApp) {
-            Logger::log(u"🔄 Skipping settings refresh (editing existing app)"_s);
+        if (m_editingApp)
             return;
-        }
         m_isInitializing = true;
         loadDefaults();
         m_isInitializing = false;
@@ -466,7 +459,6 @@ void AppCreationWizardStore::confirmEngineSwitch(bool restoreBackup)
 {
     m_engineSwitchConfirmed = true;
     m_restoreProfileBackupOnSwitch = restoreBackup;
-    Logger::log(u"🔄 Engine switch: "_s + BrowserCatalogue::typeKeyForNumber(m_selectedBrowser));
     set(m_showingEngineSwitchWarning, false, &AppCreationWizardStore::engineSwitchChanged);
 }
 
@@ -866,7 +858,6 @@ void AppCreationWizardStore::finishCreation()
 bool AppCreationWizardStore::updateExistingApp()
 {
     const SNEditorItem &original = *m_originalItem;
-    Logger::log(u"🔧 Starting in-place app update for: "_s + original.appItem.appName);
     if (original.browser != BrowserCatalogue::typeKeyForNumber(m_selectedBrowser) && !m_engineSwitchConfirmed) {
         set(m_showingEngineSwitchWarning, true, &AppCreationWizardStore::engineSwitchChanged);
         m_isCreatingApp = false;
@@ -894,13 +885,7 @@ bool AppCreationWizardStore::updateExistingApp()
         return false;
     }
     setCreationProgress(0.8);
-    QString path = editor.result().path;
-    if (path != original.path) {
-        Logger::log(u"📁 New app path: "_s + path);
-        Logger::log(u"🔍 Found renamed app at: "_s + path);
-    }
-    Logger::log(QFileInfo(path).isDir() ? u"✅ Updated app verified at: "_s + path
-                                        : u"❌ App not found at expected path: "_s + path);
+    const QString path = editor.result().path;
     m_originalItem = editor.result();
     m_originalItem->appItem.appIcon = iconChanged ? change.newIcon : original.appItem.appIcon;
     m_editingApp->appPath = path;
@@ -924,6 +909,7 @@ bool AppCreationWizardStore::launchCreatedApp()
         return false;
     }
     const bool launched = BundleLauncher::launch(m_createdAppPath);
-    Logger::log(launched ? u"✅ App launch initiated successfully"_s : u"❌ App launch failed"_s);
+    if (!launched)
+        Logger::log(u"❌ App launch failed"_s);
     return launched;
 }

@@ -2,6 +2,8 @@
 
 #include "frontend/DeepLinkHandler.h"
 
+#include "companion/DeepLinkChannel.h"
+
 #include "core/Logger.h"
 
 #include <QDir>
@@ -9,7 +11,6 @@
 #include <QFileInfo>
 #include <QLocalSocket>
 #include <QSocketNotifier>
-#include <QStandardPaths>
 #include <QTimer>
 
 #include <algorithm>
@@ -19,7 +20,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -27,11 +27,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QByteArray Acknowledgement = "OK\n";
-const QString SocketName = u"deeplink.sock"_s;
-// Held for the instance's whole life: a stale socket can be replaced, and a socket gone missing
-// does not let a second instance in.
-const QString LockName = u"deeplink.lock"_s;
 constexpr int ListenBacklog = 64;
 // After an accept found no descriptor and no connection to give up.
 constexpr int AcceptRetryMs = 200;
@@ -80,28 +75,6 @@ int acceptFrom(int listener)
 }
 #endif
 
-// A folder only this user can enter: made with mode 0700, and an existing one accepted only when
-// lstat shows a real folder (not a link) owned by this user with mode 0700. With `create` false a
-// missing folder is refused.
-bool isPrivateFolder(const QString &path, bool create, QString *error)
-{
-    const QByteArray native = QFile::encodeName(path);
-    if (create) {
-        if (::mkdir(native.constData(), 0700) == 0)
-            ::chmod(native.constData(), 0700); // what the umask took
-        else if (errno != EEXIST)
-            return fail(error, u"cannot make %1: %2"_s.arg(path, systemError(errno)));
-    }
-    struct stat status{};
-    if (::lstat(native.constData(), &status) != 0)
-        return fail(error, u"cannot read %1: %2"_s.arg(path, systemError(errno)));
-    if (!S_ISDIR(status.st_mode))
-        return fail(error, u"%1 is not a folder"_s.arg(path));
-    if (status.st_uid != ::getuid() || (status.st_mode & 07777) != 0700)
-        return fail(error, u"%1 is not a private folder of this user"_s.arg(path));
-    return true;
-}
-
 // Whether an instance answers at `socketPath`.
 bool answers(const QString &socketPath)
 {
@@ -139,54 +112,21 @@ DeepLinkServer::~DeepLinkServer()
     close();
 }
 
-QStringList DeepLinkServer::socketFolders(QString *error)
-{
-    const QString name = u"sorvane-%1"_s.arg(::getuid());
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-    QStringList folders, reasons;
-    for (const QString &parent : {runtime.isEmpty() ? QDir::tempPath() : runtime, cache}) {
-        if (parent.isEmpty())
-            continue;
-        const QString folder = parent + u'/' + name;
-        // Past the first usable folder only one already there matters: an instance may listen in it.
-        const bool create = folders.isEmpty();
-        if (create && parent == cache)
-            QDir().mkpath(cache);
-        QString reason;
-        if (isPrivateFolder(folder, create, &reason)) {
-            folders.append(folder);
-        } else if (create) {
-            Logger::log(u"Not using %1 for Sorvane's socket: %2"_s.arg(folder, reason));
-            reasons.append(reason);
-        }
-    }
-    if (folders.isEmpty())
-        fail(error, reasons.join(u"; "_s));
-    return folders;
-}
-
-QString DeepLinkServer::defaultSocketPath(QString *error)
-{
-    const QStringList folders = socketFolders(error);
-    return folders.isEmpty() ? QString() : folders.first() + u'/' + SocketName;
-}
-
 DeepLinkServer::ListenResult DeepLinkServer::listen(QString *error)
 {
     if (isListening())
         return ListenResult::Listening;
-    const QStringList folders = socketFolders(error);
+    const QStringList folders = DeepLinkChannel::socketFolders(error);
     if (folders.isEmpty())
         return ListenResult::Failed;
     // One started while another folder came first listens there.
     for (const QString &folder : folders) {
-        if (answers(folder + u'/' + SocketName)) {
+        if (answers(folder + u'/' + DeepLinkChannel::SocketName)) {
             fail(error, u"Sorvane is already running"_s);
             return ListenResult::AlreadyRunning;
         }
     }
-    const QString lockPath = folders.first() + u'/' + LockName;
+    const QString lockPath = folders.first() + u'/' + DeepLinkChannel::LockName;
     m_lock = ::open(QFile::encodeName(lockPath).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (m_lock < 0 || ::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
         const int code = errno;
@@ -200,7 +140,7 @@ DeepLinkServer::ListenResult DeepLinkServer::listen(QString *error)
     }
 
     // With the lock held, a socket there is one an instance that is gone left behind.
-    const QString path = folders.first() + u'/' + SocketName;
+    const QString path = folders.first() + u'/' + DeepLinkChannel::SocketName;
     const QByteArray native = QFile::encodeName(path);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -299,11 +239,11 @@ void DeepLinkServer::drop(QLocalSocket *socket)
 void DeepLinkServer::readLine(QLocalSocket *socket)
 {
     if (!socket->canReadLine()) {
-        if (socket->bytesAvailable() >= MaximumLineBytes)
+        if (socket->bytesAvailable() >= DeepLinkChannel::MaximumLineBytes)
             drop(socket);
         return;
     }
-    const QByteArray line = socket->readLine(MaximumLineBytes);
+    const QByteArray line = socket->readLine(DeepLinkChannel::MaximumLineBytes);
     if (!line.endsWith('\n')) {
         drop(socket);
         return;
@@ -312,63 +252,12 @@ void DeepLinkServer::readLine(QLocalSocket *socket)
     m_connections.removeOne(socket);
     socket->disconnect(this);
     connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-    socket->write(Acknowledgement);
+    socket->write(DeepLinkChannel::Acknowledgement);
     socket->disconnectFromServer();
     const QString url = QString::fromUtf8(line.chopped(1));
     // Garbage is answered like anything else (the sender learns nothing) and never handled.
-    if (!isSendable(url) || url.toUtf8() != line.chopped(1))
+    if (!DeepLinkChannel::isSendable(url) || url.toUtf8() != line.chopped(1))
         return;
     Q_EMIT urlReceived(url);
     m_handler.handleURL(url);
-}
-
-bool DeepLinkServer::isSendable(const QString &url)
-{
-    if (url.isEmpty() || url.toUtf8().size() >= MaximumLineBytes)
-        return false;
-    return std::none_of(url.cbegin(), url.cend(), [](QChar c) { return c.category() == QChar::Other_Control; });
-}
-
-DeepLinkServer::SendResult DeepLinkServer::sendToRunningInstance(const QString &url, int timeoutMs, QString *error)
-{
-    const QStringList folders = socketFolders(error);
-    if (folders.isEmpty())
-        return SendResult::Failed;
-    for (const QString &folder : folders) {
-        const QString path = folder + u'/' + SocketName;
-        if (!QFileInfo::exists(path))
-            continue;
-        const SendResult result = sendToRunningInstance(path, url, timeoutMs, error);
-        if (result != SendResult::NoInstance)
-            return result;
-    }
-    fail(error, u"Sorvane is not running"_s);
-    return SendResult::NoInstance;
-}
-
-DeepLinkServer::SendResult DeepLinkServer::sendToRunningInstance(const QString &socketPath, const QString &url,
-                                                                 int timeoutMs, QString *error)
-{
-    if (!isSendable(url)) {
-        fail(error, u"not a URL that can be sent"_s);
-        return SendResult::Failed;
-    }
-    QLocalSocket socket;
-    socket.connectToServer(socketPath);
-    if (!socket.waitForConnected(timeoutMs)) {
-        fail(error, u"Sorvane is not running"_s);
-        return SendResult::NoInstance;
-    }
-    socket.write(url.toUtf8() + '\n');
-    if (!socket.waitForBytesWritten(timeoutMs)) {
-        fail(error, u"the running Sorvane did not take the URL: %1"_s.arg(socket.errorString()));
-        return SendResult::Failed;
-    }
-    while (!socket.canReadLine() && socket.waitForReadyRead(timeoutMs)) {
-    }
-    if (socket.readLine(Acknowledgement.size() + 1) != Acknowledgement) {
-        fail(error, u"the running Sorvane did not answer"_s);
-        return SendResult::Failed;
-    }
-    return SendResult::Delivered;
 }

@@ -329,8 +329,6 @@ bool HomescreenStore::duplicateApp(const QString &id)
     const HomescreenAppEntry *source = entryWithId(id);
     if (!source)
         return false;
-    const QString browser = BrowserCatalogue::typeKeyForNumber(source->browserType);
-    Logger::log(u"🔍 SORVANE: Duplicating app: "_s + source->name + u" with browserType: "_s + browser);
     HomescreenAppEntry copy = *source;
     copy.id = Ids::newRegistryId();
     copy.name = firstFreeName(source->name);
@@ -338,7 +336,6 @@ bool HomescreenStore::duplicateApp(const QString &id)
     copy.appPath.clear();
     copy.date = {};
     copy.legacyLayout = false;
-    Logger::log(u"🔍 SORVANE: Created duplicate with browserType: "_s + browser);
     setEditingApp(copy);
     setShowingAppEdit(true);
     return true;

@@ -14,21 +14,12 @@
 
 #include <QFileInfo>
 #include <QSet>
-#include <QTimer>
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-// Only logs; long enough for everything queued by the change to have run.
-constexpr int DelayedVerifyMilliseconds = 100;
-
-QString boolText(bool value)
-{
-    return value ? u"true"_s : u"false"_s;
-}
 
 // Known category names in their given order, each once.
 QStringList knownCategories(const QStringList &names)
@@ -69,14 +60,11 @@ SorvaneSettingsStore::SorvaneSettingsStore(Context &context, const QMap<QString,
                                            QObject *parent)
     : QObject(parent), m_context(context), m_browserDefaults(browserDefaults)
 {
-    Logger::log(u"🔧 SorvaneSettingsStore init() - Starting initialization"_s);
     m_defaultSaveLocation = Platform::defaultApplicationsFolder(context.homeFolder());
     m_defaultImportCategories = ImportCategories::rawValues(ImportCategories::defaults());
     loadSettings();
     refreshInstalledBrowsers();
     m_observing = true;
-    Logger::log(u"🔧 SorvaneSettingsStore init() - Initialization complete"_s);
-    scheduleDelayedVerify(m_defaultTabbedApps);
 }
 
 SorvaneSettingsStore::~SorvaneSettingsStore() = default;
@@ -147,14 +135,13 @@ QString SorvaneSettingsStore::browserName(int browserType) const
 }
 
 template <typename T>
-void SorvaneSettingsStore::assign(T &field, const T &value, void (SorvaneSettingsStore::*changed)(),
-                                  const QString &name)
+void SorvaneSettingsStore::assign(T &field, const T &value, void (SorvaneSettingsStore::*changed)())
 {
     if (field == value)
         return;
     field = value;
     Q_EMIT(this->*changed)();
-    autoSave(name);
+    autoSave();
 }
 
 void SorvaneSettingsStore::setDefaultSaveLocation(const QString &path)
@@ -163,28 +150,22 @@ void SorvaneSettingsStore::setDefaultSaveLocation(const QString &path)
         Logger::log(u"❌ Applications folder not changed: \"%1\" is not an absolute path"_s.arg(path));
         return;
     }
-    assign(m_defaultSaveLocation, path, &SorvaneSettingsStore::defaultSaveLocationChanged,
-           u"defaultSaveLocation"_s);
+    assign(m_defaultSaveLocation, path, &SorvaneSettingsStore::defaultSaveLocationChanged);
 }
 
 void SorvaneSettingsStore::setDefaultRegisterAsBrowser(bool on)
 {
-    assign(m_defaultRegisterAsBrowser, on, &SorvaneSettingsStore::defaultRegisterAsBrowserChanged,
-           u"defaultRegisterAsBrowser"_s);
+    assign(m_defaultRegisterAsBrowser, on, &SorvaneSettingsStore::defaultRegisterAsBrowserChanged);
 }
 
 void SorvaneSettingsStore::setDefaultIncognitoMode(bool on)
 {
-    assign(m_defaultIncognitoMode, on, &SorvaneSettingsStore::defaultIncognitoModeChanged,
-           u"defaultIncognitoMode"_s);
+    assign(m_defaultIncognitoMode, on, &SorvaneSettingsStore::defaultIncognitoModeChanged);
 }
 
 void SorvaneSettingsStore::setDefaultTabbedApps(bool on)
 {
-    const bool before = m_defaultTabbedApps;
-    assign(m_defaultTabbedApps, on, &SorvaneSettingsStore::defaultTabbedAppsChanged, u"defaultTabbedApps"_s);
-    if (before != on)
-        scheduleDelayedVerify(m_defaultTabbedApps);
+    assign(m_defaultTabbedApps, on, &SorvaneSettingsStore::defaultTabbedAppsChanged);
 }
 
 void SorvaneSettingsStore::setDefaultIconShape(IconShape::Shape shape)
@@ -192,22 +173,17 @@ void SorvaneSettingsStore::setDefaultIconShape(IconShape::Shape shape)
     // A number from a view that is no shape at all changes nothing.
     if (IconShape::rawValue(shape).isEmpty())
         return;
-    assign(m_defaultIconShape, shape, &SorvaneSettingsStore::defaultIconShapeChanged, u"defaultIconShape"_s);
+    assign(m_defaultIconShape, shape, &SorvaneSettingsStore::defaultIconShapeChanged);
 }
 
 void SorvaneSettingsStore::setAutomaticAppUpdates(bool on)
 {
-    const bool before = m_automaticAppUpdates;
-    assign(m_automaticAppUpdates, on, &SorvaneSettingsStore::automaticAppUpdatesChanged,
-           u"automaticAppUpdates"_s);
-    if (before != on)
-        scheduleDelayedVerify(m_automaticAppUpdates);
+    assign(m_automaticAppUpdates, on, &SorvaneSettingsStore::automaticAppUpdatesChanged);
 }
 
 void SorvaneSettingsStore::setDefaultImportEnabled(bool on)
 {
-    assign(m_defaultImportEnabled, on, &SorvaneSettingsStore::defaultImportEnabledChanged,
-           u"defaultImportEnabled"_s);
+    assign(m_defaultImportEnabled, on, &SorvaneSettingsStore::defaultImportEnabledChanged);
 }
 
 void SorvaneSettingsStore::setDefaultImportCategories(const QStringList &names)
@@ -218,39 +194,19 @@ void SorvaneSettingsStore::setDefaultImportCategories(const QStringList &names)
             u"❌ Import categories not changed: unknown category in \"%1\""_s.arg(names.join(u", "_s)));
         return;
     }
-    assign(m_defaultImportCategories, known, &SorvaneSettingsStore::defaultImportCategoriesChanged,
-           u"defaultImportCategories"_s);
+    assign(m_defaultImportCategories, known, &SorvaneSettingsStore::defaultImportCategoriesChanged);
 }
 
-void SorvaneSettingsStore::autoSave(const QString &name)
+void SorvaneSettingsStore::autoSave()
 {
-    if (!m_observing)
-        return;
-    if (m_isLoadingSettings) {
-        Logger::log(u"🔧 Skipping auto-save for %1 change during loading"_s.arg(name));
-        return;
-    }
-    Logger::log(u"🔧 Auto-save triggered for %1 change"_s.arg(name));
-    saveSettings();
-}
-
-void SorvaneSettingsStore::scheduleDelayedVerify(const bool &property)
-{
-    if (!m_observing)
-        return;
-    const bool *watched = &property;
-    QTimer::singleShot(DelayedVerifyMilliseconds, this, [watched] {
-        Logger::log(u"🔧 DELAYED VERIFY: Property value after dispatch: "_s + boolText(*watched));
-    });
+    if (m_observing && !m_isLoadingSettings)
+        saveSettings();
 }
 
 bool SorvaneSettingsStore::loadFlag(const QString &key)
 {
     UserDefaults &defaults = m_context.defaults();
-    const bool exists = defaults.hasPersistentValue(key);
-    if (key == SettingsKeys::TabbedApps)
-        Logger::log(u"🔧 UserDefaults key 'defaultTabbedApps' exists: "_s + boolText(exists));
-    if (exists)
+    if (defaults.hasPersistentValue(key))
         return defaults.boolForKey(key);
     defaults.setValue(key, false);
     return false;
@@ -293,25 +249,8 @@ void SorvaneSettingsStore::loadSettings()
             pathsChanged = true;
         }
     }
-    if (pathsChanged) {
+    if (pathsChanged)
         Q_EMIT browserPathsChanged();
-        if (m_observing)
-            Logger::log(u"🔧 Skipping auto-save for browser paths change during loading"_s);
-    }
-
-    Logger::log(u"📖 Loading settings:"_s);
-    Logger::log(u"   defaultSaveLocation: "_s + m_defaultSaveLocation);
-    Logger::log(u"   defaultRegisterAsBrowser: "_s + boolText(m_defaultRegisterAsBrowser));
-    Logger::log(u"   defaultIncognitoMode: "_s + boolText(m_defaultIncognitoMode));
-    Logger::log(u"   defaultTabbedApps: "_s + boolText(m_defaultTabbedApps));
-    Logger::log(u"   defaultIconShape: "_s + IconShape::rawValue(m_defaultIconShape));
-    Logger::log(u"   automaticAppUpdates: "_s + boolText(m_automaticAppUpdates));
-    Logger::log(u"   defaultImportEnabled: "_s + boolText(m_defaultImportEnabled));
-    Logger::log(u"   defaultImportCategories: "_s + m_defaultImportCategories.join(u", "_s));
-    for (const BrowserInfo &browser : BrowserCatalogue::all())
-        Logger::log(
-            u"   %1: %2"_s.arg(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]));
-    Logger::log(u"Settings loaded - applicationsPath: "_s + m_defaultSaveLocation);
 
     m_isLoadingSettings = false;
 }
@@ -334,14 +273,10 @@ void SorvaneSettingsStore::saveSettings()
     // This one key has been seen not to stick; it is read back and written again when it did not.
     const bool stored = defaults.boolForKey(SettingsKeys::TabbedApps);
     if (stored != m_defaultTabbedApps) {
-        Logger::log(u"🔧 defaultTabbedApps did not save - Expected: %1, Got: %2"_s.arg(
-            boolText(m_defaultTabbedApps), boolText(stored)));
         defaults.setValue(SettingsKeys::TabbedApps, m_defaultTabbedApps);
         defaults.synchronize();
-        Logger::log(u"🔧 Retry save - now contains: "_s + boolText(defaults.boolForKey(SettingsKeys::TabbedApps)));
     }
 
-    Logger::log(u"📢 Sending SorvaneSettingsChanged notification"_s);
     m_context.notifications().post(NotificationNames::SorvaneSettingsChanged);
 }
 
@@ -363,7 +298,7 @@ bool SorvaneSettingsStore::setBrowserPath(int browserType, const QString &path)
         Q_EMIT browserPathsChanged();
     refreshInstalledBrowsers();
     if (changed)
-        autoSave(key);
+        autoSave();
     return true;
 }
 

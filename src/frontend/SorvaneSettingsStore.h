@@ -144,9 +144,8 @@ Q_SIGNALS:
 
 private:
     template <typename T>
-    void assign(T &field, const T &value, void (SorvaneSettingsStore::*changed)(), const QString &name);
-    void autoSave(const QString &name);
-    void scheduleDelayedVerify(const bool &property);
+    void assign(T &field, const T &value, void (SorvaneSettingsStore::*changed)());
+    void autoSave();
     bool loadFlag(const QString &key);
 
     Context &m_context;

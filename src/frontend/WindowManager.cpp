@@ -23,10 +23,8 @@ void WindowManager::addWindow(const QString &title, QObject *window, WindowKind 
         if (managed.identity == window)
             return;
     }
-    Logger::log(u"🔍 WindowManager: Adding window '"_s + title + u"' to managed windows"_s);
     m_windows.append({window, window, title, kind});
     connect(window, &QObject::destroyed, this, [this, window] { windowClosed(window); });
-    Logger::log(u"🔍 WindowManager: Now managing %1 windows"_s.arg(m_windows.size()));
     Q_EMIT countChanged();
 }
 
@@ -69,6 +67,5 @@ void WindowManager::forget(qsizetype row)
     const Managed managed = m_windows.takeAt(row);
     if (managed.window)
         disconnect(managed.window, &QObject::destroyed, this, nullptr);
-    Logger::log(u"🔍 WindowManager: Window '"_s + managed.title + u"' closed, removing from managed windows"_s);
     Q_EMIT countChanged();
 }

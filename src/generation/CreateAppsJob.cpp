@@ -32,12 +32,16 @@ bool CreateAppsJob::run()
             ++failed;
         } else {
             current.applyTabRules();
-            if (creator.create(m_request.whenTaken, &error))
-                outcome.created = creator.created();
-            else {
-                outcome.error = error.description;
-                ++failed;
+            try {
+                if (creator.create(m_request.whenTaken, &error))
+                    outcome.created = creator.created();
+                else
+                    outcome.error = error.description;
+            } catch (const std::exception &exception) {
+                outcome.error = QString::fromLocal8Bit(exception.what());
             }
+            if (!outcome.created)
+                ++failed;
             outcome.app = current;
         }
         m_outcomes.append(outcome);

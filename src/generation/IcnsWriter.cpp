@@ -1,8 +1,7 @@
 #include "generation/IcnsWriter.h"
 
-#include <QBuffer>
-#include <QPainter>
-#include <QSet>
+#include "core/IconSet.h"
+
 #include <QtEndian>
 
 namespace {
@@ -12,32 +11,6 @@ void appendBigEndian(QByteArray &out, quint32 value)
     char bytes[4];
     qToBigEndian(value, bytes);
     out.append(bytes, 4);
-}
-
-// The slot follows the pixel width, as the caller counts sizes by width: a wide image is padded
-// to a square, a tall one scaled down to fit, both centred on transparency.
-QImage squared(const QImage &image)
-{
-    if (image.width() == image.height())
-        return image;
-    const int side = image.width();
-    const QImage fitted =
-        image.height() > side ? image.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation) : image;
-    QImage square(side, side, QImage::Format_ARGB32_Premultiplied);
-    square.fill(Qt::transparent);
-    QPainter painter(&square);
-    painter.drawImage((side - fitted.width()) / 2, (side - fitted.height()) / 2, fitted);
-    return square;
-}
-
-QByteArray png(const QImage &image)
-{
-    QByteArray data;
-    QBuffer buffer(&data);
-    buffer.open(QIODevice::WriteOnly);
-    if (!image.convertToFormat(QImage::Format_ARGB32).save(&buffer, "PNG"))
-        return {};
-    return data;
 }
 
 } // namespace
@@ -58,30 +31,23 @@ QByteArray IcnsWriter::entryType(int pixels)
     }
 }
 
-QByteArray IcnsWriter::encode(const QList<QImage> &images, QString *error, const QHash<qint64, QByteArray> &encoded)
+IconSet IcnsWriter::iconSet(const QList<QImage> &images, QString *error, const QHash<qint64, QByteArray> &png)
+{
+    return IconSet::fromImages(images, [](int pixels) { return !entryType(pixels).isEmpty(); }, png, error);
+}
+
+QByteArray IcnsWriter::encode(const IconSet &icons, QString *error)
 {
     QByteArray entries;
-    QSet<int> written;
-    for (const QImage &image : images) {
-        if (image.isNull())
+    for (const IconSet::Entry &entry : icons.entries()) {
+        const QByteArray type = entryType(entry.pixels);
+        if (type.isEmpty())
             continue;
-        const QImage square = squared(image);
-        const QByteArray type = entryType(square.width());
-        if (type.isEmpty() || written.contains(square.width()))
-            continue;
-        const auto made = encoded.constFind(square.cacheKey());
-        const QByteArray data = made != encoded.cend() ? *made : png(square);
-        if (data.isEmpty()) {
-            if (error)
-                *error = QStringLiteral("Cannot encode the %1 pixel image as PNG.").arg(square.width());
-            return {};
-        }
         entries.append(type);
-        appendBigEndian(entries, quint32(8 + data.size()));
-        entries.append(data);
-        written.insert(square.width());
+        appendBigEndian(entries, quint32(8 + entry.png.size()));
+        entries.append(entry.png);
     }
-    if (written.isEmpty()) {
+    if (entries.isEmpty()) {
         if (error)
             *error = QStringLiteral("No image has a size that an icon file can hold.");
         return {};

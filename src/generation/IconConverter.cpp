@@ -1,6 +1,7 @@
 #include "generation/IconConverter.h"
 
 #include "core/AtomicWriter.h"
+#include "core/IconSet.h"
 #include "core/Logger.h"
 #include "core/SNError.h"
 #include "core/SNImage.h"
@@ -61,7 +62,7 @@ bool IconConverter::convertImagesWithSourceImage(const SNImage &image, const QSt
     QHash<qint64, QByteArray> png;
     if (!image.sourcePng().isEmpty())
         png.insert(image.sourcePngKey(), image.sourcePng());
-    const QByteArray icns = IcnsWriter::encode(refs, nullptr, png);
+    const QByteArray icns = IcnsWriter::encode(IcnsWriter::iconSet(refs, nullptr, png));
     if (icns.isEmpty())
         return fail(IconWriteErrorText, error);
     // The fixed text is what the user sees; why the file could not be written goes to the log.

@@ -24,6 +24,9 @@ TEST(Cli, VersionHelpAndBadUsage)
         {{}, 2, {}},
         {{QStringLiteral("frobnicate")}, 2, {}},
         {{QStringLiteral("browsers"), QStringLiteral("--bogus")}, 2, {}},
+        // An option its help says to repeat takes every value given.
+        {{u"script"_s, u"--name"_s, u"Tabs"_s, u"--tab"_s, u"https://a.example/"_s, u"--tab"_s, u"https://b.example/"_s},
+         0, "TABS=\"https://a.example/ https://b.example/\""},
     };
     for (const auto &row : rows) {
         const CliRun run = cli.sorvane(row.arguments);
@@ -84,7 +87,7 @@ TEST(Cli, RegistryNamesTheSupportFolder)
 
 // Every command's usage, walked from the command's own description (`--help --json`), so that a new
 // option or command is covered as it is added: a value missing, empty or of the wrong kind for its
-// value name, a switch given a value, an unknown option, an option given twice, options that
+// value name, a switch given a value, an unknown option, an option given twice (unless it repeats), options that
 // exclude each other, one positional argument too few or too many. Each is a usage error: exit 2,
 // one line on standard error that names the culprit, nothing on standard output; never a crash.
 TEST(Cli, EveryCommandAnswersBadUsageWithItsUsageError)
@@ -124,6 +127,8 @@ TEST(Cli, EveryCommandAnswersBadUsageWithItsUsageError)
             QString named; // what the error line names
         };
         QList<Case> cases{{given + QStringList{u"--no-such-option"_s}, u"no-such-option"_s}};
+        // Runs that give a repeatable option twice: whatever else they fail on, not on that.
+        QList<QStringList> repeated;
         if (required > 0)
             cases.append({{}, positionals.value(0)});
         if (!syntax.value(u"maximumPositionals"_s).isNull()) {
@@ -155,6 +160,8 @@ TEST(Cli, EveryCommandAnswersBadUsageWithItsUsageError)
                 cases.append({given + QStringList{name, kinds.value(valueName).first}, name});
             if (!option.value(u"repeatable"_s).toBool())
                 cases.append({given + QStringList{name, goodValue(valueName), name, goodValue(valueName)}, name});
+            else
+                repeated.append(QStringList{command} + given + QStringList{name, goodValue(valueName), name, goodValue(valueName)});
         }
         for (const QJsonValue &group : syntax.value(u"exclusive"_s).toArray()) {
             QStringList arguments = given;
@@ -184,6 +191,8 @@ TEST(Cli, EveryCommandAnswersBadUsageWithItsUsageError)
             EXPECT_TRUE(run.err.startsWith(u"sorvane %1: "_s.arg(command).toUtf8())) << run.err.constData();
             EXPECT_TRUE(run.err.contains(c.named.toUtf8())) << run.err.constData();
         }
+        for (const CliRun &run : cli.sorvaneEach(repeated))
+            EXPECT_FALSE(run.err.contains("may be given only once")) << run.err.constData();
         // With no arguments at all a command does its work or says what it needs; it never crashes.
         const CliRun bare = cli.sorvane({command});
         EXPECT_GE(bare.exitCode, 0) << bare.err.constData();

@@ -3,6 +3,7 @@
 
 #include "support/TestContext.h"
 
+#include "companion/DeepLinkChannel.h"
 #include "core/NotificationCenter.h"
 #include "frontend/DeepLinkHandler.h"
 #include "frontend/DeepLinkServer.h"
@@ -168,7 +169,7 @@ TEST_F(RuntimeFolder, OneInstanceListensAndALeftOverSocketIsReplaced)
 {
     TestContext test;
     DeepLinkHandler handler(test.context());
-    const QString path = DeepLinkServer::defaultSocketPath();
+    const QString path = DeepLinkChannel::defaultSocketPath();
     ASSERT_FALSE(path.isEmpty());
     writeFile(path, "left behind by an instance that crashed");
     DeepLinkServer first(handler);

@@ -222,9 +222,6 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_TRUE(store.showingAppEdit());
     EXPECT_EQ(editing.size(), 1);
     EXPECT_EQ(showing.size(), 1);
-    EXPECT_EQ(home->test.log().mid(0, 2),
-              (QStringList{u"🔍 SORVANE: Duplicating app: "_s + sourceName + u" with browserType: chromium"_s,
-                           u"🔍 SORVANE: Created duplicate with browserType: chromium"_s}));
     // The wizard opens on the copy.
     ASSERT_NE(store.wizard(), nullptr);
     EXPECT_EQ(store.wizard()->appName(), expectedName);

@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -73,13 +72,8 @@ TEST(SorvaneSettingsStore, AFreshDomainStartsFromTheDefaultsAndWritesTheThreeFla
     EXPECT_EQ(store.heliumPath(), u"/opt/helium/helium"_s);
     EXPECT_EQ(store.bravePath(), u"/opt/brave.com/brave/brave"_s);
     EXPECT_FALSE(defaults.hasPersistentValue(u"chromePath"_s)); // loading is not saving
-    EXPECT_TRUE(test.log().contains(u"🔧 UserDefaults key 'defaultTabbedApps' exists: false"_s));
-    EXPECT_TRUE(test.log().contains(u"Settings loaded - applicationsPath: "_s + store.defaultSaveLocation()));
-    EXPECT_TRUE(test.log().endsWith(u"🔧 SorvaneSettingsStore init() - Initialization complete"_s));
-
-    // The start-up check logs the final value a moment later.
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return test.log().contains(u"🔧 DELAYED VERIFY: Property value after dispatch: false"_s); }));
+    // Loading good settings is nothing to report.
+    EXPECT_EQ(test.log(), QStringList());
 }
 
 TEST(SorvaneSettingsStore, LoadingKeepsKnownValuesAndIgnoresUnknownOnes)
@@ -230,7 +224,6 @@ TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
         EXPECT_EQ(changed.count(), 1);
         EXPECT_EQ(saved.settingsPosts(), 1);
         EXPECT_TRUE(storedAs(test.context().defaults().value(c.key), c.stored));
-        EXPECT_TRUE(test.log().contains(u"🔧 Auto-save triggered for %1 change"_s.arg(c.property)));
 
         property.write(&store, c.value); // the same value again is no change
         EXPECT_EQ(changed.count(), 1);
@@ -246,7 +239,6 @@ TEST(SorvaneSettingsStore, EverySavePostsEvenWithoutAChange)
     store.saveSettings();
     store.saveSettings();
     EXPECT_EQ(saved.settingsPosts(), 2);
-    EXPECT_EQ(test.log().count(u"📢 Sending SorvaneSettingsChanged notification"_s), 2);
     // Everything was written, the browser paths too.
     EXPECT_TRUE(storedAs(test.context().defaults().value(u"defaultIconShape"_s), u"roundedSquare"_s));
     EXPECT_TRUE(test.context().defaults().hasPersistentValue(u"heliumPath"_s));
@@ -267,9 +259,5 @@ TEST(SorvaneSettingsStore, ValuesChangedWhileLoadingAreNotSaved)
     EXPECT_EQ(store.defaultIconShape(), Shape::Circle);
     EXPECT_EQ(tabbed.count(), 1);
     EXPECT_EQ(saved.settingsPosts(), 0);
-    EXPECT_TRUE(test.log().contains(u"🔧 Skipping auto-save for defaultTabbedApps change during loading"_s));
-    EXPECT_TRUE(test.log().contains(u"🔧 Skipping auto-save for defaultIconShape change during loading"_s));
     EXPECT_FALSE(store.isLoadingSettings());
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return test.log().contains(u"🔧 DELAYED VERIFY: Property value after dispatch: true"_s); }));
 }
