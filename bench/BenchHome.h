@@ -59,7 +59,7 @@ inline QStringList createApps(BenchHome &home, const QString &folder, int count)
         entry.appName = u"App %1"_s.arg(i);
         entry.appURL = u"https://mail.example.org/inbox"_s;
         entry.needTab = true;
-        entry.tabsList = {SNTabModel(u"https://mail.example.org/inbox"_s), SNTabModel(u"https://cal.example.org/"_s)};
+        entry.tabsList = {TabAddress(u"https://mail.example.org/inbox"_s), TabAddress(u"https://cal.example.org/"_s)};
         entry.isWhitelistingEnabled = true;
         request.apps.append(entry);
     }

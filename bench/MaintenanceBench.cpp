@@ -14,7 +14,7 @@
 #include "core/AppDefinition.h"
 #include "core/UserDefaults.h"
 #include "maintenance/AppScriptReader.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 #include "maintenance/SNUpdaterHelper.h"
 
 #include <QCoreApplication>
@@ -88,7 +88,7 @@ void LoadAppItems(benchmark::State &state)
         return;
     }
     for (auto _ : state) {
-        const QList<SNAppItem> items = SNRecentAppsManager::loadAppItems(home.context());
+        const QList<SNAppItem> items = AppList::loadAppItems(home.context());
         if (items.size() != state.range(0))
             state.SkipWithError("apps missing from the list");
     }

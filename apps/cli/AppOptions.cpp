@@ -145,7 +145,7 @@ std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &par
     const QStringList tabs = parser.values(u"tab"_s);
     // Typed addresses get https unless the site search finds the site answering only on http.
     for (const QString &tab : tabs)
-        app.tabsList.append(SNTabModel(WebAddress::withScheme(tab)));
+        app.tabsList.append(TabAddress(WebAddress::withScheme(tab)));
     app.needTab = !tabs.isEmpty();
     app.appURL = app.needTab ? app.tabsList.constFirst().tabUrlString : WebAddress::withScheme(parser.value(u"url"_s));
     app.applicationsPath = parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString();
@@ -230,7 +230,7 @@ void findSiteIcon(AppDefinition &app, const QString &typed, const QCommandLinePa
     const SNFaviconHelper::Found found = helper.searchAddress(typed);
     // Typed without a scheme, the address takes the one the site answered on.
     if (!found.address.isEmpty() && found.address != app.appURL) {
-        for (SNTabModel &tab : app.tabsList) {
+        for (TabAddress &tab : app.tabsList) {
             if (tab.tabUrlString == app.appURL)
                 tab.tabUrlString = found.address;
         }

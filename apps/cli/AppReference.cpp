@@ -14,10 +14,7 @@ std::optional<AppReference> AppReference::resolve(const QString &argument, Conte
     const QFileInfo folder(argument);
     if (!argument.isEmpty() && folder.isDir()) {
         AppReference reference{QDir::cleanPath(folder.absoluteFilePath()), {}};
-        for (auto it = records.cbegin(); it != records.cend() && reference.appId.isEmpty(); ++it) {
-            if (it.value().toMap().value(u"appPath"_s).toString() == reference.path)
-                reference.appId = it.key();
-        }
+        reference.appId = SNAppTracker(context).idForBundle(reference.path);
         if (reference.appId.isEmpty()) {
             const QString fromScript =
                 SNUpdaterHelper::appInfo(reference.path).value_or(QVariantMap{}).value(u"appID"_s).toString();

@@ -2,7 +2,7 @@
 
 #include "core/DesktopEntries.h"
 
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -27,7 +27,7 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
 
     QVariantList written, missing, removed, orphans, failed;
     QSet<QString> listed;
-    for (const SNAppItem &item : SNRecentAppsManager::loadAppItems(context)) {
+    for (const SNAppItem &item : AppList::loadAppItems(context)) {
         listed.insert(item.appId);
         const QVariantMap app{{u"appId"_s, item.appId}, {u"path"_s, item.path}};
         if (!sync) {

@@ -6,6 +6,7 @@
 
 #include "core/BrowserCatalogue.h"
 #include "editing/AppEditor.h"
+#include "editing/EditAppJob.h"
 #include "editing/ProfileBackup.h"
 #include "generation/DefinitionValidator.h"
 
@@ -130,7 +131,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"tab"_s)) {
         app.tabsList.clear();
         for (const QString &tab : parser.values(u"tab"_s))
-            app.tabsList.append(SNTabModel(tab));
+            app.tabsList.append(TabAddress(tab));
         app.appURL = app.tabsList.constFirst().tabUrlString;
         app.needTab = true;
     }
@@ -183,16 +184,17 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         }
     }
 
-    if (!editor.save(*original, change, &error)) {
-        printError(usage + error);
+    EditAppJob job(context, *original, change);
+    if (!job.exec()) {
+        printError(usage + job.errorText());
         return Failure;
     }
-    const SNEditorItem &result = editor.result();
+    const SNEditorItem &result = job.result();
     if (parser.isSet(u"json"_s)) {
         printJson(QVariantMap{{u"appID"_s, result.appId},
                               {u"path"_s, result.path},
                               {u"browser"_s, result.browser},
-                              {u"rebuilt"_s, editor.rebuilt()}});
+                              {u"rebuilt"_s, job.rebuilt()}});
     } else {
         print(result.path);
     }

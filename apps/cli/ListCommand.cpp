@@ -1,6 +1,6 @@
 #include "ListCommand.h"
 
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@ using namespace Qt::Literals::StringLiterals;
 
 int ListCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    QList<SNAppItem> items = SNRecentAppsManager::loadAppItems(context);
+    QList<SNAppItem> items = AppList::loadAppItems(context);
     // The registry has no order of its own; people read names.
     std::stable_sort(items.begin(), items.end(), [](const SNAppItem &a, const SNAppItem &b) {
         return a.name.localeAwareCompare(b.name) < 0;

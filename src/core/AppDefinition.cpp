@@ -80,10 +80,10 @@ std::optional<AppDefinition> AppDefinition::fromDictionary(const QVariantMap &di
         }
         for (const QVariant &tab : tabs.toList()) {
             if (tab.typeId() == QMetaType::QString)
-                app.tabsList.append(SNTabModel(tab.toString()));
+                app.tabsList.append(TabAddress(tab.toString()));
             else if (tab.typeId() == QMetaType::QVariantMap
                      && tab.toMap().value(QStringLiteral("tabUrlString")).typeId() == QMetaType::QString)
-                app.tabsList.append(SNTabModel(tab.toMap().value(QStringLiteral("tabUrlString")).toString()));
+                app.tabsList.append(TabAddress(tab.toMap().value(QStringLiteral("tabUrlString")).toString()));
             else {
                 read.fail(QStringLiteral("tabsList"), QStringLiteral("a list of addresses"));
                 return std::nullopt;
@@ -144,5 +144,5 @@ void AppDefinition::applyTabRules()
     if (!needTab)
         tabsList.clear();
     else if (tabsList.isEmpty())
-        tabsList.append(SNTabModel(appURL));
+        tabsList.append(TabAddress(appURL));
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/SNImage.h"
-#include "core/SNTabModel.h"
+#include "core/TabAddress.h"
 
 #include <QString>
 #include <QStringList>
@@ -18,7 +18,7 @@ struct AppDefinition
     QString appName;
     QString appURL;
     bool needTab = false;                  // tabbed app on tabsList, else one window on appURL
-    SNTabList tabsList;
+    TabAddressList tabsList;
     int applicationType = 0;               // browser number; unknown numbers mean Google Chrome
     SNImage appIcon;
     bool incognito = false;

@@ -52,6 +52,33 @@ QVariantMap SNAppTracker::getTracker() const
     return root.toMap();
 }
 
+QMap<QString, RegistryRecord> SNAppTracker::records() const
+{
+    QMap<QString, RegistryRecord> typed;
+    const QVariantMap stored = getTracker();
+    for (auto it = stored.cbegin(); it != stored.cend(); ++it) {
+        const QVariantMap record = it.value().toMap();
+        typed.insert(it.key(), {it.key(), record.value(u"appPath"_s).toString(), record.value(u"lastActivity"_s).toString()});
+    }
+    return typed;
+}
+
+QStringList SNAppTracker::idsForBundle(const QString &bundlePath) const
+{
+    QStringList ids;
+    const QMap<QString, RegistryRecord> all = records();
+    for (auto it = all.cbegin(); it != all.cend(); ++it) {
+        if (it->appPath == bundlePath)
+            ids.append(it.key());
+    }
+    return ids;
+}
+
+QString SNAppTracker::idForBundle(const QString &bundlePath) const
+{
+    return idsForBundle(bundlePath).value(0);
+}
+
 QString SNAppTracker::getAppBundle() const
 {
     const QString folder = m_context.supportFolder();

@@ -3,12 +3,21 @@
 #include "core/Context.h"
 
 #include <QString>
+#include <QMap>
 #include <QStringList>
 #include <QVariantMap>
 
 #include <functional>
 
 class QDateTime;
+
+// One record of the registry.
+struct RegistryRecord
+{
+    QString appID;
+    QString appPath;
+    QString lastActivity;
+};
 
 // The registry of generated apps: "tracker.plist" in the support folder, a dictionary from each
 // app's registry id (appID) to the record {appID, appPath, lastActivity}, all three strings.
@@ -27,6 +36,12 @@ public:
 
     // The tracker's records; empty when the file is missing, unreadable or not a dictionary.
     QVariantMap getTracker() const;
+    // The same records, typed, by registry id.
+    QMap<QString, RegistryRecord> records() const;
+    // The registry ids whose record names the bundle at `bundlePath` (usually one), in id order.
+    QStringList idsForBundle(const QString &bundlePath) const;
+    // The first of them, or empty.
+    QString idForBundle(const QString &bundlePath) const;
     // The support folder, created with intermediate folders first (a failure is ignored).
     QString getAppBundle() const;
     // Where the tracker lives; does not create anything.

@@ -24,6 +24,6 @@ public:
     // Keys "appItem" (the definition's dictionary form), "appId", "path", "browser" and
     // optionally "installed"; `installed` defaults to whether the bundle exists.
     static std::optional<SNEditorItem> initWithDictionary(const QVariantMap &dictionary, QString *error = nullptr);
-    // The app of a list row, with its definition as read back (SNRecentAppsManager::editorItem).
+    // The app of a list row, with its definition as read back (AppList::editorItem).
     static SNEditorItem initWithAppItem(const SNAppItem &item, const AppDefinition &definition);
 };

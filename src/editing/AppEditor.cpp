@@ -17,7 +17,7 @@
 #include "generation/BundleLayout.h"
 #include "generation/BundleWriter.h"
 #include "generation/StagedBundle.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 #include "maintenance/SNUpdaterHelper.h"
 
 #include <QDir>
@@ -47,7 +47,7 @@ std::optional<SNEditorItem> AppEditor::load(const QString &bundlePath, const QSt
         Logger::fail(error, u"Cannot edit %1: it is not in Sorvane's registry"_s.arg(bundlePath));
         return std::nullopt;
     }
-    return SNRecentAppsManager::editorItem(m_context, item);
+    return AppList::editorItem(m_context, item);
 }
 
 bool AppEditor::save(const SNEditorItem &original, Change change, QString *error)

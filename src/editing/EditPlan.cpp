@@ -10,7 +10,7 @@ QStringList tabAddresses(const AppDefinition &app)
 {
     QStringList addresses;
     if (app.needTab) {
-        for (const SNTabModel &tab : app.tabsList)
+        for (const TabAddress &tab : app.tabsList)
             addresses.append(tab.tabUrlString);
     }
     return addresses;

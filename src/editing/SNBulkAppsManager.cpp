@@ -75,7 +75,7 @@ QVariant SNBulkAppsManager::data(const QModelIndex &index, int role) const
         return cell.bulkApp.needTab;
     case TabsRole: {
         QStringList tabs;
-        for (const SNTabModel &tab : cell.bulkApp.tabsList)
+        for (const TabAddress &tab : cell.bulkApp.tabsList)
             tabs.append(tab.tabUrlString);
         return tabs;
     }
@@ -115,7 +115,7 @@ bool SNBulkAppsManager::setData(const QModelIndex &index, const QVariant &value,
     case TabsRole:
         app.tabsList.clear();
         for (const QString &tab : value.toStringList())
-            app.tabsList.append(SNTabModel(tab));
+            app.tabsList.append(TabAddress(tab));
         app.needTab = !app.tabsList.isEmpty();
         break;
     default:

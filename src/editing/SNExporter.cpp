@@ -4,7 +4,7 @@
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "generation/AppConfigFile.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QFileInfo>
 #include <QSet>
@@ -28,7 +28,7 @@ SNExporter::SNExporter(Context &context)
 QList<SNExporter::ExportRow> SNExporter::rows() const
 {
     QList<ExportRow> rows;
-    for (const SNAppItem &item : SNRecentAppsManager::loadAppItems(m_context)) {
+    for (const SNAppItem &item : AppList::loadAppItems(m_context)) {
         const QString file = AppConfigFile::path(SNAppTracker(m_context).getAppBundle(), item.appId);
         if (item.path.endsWith(u".app"_s) && QFileInfo(file).isFile())
             rows.append({item.appId, item.name, item.path, file});
@@ -87,7 +87,7 @@ std::optional<QString> SNExporter::save(const QVariantMap &root, QString path, Q
 
 std::optional<QVariantMap> SNExporter::loadAppItem(const QString &bundlePath)
 {
-    return SNRecentAppsManager::getAppData(bundlePath);
+    return AppList::getAppData(bundlePath);
 }
 
 QString SNExporter::imageData(const SNImage &image)

@@ -4,7 +4,7 @@ StructuralState StructuralState::of(const AppDefinition &app)
 {
     StructuralState state;
     state.url = app.appURL;
-    for (const SNTabModel &tab : app.tabsList)
+    for (const TabAddress &tab : app.tabsList)
         state.tabURLs.append(tab.tabUrlString);
     state.isTabbed = app.needTab;
     state.registerAsBrowser = app.registerAsBrowser;

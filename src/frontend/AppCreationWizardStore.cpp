@@ -9,6 +9,7 @@
 #include "core/Prompter.h"
 #include "core/UserDefaults.h"
 #include "editing/AppEditor.h"
+#include "editing/EditAppJob.h"
 #include "editing/BrowserDataImporter.h"
 #include "editing/ImportCategory.h"
 #include "editing/ProfileBackup.h"
@@ -252,7 +253,7 @@ void AppCreationWizardStore::loadEditedApp()
         app.needTab = entry.isTabbed();
         if (app.needTab) {
             for (const QString &url : entry.urls)
-                app.tabsList.append(SNTabModel(url));
+                app.tabsList.append(TabAddress(url));
         }
         app.registerAsBrowser = entry.registerAsBrowser;
         app.incognito = entry.enableIncognito;
@@ -272,7 +273,7 @@ void AppCreationWizardStore::fill(const AppDefinition &app, int browser)
     m_appIcon = app.appIcon;
     m_isTabbedApp = app.needTab;
     QStringList urls;
-    for (const SNTabModel &tab : app.tabsList)
+    for (const TabAddress &tab : app.tabsList)
         urls.append(tab.tabUrlString);
     m_tabs->setUrls(urls);
     m_registerAsBrowser = app.registerAsBrowser;
@@ -761,7 +762,7 @@ AppDefinition AppCreationWizardStore::draftApp() const
     app.needTab = m_isTabbedApp;
     if (m_isTabbedApp) {
         for (const QString &url : m_tabs->validUrls())
-            app.tabsList.append(SNTabModel(WebAddress::withScheme(url)));
+            app.tabsList.append(TabAddress(WebAddress::withScheme(url)));
         if (app.appURL.isEmpty() && !app.tabsList.isEmpty())
             app.appURL = app.tabsList.first().tabUrlString;
     }
@@ -878,24 +879,29 @@ bool AppCreationWizardStore::updateExistingApp()
     if (iconChanged)
         change.newIcon = composedIcon();
 
-    AppEditor editor(m_context);
-    QString error;
-    if (!editor.save(original, change, &error)) {
-        fail(error);
-        return false;
+    auto job = std::make_unique<EditAppJob>(m_context, original, change);
+    const bool started = m_work->run<EditAppJob>(std::move(job), &m_context.prompter(), [this, iconChanged](EditAppJob &done) {
+        if (!done.succeeded()) {
+            fail(done.errorText());
+            return;
+        }
+        const QString path = done.result().path;
+        const SNImage previousIcon = m_originalItem->appItem.appIcon;
+        m_originalItem = done.result();
+        m_originalItem->appItem.appIcon = iconChanged ? done.change().newIcon : previousIcon;
+        m_editingApp->appPath = path;
+        m_editingApp->name = m_originalItem->appItem.appName;
+        m_structuralSnapshot = structuralState();
+        m_engineSwitchConfirmed = false;
+        m_restoreProfileBackupOnSwitch = false;
+        m_createdAppPath = path;
+        finishCreation();
+    });
+    if (!started) {
+        m_isCreatingApp = false;
+        Q_EMIT creationStateChanged();
     }
-    setCreationProgress(0.8);
-    const QString path = editor.result().path;
-    m_originalItem = editor.result();
-    m_originalItem->appItem.appIcon = iconChanged ? change.newIcon : original.appItem.appIcon;
-    m_editingApp->appPath = path;
-    m_editingApp->name = m_originalItem->appItem.appName;
-    m_structuralSnapshot = structuralState();
-    m_engineSwitchConfirmed = false;
-    m_restoreProfileBackupOnSwitch = false;
-    m_createdAppPath = path;
-    finishCreation();
-    return true;
+    return started;
 }
 
 bool AppCreationWizardStore::launchCreatedApp()

@@ -8,7 +8,7 @@
 #include "frontend/AppSuggestionsCatalogue.h"
 #include "frontend/AppSuggestionsModel.h"
 #include "core/NotificationNames.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QDir>
 #include <QUrl>
@@ -90,7 +90,7 @@ void AppSuggestionsStore::loadSuggestions()
 
 void AppSuggestionsStore::refreshInstalledMarks()
 {
-    const QList<SNAppItem> apps = SNRecentAppsManager::loadAppItems(m_context);
+    const QList<SNAppItem> apps = AppList::loadAppItems(m_context);
     const auto mark = [&apps](QList<AppSuggestion> &suggestions) {
         for (AppSuggestion &suggestion : suggestions) {
             suggestion.isInstalled =

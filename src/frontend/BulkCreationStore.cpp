@@ -97,7 +97,7 @@ QList<AppDefinition> BulkCreationStore::checkedRows(QString *error) const
     for (qsizetype i = 0; i < rows.size(); ++i) {
         AppDefinition &app = rows[i];
         app.appURL = withScheme(app.appURL);
-        for (SNTabModel &tab : app.tabsList)
+        for (TabAddress &tab : app.tabsList)
             tab.tabUrlString = withScheme(tab.tabUrlString);
         app.incognito = m_incognito;
         app.registerAsBrowser = m_registerAsBrowser;

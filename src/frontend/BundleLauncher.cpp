@@ -2,7 +2,7 @@
 
 #include "core/Logger.h"
 #include "core/PropertyList.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QFileInfo>
 #include <QProcess>
@@ -22,7 +22,7 @@ bool BundleLauncher::launch(const QString &bundlePath)
 
     QString execError;
     const QString fallback =
-        programInBundle(bundlePath, SNRecentAppsManager::launcherBinaryNameForApp(bundlePath), &execError);
+        programInBundle(bundlePath, AppList::launcherBinaryNameForApp(bundlePath), &execError);
     if (!fallback.isEmpty() && startDetached(fallback, &execError))
         return true;
     Logger::log(u"launchApp: LaunchServices refused %1 and direct exec failed: %2"_s.arg(openError, execError));

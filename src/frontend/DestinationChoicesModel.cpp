@@ -5,7 +5,7 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "frontend/InstalledBrowsers.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QCollator>
 #include <QFileInfo>
@@ -84,7 +84,7 @@ void DestinationChoicesModel::reload(const QString &excludedAppPath)
 
     QList<RoutingDestination> apps;
     const QString excluded = excludedAppPath.isEmpty() ? QString() : QFileInfo(excludedAppPath).absoluteFilePath();
-    for (const SNAppItem &item : SNRecentAppsManager::loadAppItems(m_context)) {
+    for (const SNAppItem &item : AppList::loadAppItems(m_context)) {
         if (QFileInfo(item.path).absoluteFilePath() != excluded)
             apps.append(RoutingDestination::sorvaneApp(item.path, item.name, item.appId));
     }

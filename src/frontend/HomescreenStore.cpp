@@ -18,7 +18,7 @@
 #include "frontend/SNDeepLinkRouter.h"
 #include "generation/AppConfigFile.h"
 #include "maintenance/AppRemover.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QCollator>
 #include <QLocale>
@@ -49,7 +49,7 @@ void readSwitches(const QString &supportFolder, HomescreenAppEntry &entry)
 HomescreenStore::HomescreenStore(Context &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
-    , m_recentAppsManager(new SNRecentAppsManager(context, this))
+    , m_appList(new AppList(context, this))
     , m_work(new JobProgress(this))
     , m_apps(new HomescreenAppsModel(this))
     , m_filteredApps(new HomescreenAppsModel(this))
@@ -95,7 +95,7 @@ void HomescreenStore::loadApps()
 {
     setLoading(true);
     // Posts "AppItemsDidLoad", whose observer takes the new list and ends the loading.
-    m_recentAppsManager->loadRecentApps();
+    m_appList->loadRecentApps();
     setLoading(false);
 }
 
@@ -114,8 +114,8 @@ void HomescreenStore::scheduleReload()
 void HomescreenStore::takeManagerItems()
 {
     QList<HomescreenAppEntry> entries;
-    entries.reserve(m_recentAppsManager->appItems().size());
-    for (const SNAppItem &item : m_recentAppsManager->appItems()) {
+    entries.reserve(m_appList->appItems().size());
+    for (const SNAppItem &item : m_appList->appItems()) {
         HomescreenAppEntry entry = HomescreenAppEntry::fromAppItem(item);
         readSwitches(m_context.supportFolder(), entry);
         entries.append(entry);
@@ -360,7 +360,7 @@ bool HomescreenStore::deleteApp(const QString &id)
             m_context.prompter().ask(u"Failed to delete app"_s, done.errorText(), {u"OK"_s});
             return;
         }
-        m_recentAppsManager->removeAppItem(done.appId());
+        m_appList->removeAppItem(done.appId());
         Q_EMIT appDeleted(done.appId());
     });
     if (!started)

@@ -13,7 +13,7 @@ class AppCreationWizardStore;
 class Context;
 class HomescreenAppsModel;
 class JobProgress;
-class SNRecentAppsManager;
+class AppList;
 
 // The home screen: the user's apps, searched, filtered and sorted, and the actions on them (new,
 // edit, duplicate, delete, launch, import, export, edit through a deep link). Lives as long as
@@ -107,7 +107,7 @@ public:
     // `name` when no listed app has it, else `name` followed by 2, 3, ... whichever is free first.
     Q_INVOKABLE QString firstFreeName(const QString &name) const;
 
-    SNRecentAppsManager &recentAppsManager() const { return *m_recentAppsManager; }
+    AppList &appList() const { return *m_appList; }
 
     JobProgress *work() const { return m_work; }
 
@@ -144,7 +144,7 @@ private:
     const HomescreenAppEntry *entryWithId(const QString &id) const;
 
     Context &m_context;
-    SNRecentAppsManager *m_recentAppsManager;
+    AppList *m_appList;
     JobProgress *m_work;
     HomescreenAppsModel *m_apps;
     HomescreenAppsModel *m_filteredApps;

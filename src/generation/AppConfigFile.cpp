@@ -48,7 +48,7 @@ QVariantMap AppConfigFile::dictionaryForDefinition(const AppDefinition &definiti
 
     QVariantList tabList;
     if (definition.needTab) {
-        for (const SNTabModel &tab : definition.tabsList)
+        for (const TabAddress &tab : definition.tabsList)
             tabList.append(tab.tabUrlString);
     }
     config.insert(QStringLiteral("tabList"), tabList);
@@ -88,7 +88,7 @@ AppDefinition AppConfigFile::definitionFromDictionary(const QVariantMap &config)
         definition.applicationType = BrowserCatalogue::numberForTypeKey(stringValue(config, QStringLiteral("browserType")));
 
     for (const QString &address : stringList(config.value(QStringLiteral("tabList"))))
-        definition.tabsList.append(SNTabModel(address));
+        definition.tabsList.append(TabAddress(address));
     definition.currentProfileKey = stringValue(config, QStringLiteral("currentProfileKey"));
     definition.appName = stringValue(config, QStringLiteral("appName"));
     definition.appURL = stringValue(config, QStringLiteral("appURL"));

@@ -136,13 +136,8 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
             // go first: one that cannot be removed stops the replacement while the old app is
             // still in place and listed.
             SNAppTracker tracker(m_context);
-            const QVariantMap records = tracker.getTracker();
-            QStringList replaced;
-            for (auto it = records.begin(); it != records.end(); ++it) {
-                if (it.key() != m_registeredAppID &&
-                    it.value().toMap().value(u"appPath"_s).toString() == installed.bundle)
-                    replaced.append(it.key());
-            }
+            QStringList replaced = tracker.idsForBundle(installed.bundle);
+            replaced.removeAll(m_registeredAppID);
             if (!tracker.deleteAppsFromTracker(replaced, &reason))
                 return failCreation({1, reason}, error);
             if (!m_context.trash().moveToTrash(installed.bundle, nullptr, &reason)) {

@@ -113,7 +113,7 @@ QString BundleWriter::scriptText(const QString &appID, QString *error) const
     inputs.appName = m_definition.appName;
     inputs.appURL = m_definition.appURL;
     inputs.needTab = m_definition.needTab;
-    for (const SNTabModel &tab : m_definition.tabsList)
+    for (const TabAddress &tab : m_definition.tabsList)
         inputs.tabsList.append(tab.tabUrlString);
     inputs.incognito = m_definition.incognito;
     inputs.forceDarkMode = m_definition.forceDarkMode;
@@ -254,7 +254,7 @@ QStringList BundleWriter::whiteListOptions() const
 {
     QStringList addresses;
     if (m_definition.needTab && !m_definition.tabsList.isEmpty()) {
-        for (const SNTabModel &tab : m_definition.tabsList)
+        for (const TabAddress &tab : m_definition.tabsList)
             addresses.append(tab.tabUrlString);
     } else {
         addresses.append(m_definition.appURL);

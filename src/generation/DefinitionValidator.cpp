@@ -108,13 +108,8 @@ std::optional<QVariantMap> DefinitionValidator::appDestination(const QString &pa
     QVariantMap destination{{SNRoutingConfig::keyType(), SNRoutingConfig::typeSorvaneApp()},
                             {u"path"_s, absolute},
                             {u"name"_s, name}};
-    const QVariantMap records = SNAppTracker(m_context).getTracker();
-    for (auto it = records.begin(); it != records.end(); ++it) {
-        if (it.value().toMap().value(u"appPath"_s).toString() == absolute) {
-            destination.insert(u"appId"_s, it.key());
-            break;
-        }
-    }
+    if (const QString appId = SNAppTracker(m_context).idForBundle(absolute); !appId.isEmpty())
+        destination.insert(u"appId"_s, appId);
     return destination;
 }
 

@@ -67,10 +67,8 @@ QString registryId(Context &context, const QString &bundlePath, const QVariantMa
             return {};
         return fromScript;
     }
-    for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        if (it.value().toMap().value(u"appPath"_s).toString() == bundlePath)
-            return it.key();
-    }
+    if (const QString known = tracker.idForBundle(bundlePath); !known.isEmpty())
+        return known;
     return tracker.addAppTracker(bundlePath, error).value(u"appID"_s).toString();
 }
 
@@ -122,7 +120,7 @@ AppDefinition SNUpdaterHelper::definitionForApp(Context &context, const QString 
     definition.needTab = info.value(u"isTabs"_s).toBool();
     definition.tabsList.clear();
     for (const QString &tab : info.value(u"tabs"_s).toStringList())
-        definition.tabsList.append(SNTabModel(tab));
+        definition.tabsList.append(TabAddress(tab));
     definition.incognito = info.value(u"incognito"_s).toBool();
     definition.applicationType = BrowserCatalogue::numberForTypeKey(info.value(u"browserType"_s).toString());
     return definition;
@@ -199,12 +197,7 @@ bool SNUpdaterHelper::preserveBrowserTypeForApp(Context &context, const QString 
                                                 QString *error)
 {
     SNAppTracker tracker(context);
-    const QVariantMap records = tracker.getTracker();
-    QString appID;
-    for (auto it = records.cbegin(); it != records.cend() && appID.isEmpty(); ++it) {
-        if (it.value().toMap().value(u"appPath"_s).toString() == bundlePath)
-            appID = it.key();
-    }
+    const QString appID = tracker.idForBundle(bundlePath);
     if (appID.isEmpty()) {
         Logger::log(u"Could not find app ID for path: %1"_s.arg(bundlePath));
         return true;

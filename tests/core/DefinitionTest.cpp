@@ -32,7 +32,7 @@ TEST(AppDefinition, ReadsTheDictionaryForm)
     ASSERT_TRUE(app) << qPrintable(error);
     EXPECT_EQ(app->appName, QStringLiteral("Mail"));
     EXPECT_TRUE(app->needTab);
-    EXPECT_EQ(app->tabsList, (SNTabList{SNTabModel(QStringLiteral("https://a.test")), SNTabModel(QStringLiteral("https://b.test"))}));
+    EXPECT_EQ(app->tabsList, (TabAddressList{TabAddress(QStringLiteral("https://a.test")), TabAddress(QStringLiteral("https://b.test"))}));
     EXPECT_FALSE(app->restoreSession);
     EXPECT_FALSE(app->incognito);
     ASSERT_FALSE(app->appIcon.isNull());

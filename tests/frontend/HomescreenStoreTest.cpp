@@ -17,7 +17,7 @@
 #include "frontend/HomescreenStore.h"
 #include "frontend/JobProgress.h"
 #include "frontend/SNDeepLinkRouter.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -273,7 +273,7 @@ TEST_P(HomescreenDelete, AsksThenRemovesTheBundleAndItsRecord)
     EXPECT_EQ(QFileInfo::exists(home.bundle(u"Mail"_s)), !gone);
     EXPECT_EQ(SNAppTracker(home.test.context()).getTracker().contains(id), !gone);
     EXPECT_EQ(store.filteredApps()->rowOf(id) >= 0, !gone);
-    EXPECT_EQ(store.recentAppsManager().count(), gone ? 2 : 3);
+    EXPECT_EQ(store.appList().count(), gone ? 2 : 3);
     // Taken off the list at once; a failed removal shows it again after the reload.
     EXPECT_EQ(apps.size(), row.answer != 0 ? 0 : row.frozen ? 2 : 1);
     EXPECT_EQ(home.asked.size(), row.frozen ? 2 : 1);

@@ -32,7 +32,7 @@ AppDefinition tabbedDefinition()
     app.appName = QStringLiteral("My App");
     app.appURL = QStringLiteral("https://app.example.test");
     app.needTab = true;
-    app.tabsList = {SNTabModel(QStringLiteral("https://a.test")), SNTabModel(QStringLiteral("https://b.test"))};
+    app.tabsList = {TabAddress(QStringLiteral("https://a.test")), TabAddress(QStringLiteral("https://b.test"))};
     app.applicationType = 2;
     app.appIcon = sampleIcon();
     app.incognito = true;

@@ -42,7 +42,7 @@ QVariantMap summary(const SNEditorItem &app)
 {
     const AppDefinition &item = app.appItem;
     QStringList tabs;
-    for (const SNTabModel &tab : item.tabsList)
+    for (const TabAddress &tab : item.tabsList)
         tabs.append(tab.tabUrlString);
     return {{u"name"_s, item.appName},
             {u"url"_s, item.appURL},
@@ -193,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                      AppDefinition &app = change.edited.appItem;
                      app.needTab = true;
                      app.incognito = true;
-                     app.tabsList = {SNTabModel(u"https://chat.example.test/"_s), SNTabModel(u"https://b.example.test/"_s)};
+                     app.tabsList = {TabAddress(u"https://chat.example.test/"_s), TabAddress(u"https://b.example.test/"_s)};
                      app.appURL = app.tabsList.constFirst().tabUrlString;
                  },
                  true,

@@ -50,7 +50,7 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
     definition.appURL = traits.url;
     definition.needTab = traits.tabbed;
     for (const QString &tab : traits.tabs)
-        definition.tabsList.append(SNTabModel(tab));
+        definition.tabsList.append(TabAddress(tab));
     definition.incognito = traits.incognito;
     definition.forceDarkMode = traits.dark;
     definition.isWhitelistingEnabled = traits.routing;

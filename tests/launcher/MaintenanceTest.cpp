@@ -13,7 +13,7 @@
 #include "generation/AppConfigFile.h"
 #include "core/NotificationCenter.h"
 #include "maintenance/SNAutoUpdateManager.h"
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 #include "maintenance/SNUpdaterHelper.h"
 #include "support/TestContext.h"
 
@@ -168,7 +168,7 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
     EXPECT_EQ(before.value(u"shouldIncludeWLExt"_s), true);
     EXPECT_EQ(before.value(u"appID"_s), appID);
     EXPECT_EQ(before.value(u"uniqueID"_s), u"5f0c6b2e8d4a4c1b9e7f1a2b3c4d5e6f"_s);
-    EXPECT_EQ(SNRecentAppsManager::loadAppItems(test.context()).size(), 1); // another creator's until now
+    EXPECT_EQ(AppList::loadAppItems(test.context()).size(), 1); // another creator's until now
 
     EXPECT_EQ(SNUpdaterHelper::updateSorvaneExtensionPath(test.context()), 1);
     EXPECT_FALSE(QFileInfo::exists(legacyFolder));
@@ -183,7 +183,7 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
     const QVariantMap plist = PropertyList::readFile(bundle + u"/Contents/Info.plist"_s).toMap();
     EXPECT_FALSE(plist.contains(u"LSUIElement"_s));
     EXPECT_EQ(plist.value(u"SorvaneCreatorID"_s), test.context().bundleIdentifier());
-    EXPECT_EQ(SNRecentAppsManager::loadAppItems(test.context()).size(), 2);
+    EXPECT_EQ(AppList::loadAppItems(test.context()).size(), 2);
 
     const QString records = test.root() + u"/engine-starts"_s;
     QProcessEnvironment environment = environmentWith();
@@ -332,14 +332,14 @@ TEST(AppList, FollowsTheRegistryAndOpensRowsForEditing)
 {
     TestContext test;
     GeneratedApp mail(test, {.name = u"Mail"_s, .dark = true, .routing = true});
-    SNRecentAppsManager list(test.context());
+    AppList list(test.context());
     int loads = 0;
     test.context().notifications().addObserver(u"AppItemsDidLoad"_s, &list, [&](const QVariantMap &) { ++loads; });
     ASSERT_EQ(list.rowCount(), 1);
     const QModelIndex row = list.index(0);
-    EXPECT_EQ(row.data(SNRecentAppsManager::NameRole), u"Mail"_s);
-    EXPECT_EQ(row.data(SNRecentAppsManager::AppIdRole), mail.appId());
-    EXPECT_EQ(list.roleNames().value(SNRecentAppsManager::BrowserNameRole), "browserName");
+    EXPECT_EQ(row.data(AppList::NameRole), u"Mail"_s);
+    EXPECT_EQ(row.data(AppList::AppIdRole), mail.appId());
+    EXPECT_EQ(list.roleNames().value(AppList::BrowserNameRole), "browserName");
 
     GeneratedApp chat(test, {.name = u"Chat"_s, .tabbed = true, .tabs = {u"https://chat.example.test/"_s}});
     // Creation posted "AppUpdateNotification"; the list reloads on the next turn of the loop.
@@ -352,7 +352,7 @@ TEST(AppList, FollowsTheRegistryAndOpensRowsForEditing)
     EXPECT_EQ(chatItem.type, u"Tabbed app"_s);
     EXPECT_EQ(chatItem.urls, QStringList{u"https://chat.example.test/"_s});
 
-    const SNEditorItem editing = SNRecentAppsManager::editorItem(test.context(), list.appItems().at(
+    const SNEditorItem editing = AppList::editorItem(test.context(), list.appItems().at(
         list.appItems().at(0).name == u"Mail"_s ? 0 : 1));
     EXPECT_EQ(editing.appId, mail.appId());
     EXPECT_TRUE(editing.installed);

@@ -2,7 +2,7 @@
 
 #include "core/Context.h"
 #include "core/AppDefinition.h"
-#include "core/SNTabModel.h"
+#include "core/TabAddress.h"
 #include "generation/CreateAppJob.h"
 
 #include <QStringList>
@@ -20,7 +20,7 @@ inline QString makeFakeEngineApp(Context &context, const QString &folder, const 
     entry.appURL = urls.value(0);
     entry.needTab = urls.size() > 1;
     for (const QString &url : entry.needTab ? urls : QStringList())
-        entry.tabsList.append(SNTabModel(url));
+        entry.tabsList.append(TabAddress(url));
     entry.incognito = incognito;
     entry.registerAsBrowser = registerAsBrowser;
     CreateAppJob job(context, {entry, {}, WhenNameTaken::Ask, folder});

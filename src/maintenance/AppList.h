@@ -15,7 +15,7 @@ class Context;
 // The user's apps as a list model: built from the registry, each record checked against its
 // bundle and read back from the bundle's launcher script. Reloads (on the main thread) whenever
 // "AppUpdateNotification" is posted and posts "AppItemsDidLoad" after every change of the list.
-class SNRecentAppsManager final : public QAbstractListModel
+class AppList final : public QAbstractListModel
 {
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
@@ -33,7 +33,7 @@ public:
     };
     Q_ENUM(Role)
 
-    explicit SNRecentAppsManager(Context &context, QObject *parent = nullptr);
+    explicit AppList(Context &context, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;

@@ -1,4 +1,4 @@
-#include "maintenance/SNRecentAppsManager.h"
+#include "maintenance/AppList.h"
 
 #include "core/Context.h"
 #include "core/NotificationCenter.h"
@@ -14,7 +14,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-SNRecentAppsManager::SNRecentAppsManager(Context &context, QObject *parent)
+AppList::AppList(Context &context, QObject *parent)
     : QAbstractListModel(parent), m_context(context)
 {
     context.notifications().addObserver(NotificationNames::AppUpdateNotification, this, [this](const QVariantMap &) {
@@ -23,12 +23,12 @@ SNRecentAppsManager::SNRecentAppsManager(Context &context, QObject *parent)
     loadRecentApps();
 }
 
-int SNRecentAppsManager::rowCount(const QModelIndex &parent) const
+int AppList::rowCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : count();
 }
 
-QVariant SNRecentAppsManager::data(const QModelIndex &index, int role) const
+QVariant AppList::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
@@ -60,14 +60,14 @@ QVariant SNRecentAppsManager::data(const QModelIndex &index, int role) const
     }
 }
 
-QHash<int, QByteArray> SNRecentAppsManager::roleNames() const
+QHash<int, QByteArray> AppList::roleNames() const
 {
     return {{AppIdRole, "appId"},         {PathRole, "path"},           {NameRole, "name"},
             {UrlsRole, "urls"},           {TypeRole, "type"},           {TypeIconRole, "typeIcon"},
             {BrowserIconRole, "browserIcon"}, {BrowserNameRole, "browserName"}, {BrowserTypeRole, "browserType"}};
 }
 
-void SNRecentAppsManager::loadRecentApps()
+void AppList::loadRecentApps()
 {
     const qsizetype before = m_appItems.size();
     beginResetModel();
@@ -78,12 +78,12 @@ void SNRecentAppsManager::loadRecentApps()
     m_context.notifications().post(NotificationNames::AppItemsDidLoad);
 }
 
-void SNRecentAppsManager::loadRecentAppsAsync()
+void AppList::loadRecentAppsAsync()
 {
-    QMetaObject::invokeMethod(this, &SNRecentAppsManager::loadRecentApps, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &AppList::loadRecentApps, Qt::QueuedConnection);
 }
 
-void SNRecentAppsManager::removeAppItem(const QString &appId)
+void AppList::removeAppItem(const QString &appId)
 {
     for (qsizetype row = 0; row < m_appItems.size(); ++row) {
         if (m_appItems.at(row).appId != appId)
@@ -97,7 +97,7 @@ void SNRecentAppsManager::removeAppItem(const QString &appId)
     }
 }
 
-QList<SNAppItem> SNRecentAppsManager::loadAppItems(Context &context)
+QList<SNAppItem> AppList::loadAppItems(Context &context)
 {
     const QVariantMap records = SNAppTracker(context).getTracker();
     const QString creator = context.bundleIdentifier();
@@ -145,7 +145,7 @@ QList<SNAppItem> SNRecentAppsManager::loadAppItems(Context &context)
     return items;
 }
 
-QString SNRecentAppsManager::launcherBinaryNameForApp(const QString &bundlePath)
+QString AppList::launcherBinaryNameForApp(const QString &bundlePath)
 {
     const QString folder = bundlePath + u"/Contents/MacOS"_s;
     const QString named = PropertyList::readFile(bundlePath + u"/Contents/Info.plist"_s)
@@ -164,7 +164,7 @@ QString SNRecentAppsManager::launcherBinaryNameForApp(const QString &bundlePath)
     return entries.isEmpty() ? QString() : entries.constFirst().fileName();
 }
 
-std::optional<QVariantMap> SNRecentAppsManager::getAppData(const QString &bundlePath)
+std::optional<QVariantMap> AppList::getAppData(const QString &bundlePath)
 {
     const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(bundlePath);
     if (!info)
@@ -183,7 +183,7 @@ std::optional<QVariantMap> SNRecentAppsManager::getAppData(const QString &bundle
     return data;
 }
 
-SNEditorItem SNRecentAppsManager::editorItem(Context &context, const SNAppItem &item)
+SNEditorItem AppList::editorItem(Context &context, const SNAppItem &item)
 {
     QVariantMap info = SNUpdaterHelper::appInfo(item.path).value_or(QVariantMap{});
     if (info.value(u"appID"_s).toString().isEmpty())
