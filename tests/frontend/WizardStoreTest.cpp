@@ -311,14 +311,14 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     const QByteArray icon = hashOf(bundle + u"/Contents/Resources/icon.icns"_s);
     const QFileInfo scriptBefore(bundle + u"/Contents/Resources/script"_s);
     editor.routingRules()->addSeveralRules(u"a.example, b.example\nc.example"_s, RoutingDestination::inApp());
-    ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
+    ASSERT_TRUE(saved(editor)) << qPrintable(editor.creationError());
     EXPECT_EQ(hashOf(bundle + u"/Contents/Resources/script"_s), script);
     EXPECT_EQ(QFileInfo(bundle + u"/Contents/Resources/script"_s).lastModified(), scriptBefore.lastModified());
     EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
 
     editor.setProperty("selectedIconShape", u"circle"_s);
     editor.setProperty("hasCustomIconEnhancements", true);
-    ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
+    ASSERT_TRUE(saved(editor)) << qPrintable(editor.creationError());
     EXPECT_EQ(editor.createdAppPath(), bundle);
     EXPECT_NE(hashOf(bundle + u"/Contents/Resources/icon.icns"_s), icon);
     EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
@@ -327,9 +327,9 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     editor.setSelectedBrowser(BrowserCatalogue::Chromium);
     EXPECT_TRUE(editor.showingEngineSwitchWarning());
     EXPECT_TRUE(editor.engineSwitchWarningText().contains(u"before switching its engine, so its tabs and data are saved first."_s));
-    EXPECT_FALSE(editor.createApp());
+    EXPECT_FALSE(saved(editor));
     editor.confirmEngineSwitch(false);
-    ASSERT_TRUE(editor.createApp()) << qPrintable(editor.creationError());
+    ASSERT_TRUE(saved(editor)) << qPrintable(editor.creationError());
     EXPECT_EQ(home.info(bundle).value(u"browserType"_s).toString(), u"chromium"_s);
     EXPECT_TRUE(QFileInfo(bundle + u"/Contents/Profile.brave.backup"_s).isDir());
 
@@ -376,7 +376,7 @@ TEST(WizardStore, EditorRefusesWhatTheCommandLineRefuses)
         ASSERT_TRUE(homescreen.editApp(appId));
         Store &editor = *homescreen.wizard();
         editor.setProperty(c.property, c.value);
-        EXPECT_FALSE(editor.createApp());
+        EXPECT_FALSE(saved(editor));
         EXPECT_EQ(editor.creationError(), cliError);
         EXPECT_FALSE(cliError.isEmpty());
         homescreen.setShowingAppEdit(false);
