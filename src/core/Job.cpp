@@ -72,7 +72,7 @@ Job::~Job()
 {
     // A job deleted while it runs on the pool is stopped first: the work holds `this`.
     m_cancelled = true;
-    m_working.wait(true);
+    m_working->wait(true);
 }
 
 bool Job::runHere()
@@ -107,8 +107,10 @@ void Job::start()
 {
     if (m_running.exchange(true))
         return;
-    m_working = true;
-    QThreadPool::globalInstance()->start([this] {
+    *m_working = true;
+    // The flag is shared: the destructor may free the job as soon as it reads false, while this
+    // thread still wakes it.
+    QThreadPool::globalInstance()->start([this, working = m_working] {
         const bool ok = runHere();
         // The job lives on the thread that started it and is told there that the work is over;
         // the event is dropped if the job is deleted first.
@@ -119,8 +121,8 @@ void Job::start()
                 Q_EMIT finished(ok);
             },
             Qt::QueuedConnection);
-        m_working = false;
-        m_working.notify_all();
+        *working = false;
+        working->notify_all();
     });
 }
 

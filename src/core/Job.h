@@ -68,7 +68,8 @@ private:
     Prompter *m_prompter = nullptr;
     std::atomic_bool m_cancelled = false;
     std::atomic_bool m_running = false;
-    std::atomic_bool m_working = false; // run() is under way on the pool
+    // run() is under way on the pool.
+    std::shared_ptr<std::atomic_bool> m_working = std::make_shared<std::atomic_bool>(false);
     bool m_finished = false;
     QString m_errorText;
 };
