@@ -32,7 +32,6 @@ public:
     // Asks the job to stop. A job that cannot stop safely where it is finishes its current step.
     void cancel() { m_cancelled = true; }
     bool isCancelled() const { return m_cancelled; }
-    bool isRunning() const { return m_running; }
 
     // Where questions and alerts go; not owned and used on this object's thread. Without one,
     // every question is answered with its safe choice (the last button) and alerts are dropped.

@@ -19,7 +19,6 @@ public:
     // After a success: the app as it is now, and whether more than its start-time values changed.
     const SNEditorItem &result() const { return m_result; }
     bool rebuilt() const { return m_rebuilt; }
-    const SNEditorItem &original() const { return m_original; }
     const AppEditor::Change &change() const { return m_change; }
 
 protected:
