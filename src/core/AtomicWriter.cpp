@@ -1,5 +1,6 @@
 #include "core/AtomicWriter.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
@@ -25,7 +26,27 @@ constexpr size_t WriteChunk = size_t(1) << 30;
 
 bool fail(QString *error, const QString &path, int code);
 
+// The folder whose files this thread leaves to their owner to sync (a DeferredSync's), with its
+// trailing slash; empty when none.
+thread_local QString deferredFolder;
+
+bool syncDeferred(const QString &path)
+{
+    return !deferredFolder.isEmpty() && path.startsWith(deferredFolder);
+}
+
 } // namespace
+
+AtomicWriter::DeferredSync::DeferredSync(const QString &folder)
+    : m_previous(deferredFolder)
+{
+    deferredFolder = QDir::cleanPath(QFileInfo(folder).absoluteFilePath()) + u'/';
+}
+
+AtomicWriter::DeferredSync::~DeferredSync()
+{
+    deferredFolder = m_previous;
+}
 
 bool AtomicWriter::isTemporaryName(const QString &fileName)
 {
@@ -137,7 +158,8 @@ bool writeAtomically(const QString &requested, const QByteArray &data, std::opti
             return fail(error, requested, errno == EEXIST ? EAGAIN : errno);
     }
 
-    bool written = (!mode || ::fchmod(fd, *mode) == 0) && writeAll(fd, data) && syncRetrying(fd) == 0;
+    const bool deferred = syncDeferred(QDir::cleanPath(info.absoluteFilePath()));
+    bool written = (!mode || ::fchmod(fd, *mode) == 0) && writeAll(fd, data) && (deferred || syncRetrying(fd) == 0);
     int code = written ? 0 : errno;
     // A close can report a write that failed late; it counts like any other.
     if (::close(fd) != 0 && written) {
@@ -153,6 +175,8 @@ bool writeAtomically(const QString &requested, const QByteArray &data, std::opti
         return fail(error, requested, code);
     }
 
+    if (deferred)
+        return true;
     // The rename itself is only lasting once the folder is synced. A file system that cannot sync
     // a folder says EINVAL; any other failure means the new file may not survive a crash.
     const int folderFd = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

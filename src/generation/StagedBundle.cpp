@@ -1,6 +1,7 @@
 #include "generation/StagedBundle.h"
 
 #include "core/ExclusiveRename.h"
+#include "core/Logger.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
@@ -10,6 +11,7 @@
 #include <QRandomGenerator>
 
 #include <cerrno>
+#include <cstring>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -52,10 +54,23 @@ bool processIsGone(qint64 pid)
     return pid > 0 && ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
 }
 
+int syncFileSystem(int fd)
+{
+#ifdef Q_OS_LINUX
+    int result = 0;
+    do
+        result = ::syncfs(fd);
+    while (result != 0 && errno == EINTR);
+    return result;
+#else
+    return ::fsync(fd) == 0 ? (::sync(), 0) : -1;
+#endif
+}
+
 } // namespace
 
 StagedBundle::StagedBundle(const QString &target, const QString &staging, int lockFd)
-    : m_target(target), m_staging(staging), m_lockFd(lockFd)
+    : m_target(target), m_staging(staging), m_lockFd(lockFd), m_deferredSync(staging)
 {
 }
 
@@ -124,6 +139,12 @@ std::unique_ptr<StagedBundle> StagedBundle::reserve(const QString &target, Outco
 
 bool StagedBundle::commit(QString *error)
 {
+    // One sync of the file system for the whole bundle: its files, the engine's files that a
+    // script wrote, and their folders. It reports a write that failed late, as fsync would.
+    if (syncFileSystem(m_lockFd) != 0) {
+        *error = u"The app could not be written to %1: %2"_s.arg(m_staging, QString::fromLocal8Bit(std::strerror(errno)));
+        return false;
+    }
     bool exists = false;
     QString reason;
     if (!ExclusiveRename::rename(m_staging, m_target, &exists, &reason)) {
@@ -132,6 +153,15 @@ bool StagedBundle::commit(QString *error)
         return false;
     }
     m_committed = true;
+    // The rename lasts once the folder holding it is synced (a file system that cannot sync a
+    // folder says EINVAL). The app is in place and whole either way, so a failure here is only
+    // logged: undoing the rename could not make it more lasting.
+    const QByteArray folder = QFile::encodeName(QFileInfo(m_target).path());
+    const int folderFd = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folderFd < 0 || (::fsync(folderFd) != 0 && errno != EINVAL))
+        Logger::log(u"The folder %1 could not be synced: %2"_s.arg(QFile::decodeName(folder), QString::fromLocal8Bit(std::strerror(errno))));
+    if (folderFd >= 0)
+        ::close(folderFd);
     return true;
 }
 

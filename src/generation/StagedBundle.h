@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/AtomicWriter.h"
+
 #include <QString>
 
 #include <memory>
@@ -24,8 +26,9 @@ public:
     QString path() const { return m_staging; }
     QString target() const { return m_target; }
 
-    // Renames the staging folder to the target; fails, leaving both as they are, when something
-    // is at the target.
+    // Syncs what was built (its files skip their own syncs while the stage lives on this thread),
+    // then renames the staging folder to the target and syncs the folder that holds it. Fails,
+    // leaving both as they are, when the sync fails or something is at the target.
     bool commit(QString *error);
 
     // Removes the staging folders in `folder` whose creating process is gone.
@@ -40,4 +43,5 @@ private:
     QString m_staging;
     int m_lockFd;
     bool m_committed = false;
+    AtomicWriter::DeferredSync m_deferredSync;
 };
