@@ -182,7 +182,7 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
     const QString typeKey = BrowserCatalogue::byNumber(m_definition.applicationType).typeKey;
     const ProfileSeeder seeder(m_context, typeKey);
     if (m_profile.preferenceJson) // a partial extension copy does not stop creation
-        seeder.copyExctentions(*m_profile.preferenceJson, m_definition.selectedExtensions,
+        seeder.copyExtensions(*m_profile.preferenceJson, m_definition.selectedExtensions,
                                m_definition.currentProfileKey, layout.defaultUser);
 
     if (!buildExecutable(layout, installed, error))

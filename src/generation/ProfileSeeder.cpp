@@ -90,7 +90,7 @@ QString ProfileSeeder::sourceProfileFolder(const QString &profileKey) const
     return sourceBrowserFolder() + profileKey + u'/';
 }
 
-std::optional<SNError> ProfileSeeder::copyExctentions(const QJsonObject &preferenceJson,
+std::optional<SNError> ProfileSeeder::copyExtensions(const QJsonObject &preferenceJson,
                                                       const QStringList &selectedExtensions,
                                                       const QString &currentProfileKey,
                                                       const QString &defaultUserDirectory) const

@@ -39,7 +39,7 @@ public:
     // stores the browser keeps for all extensions together. Returns the first failing step's
     // error; an entry the browser profile lacks is nothing to copy. No link in the browser's
     // folder is followed or copied: one is left out with a log line.
-    std::optional<SNError> copyExctentions(const QJsonObject &preferenceJson, const QStringList &selectedExtensions,
+    std::optional<SNError> copyExtensions(const QJsonObject &preferenceJson, const QStringList &selectedExtensions,
                                            const QString &currentProfileKey,
                                            const QString &defaultUserDirectory) const;
     // Links every entry of the source profile's `folder` whose name contains `extensionId` into

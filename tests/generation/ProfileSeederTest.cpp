@@ -106,7 +106,7 @@ TEST(ProfileSeeder, CopiesExactlyTheChosenStoreExtensionsAndTheirStorage)
         const QString source = installBrowserFolder(seeder) + u"Default/"_s;
         const QString target = test.root() + u"/App.app/Contents/Profile/Default/"_s;
         for (int seeding = 0; seeding < 2; ++seeding) { // the second replaces what the first left
-            const std::optional<SNError> error = seeder.copyExctentions(c.preferences, c.chosen, u"Default"_s, target);
+            const std::optional<SNError> error = seeder.copyExtensions(c.preferences, c.chosen, u"Default"_s, target);
             ASSERT_FALSE(error) << error->description.toStdString();
         }
 
@@ -159,7 +159,7 @@ TEST(ProfileSeeder, RefusesIdsThatAreNotExtensionIds)
         settings.insert(id, QJsonObject{{u"from_webstore"_s, true}});
     const QJsonObject json{{u"extensions"_s, QJsonObject{{u"settings"_s, settings}}}};
 
-    ASSERT_FALSE(seeder.copyExctentions(json, settings.keys(), u"Default"_s, target));
+    ASSERT_FALSE(seeder.copyExtensions(json, settings.keys(), u"Default"_s, target));
     EXPECT_EQ(QDir(target).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{u"Secure Preferences"_s});
     EXPECT_FALSE(seeder.copyFromFolder(u"Local Storage"_s, u"chrome-extension"_s, u"Default"_s, target));
     EXPECT_FALSE(QFileInfo::exists(target + u"Local Storage"_s));
@@ -231,7 +231,7 @@ TEST(ProfileSeeder, ReportsWhatItCouldNotWriteOrRead)
         std::optional<SNError> error;
         {
             const Locked locked(row.locked, row.mode);
-            error = seeder.copyExctentions(preferences(), {StoreId}, u"Default"_s, row.target);
+            error = seeder.copyExtensions(preferences(), {StoreId}, u"Default"_s, row.target);
         }
         ASSERT_TRUE(error);
         EXPECT_EQ(error->code, 1);
@@ -311,7 +311,7 @@ TEST(ProfileSeeder, NeverFollowsALinkOutOfTheBrowserProfile)
 
         const QString profileDirectory = test.root() + u"/App.app/Contents/Profile"_s;
         const std::optional<SNError> error =
-            seeder.copyExctentions(preferences(), {StoreId}, u"Default"_s, profileDirectory + u"/Default"_s);
+            seeder.copyExtensions(preferences(), {StoreId}, u"Default"_s, profileDirectory + u"/Default"_s);
         ASSERT_FALSE(error) << error->description.toStdString();
         if (!row.kept.isEmpty()) {
             EXPECT_EQ(contentsOrMarker(profileDirectory + u"/Default/"_s + row.kept), readAll(source + u'/' + row.kept));
