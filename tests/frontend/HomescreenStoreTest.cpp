@@ -343,37 +343,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDeepLink, ::testing::Combine(::testing
                                     (std::get<1>(test.param) ? "Pending" : "");
                          });
 
-TEST(HomescreenStore, ExportedAppsComeBackThroughImport)
-{
-    Home home;
-    HomescreenStore store(home.test.context());
-    const QString file = home.test.root() + u"/set"_s;
-    const QStringList chosen{home.ids.value(u"Mail 2"_s), home.ids.value(u"Notes"_s)};
-    EXPECT_EQ(store.exportApps(chosen, QUrl::fromLocalFile(file)), 2);
-    EXPECT_EQ(store.exportApps({u"not-an-app"_s}, QUrl::fromLocalFile(file)), -1);
-    // A refused file is told when the job has looked at it.
-    ASSERT_TRUE(store.importAppSet(QUrl::fromLocalFile(home.test.root() + u"/missing.sorvane"_s)));
-    ASSERT_TRUE(QTest::qWaitFor([&store] { return !store.work()->running(); }, 30000));
-    EXPECT_EQ(home.errors.filter(u"Invalid App Config File"_s).size(), 2);
-
-    ASSERT_TRUE(QDir(home.bundle(u"Mail 2"_s)).removeRecursively());
-    ASSERT_TRUE(QDir(home.bundle(u"Notes"_s)).removeRecursively());
-    store.setShowingImportSheet(true);
-    QSignalSpy sheet(&store, &HomescreenStore::showingImportSheetChanged);
-    QSignalSpy apps(&store, &HomescreenStore::appsChanged);
-    QSignalSpy imported(&store, &HomescreenStore::appSetImported);
-    ASSERT_TRUE(store.importAppSet(QUrl::fromLocalFile(file + u".sorvane"_s)));
-    ASSERT_TRUE(imported.wait(30000));
-    EXPECT_EQ(imported.constFirst().constFirst().toInt(), 2);
-    EXPECT_EQ(sheet.size(), 1);
-    EXPECT_FALSE(store.showingImportSheet());
-    // The creations announce the new apps; the store reloads on that.
-    EXPECT_TRUE(QTest::qWaitFor([&] { return names(store.filteredApps()) == byName; }, 5000));
-    EXPECT_FALSE(apps.isEmpty());
-    EXPECT_EQ(names(store.filteredApps()), byName);
-    EXPECT_EQ(store.apps()->rowOf(home.ids.value(u"Notes"_s)), -1); // made again, under a new id
-}
-
 struct LaunchCase
 {
     const char *label;
