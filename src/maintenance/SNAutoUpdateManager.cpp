@@ -171,12 +171,13 @@ std::unique_ptr<UpdateAppsJob> SNAutoUpdateManager::newRun(const QStringList &pa
     Logger::log(u"Auto-update: Note: User data (extensions, history, etc.) will be preserved during updates"_s);
     auto job = std::make_unique<UpdateAppsJob>(m_context, UpdateAppsRequest{paths});
     job->setObjectName(QueueLabel);
-    m_appsLeft = total;
+    m_appsLeft += total;
     UpdateAppsJob *run = job.get();
+    QThread *const home = thread();
     // Direct: the outcome is read on the thread that wrote it, and handed over by value.
     connect(
         run, &UpdateAppsJob::appFinished, this,
-        [this, run, total](qsizetype index) {
+        [this, run, total, home](qsizetype index) {
             const UpdateAppsJob::Outcome outcome = run->outcomes().at(index);
             Logger::log((outcome.updated ? u"Auto-update: Successfully updated %1"_s
                                          : u"Auto-update: Failed to update %1"_s)
@@ -184,7 +185,7 @@ std::unique_ptr<UpdateAppsJob> SNAutoUpdateManager::newRun(const QStringList &pa
             const auto report = [this, outcome, index, total] {
                 Q_EMIT appUpdated(outcome.path, outcome.updated, static_cast<int>(index), total);
             };
-            if (QThread::currentThread() == thread())
+            if (QThread::currentThread() == home)
                 report();
             else
                 QMetaObject::invokeMethod(this, report, Qt::QueuedConnection);
