@@ -25,6 +25,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -293,7 +294,8 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
 }
 
 // The hour gate on the context's clock, the outdated test (a newer stamp counts, a deleted
-// bundle does not), and a run in which one of three apps cannot be regenerated.
+// bundle does not), and a run in which one of three apps cannot be regenerated, reported on the
+// manager's thread.
 TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
 {
     TestContext test;
@@ -327,8 +329,10 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     outdated.sort();
     EXPECT_EQ(outdated, (QStringList{broken.bundle(), newer.bundle(), older.bundle()}));
     QList<bool> reported;
-    QObject::connect(&manager, &SNAutoUpdateManager::appUpdated,
-                     [&](const QString &, bool updated, int, int) { reported.append(updated); });
+    QObject::connect(&manager, &SNAutoUpdateManager::appUpdated, [&](const QString &, bool updated, int, int) {
+        EXPECT_EQ(QThread::currentThread(), manager.thread());
+        reported.append(updated);
+    });
     test.clearLog();
     EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::Started);
     manager.waitUntilIdle();
