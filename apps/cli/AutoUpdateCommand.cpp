@@ -15,8 +15,7 @@ int AutoUpdateCommand::run(const QCommandLineParser &parser, Context &context)
         updated += done;
         total += count;
     });
-    const SNAutoUpdateManager::CheckOutcome outcome = manager.checkAndUpdateAppsInBackground();
-    manager.waitUntilIdle();
+    const SNAutoUpdateManager::CheckOutcome outcome = manager.checkAndUpdateApps();
 
     using Outcome = SNAutoUpdateManager::CheckOutcome;
     if (parser.isSet(u"json"_s)) {

@@ -3,7 +3,7 @@
 #include "AppReference.h"
 
 #include "maintenance/SNAutoUpdateManager.h"
-#include "maintenance/SNUpdaterHelper.h"
+#include "maintenance/UpdateAppsJob.h"
 
 #include <QFileInfo>
 
@@ -39,22 +39,21 @@ int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
         paths = SNAutoUpdateManager(context).getOutdatedApps();
 
     const bool progress = isatty(STDERR_FILENO) && !parser.isSet(u"quiet"_s) && !parser.isSet(u"json"_s);
+    UpdateAppsJob job(context, UpdateAppsRequest{paths});
     QVariantList results;
-    int updated = 0;
-    for (qsizetype i = 0; i < paths.size(); ++i) {
-        const QString &path = paths.at(i);
+    QObject::connect(&job, &UpdateAppsJob::appFinished, [&](qsizetype index) {
+        const UpdateAppsJob::Outcome &outcome = job.outcomes().at(index);
         if (progress)
-            printError(u"[%1/%2] %3"_s.arg(i + 1).arg(paths.size()).arg(QFileInfo(path).fileName()));
-        QString error;
-        const bool done = SNUpdaterHelper::updateApp(context, path, &error);
-        updated += done ? 1 : 0;
-        if (!done && !parser.isSet(u"json"_s))
-            printError(u"sorvane update: "_s + error);
-        QVariantMap result{{u"path"_s, path}, {u"updated"_s, done}};
-        if (!done)
-            result.insert(u"error"_s, error);
+            printError(u"[%1/%2] %3"_s.arg(index + 1).arg(paths.size()).arg(QFileInfo(outcome.path).fileName()));
+        if (!outcome.updated && !parser.isSet(u"json"_s))
+            printError(u"sorvane update: "_s + outcome.reason);
+        QVariantMap result{{u"path"_s, outcome.path}, {u"updated"_s, outcome.updated}};
+        if (!outcome.updated)
+            result.insert(u"error"_s, outcome.reason);
         results.append(result);
-    }
+    });
+    job.exec();
+    const int updated = job.updatedCount();
     if (parser.isSet(u"json"_s))
         printJson(QVariantMap{{u"updated"_s, updated}, {u"total"_s, paths.size()}, {u"apps"_s, results}});
     else

@@ -21,6 +21,7 @@ const QString OperationJournal::ToBrowserKey = u"toBrowser"_s;
 const QString OperationJournal::RestoringKey = u"restoringBackup"_s;
 const QString OperationJournal::Create = u"create"_s;
 const QString OperationJournal::Edit = u"edit"_s;
+const QString OperationJournal::Update = u"update"_s;
 const QString OperationJournal::Delete = u"delete"_s;
 
 namespace {

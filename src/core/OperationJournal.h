@@ -10,7 +10,7 @@
 
 class Context;
 
-// What a multi-step change to an app (rename, engine switch, delete, creation) is doing, written
+// What a multi-step change to an app (rename, engine switch, update, delete, creation) is doing, written
 // to "<support>/journal/<uuid>.plist" before its first step and removed after its last. Its writer
 // holds "<uuid>.lock" from before the entry exists until after it is gone, so an entry whose lock
 // is free was left by a process that died (or gave up half-way): the next start hands it to the
@@ -20,7 +20,7 @@ class OperationJournal final
 public:
     // Keys of an entry; "operation" is one of the operation names below.
     static const QString OperationKey, AppIdKey, BundleKey, TargetKey, FromBrowserKey, ToBrowserKey, RestoringKey;
-    static const QString Create, Edit, Delete;
+    static const QString Create, Edit, Update, Delete;
 
     // Records `entry` (atomically, synced) and returns the running journal; none, with the
     // reason, when it cannot be written: the operation must then not start.

@@ -7,13 +7,13 @@
 #include "core/OperationJournal.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
-#include "core/TreeCopy.h"
 #include "editing/ProfileBackup.h"
 #include "generation/AppConfigFile.h"
 #include "generation/BundleLayout.h"
 #include "generation/BundleWriter.h"
 #include "generation/SNChromePrefsHelper.h"
 #include "maintenance/SNUpdaterHelper.h"
+#include "maintenance/StagedUpdate.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -43,13 +43,6 @@ bool present(const QString &path)
 {
     const QFileInfo info(path);
     return info.exists() || info.isSymLink();
-}
-
-// The profile and what belongs to it: the copies kept for other engines and the working names of
-// a switch. They stay out of the staged copy and move into it when it is put in place.
-bool isProfileEntry(const QString &name)
-{
-    return name.startsWith(u"Profile"_s) || name.startsWith(u".Profile"_s);
 }
 
 bool move(const QString &from, const QString &to, QString *error)
@@ -166,7 +159,7 @@ bool putInPlace(Context &context, const Paths &paths, const QString &appId, cons
         const QStringList entries =
             QDir(oldContents).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
         for (const QString &name : entries) {
-            if (!isProfileEntry(name) || present(newContents + name))
+            if (!StagedUpdate::isProfileEntry(name) || present(newContents + name))
                 continue;
             if (!move(oldContents + name, newContents + name, error))
                 return false;
@@ -301,46 +294,8 @@ bool StagedEdit::stage(QString *error)
     const Paths paths(m_context, r.appId, r.bundle, r.target);
     paths.discardStaged(); // of an attempt that was undone at a start and could not be removed then
     // The bundle without its profile.
-    const auto copy = [error](const QString &from, const QString &to) {
-        const std::optional<QString> failed =
-            TreeCopy::copy(from, to, {TreeCopy::Links::Keep, TreeCopy::Existing::Fail, TreeCopy::Errors::Stop});
-        return !failed || Logger::fail(error, u"Cannot copy %1: %2"_s.arg(from, *failed));
-    };
-    if (!QDir().mkpath(paths.staging + u"/Contents"_s))
-        return Logger::fail(error, u"Cannot create %1"_s.arg(paths.staging));
-    for (const QString &name : QDir(r.bundle).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
-                                                        QDir::NoDotAndDotDot)) {
-        if (name != u"Contents"_s && !copy(r.bundle + u'/' + name, paths.staging + u'/' + name))
-            return false;
-    }
-    const QString contents = r.bundle + u"/Contents/"_s;
-    for (const QString &name : QDir(contents).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
-                                                        QDir::NoDotAndDotDot)) {
-        if (isProfileEntry(name) || contents + name == Paths::overlay(r.bundle) || name == u"MacOS"_s)
-            continue;
-        if (!copy(contents + name, paths.staging + u"/Contents/"_s + name))
-            return false;
-    }
-    // The engine's link is made under its own name: a temporary name beside it would not fit when
-    // the app's name is as long as a name can be.
-    const QString programs = r.bundle + u"/Contents/MacOS/"_s;
-    if (!QDir().mkpath(paths.staging + u"/Contents/MacOS"_s))
-        return Logger::fail(error, u"Cannot create %1/Contents/MacOS"_s.arg(paths.staging));
-    for (const QString &name : QDir(programs).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
-                                                        QDir::NoDotAndDotDot)) {
-        const QString destination = paths.staging + u"/Contents/MacOS/"_s + name;
-        if (!QFileInfo(programs + name).isSymLink()) {
-            if (!copy(programs + name, destination))
-                return false;
-            continue;
-        }
-        std::error_code code;
-        const std::filesystem::path source = QFile::encodeName(programs + name).toStdString();
-        std::filesystem::create_symlink(std::filesystem::read_symlink(source, code),
-                                        QFile::encodeName(destination).toStdString(), code);
-        if (code)
-            return Logger::fail(error, u"Cannot copy %1: %2"_s.arg(programs + name, QString::fromStdString(code.message())));
-    }
+    if (!StagedUpdate::copyWithoutProfile(r.bundle, paths.staging, error))
+        return false;
     // What carries the old name takes the new one; the steps below write it anew.
     const QString newName = r.definition.appName;
     if (r.oldExecutable != newName) {

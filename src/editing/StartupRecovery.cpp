@@ -14,6 +14,7 @@
 #include "generation/StagedBundle.h"
 #include "maintenance/AppRemover.h"
 #include "maintenance/SNUpdaterHelper.h"
+#include "maintenance/StagedUpdate.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -72,6 +73,8 @@ bool StartupRecovery::recover(const QVariantMap &entry)
         return AppRemover::recover(m_context, appId, bundle);
     if (operation == OperationJournal::Edit)
         return recoverEdit(entry);
+    if (operation == OperationJournal::Update)
+        return StagedUpdate::recover(m_context, entry);
     Logger::log(u"⚠️ Unknown interrupted change '%1' of %2 left as it is"_s.arg(operation, bundle));
     return true;
 }

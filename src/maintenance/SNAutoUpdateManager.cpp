@@ -8,11 +8,12 @@
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
-#include "maintenance/SNUpdaterHelper.h"
+#include "maintenance/UpdateAppsJob.h"
 
 #include <QDateTime>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QThread>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -29,17 +30,13 @@ SNAutoUpdateManager::SNAutoUpdateManager(Context &context, QObject *parent)
     : QObject(parent), m_context(context)
 {
     context.defaults().registerDefaults({{EnabledKey, true}});
-    m_queue.setObjectName(QueueLabel);
-    m_worker = new QObject;
-    m_worker->moveToThread(&m_queue);
-    connect(&m_queue, &QThread::finished, m_worker, &QObject::deleteLater);
-    m_queue.start();
 }
 
 SNAutoUpdateManager::~SNAutoUpdateManager()
 {
-    m_queue.quit();
-    m_queue.wait();
+    // The run under way finishes its apps; runs still queued behind it are dropped.
+    for (int left = m_appsLeft; left > 0; left = m_appsLeft)
+        m_appsLeft.wait(left);
 }
 
 SNAutoUpdateManager &SNAutoUpdateManager::sharedManager()
@@ -56,6 +53,26 @@ bool SNAutoUpdateManager::isAutomaticUpdatesEnabled(const Context &context)
 
 SNAutoUpdateManager::CheckOutcome SNAutoUpdateManager::checkAndUpdateAppsInBackground()
 {
+    QStringList outdated;
+    const CheckOutcome outcome = check(&outdated);
+    if (outcome == CheckOutcome::Started)
+        updateApps(outdated);
+    return outcome;
+}
+
+SNAutoUpdateManager::CheckOutcome SNAutoUpdateManager::checkAndUpdateApps()
+{
+    QStringList outdated;
+    const CheckOutcome outcome = check(&outdated);
+    if (outcome == CheckOutcome::Started) {
+        ++m_pendingRuns;
+        newRun(outdated)->exec();
+    }
+    return outcome;
+}
+
+SNAutoUpdateManager::CheckOutcome SNAutoUpdateManager::check(QStringList *outdated)
+{
     Logger::log(u"Auto-update: Starting automatic update check"_s);
     if (!isAutomaticUpdatesEnabled(m_context)) {
         Logger::log(u"Auto-update: Automatic updates are disabled"_s);
@@ -67,14 +84,13 @@ SNAutoUpdateManager::CheckOutcome SNAutoUpdateManager::checkAndUpdateAppsInBackg
         Logger::log(u"Auto-update: Skipping check - last update was less than 1 hour ago"_s);
         return CheckOutcome::TooSoon;
     }
-    const QStringList outdated = getOutdatedApps();
-    if (outdated.isEmpty()) {
+    *outdated = getOutdatedApps();
+    if (outdated->isEmpty()) {
         Logger::log(u"Auto-update: No outdated apps found"_s);
         m_context.defaults().setValue(LastCheckKey, now);
         return CheckOutcome::NothingOutdated;
     }
     Logger::log(u"Auto-update: Found outdated apps, starting background update"_s);
-    updateApps(outdated);
     return CheckOutcome::Started;
 }
 
@@ -131,34 +147,59 @@ QVariantMap SNAutoUpdateManager::getAppVersionInfo() const
 void SNAutoUpdateManager::updateApps(const QStringList &paths)
 {
     ++m_pendingRuns;
-    QMetaObject::invokeMethod(m_worker, [this, paths] { runUpdates(paths); }, Qt::QueuedConnection);
+    m_waiting.append(paths);
+    if (!m_job)
+        startNextRun();
 }
 
-void SNAutoUpdateManager::runUpdates(const QStringList &paths)
+void SNAutoUpdateManager::startNextRun()
+{
+    if (m_waiting.isEmpty())
+        return;
+    m_job = newRun(m_waiting.takeFirst());
+    connect(m_job.get(), &Job::finished, this, [this] {
+        m_ended = std::move(m_job);
+        startNextRun();
+    });
+    m_job->start();
+}
+
+std::unique_ptr<UpdateAppsJob> SNAutoUpdateManager::newRun(const QStringList &paths)
 {
     const int total = static_cast<int>(paths.size());
     Logger::log(u"Auto-update: Starting update of %1 apps"_s.arg(total));
     Logger::log(u"Auto-update: Note: User data (extensions, history, etc.) will be preserved during updates"_s);
-    int updated = 0;
-    for (int index = 0; index < total; ++index) {
-        const QString &path = paths.at(index);
-        const bool done = SNUpdaterHelper::updateApp(m_context, path);
-        updated += done ? 1 : 0;
-        Logger::log((done ? u"Auto-update: Successfully updated %1"_s : u"Auto-update: Failed to update %1"_s).arg(path));
-        QMetaObject::invokeMethod(
-            this, [this, path, done, index, total] { Q_EMIT appUpdated(path, done, index, total); },
-            Qt::QueuedConnection);
-    }
-    // The settings are this thread's too: the stamp is written by the manager's thread, before
-    // anything else it does after the run.
-    const QDateTime finished = m_context.clock().now();
-    QMetaObject::invokeMethod(
-        this, [this, finished, updated, total] {
-            m_context.defaults().setValue(LastCheckKey, finished);
-            Logger::log(u"Auto-update: Completed. Updated %1 out of %2 apps"_s.arg(updated).arg(total));
-            finishRun(updated, total);
+    auto job = std::make_unique<UpdateAppsJob>(m_context, UpdateAppsRequest{paths});
+    job->setObjectName(QueueLabel);
+    m_appsLeft += total;
+    UpdateAppsJob *run = job.get();
+    QThread *const home = thread();
+    // Direct: the outcome is read on the thread that wrote it, and handed over by value.
+    connect(
+        run, &UpdateAppsJob::appFinished, this,
+        [this, run, total, home](qsizetype index) {
+            const UpdateAppsJob::Outcome outcome = run->outcomes().at(index);
+            Logger::log((outcome.updated ? u"Auto-update: Successfully updated %1"_s
+                                         : u"Auto-update: Failed to update %1"_s)
+                            .arg(outcome.path));
+            const auto report = [this, outcome, index, total] {
+                Q_EMIT appUpdated(outcome.path, outcome.updated, static_cast<int>(index), total);
+            };
+            if (QThread::currentThread() == home)
+                report();
+            else
+                QMetaObject::invokeMethod(this, report, Qt::QueuedConnection);
+            --m_appsLeft;
+            m_appsLeft.notify_all();
         },
-        Qt::QueuedConnection);
+        Qt::DirectConnection);
+    connect(run, &Job::finished, this, [this, run, total] {
+        m_context.defaults().setValue(LastCheckKey, m_context.clock().now());
+        const int updated = run->updatedCount();
+        Logger::log(u"Auto-update: Completed. Updated %1 out of %2 apps"_s.arg(updated).arg(total));
+        finishRun(updated, total);
+    });
+    return job;
 }
 
 void SNAutoUpdateManager::finishRun(int updated, int total)

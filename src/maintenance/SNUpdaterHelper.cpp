@@ -18,6 +18,7 @@
 #include "generation/EngineBuilder.h"
 #include "generation/SNPlistHelper.h"
 #include "maintenance/AppScriptReader.h"
+#include "maintenance/StagedUpdate.h"
 
 #include <QDir>
 #include <QFile>
@@ -161,35 +162,43 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     // Whether it is offered as a browser, and to password managers, is the app's own.
     definition.registerAsBrowser = plist.contains(u"CFBundleURLTypes"_s);
     definition.passwordManagerCompatibility = plist.value(u"SorvanePasswordManagerCompatibility"_s).toBool();
-    const BundleLayout layout = BundleLayout::atPath(bundlePath, executable);
-    BundleWriter writer(context, definition, layout);
-    writer.setCompanionIncluded(info.value(u"shouldIncludeWLExt"_s).toBool());
-    SNError installError;
-    if (!writer.writeInfoPlist(&installError))
-        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(plistPath, installError.description));
-    const QString script = writer.scriptText(appID, &reason);
-    if (script.isEmpty())
-        return Logger::fail(error, u"Error updating executable. %1"_s.arg(reason));
-    if (!writer.writeCompanionFiles(&installError))
-        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
-    if (!writer.installLaunchPrograms(&installError))
-        return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
-    const QString innerApp = layout.resources + u"/InnerApp.app"_s;
-    if (QFileInfo(innerApp).isDir() && !QFileInfo(innerApp).isSymLink())
-        QDir(innerApp).removeRecursively();
-
-    if (!writer.writeScript(script, &installError))
-        return Logger::fail(error, u"Error updating executable. %1"_s.arg(installError.description));
-    clearAttr(context, bundlePath);
+    // The script read back names the same engine before and after: the configuration agrees with
+    // the old bundle as with the new one, so it is written first.
     if (!preserveBrowserTypeForApp(context, bundlePath, info, &reason))
         return Logger::fail(error, u"Cannot update %1: %2"_s.arg(bundlePath, reason));
-    EngineBuilder::runEngineScript(context, layout.resources, executable,
-                                   BrowserCatalogue::byNumber(definition.applicationType).typeKey,
-                                   u"Warning: engine creation during update exited with status %1"_s);
+    const BundleLayout layout = BundleLayout::atPath(bundlePath, executable);
+    const bool companion = info.value(u"shouldIncludeWLExt"_s).toBool();
+    const auto write = [&](const BundleLayout &staged, QString *failure) {
+        BundleWriter writer(context, definition, staged, layout);
+        writer.setCompanionIncluded(companion);
+        SNError installError;
+        if (!writer.writeInfoPlist(&installError))
+            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(plistPath, installError.description));
+        QString refused;
+        const QString script = writer.scriptText(appID, &refused);
+        if (script.isEmpty())
+            return Logger::fail(failure, u"Error updating executable. %1"_s.arg(refused));
+        if (!writer.writeCompanionFiles(&installError))
+            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
+        if (!writer.installLaunchPrograms(&installError))
+            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
+        const QString innerApp = staged.resources + u"/InnerApp.app"_s;
+        if (QFileInfo(innerApp).isDir() && !QFileInfo(innerApp).isSymLink())
+            QDir(innerApp).removeRecursively();
+        if (!writer.writeScript(script, &installError))
+            return Logger::fail(failure, u"Error updating executable. %1"_s.arg(installError.description));
+        EngineBuilder::runEngineScript(context, staged.resources, executable,
+                                       BrowserCatalogue::byNumber(definition.applicationType).typeKey,
+                                       u"Warning: engine creation during update exited with status %1"_s);
+        writer.setPermissions();
+        return true;
+    };
+    if (!StagedUpdate::run(context, appID, layout, write, error))
+        return false;
+    clearAttr(context, bundlePath);
     Logger::log(u"Executable updated successfully."_s);
-    writer.setPermissions();
     refreshLaunchServicesRegistration(bundlePath);
-    writer.refreshMenuEntry(appID);
+    BundleWriter(context, definition, layout).refreshMenuEntry(appID);
     return true;
 }
 

@@ -32,7 +32,8 @@ public:
 
     // Regenerates the app at `bundlePath`. False, with the reason, when it was refused (not
     // readable, not one of Sorvane's, engine running) or failed; nothing under Contents/Profile
-    // is changed either way.
+    // is changed either way. The app's lock is held and the rewrite is staged and journaled
+    // (StagedUpdate): a failure or a kill leaves the old app or the new one, never a mix.
     static bool updateApp(Context &context, const QString &bundlePath, QString *error = nullptr);
 
     // The definition regeneration writes: the stored configuration of the app's registry id,

@@ -153,6 +153,8 @@ struct KillCase
     std::function<void(Interrupted &)> prepare;
     // The command of run `run` (changes alternate, so that each run has work to do).
     std::function<QStringList(Interrupted &, int run)> command;
+    // What else must hold after the next start (none: only the checks every change has).
+    std::function<void(Interrupted &)> check = {};
 };
 
 class KillAtRandom : public testing::TestWithParam<KillCase>
@@ -177,6 +179,10 @@ TEST_P(KillAtRandom, TheNextStartLeavesEveryAppWhole)
         const qint64 at = instant(random);
         landed += home.killedAfter(kill.command(home, run), at) ? 1 : 0;
         ASSERT_NO_FATAL_FAILURE(home.expectAllWhole(u"run %1, killed after %2 us"_s.arg(run).arg(at)));
+        if (kill.check) {
+            SCOPED_TRACE(qPrintable(u"run %1, killed after %2 us"_s.arg(run).arg(at)));
+            ASSERT_NO_FATAL_FAILURE(kill.check(home));
+        }
     }
     // Kills must land inside the change, or the test proves nothing.
     EXPECT_GE(landed, runs / 3);
@@ -224,6 +230,36 @@ QStringList deleteCommand(Interrupted &home, int run)
     return {u"delete"_s, onlyApp(home), u"--yes"_s};
 }
 
+// Before each update the app is made to look older: another version in its Info.plist and a
+// line in its script that regeneration does not write. Afterwards both are old or both are new.
+const QByteArray StaleLine = "# written by an older version\n";
+
+QString appPlist(Interrupted &home)
+{
+    return home.records().value(onlyApp(home)) + u"/Contents/Info.plist"_s;
+}
+
+QStringList updateCommand(Interrupted &home, int)
+{
+    const QString plistPath = appPlist(home);
+    QVariantMap plist = PropertyList::readFile(plistPath).toMap();
+    plist.insert(u"CFBundleShortVersionString"_s, u"0.0.1"_s);
+    EXPECT_TRUE(PropertyList::writeFile(plistPath, plist));
+    QFile script(QFileInfo(plistPath).path() + u"/Resources/script"_s);
+    EXPECT_TRUE(script.open(QIODevice::Append) && script.write(StaleLine) == StaleLine.size());
+    return {u"update"_s, onlyApp(home)};
+}
+
+void expectOldOrNew(Interrupted &home)
+{
+    const QString plistPath = appPlist(home);
+    const bool oldVersion =
+        PropertyList::readFile(plistPath).toMap().value(u"CFBundleShortVersionString"_s) == u"0.0.1"_s;
+    QFile script(QFileInfo(plistPath).path() + u"/Resources/script"_s);
+    ASSERT_TRUE(script.open(QIODevice::ReadOnly));
+    EXPECT_EQ(script.readAll().endsWith(StaleLine), oldVersion) << "half of an update";
+}
+
 QStringList importCommand(Interrupted &home, int)
 {
     return {u"import"_s, home.test.root() + u"/set.sorvane"_s, u"--into"_s, home.apps, u"--keep-both"_s};
@@ -235,6 +271,7 @@ INSTANTIATE_TEST_SUITE_P(
         KillCase{"rename", [](Interrupted &home) { home.make(u"Notes"_s); }, renameCommand},
         KillCase{"engine switch and restore", [](Interrupted &home) { home.make(u"Mail"_s); }, switchCommand},
         KillCase{"delete", [](Interrupted &home) { home.make(u"Gone"_s); }, deleteCommand},
+        KillCase{"update", [](Interrupted &home) { home.make(u"Planner"_s); }, updateCommand, expectOldOrNew},
         KillCase{"import",
                  [](Interrupted &home) {
                      home.make(u"Planner"_s);

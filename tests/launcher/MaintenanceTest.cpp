@@ -15,6 +15,7 @@
 #include "maintenance/SNAutoUpdateManager.h"
 #include "maintenance/AppList.h"
 #include "maintenance/SNUpdaterHelper.h"
+#include "maintenance/UpdateAppsJob.h"
 #include "support/TestContext.h"
 
 #include <QCoreApplication>
@@ -24,6 +25,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -52,6 +54,19 @@ struct RegenerationCase
 void PrintTo(const RegenerationCase &c, std::ostream *os) { *os << c.label; }
 
 using Regeneration = testing::TestWithParam<RegenerationCase>;
+
+// A run over three outdated apps: which one cannot be regenerated, and after which one the run
+// is cancelled (-1: none).
+struct UpdateRunCase
+{
+    const char *label;
+    int failing;
+    int cancelAfter;
+};
+
+void PrintTo(const UpdateRunCase &c, std::ostream *os) { *os << c.label; }
+
+using UpdateRun = testing::TestWithParam<UpdateRunCase>;
 
 } // namespace
 
@@ -111,6 +126,83 @@ INSTANTIATE_TEST_SUITE_P(
                           .incognito = true,
                           .dark = true}},
         RegenerationCase{"hostileName", {.name = u"It's \"$(touch x)\" `x` & co"_s, .typeKey = u"edge"_s}}),
+    [](const auto &p) { return std::string(p.param.label); });
+
+// Each app reached is updated or says why not, whatever happened to the one before; a cancel
+// stops between two apps, and those not reached are left byte for byte as they were.
+TEST_P(UpdateRun, UpdatesEachAppReachedAndLeavesTheRestAsTheyWere)
+{
+    const UpdateRunCase &run = GetParam();
+    TestContext test;
+    GeneratedApp first(test, {.name = u"First"_s});
+    GeneratedApp second(test, {.name = u"Second"_s, .routing = true});
+    GeneratedApp third(test, {.name = u"Third"_s, .typeKey = u"brave"_s});
+    const QList<GeneratedApp *> apps{&first, &second, &third};
+    const QStringList names{u"First"_s, u"Second"_s, u"Third"_s};
+    QStringList paths;
+    QList<QStringList> before;
+    for (int i = 0; i < apps.size(); ++i) {
+        stampVersion(apps.at(i)->bundle(), u"0.0.1"_s);
+        if (i == run.failing) {
+            QFile::remove(apps.at(i)->resources() + u"/script"_s);
+            QFile::remove(apps.at(i)->bundle() + u"/Contents/MacOS/"_s + names.at(i));
+        }
+        paths.append(apps.at(i)->bundle());
+        before.append(treeFingerprint(apps.at(i)->bundle()));
+    }
+
+    UpdateAppsJob job(test.context(), UpdateAppsRequest{paths});
+    QList<qsizetype> finished;
+    QObject::connect(&job, &UpdateAppsJob::appFinished, [&](qsizetype index) {
+        finished.append(index);
+        if (index == run.cancelAfter)
+            job.cancel();
+    });
+    const bool succeeded = job.exec();
+
+    const int reached = run.cancelAfter < 0 ? int(apps.size()) : run.cancelAfter + 1;
+    ASSERT_EQ(job.outcomes().size(), reached);
+    EXPECT_EQ(finished.size(), reached);
+    int updated = 0;
+    for (int i = 0; i < apps.size(); ++i) {
+        SCOPED_TRACE(qPrintable(paths.at(i)));
+        const QVariant version = PropertyList::readFile(paths.at(i) + u"/Contents/Info.plist"_s)
+                                     .toMap()
+                                     .value(u"CFBundleShortVersionString"_s);
+        if (i >= reached || i == run.failing) {
+            EXPECT_EQ(treeFingerprint(paths.at(i)), before.at(i));
+            EXPECT_EQ(version, u"0.0.1"_s);
+        } else {
+            EXPECT_EQ(version, QStringLiteral(SORVANE_EXPECTED_VERSION));
+        }
+        if (i >= reached)
+            continue;
+        const UpdateAppsJob::Outcome &outcome = job.outcomes().at(i);
+        EXPECT_EQ(outcome.path, paths.at(i));
+        EXPECT_EQ(outcome.updated, i != run.failing);
+        EXPECT_EQ(outcome.reason.contains(u"no readable launcher script"_s), i == run.failing)
+            << qPrintable(outcome.reason);
+        EXPECT_EQ(outcome.reason.isEmpty(), i != run.failing);
+        updated += outcome.updated ? 1 : 0;
+    }
+    EXPECT_EQ(job.updatedCount(), updated);
+    const bool failedOne = run.failing >= 0 && run.failing < reached;
+    EXPECT_EQ(succeeded, run.cancelAfter < 0 && !failedOne);
+    const QString expectedError = run.cancelAfter >= 0 ? Job::CancelledText
+                                  : failedOne           ? u"1 of 3 apps were not updated."_s
+                                                        : QString();
+    EXPECT_EQ(job.errorText(), expectedError);
+    // Nothing of the runs is left beside the apps or in the journal.
+    EXPECT_EQ(QDir(QFileInfo(first.bundle()).path()).entryList({u".*"_s}, QDir::AllEntries | QDir::Hidden |
+                                                                          QDir::NoDotAndDotDot),
+              QStringList());
+    EXPECT_TRUE(QDir(test.supportFolder() + u"/journal"_s).entryList({u"*.plist"_s}).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Runs, UpdateRun,
+    testing::Values(UpdateRunCase{"failureInTheMiddle", 1, -1}, UpdateRunCase{"cancelAfterTheFirst", -1, 0},
+                    UpdateRunCase{"failureThenCancel", 0, 1}),
     [](const auto &p) { return std::string(p.param.label); });
 
 // What regeneration refuses changes nothing; a running app is refused until it quits.
@@ -202,7 +294,8 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
 }
 
 // The hour gate on the context's clock, the outdated test (a newer stamp counts, a deleted
-// bundle does not), and a run in which one of three apps cannot be regenerated.
+// bundle does not), and a run in which one of three apps cannot be regenerated, reported on the
+// manager's thread.
 TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
 {
     TestContext test;
@@ -236,8 +329,10 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     outdated.sort();
     EXPECT_EQ(outdated, (QStringList{broken.bundle(), newer.bundle(), older.bundle()}));
     QList<bool> reported;
-    QObject::connect(&manager, &SNAutoUpdateManager::appUpdated,
-                     [&](const QString &, bool updated, int, int) { reported.append(updated); });
+    QObject::connect(&manager, &SNAutoUpdateManager::appUpdated, [&](const QString &, bool updated, int, int) {
+        EXPECT_EQ(QThread::currentThread(), manager.thread());
+        reported.append(updated);
+    });
     test.clearLog();
     EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::Started);
     manager.waitUntilIdle();
