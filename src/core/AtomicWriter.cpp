@@ -192,6 +192,29 @@ bool writeAtomically(const QString &requested, const QByteArray &data, std::opti
 
 } // namespace
 
+bool AtomicWriter::syncFileSystemOf(const QString &folder, QString *error)
+{
+    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int result = fd < 0 ? -1 : 0;
+    if (fd >= 0) {
+#ifdef Q_OS_LINUX
+        do
+            result = ::syncfs(fd);
+        while (result != 0 && errno == EINTR);
+#else
+        result = ::fsync(fd);
+        if (result == 0)
+            ::sync();
+#endif
+    }
+    const int code = errno;
+    if (fd >= 0)
+        ::close(fd);
+    if (result != 0 && error)
+        *error = u"Cannot sync %1: %2"_s.arg(folder, QString::fromLocal8Bit(std::strerror(code)));
+    return result == 0;
+}
+
 bool AtomicWriter::write(const QString &path, const QByteArray &data, QString *error)
 {
     return writeAtomically(path, data, std::nullopt, error);

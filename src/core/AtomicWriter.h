@@ -37,6 +37,11 @@ public:
         QString m_previous;
     };
 
+    // Syncs the whole file system that holds `folder`: one call for a staged folder whose writes
+    // deferred their syncs, which also covers what other programs and plain copies wrote there and
+    // reports a write that failed late. False, with "Cannot sync <folder>: <reason>", when not.
+    [[nodiscard]] static bool syncFileSystemOf(const QString &folder, QString *error = nullptr);
+
     // Whether `fileName` is the temporary name of a write ("." + name + "." + random + ".tmp"),
     // which only a writer killed before its rename leaves behind.
     static bool isTemporaryName(const QString &fileName);

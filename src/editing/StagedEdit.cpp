@@ -1,5 +1,6 @@
 #include "editing/StagedEdit.h"
 
+#include "core/AtomicWriter.h"
 #include "core/Context.h"
 #include "core/ExclusiveRename.h"
 #include "core/LaunchServices.h"
@@ -259,7 +260,13 @@ bool StagedEdit::run(QString *error)
     const std::unique_ptr<OperationJournal> journal = OperationJournal::begin(m_context, entry, error);
     if (!journal)
         return false;
-    if (!stage(error)) {
+    bool staged = false;
+    {
+        // What is staged is synced once, as a whole, before it is put in place.
+        const AtomicWriter::DeferredSync deferred(paths.staging);
+        staged = stage(error);
+    }
+    if (!staged || !AtomicWriter::syncFileSystemOf(paths.staging, error)) {
         paths.discardStaged();
         return false;
     }

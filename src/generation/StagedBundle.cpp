@@ -54,19 +54,6 @@ bool processIsGone(qint64 pid)
     return pid > 0 && ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
 }
 
-int syncFileSystem(int fd)
-{
-#ifdef Q_OS_LINUX
-    int result = 0;
-    do
-        result = ::syncfs(fd);
-    while (result != 0 && errno == EINTR);
-    return result;
-#else
-    return ::fsync(fd) == 0 ? (::sync(), 0) : -1;
-#endif
-}
-
 } // namespace
 
 StagedBundle::StagedBundle(const QString &target, const QString &staging, int lockFd)
@@ -141,10 +128,8 @@ bool StagedBundle::commit(QString *error)
 {
     // One sync of the file system for the whole bundle: its files, the engine's files that a
     // script wrote, and their folders. It reports a write that failed late, as fsync would.
-    if (syncFileSystem(m_lockFd) != 0) {
-        *error = u"The app could not be written to %1: %2"_s.arg(m_staging, QString::fromLocal8Bit(std::strerror(errno)));
+    if (!AtomicWriter::syncFileSystemOf(m_staging, error))
         return false;
-    }
     bool exists = false;
     QString reason;
     if (!ExclusiveRename::rename(m_staging, m_target, &exists, &reason)) {

@@ -1,6 +1,7 @@
 #include "maintenance/StagedUpdate.h"
 
 #include "core/AppDefinition.h"
+#include "core/AtomicWriter.h"
 #include "core/Context.h"
 #include "core/ExclusiveRename.h"
 #include "core/Logger.h"
@@ -187,7 +188,14 @@ bool StagedUpdate::run(Context &context, const QString &appId, const BundleLayou
     staged.profile = installed.profile;
     staged.defaultUser = installed.defaultUser;
     staged.extensions = installed.extensions;
-    if (!copyWithoutProfile(installed.bundle, paths.staging, error) || !write(staged, error)) {
+    bool written = false;
+    {
+        // The copy and what is written into it are synced once, as a whole, before they are put
+        // in place.
+        const AtomicWriter::DeferredSync deferred(paths.staging);
+        written = copyWithoutProfile(installed.bundle, paths.staging, error) && write(staged, error);
+    }
+    if (!written || !AtomicWriter::syncFileSystemOf(paths.staging, error)) {
         discard();
         return false;
     }
