@@ -9,14 +9,14 @@ import Sorvane.Frontend
 Dialog {
     id: dialog
     objectName: "saveSetupDialog"
-    property AppCreationWizardStore wizard
+    property WizardDraft draft
     title: qsTr("Save Quick Setup")
     anchors.centerIn: parent
     modal: true
     width: Math.min(parent ? parent.width - 40 : 480, 480)
 
     function openFor(store) {
-        wizard = store
+        draft = store
         nameField.text = store.suggestedSetupName()
         descriptionField.text = store.suggestedSetupDescription()
         open()
@@ -63,5 +63,5 @@ Dialog {
             DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
         }
     }
-    onAccepted: wizard.saveCurrentAsSetup(nameField.text, "", descriptionField.text)
+    onAccepted: draft.saveCurrentAsSetup(nameField.text, "", descriptionField.text)
 }
