@@ -46,8 +46,9 @@ public:
 
     static const QString CreationErrorTitle;
 
-    // Creates the app, or updates the edited app in place. False when it could not start
-    // (creationError says why); creationFinished tells how it ended.
+    // Creates the app, or updates the edited app in place. False when it did not start: refused
+    // (creationError says why), held for the engine-switch question, or already running;
+    // creationFinished tells how a started save ended.
     Q_INVOKABLE bool createApp();
     Q_INVOKABLE bool launchCreatedApp();
     Q_INVOKABLE void dismissError();

@@ -44,7 +44,7 @@ QStringList WizardSteps::messagesAbout(std::initializer_list<ValidationError> ki
 {
     QStringList messages;
     for (ValidationError error : m_validationErrors) {
-        if (kinds.size() == 0 || std::find(kinds.begin(), kinds.end(), error) != kinds.end())
+        if (std::find(kinds.begin(), kinds.end(), error) != kinds.end())
             messages.append(WizardDraft::message(error));
     }
     return messages;
@@ -52,7 +52,10 @@ QStringList WizardSteps::messagesAbout(std::initializer_list<ValidationError> ki
 
 QStringList WizardSteps::validationMessages() const
 {
-    return messagesAbout({});
+    QStringList messages;
+    for (ValidationError error : m_validationErrors)
+        messages.append(WizardDraft::message(error));
+    return messages;
 }
 
 QStringList WizardSteps::appNameMessages() const

@@ -3,7 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Sorvane.Frontend
 
-// Names the wizard's current tabs as a quick setup; the store proposes a name and a description.
+// Names the wizard's current tabs as a quick setup; the draft proposes a name and a description.
 // objectNames: saveSetupDialog, setupNameField, setupDescriptionField, setupSaveButton,
 // setupCancelButton
 Dialog {
@@ -15,10 +15,10 @@ Dialog {
     modal: true
     width: Math.min(parent ? parent.width - 40 : 480, 480)
 
-    function openFor(store) {
-        draft = store
-        nameField.text = store.suggestedSetupName()
-        descriptionField.text = store.suggestedSetupDescription()
+    function openFor(tabsOf) {
+        draft = tabsOf
+        nameField.text = tabsOf.suggestedSetupName()
+        descriptionField.text = tabsOf.suggestedSetupDescription()
         open()
         nameField.forceActiveFocus()
     }
