@@ -59,8 +59,6 @@ public:
     WizardImportChoices *imports() const { return m_imports; }
     WizardEngineSwitch *engineSwitch() const { return m_engineSwitch; }
 
-    // What the wizard's choices make of an app, as creation receives it (with the icon as found).
-    AppDefinition draftApp() const;
     bool isEditing() const { return m_editingApp.has_value(); }
     bool isCreatingApp() const { return m_isCreatingApp; }
     double creationProgress() const { return m_creationProgress; }
@@ -80,6 +78,8 @@ private:
     // The defaults of a new app from the user's settings (again on every settings change).
     void loadDefaults();
     void loadEditedApp();
+    // What the wizard's choices make of an app, with the icon as found.
+    AppDefinition draftApp() const;
     StructuralState structuralState() const;
     bool createNewApp();
     bool updateExistingApp();
