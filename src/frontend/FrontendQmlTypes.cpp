@@ -22,7 +22,12 @@
 #include "frontend/SorvaneSettingsStore.h"
 #include "frontend/TabsModel.h"
 #include "frontend/WindowManager.h"
+#include "frontend/WizardDraft.h"
+#include "frontend/WizardEngineSwitch.h"
+#include "frontend/WizardIcon.h"
+#include "frontend/WizardImportChoices.h"
 #include "frontend/WizardRoutingRule.h"
+#include "frontend/WizardSteps.h"
 
 #include <QQmlEngine>
 
@@ -49,6 +54,11 @@ void registerValueType(const QMetaObject &metaObject, const char *name)
 void registerTypes()
 {
     registerStore<AppCreationWizardStore>("AppCreationWizardStore");
+    registerStore<WizardDraft>("WizardDraft");
+    registerStore<WizardSteps>("WizardSteps");
+    registerStore<WizardIcon>("WizardIcon");
+    registerStore<WizardImportChoices>("WizardImportChoices");
+    registerStore<WizardEngineSwitch>("WizardEngineSwitch");
     registerStore<TabsModel>("TabsModel");
     registerStore<RoutingRulesModel>("RoutingRulesModel");
     registerStore<DestinationChoicesModel>("DestinationChoicesModel");

@@ -123,16 +123,16 @@ TEST_F(Screenshots, HomeWizardAndSettingsAreDrawn)
     app.shell().home().newApp();
     AppCreationWizardStore *wizard = app.shell().home().wizard();
     ASSERT_NE(wizard, nullptr);
-    wizard->setProperty("appName", u"Team Chat"_s);
-    wizard->setProperty("appURL", u"https://chat.example.org/"_s);
-    const QList<std::pair<AppCreationWizardStore::WizardStep, QString>> steps{
-        {AppCreationWizardStore::WizardStep::Basics, u"wizard-1-basics"_s},
-        {AppCreationWizardStore::WizardStep::Browser, u"wizard-2-browser"_s},
-        {AppCreationWizardStore::WizardStep::Settings, u"wizard-3-settings"_s},
-        {AppCreationWizardStore::WizardStep::Review, u"wizard-4-review"_s},
+    wizard->draft()->setAppName(u"Team Chat"_s);
+    wizard->draft()->setAppURL(u"https://chat.example.org/"_s);
+    const QList<std::pair<WizardSteps::WizardStep, QString>> steps{
+        {WizardSteps::WizardStep::Basics, u"wizard-1-basics"_s},
+        {WizardSteps::WizardStep::Browser, u"wizard-2-browser"_s},
+        {WizardSteps::WizardStep::Settings, u"wizard-3-settings"_s},
+        {WizardSteps::WizardStep::Review, u"wizard-4-review"_s},
     };
     for (const auto &[step, name] : steps) {
-        wizard->goToStep(step);
+        wizard->steps()->goToStep(step);
         app.settle();
         QTest::qWait(400); // the step transition
         check(name, app.grab());

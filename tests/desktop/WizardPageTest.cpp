@@ -83,12 +83,12 @@ public:
         type(u"appURLField"_s, url);
     }
     // Moves on with Next until the step is shown.
-    void goTo(AppCreationWizardStore::WizardStep step)
+    void goTo(WizardSteps::WizardStep step)
     {
-        while (store() && store()->currentStep() < step) {
-            const auto before = store()->currentStep();
+        while (store() && store()->steps()->currentStep() < step) {
+            const auto before = store()->steps()->currentStep();
             click(u"nextButton"_s);
-            ASSERT_NE(store()->currentStep(), before) << store()->validationMessages().join(u", "_s).toStdString();
+            ASSERT_NE(store()->steps()->currentStep(), before) << store()->steps()->validationMessages().join(u", "_s).toStdString();
         }
     }
 
@@ -163,7 +163,7 @@ TEST(WizardPage, TheBrowserStepListsTheInstalledEngines)
     });
     ASSERT_TRUE(wizard.opened);
     wizard.fillBasics(u"Mail"_s, u"https://mail.example.invalid/"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Browser);
+    wizard.goTo(WizardSteps::WizardStep::Browser);
 
     QStringList expected;
     for (const BrowserInfo &browser : BrowserCatalogue::all()) {
@@ -188,7 +188,7 @@ TEST(WizardPage, TabsFollowTheTabbedSwitchAndPrivateMode)
     Wizard wizard;
     ASSERT_TRUE(wizard.opened);
     wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.goTo(WizardSteps::WizardStep::Settings);
     EXPECT_FALSE(wizard.visible(u"tabsEditor"_s));
     wizard.click(u"tabbedSwitch"_s);
     EXPECT_TRUE(wizard.visible(u"tabsEditor"_s));
@@ -214,7 +214,7 @@ TEST(WizardPage, AddSeveralRulesAddsARowPerDomain)
     Wizard wizard;
     ASSERT_TRUE(wizard.opened);
     wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.goTo(WizardSteps::WizardStep::Settings);
     wizard.click(u"addSeveralRulesButton"_s);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"severalRulesField"_s); }));
     wizard.type(u"severalRulesField"_s, u"a.example, b.example *.c.example"_s);
@@ -224,7 +224,7 @@ TEST(WizardPage, AddSeveralRulesAddsARowPerDomain)
     EXPECT_EQ(wizard.text(u"rulePattern:1"_s), u"b.example"_s);
     EXPECT_EQ(wizard.text(u"rulePattern:2"_s), u"*.c.example"_s);
     EXPECT_EQ(wizard.item(u"rulePattern:3"_s), nullptr);
-    EXPECT_EQ(wizard.store()->routingRules()->count(), 3);
+    EXPECT_EQ(wizard.store()->draft()->routingRules()->count(), 3);
 }
 
 // The review shows the choices; a failed creation shows the store's alert and leaves every
@@ -234,12 +234,12 @@ TEST(WizardPage, AFailedCreationShowsTheErrorAndKeepsTheChoices)
     Wizard wizard;
     ASSERT_TRUE(wizard.opened);
     wizard.fillBasics(u"Mail"_s, u"https://mail.example.invalid/"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.goTo(WizardSteps::WizardStep::Settings);
     wizard.click(u"incognitoSwitch"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Review);
+    wizard.goTo(WizardSteps::WizardStep::Review);
     EXPECT_EQ(wizard.text(u"review:name"_s), u"Mail"_s);
     EXPECT_EQ(wizard.text(u"review:address"_s), u"https://mail.example.invalid/"_s);
-    EXPECT_EQ(wizard.text(u"review:browser"_s), wizard.store()->selectedBrowserName());
+    EXPECT_EQ(wizard.text(u"review:browser"_s), wizard.store()->draft()->selectedBrowserName());
     EXPECT_EQ(wizard.text(u"review:incognito"_s), u"Yes"_s);
     EXPECT_EQ(wizard.text(u"review:window"_s), u"Tabs"_s);
     EXPECT_EQ(wizard.text(u"createButton"_s), u"Create"_s);
@@ -249,7 +249,7 @@ TEST(WizardPage, AFailedCreationShowsTheErrorAndKeepsTheChoices)
     QFile file(blocked);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.close();
-    wizard.store()->setProperty("appSaveLocation", blocked);
+    ASSERT_TRUE(wizard.store()->draft()->setProperty("appSaveLocation", blocked));
     wizard.click(u"createButton"_s);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"creationErrorText"_s); }));
     EXPECT_EQ(wizard.text(u"creationErrorTitle"_s), u"App Creation Failed"_s);
@@ -277,20 +277,20 @@ TEST(WizardPage, TheEditorWarnsBeforeAnotherEngine)
     ASSERT_TRUE(wizard.opened);
     EXPECT_EQ(wizard.text(u"wizardTitle"_s), u"Edit App"_s);
     EXPECT_EQ(wizard.text(u"appNameField"_s), u"Mail"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Browser);
+    wizard.goTo(WizardSteps::WizardStep::Browser);
     EXPECT_TRUE(wizard.checked(u"browser:Chromium"_s));
 
     wizard.click(u"browser:"_s + BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"engineSwitchText"_s); }));
-    EXPECT_EQ(wizard.text(u"engineSwitchText"_s), wizard.store()->engineSwitchWarningText());
+    EXPECT_EQ(wizard.text(u"engineSwitchText"_s), wizard.store()->engineSwitch()->warningText());
     EXPECT_TRUE(wizard.text(u"engineSwitchText"_s).contains(u"before switching its engine"_s));
     wizard.click(u"engineSwitchCancelButton"_s);
     EXPECT_TRUE(DesktopHarness::waitFor([&] { return !wizard.visible(u"engineSwitchText"_s); }));
-    EXPECT_EQ(wizard.store()->selectedBrowser(), int(BrowserCatalogue::Chromium));
+    EXPECT_EQ(wizard.store()->draft()->selectedBrowser(), int(BrowserCatalogue::Chromium));
     EXPECT_TRUE(wizard.checked(u"browser:Chromium"_s));
     EXPECT_FALSE(wizard.checked(u"browser:"_s + BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName));
 
-    wizard.goTo(AppCreationWizardStore::WizardStep::Review);
+    wizard.goTo(WizardSteps::WizardStep::Review);
     EXPECT_EQ(wizard.text(u"createButton"_s), u"Save"_s);
     // The progress is on screen (a frame was drawn with it) before the blocking update starts.
     bool progressShown = false;
@@ -318,7 +318,7 @@ TEST(WizardPage, QuickSetupsAreSavedUsedAndDeleted)
     Wizard wizard;
     ASSERT_TRUE(wizard.opened);
     wizard.fillBasics(u"Desk"_s, u"https://desk.example.invalid/"_s);
-    wizard.goTo(AppCreationWizardStore::WizardStep::Settings);
+    wizard.goTo(WizardSteps::WizardStep::Settings);
     wizard.click(u"tabbedSwitch"_s);
     wizard.click(u"addTabButton"_s);
     wizard.click(u"addTabButton"_s);
@@ -335,10 +335,10 @@ TEST(WizardPage, QuickSetupsAreSavedUsedAndDeleted)
     wizard.click(u"setupSaveButton"_s);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return wizard.visible(u"quickSetup:Office"_s); }));
 
-    wizard.store()->tabs()->setUrls({u"https://other.example.org/"_s});
+    wizard.store()->draft()->tabs()->setUrls({u"https://other.example.org/"_s});
     wizard.click(u"applySetupButton:Office"_s);
-    EXPECT_EQ(wizard.store()->tabs()->urls(), (QStringList{u"https://mail.example.org/"_s, u"https://docs.example.org/"_s}));
+    EXPECT_EQ(wizard.store()->draft()->tabs()->urls(), (QStringList{u"https://mail.example.org/"_s, u"https://docs.example.org/"_s}));
     wizard.click(u"deleteSetupButton:Office"_s);
     EXPECT_EQ(wizard.item(u"quickSetup:Office"_s), nullptr);
-    EXPECT_EQ(wizard.store()->customQuickSetups()->count(), 0);
+    EXPECT_EQ(wizard.store()->draft()->customQuickSetups()->count(), 0);
 }

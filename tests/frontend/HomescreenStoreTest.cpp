@@ -224,7 +224,7 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_EQ(showing.size(), 1);
     // The wizard opens on the copy.
     ASSERT_NE(store.wizard(), nullptr);
-    EXPECT_EQ(store.wizard()->appName(), expectedName);
+    EXPECT_EQ(store.wizard()->draft()->appName(), expectedName);
     EXPECT_EQ(QDir(home->apps()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 3); // nothing on disk
 }
 

@@ -3,22 +3,22 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Sorvane.Frontend
 
-// Names the wizard's current tabs as a quick setup; the store proposes a name and a description.
+// Names the wizard's current tabs as a quick setup; the draft proposes a name and a description.
 // objectNames: saveSetupDialog, setupNameField, setupDescriptionField, setupSaveButton,
 // setupCancelButton
 Dialog {
     id: dialog
     objectName: "saveSetupDialog"
-    property AppCreationWizardStore wizard
+    property WizardDraft draft
     title: qsTr("Save Quick Setup")
     anchors.centerIn: parent
     modal: true
     width: Math.min(parent ? parent.width - 40 : 480, 480)
 
-    function openFor(store) {
-        wizard = store
-        nameField.text = store.suggestedSetupName()
-        descriptionField.text = store.suggestedSetupDescription()
+    function openFor(tabsOf) {
+        draft = tabsOf
+        nameField.text = tabsOf.suggestedSetupName()
+        descriptionField.text = tabsOf.suggestedSetupDescription()
         open()
         nameField.forceActiveFocus()
     }
@@ -63,5 +63,5 @@ Dialog {
             DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
         }
     }
-    onAccepted: wizard.saveCurrentAsSetup(nameField.text, "", descriptionField.text)
+    onAccepted: draft.saveCurrentAsSetup(nameField.text, "", descriptionField.text)
 }

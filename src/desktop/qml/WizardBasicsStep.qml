@@ -37,15 +37,15 @@ FocusScope {
                     objectName: "appNameField"
                     Layout.fillWidth: true
                     placeholderText: qsTr("For example: Mail")
-                    text: basics.wizard ? basics.wizard.appName : ""
+                    text: basics.wizard ? basics.wizard.draft.appName : ""
                     focus: true
                     activeFocusOnTab: true
                     Accessible.name: qsTr("App name")
-                    onTextEdited: basics.wizard.appName = text
+                    onTextEdited: basics.wizard.draft.appName = text
                 }
                 WizardFieldMessages {
                     objectName: "appNameMessages"
-                    messages: basics.wizard ? basics.wizard.appNameMessages : []
+                    messages: basics.wizard ? basics.wizard.steps.appNameMessages : []
                 }
 
                 Label { text: qsTr("Web address"); font.bold: true }
@@ -54,7 +54,7 @@ FocusScope {
                     objectName: "appURLField"
                     Layout.fillWidth: true
                     placeholderText: qsTr("For example: https://mail.example.com")
-                    text: basics.wizard ? basics.wizard.appURL : ""
+                    text: basics.wizard ? basics.wizard.draft.appURL : ""
                     activeFocusOnTab: true
                     inputMethodHints: Qt.ImhUrlCharactersOnly
                     Accessible.name: qsTr("Web address")
@@ -62,30 +62,30 @@ FocusScope {
                     // (not when the editor merely passes through the field).
                     property bool changed: false
                     onTextEdited: {
-                        basics.wizard.appURL = text
+                        basics.wizard.draft.appURL = text
                         changed = true
                     }
                     onEditingFinished: {
                         if (changed)
-                            basics.wizard.detectNameAndIcon()
+                            basics.wizard.icon.detectNameAndIcon()
                         changed = false
                     }
                 }
                 WizardFieldMessages {
                     objectName: "appURLMessages"
-                    messages: basics.wizard ? basics.wizard.appURLMessages : []
+                    messages: basics.wizard ? basics.wizard.steps.appURLMessages : []
                 }
                 RowLayout {
                     objectName: "detectingIndicator"
-                    visible: basics.wizard !== null && (basics.wizard.isAutoDetecting || basics.wizard.isLoadingFavicon)
+                    visible: basics.wizard !== null && basics.wizard.icon.isAutoDetecting
                     BusyIndicator { running: parent.visible; Layout.preferredHeight: detectingLabel.implicitHeight * 2 }
                     Label { id: detectingLabel; text: qsTr("Looking up the site's name and icon…") }
                 }
                 Label {
                     objectName: "detectedNameLabel"
-                    visible: text !== "" && basics.wizard !== null && !basics.wizard.isAutoDetecting
-                    text: basics.wizard && basics.wizard.autoDetectedName !== ""
-                          ? qsTr("The site calls itself “%1”.").arg(basics.wizard.autoDetectedName) : ""
+                    visible: text !== "" && basics.wizard !== null && !basics.wizard.icon.isAutoDetecting
+                    text: basics.wizard && basics.wizard.icon.autoDetectedName !== ""
+                          ? qsTr("The site calls itself “%1”.").arg(basics.wizard.icon.autoDetectedName) : ""
                     wrapMode: Text.WordWrap
                     Layout.fillWidth: true
                 }
@@ -95,7 +95,7 @@ FocusScope {
                     spacing: 12
                     Image {
                         objectName: "iconPreview"
-                        source: basics.wizard ? basics.wizard.iconPreview : ""
+                        source: basics.wizard ? basics.wizard.icon.iconPreview : ""
                         sourceSize.width: 160
                         Layout.preferredWidth: nameField.implicitHeight * 3
                         Layout.preferredHeight: nameField.implicitHeight * 3
@@ -115,7 +115,7 @@ FocusScope {
                             objectName: "clearIconButton"
                             text: qsTr("Clear Icon")
                             Accessible.name: text
-                            onClicked: basics.wizard.clearIcon()
+                            onClicked: basics.wizard.icon.clearIcon()
                         }
                         Label { text: qsTr("Shape") }
                         ComboBox {
@@ -129,11 +129,11 @@ FocusScope {
                             textRole: "text"
                             valueRole: "value"
                             currentIndex: basics.wizard
-                                          ? ["circle", "roundedSquare", "square"].indexOf(basics.wizard.selectedIconShape) : 0
+                                          ? ["circle", "roundedSquare", "square"].indexOf(basics.wizard.icon.selectedIconShape) : 0
                             Accessible.name: qsTr("Icon shape")
                             onActivated: {
-                                basics.wizard.selectedIconShape = currentValue
-                                basics.wizard.hasCustomIconEnhancements = true
+                                basics.wizard.icon.selectedIconShape = currentValue
+                                basics.wizard.icon.hasCustomIconEnhancements = true
                             }
                         }
                         Label { text: qsTr("Background") }
@@ -150,7 +150,7 @@ FocusScope {
                                 height: width
                                 radius: 3
                                 border.color: basics.palette.mid
-                                color: basics.wizard ? basics.wizard.selectedIconColor : "transparent"
+                                color: basics.wizard ? basics.wizard.icon.selectedIconColor : "transparent"
                             }
                             rightPadding: height
                         }
@@ -203,7 +203,7 @@ FocusScope {
                             ToolTip.delay: 600
                             Accessible.name: name
                             Accessible.description: description
-                            onClicked: basics.wizard.applySuggestion(basics.suggestions.wizardValues(suggestionId))
+                            onClicked: basics.wizard.draft.applySuggestion(basics.suggestions.wizardValues(suggestionId))
                         }
                     }
                 }
@@ -227,7 +227,7 @@ FocusScope {
                             ToolTip.visible: hovered || visualFocus
                             ToolTip.delay: 600
                             Accessible.name: modelData.name
-                            onClicked: basics.wizard.applySuggestion(basics.suggestions.wizardValues(modelData.id))
+                            onClicked: basics.wizard.draft.applySuggestion(basics.suggestions.wizardValues(modelData.id))
                         }
                     }
                 }
@@ -240,7 +240,7 @@ FocusScope {
                         objectName: "saveSetupButton"
                         text: qsTr("Save Current Tabs as Setup…")
                         Accessible.name: text
-                        onClicked: saveSetupDialog.openFor(basics.wizard)
+                        onClicked: saveSetupDialog.openFor(basics.wizard.draft)
                     }
                 }
                 Label {
@@ -252,7 +252,7 @@ FocusScope {
                 }
                 Repeater {
                     id: setupRepeater
-                    model: basics.wizard ? basics.wizard.customQuickSetups : null
+                    model: basics.wizard ? basics.wizard.draft.customQuickSetups : null
                     delegate: RowLayout {
                         required property var setupId
                         required property string name
@@ -269,13 +269,13 @@ FocusScope {
                             objectName: "applySetupButton:" + name
                             text: qsTr("Use")
                             Accessible.name: qsTr("Use %1").arg(name)
-                            onClicked: basics.wizard.applySetup(setupId)
+                            onClicked: basics.wizard.draft.applySetup(setupId)
                         }
                         Button {
                             objectName: "deleteSetupButton:" + name
                             text: qsTr("Delete")
                             Accessible.name: qsTr("Delete %1").arg(name)
-                            onClicked: basics.wizard.deleteSetup(setupId)
+                            onClicked: basics.wizard.draft.deleteSetup(setupId)
                         }
                     }
                 }
@@ -287,15 +287,15 @@ FocusScope {
         id: iconFileDialog
         title: qsTr("Choose an Icon")
         nameFilters: [qsTr("Images (*.png *.jpg *.jpeg *.svg *.icns *.ico *.webp)")]
-        onAccepted: basics.wizard.setIconFromFile(selectedFile)
+        onAccepted: basics.wizard.icon.setIconFromFile(selectedFile)
     }
     ColorDialog {
         id: iconColorDialog
         title: qsTr("Icon Background")
-        selectedColor: basics.wizard ? basics.wizard.selectedIconColor : "white"
+        selectedColor: basics.wizard ? basics.wizard.icon.selectedIconColor : "white"
         onAccepted: {
-            basics.wizard.selectedIconColor = selectedColor
-            basics.wizard.hasCustomIconEnhancements = true
+            basics.wizard.icon.selectedIconColor = selectedColor
+            basics.wizard.icon.hasCustomIconEnhancements = true
         }
     }
     SaveQuickSetupDialog {

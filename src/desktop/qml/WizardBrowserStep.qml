@@ -13,7 +13,7 @@ ScrollView {
     contentWidth: availableWidth
     clip: true
 
-    onShownChanged: if (shown && wizard && !wizard.isEditing) wizard.applyInitialBrowserFromPickerOrder()
+    onShownChanged: if (shown && wizard && !wizard.isEditing) wizard.draft.applyInitialBrowserFromPickerOrder()
 
     ColumnLayout {
         objectName: "browserList"
@@ -40,7 +40,7 @@ ScrollView {
 
         Repeater {
             id: browserRepeater
-            model: browserStep.wizard ? browserStep.wizard.browserChoices : []
+            model: browserStep.wizard ? browserStep.wizard.draft.browserChoices : []
             delegate: ColumnLayout {
                 required property var modelData
                 spacing: 0
@@ -52,10 +52,10 @@ ScrollView {
                     autoExclusive: false
                     Accessible.name: modelData.name
                     Accessible.description: modelData.linkRouting
-                    onClicked: browserStep.wizard.selectedBrowser = modelData.type
+                    onClicked: browserStep.wizard.draft.selectedBrowser = modelData.type
                     // The store has the say: a cancelled engine switch puts the old choice back.
                     Binding on checked {
-                        value: browserStep.wizard.selectedBrowser === radio.modelType
+                        value: browserStep.wizard.draft.selectedBrowser === radio.modelType
                     }
                     readonly property int modelType: modelData.type
                 }

@@ -16,8 +16,8 @@ Page {
     property AppSuggestionsStore suggestions
     signal closed()
 
-    readonly property int step: wizard ? wizard.currentStep : AppCreationWizardStore.Basics
-    readonly property bool onReview: step === AppCreationWizardStore.Review
+    readonly property int step: wizard ? wizard.steps.currentStep : WizardSteps.Basics
+    readonly property bool onReview: step === WizardSteps.Review
     readonly property bool succeeded: wizard !== null && wizard.showingSuccess
     // Set from the click on Create until the store has run: the overlay is up before the
     // (blocking) creation starts.
@@ -45,7 +45,7 @@ Page {
         if (onReview)
             requestCreation()
         else
-            wizard.nextStep()
+            wizard.steps.nextStep()
     }
 
     function cancel() {
@@ -119,11 +119,11 @@ Page {
         WizardBasicsStep {
             wizard: page.wizard
             suggestions: page.suggestions
-            focus: page.step === AppCreationWizardStore.Basics
+            focus: page.step === WizardSteps.Basics
         }
         WizardBrowserStep {
             wizard: page.wizard
-            shown: page.step === AppCreationWizardStore.Browser
+            shown: page.step === WizardSteps.Browser
         }
         WizardSettingsStep {
             wizard: page.wizard
@@ -151,9 +151,9 @@ Page {
             Button {
                 objectName: "backButton"
                 text: qsTr("Back")
-                enabled: page.step !== AppCreationWizardStore.Basics && !page.busy
+                enabled: page.step !== WizardSteps.Basics && !page.busy
                 Accessible.name: text
-                onClicked: page.wizard.previousStep()
+                onClicked: page.wizard.steps.previousStep()
             }
             Button {
                 objectName: "nextButton"
@@ -245,7 +245,7 @@ Page {
             width: parent.width
             Label {
                 objectName: "engineSwitchText"
-                text: page.wizard ? page.wizard.engineSwitchWarningText : ""
+                text: page.wizard ? page.wizard.engineSwitch.warningText : ""
                 wrapMode: Text.WordWrap
                 Layout.fillWidth: true
             }
@@ -253,7 +253,7 @@ Page {
                 id: restoreCheck
                 objectName: "engineSwitchRestoreCheck"
                 text: qsTr("Restore this engine's saved data")
-                visible: page.wizard !== null && page.wizard.engineSwitchCanRestore
+                visible: page.wizard !== null && page.wizard.engineSwitch.canRestore
                 checked: true
             }
         }
@@ -269,12 +269,12 @@ Page {
                 DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
             }
         }
-        onAccepted: page.wizard.confirmEngineSwitch(restoreCheck.visible && restoreCheck.checked)
-        onRejected: page.wizard.cancelEngineSwitch()
+        onAccepted: page.wizard.engineSwitch.confirm(restoreCheck.visible && restoreCheck.checked)
+        onRejected: page.wizard.engineSwitch.cancel()
         // Escape closes without an answer: that keeps the app's engine.
         onClosed: Qt.callLater(function() {
-            if (page.wizard && page.wizard.showingEngineSwitchWarning)
-                page.wizard.cancelEngineSwitch()
+            if (page.wizard && page.wizard.engineSwitch.showingWarning)
+                page.wizard.engineSwitch.cancel()
         })
     }
 
@@ -282,7 +282,10 @@ Page {
     Connections {
         target: page.wizard
         function onCreationStateChanged() { page.syncAlerts() }
-        function onEngineSwitchChanged() { page.syncAlerts() }
+    }
+    Connections {
+        target: page.wizard ? page.wizard.engineSwitch : null
+        function onChanged() { page.syncAlerts() }
     }
     Component.onCompleted: syncAlerts()
 
@@ -293,9 +296,9 @@ Page {
             errorDialog.open()
         else if (!wizard.showingError && errorDialog.visible)
             errorDialog.close()
-        if (wizard.showingEngineSwitchWarning && !engineSwitchDialog.visible)
+        if (wizard.engineSwitch.showingWarning && !engineSwitchDialog.visible)
             engineSwitchDialog.open()
-        else if (!wizard.showingEngineSwitchWarning && engineSwitchDialog.visible)
+        else if (!wizard.engineSwitch.showingWarning && engineSwitchDialog.visible)
             engineSwitchDialog.close()
     }
 }

@@ -15,12 +15,12 @@ ScrollView {
     // Tab addresses change without a property of their own: this counts their changes.
     property int tabsRevision: 0
     Connections {
-        target: review.wizard ? review.wizard.tabs : null
+        target: review.wizard ? review.wizard.draft.tabs : null
         function onTabsChanged() { review.tabsRevision++ }
     }
     property int rulesRevision: 0
     Connections {
-        target: review.wizard ? review.wizard.routingRules : null
+        target: review.wizard ? review.wizard.draft.routingRules : null
         function onRulesChanged() { review.rulesRevision++ }
     }
 
@@ -31,29 +31,29 @@ ScrollView {
         if (!w)
             return []
         tabsRevision; rulesRevision // re-read on change
-        const tabs = w.isTabbedApp ? w.tabs.validUrls() : []
+        const tabs = w.draft.isTabbedApp ? w.draft.tabs.validUrls() : []
         const appearance = []
-        if (w.forceDarkMode) appearance.push(qsTr("Always dark"))
-        if (w.accentColorEnabled) appearance.push(qsTr("Accent colour %1").arg(w.accentColor.toString()))
-        if (w.restoreTabsOnLaunch) appearance.push(qsTr("Reopens the last pages"))
-        if (w.passwordManagerCompatibility) appearance.push(qsTr("Password manager compatibility"))
-        const ruleCount = w.routingRules.count
+        if (w.draft.forceDarkMode) appearance.push(qsTr("Always dark"))
+        if (w.draft.accentColorEnabled) appearance.push(qsTr("Accent colour %1").arg(w.draft.accentColor.toString()))
+        if (w.draft.restoreTabsOnLaunch) appearance.push(qsTr("Reopens the last pages"))
+        if (w.draft.passwordManagerCompatibility) appearance.push(qsTr("Password manager compatibility"))
+        const ruleCount = w.draft.routingRules.count
         return [
-            { key: "name", label: qsTr("Name"), value: w.appName },
-            { key: "address", label: qsTr("Web address"), value: w.savedAddress },
-            { key: "browser", label: qsTr("Browser"), value: w.selectedBrowserName },
-            { key: "window", label: qsTr("Opens as"), value: w.isTabbedApp ? qsTr("Tabs") : qsTr("A single window") },
+            { key: "name", label: qsTr("Name"), value: w.draft.appName },
+            { key: "address", label: qsTr("Web address"), value: w.draft.savedAddress },
+            { key: "browser", label: qsTr("Browser"), value: w.draft.selectedBrowserName },
+            { key: "window", label: qsTr("Opens as"), value: w.draft.isTabbedApp ? qsTr("Tabs") : qsTr("A single window") },
             { key: "tabs", label: qsTr("Tabs"), value: tabs.length > 0 ? tabs.join("\n") : qsTr("None") },
-            { key: "incognito", label: qsTr("Private mode"), value: yesNo(w.enableIncognito) },
-            { key: "browserRole", label: qsTr("Offered as a web browser"), value: yesNo(w.registerAsBrowser) },
-            { key: "location", label: qsTr("Saved in"), value: w.appSaveLocation },
+            { key: "incognito", label: qsTr("Private mode"), value: yesNo(w.draft.enableIncognito) },
+            { key: "browserRole", label: qsTr("Offered as a web browser"), value: yesNo(w.draft.registerAsBrowser) },
+            { key: "location", label: qsTr("Saved in"), value: w.draft.appSaveLocation },
             { key: "links", label: qsTr("Links"),
               value: (ruleCount === 1 ? qsTr("1 rule") : qsTr("%1 rules").arg(ruleCount))
-                     + qsTr("; other links: %1").arg(w.defaultRouteDestination.label) },
+                     + qsTr("; other links: %1").arg(w.draft.defaultRouteDestination.label) },
             { key: "appearance", label: qsTr("Appearance"),
               value: appearance.length > 0 ? appearance.join(", ") : qsTr("As the site shows itself") },
             { key: "import", label: qsTr("Browser data"),
-              value: w.importEnabled ? qsTr("Brings over: %1").arg(w.importCategories.join(", ")) : qsTr("Not brought over") }
+              value: w.imports.importEnabled ? qsTr("Brings over: %1").arg(w.imports.importCategories.join(", ")) : qsTr("Not brought over") }
         ]
     }
 
@@ -68,7 +68,7 @@ ScrollView {
         RowLayout {
             spacing: 16
             Image {
-                source: review.wizard ? review.wizard.iconPreview : ""
+                source: review.wizard ? review.wizard.icon.iconPreview : ""
                 sourceSize.width: 160
                 Layout.preferredWidth: reviewFont.height * 5
                 Layout.preferredHeight: reviewFont.height * 5

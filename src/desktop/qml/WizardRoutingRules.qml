@@ -11,8 +11,8 @@ ColumnLayout {
     id: rules
     objectName: "routingRules"
     property AppCreationWizardStore wizard
-    readonly property RoutingRulesModel model: wizard ? wizard.routingRules : null
-    readonly property DestinationChoicesModel destinations: wizard ? wizard.destinations : null
+    readonly property RoutingRulesModel model: wizard ? wizard.draft.routingRules : null
+    readonly property DestinationChoicesModel destinations: wizard ? wizard.draft.destinations : null
     spacing: 6
 
     Label {
@@ -85,10 +85,10 @@ ColumnLayout {
             model: rules.destinations
             textRole: "label"
             currentIndex: rules.wizard && rules.destinations
-                          ? rules.destinations.indexOf(rules.wizard.defaultRouteDestination) : -1
+                          ? rules.destinations.indexOf(rules.wizard.draft.defaultRouteDestination) : -1
             Layout.preferredWidth: implicitWidth
             Accessible.name: qsTr("Where links that match no rule open")
-            onActivated: row => rules.wizard.defaultRouteDestination = rules.destinations.destinationAt(row)
+            onActivated: row => rules.wizard.draft.defaultRouteDestination = rules.destinations.destinationAt(row)
         }
     }
 

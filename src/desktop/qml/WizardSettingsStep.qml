@@ -32,37 +32,37 @@ ScrollView {
         Switch {
             objectName: "tabbedSwitch"
             text: qsTr("Open several sites as tabs")
-            checked: settingsStep.wizard ? settingsStep.wizard.isTabbedApp : false
+            checked: settingsStep.wizard ? settingsStep.wizard.draft.isTabbedApp : false
             // Private mode runs in the tabbed engine only.
-            enabled: settingsStep.wizard !== null && !settingsStep.wizard.enableIncognito
+            enabled: settingsStep.wizard !== null && !settingsStep.wizard.draft.enableIncognito
             Accessible.name: text
-            onToggled: settingsStep.wizard.isTabbedApp = checked
+            onToggled: settingsStep.wizard.draft.isTabbedApp = checked
         }
         Label {
             objectName: "incognitoTabsNote"
-            visible: settingsStep.wizard !== null && settingsStep.wizard.enableIncognito
+            visible: settingsStep.wizard !== null && settingsStep.wizard.draft.enableIncognito
             text: qsTr("Private apps always open as tabs.")
             opacity: 0.7
         }
         WizardTabsEditor {
-            visible: settingsStep.wizard !== null && settingsStep.wizard.isTabbedApp
-            tabs: settingsStep.wizard ? settingsStep.wizard.tabs : null
+            visible: settingsStep.wizard !== null && settingsStep.wizard.draft.isTabbedApp
+            tabs: settingsStep.wizard ? settingsStep.wizard.draft.tabs : null
             Layout.fillWidth: true
             Layout.leftMargin: 24
         }
         Switch {
             objectName: "registerAsBrowserSwitch"
             text: qsTr("Offer this app as a web browser")
-            checked: settingsStep.wizard ? settingsStep.wizard.registerAsBrowser : false
+            checked: settingsStep.wizard ? settingsStep.wizard.draft.registerAsBrowser : false
             Accessible.name: text
-            onToggled: settingsStep.wizard.registerAsBrowser = checked
+            onToggled: settingsStep.wizard.draft.registerAsBrowser = checked
         }
         Switch {
             objectName: "incognitoSwitch"
             text: qsTr("Private mode (nothing is remembered after the app closes)")
-            checked: settingsStep.wizard ? settingsStep.wizard.enableIncognito : false
+            checked: settingsStep.wizard ? settingsStep.wizard.draft.enableIncognito : false
             Accessible.name: qsTr("Private mode")
-            onToggled: settingsStep.wizard.enableIncognito = checked
+            onToggled: settingsStep.wizard.draft.enableIncognito = checked
         }
 
         MenuSeparator { Layout.fillWidth: true }
@@ -71,7 +71,7 @@ ScrollView {
             Layout.fillWidth: true
             Label {
                 objectName: "saveLocationLabel"
-                text: settingsStep.wizard ? settingsStep.wizard.appSaveLocation : ""
+                text: settingsStep.wizard ? settingsStep.wizard.draft.appSaveLocation : ""
                 elide: Text.ElideMiddle
                 Layout.fillWidth: true
             }
@@ -95,22 +95,22 @@ ScrollView {
         CheckBox {
             objectName: "forceDarkModeCheck"
             text: qsTr("Always use dark mode")
-            checked: settingsStep.wizard ? settingsStep.wizard.forceDarkMode : false
+            checked: settingsStep.wizard ? settingsStep.wizard.draft.forceDarkMode : false
             Accessible.name: text
-            onToggled: settingsStep.wizard.forceDarkMode = checked
+            onToggled: settingsStep.wizard.draft.forceDarkMode = checked
         }
         RowLayout {
             CheckBox {
                 objectName: "accentColorCheck"
                 text: qsTr("Accent colour")
-                checked: settingsStep.wizard ? settingsStep.wizard.accentColorEnabled : false
+                checked: settingsStep.wizard ? settingsStep.wizard.draft.accentColorEnabled : false
                 Accessible.name: text
-                onToggled: settingsStep.wizard.accentColorEnabled = checked
+                onToggled: settingsStep.wizard.draft.accentColorEnabled = checked
             }
             Button {
                 objectName: "accentColorButton"
                 text: qsTr("Colour…")
-                enabled: settingsStep.wizard !== null && settingsStep.wizard.accentColorEnabled
+                enabled: settingsStep.wizard !== null && settingsStep.wizard.draft.accentColorEnabled
                 Accessible.name: qsTr("Choose the accent colour")
                 rightPadding: height
                 onClicked: accentDialog.open()
@@ -122,23 +122,23 @@ ScrollView {
                     height: width
                     radius: 3
                     border.color: settingsStep.palette.mid
-                    color: settingsStep.wizard ? settingsStep.wizard.accentColor : "transparent"
+                    color: settingsStep.wizard ? settingsStep.wizard.draft.accentColor : "transparent"
                 }
             }
         }
         CheckBox {
             objectName: "restoreTabsCheck"
             text: qsTr("Reopen the last pages on launch")
-            checked: settingsStep.wizard ? settingsStep.wizard.restoreTabsOnLaunch : false
+            checked: settingsStep.wizard ? settingsStep.wizard.draft.restoreTabsOnLaunch : false
             Accessible.name: text
-            onToggled: settingsStep.wizard.restoreTabsOnLaunch = checked
+            onToggled: settingsStep.wizard.draft.restoreTabsOnLaunch = checked
         }
         CheckBox {
             objectName: "passwordManagerCheck"
             text: qsTr("Password manager compatibility")
-            checked: settingsStep.wizard ? settingsStep.wizard.passwordManagerCompatibility : false
+            checked: settingsStep.wizard ? settingsStep.wizard.draft.passwordManagerCompatibility : false
             Accessible.name: text
-            onToggled: settingsStep.wizard.passwordManagerCompatibility = checked
+            onToggled: settingsStep.wizard.draft.passwordManagerCompatibility = checked
         }
 
         MenuSeparator { Layout.fillWidth: true }
@@ -146,77 +146,77 @@ ScrollView {
         Switch {
             objectName: "importSwitch"
             text: qsTr("Bring data over from the browser")
-            checked: settingsStep.wizard ? settingsStep.wizard.importEnabled : false
+            checked: settingsStep.wizard ? settingsStep.wizard.imports.importEnabled : false
             Accessible.name: text
-            onToggled: settingsStep.wizard.importEnabled = checked
+            onToggled: settingsStep.wizard.imports.importEnabled = checked
         }
         ColumnLayout {
-            visible: settingsStep.wizard !== null && settingsStep.wizard.importEnabled
+            visible: settingsStep.wizard !== null && settingsStep.wizard.imports.importEnabled
             Layout.leftMargin: 24
             Layout.fillWidth: true
             RowLayout {
                 objectName: "importLoadingIndicator"
                 visible: settingsStep.wizard !== null
-                         && (settingsStep.wizard.isLoadingImportProfiles || settingsStep.wizard.isLoadingImportExtensions)
+                         && (settingsStep.wizard.imports.isLoadingImportProfiles || settingsStep.wizard.imports.isLoadingImportExtensions)
                 BusyIndicator { running: parent.visible; Layout.preferredHeight: loadingLabel.implicitHeight * 2 }
                 Label { id: loadingLabel; text: qsTr("Reading the browser's profiles…") }
             }
             Label {
-                visible: settingsStep.wizard !== null && !settingsStep.wizard.isLoadingImportProfiles
-                         && settingsStep.wizard.availableImportProfiles.count === 0
+                visible: settingsStep.wizard !== null && !settingsStep.wizard.imports.isLoadingImportProfiles
+                         && settingsStep.wizard.imports.availableImportProfiles.count === 0
                 text: qsTr("The chosen browser has no profile to take data from.")
                 wrapMode: Text.WordWrap
                 Layout.fillWidth: true
             }
             RowLayout {
-                visible: settingsStep.wizard !== null && settingsStep.wizard.availableImportProfiles.count > 0
+                visible: settingsStep.wizard !== null && settingsStep.wizard.imports.availableImportProfiles.count > 0
                 Label { text: qsTr("Profile") }
                 ComboBox {
                     implicitContentWidthPolicy: ComboBox.WidestText
                     objectName: "importProfileBox"
-                    model: settingsStep.wizard ? settingsStep.wizard.availableImportProfiles : null
+                    model: settingsStep.wizard ? settingsStep.wizard.imports.availableImportProfiles : null
                     textRole: "name"
                     valueRole: "key"
-                    currentIndex: settingsStep.wizard ? indexOfValue(settingsStep.wizard.selectedImportProfileKey) : -1
+                    currentIndex: settingsStep.wizard ? indexOfValue(settingsStep.wizard.imports.selectedImportProfileKey) : -1
                     Accessible.name: qsTr("Profile to take data from")
-                    onActivated: settingsStep.wizard.selectedImportProfileKey = currentValue
+                    onActivated: settingsStep.wizard.imports.selectedImportProfileKey = currentValue
                 }
             }
             Flow {
                 Layout.fillWidth: true
                 spacing: 6
                 Repeater {
-                    model: settingsStep.wizard ? settingsStep.wizard.allImportCategories : []
+                    model: settingsStep.wizard ? settingsStep.wizard.imports.allImportCategories : []
                     delegate: CheckBox {
                         required property string modelData
                         objectName: "importCategory:" + modelData
                         text: settingsStep.categoryNames[modelData] || modelData
-                        checked: settingsStep.wizard.importCategories.indexOf(modelData) >= 0
+                        checked: settingsStep.wizard.imports.importCategories.indexOf(modelData) >= 0
                         Accessible.name: text
                         onToggled: {
-                            const chosen = settingsStep.wizard.importCategories.filter(c => c !== modelData)
+                            const chosen = settingsStep.wizard.imports.importCategories.filter(c => c !== modelData)
                             if (checked)
                                 chosen.push(modelData)
-                            settingsStep.wizard.importCategories = chosen
+                            settingsStep.wizard.imports.importCategories = chosen
                         }
                     }
                 }
             }
             Label {
-                visible: extensionRepeater.count > 0 && settingsStep.wizard.importCategories.indexOf("extensions") >= 0
+                visible: extensionRepeater.count > 0 && settingsStep.wizard.imports.importCategories.indexOf("extensions") >= 0
                 text: qsTr("Extensions to bring over")
             }
             Repeater {
                 id: extensionRepeater
-                model: settingsStep.wizard ? settingsStep.wizard.availableImportExtensions : null
+                model: settingsStep.wizard ? settingsStep.wizard.imports.availableImportExtensions : null
                 delegate: CheckBox {
                     required property var model
-                    visible: settingsStep.wizard.importCategories.indexOf("extensions") >= 0
+                    visible: settingsStep.wizard.imports.importCategories.indexOf("extensions") >= 0
                     objectName: "importExtension:" + model.key
                     text: model.name
                     checked: model.checked
                     Accessible.name: model.name
-                    onToggled: settingsStep.wizard.availableImportExtensions.setChecked(model.key, checked)
+                    onToggled: settingsStep.wizard.imports.availableImportExtensions.setChecked(model.key, checked)
                 }
             }
         }
@@ -225,16 +225,16 @@ ScrollView {
     FolderDialog {
         id: folderDialog
         title: qsTr("Where to save the app")
-        currentFolder: settingsStep.wizard ? "file://" + settingsStep.wizard.appSaveLocation : ""
+        currentFolder: settingsStep.wizard ? "file://" + settingsStep.wizard.draft.appSaveLocation : ""
         onAccepted: {
             const chosen = decodeURIComponent(selectedFolder.toString().replace(/^file:\/\//, ""))
-            settingsStep.wizard.appSaveLocation = chosen
+            settingsStep.wizard.draft.appSaveLocation = chosen
         }
     }
     ColorDialog {
         id: accentDialog
         title: qsTr("Accent Colour")
-        selectedColor: settingsStep.wizard ? settingsStep.wizard.accentColor : "white"
-        onAccepted: settingsStep.wizard.accentColor = selectedColor
+        selectedColor: settingsStep.wizard ? settingsStep.wizard.draft.accentColor : "white"
+        onAccepted: settingsStep.wizard.draft.accentColor = selectedColor
     }
 }

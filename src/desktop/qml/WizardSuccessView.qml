@@ -19,7 +19,7 @@ Item {
         spacing: 14
 
         Image {
-            source: success.wizard ? success.wizard.iconPreview : ""
+            source: success.wizard ? success.wizard.icon.iconPreview : ""
             sourceSize.width: 160
             Layout.preferredWidth: doneButton.implicitHeight * 3
             Layout.preferredHeight: doneButton.implicitHeight * 3
@@ -30,8 +30,8 @@ Item {
         Label {
             objectName: "successTitle"
             text: !success.wizard ? ""
-                  : success.wizard.isEditing ? qsTr("%1 is saved").arg(success.wizard.appName)
-                                             : qsTr("%1 is ready").arg(success.wizard.appName)
+                  : success.wizard.isEditing ? qsTr("%1 is saved").arg(success.wizard.draft.appName)
+                                             : qsTr("%1 is ready").arg(success.wizard.draft.appName)
             font.bold: true
             font.pointSize: Qt.application.font.pointSize * 1.4
             horizontalAlignment: Text.AlignHCenter
@@ -46,12 +46,12 @@ Item {
         }
         Label {
             objectName: "importedCount"
-            readonly property int copied: success.wizard && success.wizard.lastImportSummary.copiedItemCount
-                                          ? success.wizard.lastImportSummary.copiedItemCount : 0
+            readonly property int copied: success.wizard && success.wizard.imports.lastImportSummary.copiedItemCount
+                                          ? success.wizard.imports.lastImportSummary.copiedItemCount : 0
             visible: copied > 0
-            text: copied === 1 ? qsTr("1 item was brought over from %1.").arg(success.wizard.selectedBrowserName)
+            text: copied === 1 ? qsTr("1 item was brought over from %1.").arg(success.wizard.draft.selectedBrowserName)
                                : qsTr("%1 items were brought over from %2.").arg(copied)
-                                     .arg(success.wizard ? success.wizard.selectedBrowserName : "")
+                                     .arg(success.wizard ? success.wizard.draft.selectedBrowserName : "")
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
@@ -59,7 +59,7 @@ Item {
         Label {
             objectName: "importMessages"
             visible: text !== ""
-            text: success.wizard ? success.wizard.importMessages.join("\n") : ""
+            text: success.wizard ? success.wizard.imports.importMessages.join("\n") : ""
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
         }
