@@ -46,16 +46,6 @@ bool present(const QString &path)
     return info.exists() || info.isSymLink();
 }
 
-bool move(const QString &from, const QString &to, QString *error)
-{
-    bool taken = false;
-    QString reason;
-    if (ExclusiveRename::rename(from, to, &taken, &reason))
-        return true;
-    return Logger::fail(error, taken ? u"Cannot move %1 to %2: it already exists"_s.arg(from, to)
-                                     : u"Cannot move %1 to %2: %3"_s.arg(from, to, reason));
-}
-
 // Renames over whatever is at `to`.
 bool replace(const QString &from, const QString &to, QString *error)
 {
@@ -125,17 +115,17 @@ bool swapProfileFiles(const QString &bundlePath, Undo *undo, QString *error)
         const QString own = profile + relative;
         const QString kept = staged + u".previous"_s;
         if (present(own) && !present(kept)) {
-            if (!move(own, kept, error))
+            if (!ExclusiveRename::move(own, kept, error))
                 return false;
             if (undo)
-                undo->append([own, kept] { return move(kept, own, nullptr); });
+                undo->append([own, kept] { return ExclusiveRename::move(kept, own, nullptr); });
         }
         if (!QDir().mkpath(QFileInfo(own).path()))
             return Logger::fail(error, u"Cannot create %1"_s.arg(QFileInfo(own).path()));
-        if (!move(staged, own, error))
+        if (!ExclusiveRename::move(staged, own, error))
             return false;
         if (undo)
-            undo->append([own, staged] { return move(own, staged, nullptr); });
+            undo->append([own, staged] { return ExclusiveRename::move(own, staged, nullptr); });
     }
     return true;
 }
@@ -150,10 +140,10 @@ bool putInPlace(Context &context, const Paths &paths, const QString &appId, cons
         if (!present(paths.aside)) {
             if (!present(paths.bundle))
                 return Logger::fail(error, u"Cannot edit %1: it was moved or deleted meanwhile"_s.arg(paths.bundle));
-            if (!move(paths.bundle, paths.aside, error))
+            if (!ExclusiveRename::move(paths.bundle, paths.aside, error))
                 return false;
             if (undo)
-                undo->append([paths] { return move(paths.aside, paths.bundle, nullptr); });
+                undo->append([paths] { return ExclusiveRename::move(paths.aside, paths.bundle, nullptr); });
         }
         const QString oldContents = paths.aside + u"/Contents/"_s;
         const QString newContents = paths.staging + u"/Contents/"_s;
@@ -162,24 +152,24 @@ bool putInPlace(Context &context, const Paths &paths, const QString &appId, cons
         for (const QString &name : entries) {
             if (!StagedUpdate::isProfileEntry(name) || present(newContents + name))
                 continue;
-            if (!move(oldContents + name, newContents + name, error))
+            if (!ExclusiveRename::move(oldContents + name, newContents + name, error))
                 return false;
             if (undo)
-                undo->append([=] { return move(newContents + name, oldContents + name, nullptr); });
+                undo->append([=] { return ExclusiveRename::move(newContents + name, oldContents + name, nullptr); });
         }
         if (!swapProfileFiles(paths.staging, undo, error))
             return false;
         if (const std::optional<QString> reason = injected(Step::Move))
             return Logger::fail(error, *reason);
-        if (!move(paths.staging, paths.target, error))
+        if (!ExclusiveRename::move(paths.staging, paths.target, error))
             return false;
         if (undo)
-            undo->append([paths] { return move(paths.target, paths.staging, nullptr); });
+            undo->append([paths] { return ExclusiveRename::move(paths.target, paths.staging, nullptr); });
     }
     if (present(paths.stagedConfig)) {
         if (present(paths.config)) {
             QFile::remove(paths.previousConfig);
-            if (!move(paths.config, paths.previousConfig, error))
+            if (!ExclusiveRename::move(paths.config, paths.previousConfig, error))
                 return false;
             if (undo)
                 undo->append([paths] { return replace(paths.previousConfig, paths.config, nullptr); });
@@ -310,11 +300,11 @@ bool StagedEdit::stage(QString *error)
         const QString resources = paths.staging + u"/Contents/Resources/"_s;
         QFile::remove(executables + r.oldExecutable);
         if (present(executables + BundleLayout::engineName(r.oldExecutable)) &&
-            !move(executables + BundleLayout::engineName(r.oldExecutable), executables + BundleLayout::engineName(newName), error))
+            !ExclusiveRename::move(executables + BundleLayout::engineName(r.oldExecutable), executables + BundleLayout::engineName(newName), error))
             return false;
         for (const QString &inner : QStringList{QFileInfo(r.bundle).fileName(), r.oldExecutable + u".app"_s}) {
             if (inner != newName + u".app"_s && present(resources + inner) &&
-                !move(resources + inner, resources + newName + u".app"_s, error))
+                !ExclusiveRename::move(resources + inner, resources + newName + u".app"_s, error))
                 return false;
         }
     }
@@ -332,7 +322,7 @@ bool StagedEdit::stage(QString *error)
         .setPermissions();
     // The app's own profile takes the staged bundle's place when the edit is put in place.
     const QString stagedProfile = paths.staging + u"/Contents/Profile"_s;
-    return !present(stagedProfile) || move(stagedProfile, Paths::overlay(paths.staging), error);
+    return !present(stagedProfile) || ExclusiveRename::move(stagedProfile, Paths::overlay(paths.staging), error);
 }
 
 bool StagedEdit::runStep(Step step, QString *error)

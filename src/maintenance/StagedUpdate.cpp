@@ -30,16 +30,6 @@ bool present(const QString &path)
     return info.exists() || info.isSymLink();
 }
 
-bool move(const QString &from, const QString &to, QString *error)
-{
-    bool taken = false;
-    QString reason;
-    if (ExclusiveRename::rename(from, to, &taken, &reason))
-        return true;
-    return Logger::fail(error, taken ? u"Cannot move %1 to %2: it already exists"_s.arg(from, to)
-                                     : u"Cannot move %1 to %2: %3"_s.arg(from, to, reason));
-}
-
 QStringList entriesOf(const QString &folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
@@ -74,25 +64,25 @@ bool putInPlace(const Paths &paths, Undo *undo, QString *error)
     if (!present(paths.aside)) {
         if (!present(paths.bundle))
             return Logger::fail(error, u"Cannot update %1: it was moved or deleted meanwhile"_s.arg(paths.bundle));
-        if (!move(paths.bundle, paths.aside, error))
+        if (!ExclusiveRename::move(paths.bundle, paths.aside, error))
             return false;
         if (undo)
-            undo->append([paths] { return move(paths.aside, paths.bundle, nullptr); });
+            undo->append([paths] { return ExclusiveRename::move(paths.aside, paths.bundle, nullptr); });
     }
     const QString oldContents = paths.aside + u"/Contents/"_s;
     const QString newContents = paths.staging + u"/Contents/"_s;
     for (const QString &name : entriesOf(oldContents)) {
         if (!StagedUpdate::isProfileEntry(name) || present(newContents + name))
             continue;
-        if (!move(oldContents + name, newContents + name, error))
+        if (!ExclusiveRename::move(oldContents + name, newContents + name, error))
             return false;
         if (undo)
-            undo->append([=] { return move(newContents + name, oldContents + name, nullptr); });
+            undo->append([=] { return ExclusiveRename::move(newContents + name, oldContents + name, nullptr); });
     }
-    if (!move(paths.staging, paths.bundle, error))
+    if (!ExclusiveRename::move(paths.staging, paths.bundle, error))
         return false;
     if (undo)
-        undo->append([paths] { return move(paths.bundle, paths.staging, nullptr); });
+        undo->append([paths] { return ExclusiveRename::move(paths.bundle, paths.staging, nullptr); });
     return true;
 }
 
