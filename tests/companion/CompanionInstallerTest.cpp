@@ -71,24 +71,5 @@ TEST(CompanionInstaller, InstallsExtensionManifestAndHost)
         EXPECT_EQ(document["path"_L1].toString(), host);
         EXPECT_EQ(contentsOrMarker(host), contentsOrMarker(fixture.resources() + u"/sorvanemessaginghost"_s));
         EXPECT_TRUE(QFileInfo(host).isExecutable());
-        const QString log = fixture.test().log().join(u'\n');
-        EXPECT_TRUE(log.contains(manifest) && log.contains(host)) << qPrintable(log);
-    }
-}
-
-TEST(CompanionInstaller, SerialisesContainersOnly)
-{
-    TestContext test;
-    EXPECT_EQ(CompanionInstaller::jsonStringWithData(
-                  QVariantMap{{u"b"_s, 1}, {u"a"_s, QVariantList{u"é"_s, true}}}),
-              QByteArray(R"({"a":["é",true],"b":1})"));
-    EXPECT_EQ(CompanionInstaller::jsonStringWithData(QVariantList{}), "[]");
-    EXPECT_TRUE(test.log().isEmpty());
-    for (const QVariant &value : {QVariant(u"text"_s), QVariant(42), QVariant()}) {
-        test.clearLog();
-        EXPECT_EQ(CompanionInstaller::jsonStringWithData(value), "[]");
-        ASSERT_EQ(test.log().size(), 1);
-        EXPECT_TRUE(test.log().first().startsWith(u"+[SNUpdaterHelper jsonStringWithData:]: error: "_s))
-            << qPrintable(test.log().first());
     }
 }

@@ -17,7 +17,6 @@ TEST(BrowserCatalogue, TypeKeysFollowTheNumberAndUnknownMeansGoogleChrome)
     for (int number : {-1, 8, 42}) {
         EXPECT_EQ(BrowserCatalogue::typeKeyForNumber(number), QStringLiteral("chrome"));
         EXPECT_EQ(BrowserCatalogue::bundleIdForNumber(number), QStringLiteral("com.google.Chrome"));
-        EXPECT_EQ(BrowserCatalogue::logLabelForNumber(number), QStringLiteral("Chrome"));
     }
     for (const char *key : {"", "firefox", "Chrome", "BRAVE"})
         EXPECT_EQ(BrowserCatalogue::numberForTypeKey(QString::fromUtf8(key)), 0) << key;

@@ -1,5 +1,3 @@
-#include "core/Ids.h"
-#include "core/LaunchServices.h"
 #include "core/NotificationCenter.h"
 #include "core/Trash.h"
 #include "core/UserDefaults.h"
@@ -10,7 +8,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -28,16 +25,6 @@ TEST(Context, StaysInsideItsTemporaryFolders)
 
     test.context().defaults().setValue(QStringLiteral("applicationsPath"), QStringLiteral("/chosen"));
     EXPECT_EQ(test.context().applicationsFolder(), QStringLiteral("/chosen"));
-}
-
-TEST(Ids, HaveTheirFixedShapes)
-{
-    const QRegularExpression registry(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"));
-    const QRegularExpression unique(QStringLiteral("^[0-9a-f]{32}$"));
-    const QString a = Ids::newRegistryId();
-    EXPECT_TRUE(registry.match(a).hasMatch()) << qPrintable(a);
-    EXPECT_TRUE(unique.match(Ids::newUniqueId()).hasMatch());
-    EXPECT_NE(a, Ids::newRegistryId());
 }
 
 TEST(NotificationCenter, DeliversOnItsOwnThreadWhoeverPosts)
@@ -91,11 +78,4 @@ TEST(Trash, RefusesWhatIsNotThereAndNamesTooLongForItsRecords)
         EXPECT_EQ(error.isEmpty(), row.moved);
         EXPECT_EQ(QFileInfo::exists(path), row.create && !row.moved);
     }
-}
-
-TEST(LaunchServices, LogsTheFixedFailureLineWhereThereIsNoRegistry)
-{
-    TestContext test;
-    EXPECT_FALSE(LaunchServices::refreshRegistration(QStringLiteral("/Apps/My App.app")));
-    EXPECT_EQ(test.log(), QStringList{QStringLiteral("LSRegisterURL failed for /Apps/My App.app with status -1")});
 }

@@ -1,9 +1,8 @@
-#include "core/SNEditorItem.h"
+#include "core/AppDefinition.h"
 #include "core/WebAddress.h"
 
 #include "support/TestContext.h"
 
-#include <QDir>
 #include <QImage>
 
 #include <gtest/gtest.h>
@@ -68,37 +67,6 @@ INSTANTIATE_TEST_SUITE_P(
                       BadField{"defaultDestination", QStringLiteral("default")},
                       BadField{"appIcon", QStringLiteral("missing.png")}, BadField{"appIcon", QByteArray("not an image")},
                       BadField{"appIcon", 5}));
-
-TEST(SNEditorItem, InitWithDictionary)
-{
-    TestContext test;
-    const QString bundle = test.root() + QStringLiteral("/Mail.app");
-    QDir().mkpath(bundle);
-    const QVariantMap definition{{QStringLiteral("appName"), QStringLiteral("Mail")}};
-
-    auto item = SNEditorItem::initWithDictionary({{QStringLiteral("appItem"), definition},
-                                                  {QStringLiteral("appId"), QStringLiteral("ID-1")},
-                                                  {QStringLiteral("path"), bundle},
-                                                  {QStringLiteral("browser"), QStringLiteral("helium")}});
-    ASSERT_TRUE(item);
-    EXPECT_TRUE(item->installed);
-    EXPECT_EQ(item->browserName(), QStringLiteral("Helium"));
-    EXPECT_EQ(item->appItem.appName, QStringLiteral("Mail"));
-
-    item = SNEditorItem::initWithDictionary({{QStringLiteral("appItem"), definition},
-                                             {QStringLiteral("appId"), QStringLiteral("ID-2")},
-                                             {QStringLiteral("path"), QString(test.root() + QStringLiteral("/Gone.app"))},
-                                             {QStringLiteral("browser"), QStringLiteral("unknown")}});
-    ASSERT_TRUE(item);
-    EXPECT_FALSE(item->installed);
-    EXPECT_EQ(item->browserName(), QStringLiteral("Google Chrome"));
-
-    QString error;
-    EXPECT_FALSE(SNEditorItem::initWithDictionary(QVariantMap{{QStringLiteral("appId"), QStringLiteral("X")}}, &error));
-    EXPECT_TRUE(error.startsWith(QStringLiteral("appItem:")));
-    EXPECT_FALSE(SNEditorItem::initWithDictionary(QVariantMap{{QStringLiteral("appItem"), definition}}, &error));
-    EXPECT_TRUE(error.startsWith(QStringLiteral("appId:")));
-}
 
 // What a typed address is saved as when no site search has told its scheme, and what is tried.
 TEST(WebAddress, TypedAddressesGetAScheme)

@@ -4,33 +4,16 @@
 
 #include <gtest/gtest.h>
 
-struct BoolCase
+TEST(UserDefaults, BooleansReadLikeTheMacDefaultsStore)
 {
-    QVariant value;
-    bool expected;
-};
-
-void PrintTo(const BoolCase &c, std::ostream *os)
-{
-    PrintTo(c.value, os);
+    const std::pair<QVariant, bool> rows[] = {
+        {QStringLiteral("YES"), true}, {QStringLiteral("yes"), true}, {QStringLiteral("NO"), false},
+        {QStringLiteral("true"), true}, {QStringLiteral("false"), false}, {QStringLiteral("1"), true},
+        {QStringLiteral("0"), false}, {QStringLiteral("2"), true}, {QStringLiteral(""), false},
+        {QStringLiteral("maybe"), false}, {true, true}, {false, false}, {1, true}, {0, false}, {QVariant(), false}};
+    for (const auto &[value, expected] : rows)
+        EXPECT_EQ(UserDefaults::toBool(value), expected) << qPrintable(value.toString());
 }
-
-using UserDefaultsBool = ::testing::TestWithParam<BoolCase>;
-
-TEST_P(UserDefaultsBool, ReadsLikeTheMacDefaultsStore)
-{
-    EXPECT_EQ(UserDefaults::toBool(GetParam().value), GetParam().expected) << qPrintable(GetParam().value.toString());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, UserDefaultsBool,
-    ::testing::Values(BoolCase{QStringLiteral("YES"), true}, BoolCase{QStringLiteral("yes"), true},
-                      BoolCase{QStringLiteral("NO"), false}, BoolCase{QStringLiteral("true"), true},
-                      BoolCase{QStringLiteral("false"), false}, BoolCase{QStringLiteral("1"), true},
-                      BoolCase{QStringLiteral("0"), false}, BoolCase{QStringLiteral("2"), true},
-                      BoolCase{QStringLiteral(""), false}, BoolCase{QStringLiteral("maybe"), false},
-                      BoolCase{true, true}, BoolCase{false, false}, BoolCase{1, true}, BoolCase{0, false},
-                      BoolCase{QVariant(), false}));
 
 TEST(UserDefaults, PersistentValuesWinOverRegisteredOnesAndSurviveReopening)
 {

@@ -1,12 +1,11 @@
 // App sets through the dialogs: the ticked apps go to a file, and that file makes them again in
-// another home; a file that is not an app set says so.
+// another home. Files that are no app set are refused in tests/cli/AppSetsTest.cpp.
 
 #include "DesktopHarness.h"
 
 #include "core/PropertyList.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
 
@@ -49,25 +48,4 @@ TEST(AppSets, ExportedAppsComeBackThroughImport)
     EXPECT_TRUE(QDir(other.bundle(u"Mail"_s)).exists());
     ASSERT_TRUE(DesktopHarness::waitFor([&other] { return other.find(u"app:Mail"_s) != nullptr; }));
     EXPECT_EQ(other.find(u"app:Notes"_s), nullptr);
-}
-
-TEST(AppSets, AFileThatIsNoAppSetIsRefused)
-{
-    QTemporaryDir files;
-    const QString path = files.filePath(u"apps_config.sorvane"_s);
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("not a property list");
-    file.close();
-
-    DesktopHarness app;
-    ASSERT_TRUE(app.load());
-    app.find(u"importAction"_s)->setProperty("fileUrl", QUrl::fromLocalFile(path));
-    QString why;
-    ASSERT_TRUE(app.click(u"importButton"_s, &why)) << why.toStdString();
-    const QStringList shown = app.shownAlert();
-    ASSERT_EQ(shown.size(), 3);
-    EXPECT_EQ(shown.at(0), u"Error"_s);
-    EXPECT_TRUE(shown.at(1).startsWith(u"Invalid App Config File"_s)) << shown.at(1).toStdString();
-    EXPECT_TRUE(QDir(app.appsFolder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
 }

@@ -83,7 +83,8 @@ INSTANTIATE_TEST_SUITE_P(
                       RowCase{"ShortAddress", u"Mail"_s, u"a.bc"_s,
                               u"Row 2: the address needs at least 6 characters."_s},
                       RowCase{"NotAWebAddress", u"Mail"_s, u"ftp://files.example.com"_s, u"Row 2: appURL…"_s},
-                      RowCase{"Good", u"Mail"_s, u"mail.example.com"_s, {}}),
+                      RowCase{"Good", u"Mail"_s, u"mail.example.com"_s, {}},
+                      RowCase{"SameNameTwice", u"First"_s, u"second.example.com"_s, {}}),
     [](const auto &row) { return std::string(row.param.label); });
 
 TEST(BulkPage, CreateAllMakesEveryRowAndKeepsTheOnesThatFailed)

@@ -1,6 +1,6 @@
-// A person's first session, through the windows only: the first app made with the wizard (its
-// name and icon found from the site), listed on the home screen, renamed in the editor,
-// duplicated, and deleted, with its bundle, registry record and menu entry.
+// A person's first session, through the windows only: from the empty home screen, the first app
+// made with the wizard (its name and icon found from the site), listed on the home screen, renamed
+// in the editor, duplicated, and deleted, with its bundle, registry record and menu entry.
 
 #include "DesktopHarness.h"
 
@@ -72,6 +72,8 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     QString error;
     ASSERT_TRUE(app.load(&error)) << error.toStdString();
     ASSERT_TRUE(isShown(app, u"emptyState"_s));
+    EXPECT_FALSE(isShown(app, u"appGrid"_s));
+    EXPECT_FALSE(app.find(u"exportButton"_s)->property("enabled").toBool());
 
     // Made: only the address is typed; the site names the app and gives its icon.
     ASSERT_TRUE(app.click(u"createFirstAppButton"_s));

@@ -1,5 +1,5 @@
-// The home screen as a person sees it: empty or filled, narrowed by search and filter, and an
-// app deleted (or not) through the alert's buttons.
+// The home screen as a person sees it: narrowed by search and filter, and used with the keyboard.
+// Empty, and deleting through the alert, are the desktop flow's (FlowTest.cpp).
 
 #include "DesktopHarness.h"
 
@@ -35,21 +35,6 @@ bool isVisible(const DesktopHarness &app, const QString &name)
 }
 
 } // namespace
-
-TEST(HomeScreen, WithoutAppsInvitesTheFirstOne)
-{
-    DesktopHarness app;
-    ASSERT_TRUE(app.load());
-    app.settle();
-    EXPECT_TRUE(isVisible(app, u"emptyState"_s));
-    EXPECT_FALSE(isVisible(app, u"appGrid"_s));
-    EXPECT_FALSE(app.find(u"exportButton"_s)->property("enabled").toBool());
-    QString why;
-    ASSERT_TRUE(app.click(u"createFirstAppButton"_s, &why)) << why.toStdString();
-    EXPECT_TRUE(app.shell().home().showingAppCreation());
-    EXPECT_NE(app.shell().home().wizard(), nullptr);
-    EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
-}
 
 struct NarrowingCase
 {
@@ -99,52 +84,6 @@ INSTANTIATE_TEST_SUITE_P(
                       NarrowingCase{"StandardAndSearch", u"te"_s, 1, {u"Notes"_s}},
                       NarrowingCase{"NothingMatches", u"zzz"_s, 0, {}}),
     [](const auto &row) { return std::string(row.param.label); });
-
-struct DeleteCase
-{
-    const char *label;
-    int button; // -1: Escape
-    bool gone;
-};
-
-class HomeScreenDelete : public ::testing::TestWithParam<DeleteCase>
-{
-};
-
-TEST_P(HomeScreenDelete, AsksWithTheAlertAndActsOnItsAnswer)
-{
-    const DeleteCase &c = GetParam();
-    DesktopHarness app;
-    app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
-    app.seedApp(u"Notes"_s, {u"https://notes.example.com/"_s});
-    ASSERT_TRUE(app.load());
-    app.settle();
-
-    QString why;
-    ASSERT_TRUE(app.click(u"appActions:Mail"_s, &why)) << why.toStdString();
-    app.settle();
-    AlertAnswer answer;
-    app.answerNextAlert(c.button, answer);
-    ASSERT_TRUE(app.click(u"deleteAction:Mail"_s, &why)) << why.toStdString();
-    app.settle();
-
-    ASSERT_TRUE(answer.answered);
-    EXPECT_EQ(answer.shown,
-              (QStringList{u"Delete Mail?"_s,
-                           u"This will permanently delete the app from your Applications folder. This action "
-                           "cannot be undone."_s,
-                           u"Delete"_s, u"Cancel"_s}));
-    EXPECT_EQ(QDir(app.bundle(u"Mail"_s)).exists(), !c.gone);
-    EXPECT_EQ(visibleTiles(app),
-              c.gone ? QStringList{u"Notes"_s} : (QStringList{u"Mail"_s, u"Notes"_s}));
-    EXPECT_TRUE(QDir(app.bundle(u"Notes"_s)).exists());
-    EXPECT_FALSE(isVisible(app, u"alertDialog"_s));
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, HomeScreenDelete,
-                         ::testing::Values(DeleteCase{"Confirmed", 0, true}, DeleteCase{"Cancelled", 1, false},
-                                           DeleteCase{"Escape", -1, false}),
-                         [](const auto &row) { return std::string(row.param.label); });
 
 TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
 {

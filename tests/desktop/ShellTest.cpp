@@ -1,30 +1,15 @@
-// The shell around the views: the main window loads clean, and questions wait for the view.
+// The shell around the views: questions wait for the view.
 
-#include "DesktopHarness.h"
-
-#include "desktop/DesktopShell.h"
 #include "desktop/DialogBroker.h"
 
 #include "core/Context.h"
 #include "core/Prompter.h"
 
-#include <QQuickWindow>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::Literals::StringLiterals;
-
-TEST(DesktopShell, MainWindowLoadsWithoutQmlWarnings)
-{
-    DesktopHarness app;
-    app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
-    QString error;
-    ASSERT_TRUE(app.load(&error)) << error.toStdString();
-    EXPECT_EQ(app.window()->title(), u"Sorvane"_s);
-    EXPECT_NE(app.find(u"homeScreen"_s), nullptr);
-    EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
-}
 
 TEST(DesktopShell, QuestionsWaitForTheViewsAnswerAndAreCancelledWithoutOne)
 {

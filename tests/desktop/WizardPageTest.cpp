@@ -182,7 +182,7 @@ TEST(WizardPage, TheBrowserStepListsTheInstalledEngines)
     EXPECT_TRUE(wizard.checked(expected.first()));
 }
 
-// The tabs editor comes with the tabbed switch; private mode turns tabs on and keeps them on.
+// The tabs editor comes with the tabbed switch; private mode turns tabs on, and they stay on.
 TEST(WizardPage, TabsFollowTheTabbedSwitchAndPrivateMode)
 {
     Wizard wizard;
@@ -206,6 +206,9 @@ TEST(WizardPage, TabsFollowTheTabbedSwitchAndPrivateMode)
     EXPECT_FALSE(wizard.item(u"tabbedSwitch"_s)->isEnabled());
     EXPECT_TRUE(wizard.visible(u"tabsEditor"_s));
     EXPECT_TRUE(wizard.visible(u"incognitoTabsNote"_s));
+    // Private mode turned off again leaves the tabs on.
+    wizard.click(u"incognitoSwitch"_s);
+    EXPECT_TRUE(wizard.checked(u"tabbedSwitch"_s));
 }
 
 // "Add several rules" turns a pasted list into one row per domain, in order.

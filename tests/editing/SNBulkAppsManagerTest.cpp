@@ -58,30 +58,6 @@ struct FakeSearch
 
 } // namespace
 
-TEST(SNBulkAppsManager, ValidatesEveryRowBeforeCreation)
-{
-    // clang-format off
-    const struct { const char *name; QList<AppDefinition> rows; bool urls; bool names; } cases[] = {
-        {"empty list", {}, true, true},
-        {"five-character address", {app(u"Mail"_s, u"https://mail.example.org/"_s), app(u"News"_s, u"a.b.c"_s)}, false, true},
-        {"six characters, whatever they are", {app(u"Mail"_s, u"#!?%$x"_s)}, true, true},
-        {"no address", {app(u"Mail"_s, {})}, false, true},
-        {"slash in a name", {app(u"Mail"_s, u"https://a.example/"_s), app(u"In/Out"_s, u"https://b.example/"_s)}, true, false},
-        {"no name", {app({}, u"https://a.example/"_s)}, true, false},
-        {"same name twice", {app(u"Mail"_s, u"https://a.example/"_s), app(u"Mail"_s, u"https://b.example/"_s)}, true, true},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        TestContext test;
-        SNBulkAppsManager manager(test.context());
-        for (const AppDefinition &row : c.rows)
-            manager.addApp(row);
-        EXPECT_EQ(manager.urlsAreValid(), c.urls);
-        EXPECT_EQ(manager.appNamesAreValid(), c.names);
-    }
-}
-
 TEST(SNBulkAppsManager, RemovingRowsRenumbersTheRest)
 {
     enum Action { RemoveFirst, RemoveSelected, RemoveAllButFirst, Reset };

@@ -1,6 +1,5 @@
 #include "support/TestContext.h"
 
-#include "core/PropertyList.h"
 #include "core/UserDefaults.h"
 #include "frontend/DestinationChoicesModel.h"
 #include "frontend/RoutingRulesModel.h"
@@ -14,7 +13,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 using Action = WizardRoutingRule::Action;
-using Kind = RoutingDestination::Kind;
 
 QVariantMap map(std::initializer_list<std::pair<QString, QVariant>> pairs)
 {
@@ -22,12 +20,6 @@ QVariantMap map(std::initializer_list<std::pair<QString, QVariant>> pairs)
     for (const auto &[key, value] : pairs)
         result.insert(key, value);
     return result;
-}
-
-void writeBundle(const QString &path, const QVariantMap &plist)
-{
-    QDir().mkpath(path + u"/Contents"_s);
-    ASSERT_TRUE(PropertyList::writeFile(path + u"/Contents/Info.plist"_s, plist));
 }
 
 } // namespace
@@ -119,54 +111,6 @@ TEST(RoutingRulesModel, AddsSeveralRulesAndKeepsTheirOrder)
     model.sendTo(1, brave);
     EXPECT_EQ(model.rules().at(1).action, Action::Route);
     EXPECT_EQ(chosen(1), brave);
-}
-
-// A chosen bundle is one of Sorvane's apps or a browser, named as the desktop names it.
-TEST(RoutingDestination, ComesFromAChosenBundle)
-{
-    TestContext test;
-    struct Case
-    {
-        const char *name;
-        QString folder;
-        QVariantMap plist;
-        std::optional<RoutingDestination> expected;
-    };
-    const QString root = test.root();
-    const QList<Case> cases{
-        {"an app of ours", u"Chat.app"_s, map({{u"SorvaneApp"_s, true}, {u"CFBundleName"_s, u"Chat"_s}}),
-         RoutingDestination::sorvaneApp(root + u"/Chat.app"_s, u"Chat"_s)},
-        {"display name first", u"Brave Browser.app"_s,
-         map({{u"CFBundleIdentifier"_s, u"com.brave.Browser"_s}, {u"CFBundleDisplayName"_s, u"Brave"_s},
-              {u"CFBundleName"_s, u"Brave Browser"_s}}),
-         RoutingDestination::browser(u"com.brave.Browser"_s, u"Brave"_s)},
-        {"file name last", u"Web.app"_s, map({{u"CFBundleIdentifier"_s, u"org.example.web"_s}}),
-         RoutingDestination::browser(u"org.example.web"_s, u"Web"_s)},
-        {"no identifier", u"Odd.app"_s, map({{u"CFBundleName"_s, u"Odd"_s}}), std::nullopt},
-        {"not a bundle", u"Empty.app"_s, {}, std::nullopt},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        const QString path = root + u'/' + c.folder;
-        if (c.plist.isEmpty())
-            QDir().mkpath(path);
-        else
-            writeBundle(path, c.plist);
-        QString error;
-        const std::optional<RoutingDestination> destination = RoutingDestination::fromBundle(path, &error);
-        EXPECT_EQ(destination, c.expected);
-        EXPECT_EQ(error.isEmpty(), c.expected.has_value()) << qPrintable(error);
-    }
-
-    // The choices list offers it once, however often it is picked.
-    DestinationChoicesModel choices(test.context());
-    const int before = choices.count();
-    const int row = choices.addBundle(root + u"/Chat.app"_s);
-    EXPECT_EQ(choices.addBundle(root + u"/Chat.app"_s), row);
-    EXPECT_EQ(choices.count(), before + 1);
-    EXPECT_EQ(choices.destinationAt(row).kind, Kind::SorvaneApp);
-    EXPECT_EQ(choices.addBundle(root + u"/Empty.app"_s), -1);
-    EXPECT_FALSE(choices.lastError().isEmpty());
 }
 
 // The default browser and the app itself come first, then the installed browsers by name.

@@ -147,32 +147,6 @@ TEST(SorvaneSettingsStore, InstalledBrowsersFollowTheConfiguredFileOrTheDefaultL
     }
 }
 
-TEST(SorvaneSettingsStore, ChangingAndResettingAPathRefreshesTheInstalledBrowsers)
-{
-    TestContext test;
-    const QMap<QString, QString> locations = localDefaults(test.root());
-    const QString engine = test.root() + u"/elsewhere/vivaldi"_s;
-    writeFile(engine, "#!/bin/sh\n", QFileDevice::ExeOwner);
-    SorvaneSettingsStore store(test.context(), locations);
-    QSignalSpy installed(&store, &SorvaneSettingsStore::installedBrowsersChanged);
-    QSignalSpy paths(&store, &SorvaneSettingsStore::browserPathsChanged);
-    Posts saved(test.context());
-
-    ASSERT_TRUE(store.setBrowserPath(6, engine));
-    EXPECT_EQ(store.vivaldiPath(), engine);
-    EXPECT_EQ(store.installedBrowsers(), QList<int>{6});
-    EXPECT_EQ(test.context().defaults().stringForKey(u"vivaldiPath"_s), engine);
-    EXPECT_EQ(saved.settingsPosts(), 1);
-
-    // The default location holds nothing, so the browser is no longer installed.
-    ASSERT_TRUE(store.resetBrowserPath(6));
-    EXPECT_EQ(store.browserPath(6), locations.value(u"vivaldiPath"_s));
-    EXPECT_TRUE(store.installedBrowsers().isEmpty());
-    EXPECT_EQ(installed.count(), 2);
-    EXPECT_EQ(paths.count(), 2);
-    EXPECT_EQ(saved.settingsPosts(), 2);
-}
-
 TEST(SorvaneSettingsStore, BadInputIsRefusedAndChangesNothing)
 {
     TestContext test;
@@ -229,19 +203,6 @@ TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
         EXPECT_EQ(changed.count(), 1);
         EXPECT_EQ(saved.settingsPosts(), 1);
     }
-}
-
-TEST(SorvaneSettingsStore, EverySavePostsEvenWithoutAChange)
-{
-    TestContext test;
-    SorvaneSettingsStore store(test.context());
-    Posts saved(test.context());
-    store.saveSettings();
-    store.saveSettings();
-    EXPECT_EQ(saved.settingsPosts(), 2);
-    // Everything was written, the browser paths too.
-    EXPECT_TRUE(storedAs(test.context().defaults().value(u"defaultIconShape"_s), u"roundedSquare"_s));
-    EXPECT_TRUE(test.context().defaults().hasPersistentValue(u"heliumPath"_s));
 }
 
 TEST(SorvaneSettingsStore, ValuesChangedWhileLoadingAreNotSaved)

@@ -99,31 +99,19 @@ TEST(WizardStore, StartsFromTheUsersSettings)
         EXPECT_EQ(store.icon()->selectedIconShape(), c.shape);
         EXPECT_EQ(store.imports()->importCategories(), c.categories);
         EXPECT_EQ(store.draft()->appSaveLocation(), test.context().applicationsFolder());
-        // The three switches are written on the first run, and kept as they were otherwise.
-        for (const QString &key : {u"defaultRegisterAsBrowser"_s, u"defaultIncognitoMode"_s, u"defaultTabbedApps"_s})
-            EXPECT_TRUE(defaults.hasPersistentValue(key)) << qPrintable(key);
     }
 }
 
-TEST(WizardStore, FollowsSettingsChangesAndTheUsersSwitches)
+TEST(WizardStore, FollowsSettingsChanges)
 {
     TestContext test;
     Store store(test.context());
     WizardDraft &draft = *store.draft();
-    QSignalSpy tabbed(&draft, &WizardDraft::isTabbedAppChanged);
     test.context().defaults().setValue(u"defaultTabbedApps"_s, true);
     test.context().defaults().setValue(u"applicationsPath"_s, u"/srv/apps"_s);
     test.context().notifications().post(NotificationNames::SorvaneSettingsChanged);
     EXPECT_TRUE(draft.isTabbedApp());
     EXPECT_EQ(draft.appSaveLocation(), u"/srv/apps"_s);
-    EXPECT_GE(tabbed.count(), 1);
-
-    // Incognito chosen by hand turns tabs on; turning it off leaves tabs as they are.
-    ASSERT_TRUE(draft.setProperty("isTabbedApp", false));
-    ASSERT_TRUE(draft.setProperty("enableIncognito", true));
-    EXPECT_TRUE(draft.isTabbedApp());
-    ASSERT_TRUE(draft.setProperty("enableIncognito", false));
-    EXPECT_TRUE(draft.isTabbedApp());
 }
 
 // What a user does in the wizard ends in an app that reads back as they made it; the editor on

@@ -51,9 +51,3 @@ INSTANTIATE_TEST_SUITE_P(
                    R"({"browser":{"show_home_button":true,"theme":{"color_scheme":2}},"homepage":"x"})"},
         AccentCase{"notHexIsNone", u"#1E90FG"_s, "not json", R"({"browser":{"theme":{}}})"}),
     [](const auto &p) { return std::string(p.param.label); });
-
-TEST(Accent, HexStringIsUpperCaseRgb)
-{
-    EXPECT_EQ(SNChromePrefsHelper::hexStringFrom(QColor(30, 144, 255)), u"#1E90FF"_s);
-    EXPECT_EQ(SNChromePrefsHelper::hexStringFrom(QColor(0, 10, 171)), u"#000AAB"_s);
-}

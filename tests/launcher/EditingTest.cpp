@@ -15,7 +15,6 @@
 #include "editing/ProfileBackup.h"
 #include "editing/EditPlan.h"
 #include "editing/StagedEdit.h"
-#include "editing/SNExporter.h"
 #include "generation/AppConfigFile.h"
 #include "generation/SNAppScriptHelper.h"
 #include "support/TestContext.h"
@@ -324,31 +323,6 @@ TEST(EngineSwitch, SwitchingBackRestoresTheFirstProfileExactly)
     EXPECT_FALSE(backups.exists(u"brave"_s));
     QFile::remove(app.profile() + u"/SingletonLock"_s);
     EXPECT_EQ(app.start().exitCode, 0);
-}
-
-// The file-only export writes a bundle registered under two ids once; the chosen-apps export of
-// a one-address app has that address and no tab list; a name without the extension gets it.
-TEST(AppSetExport, OneEntryPerBundleAndTheAddressesOfItsBundle)
-{
-    TestContext test;
-    GeneratedApp app(test, {.name = u"Mail"_s});
-    const QString secondId = u"00000000-0000-0000-0000-000000000002"_s;
-    ASSERT_TRUE(SNAppTracker(test.context()).updateAppTracker(secondId, app.bundle()));
-    QFile::copy(configPath(test.context(), app.appId()),
-                configPath(test.context(), secondId));
-    SNExporter exporter(test.context());
-    EXPECT_EQ(exporter.exportConfig().size(), 1);
-
-    const QVariantMap chosen = exporter.exportConfig(exporter.rows());
-    ASSERT_EQ(chosen.size(), 1);
-    const QVariantMap entry = chosen.first().toMap();
-    EXPECT_EQ(entry.value(u"appURL"_s), u"https://app.example.test/"_s);
-    EXPECT_EQ(entry.value(u"tabList"_s).toStringList(), QStringList{});
-    EXPECT_EQ(entry.value(u"appName"_s), u"Mail"_s);
-    QString error;
-    EXPECT_EQ(SNExporter::save(chosen, test.root() + u"/apps"_s, &error), test.root() + u"/apps.sorvane"_s);
-    EXPECT_EQ(QJsonValue::fromVariant(PropertyList::readFile(test.root() + u"/apps.sorvane"_s)),
-              QJsonValue::fromVariant(chosen));
 }
 
 namespace {

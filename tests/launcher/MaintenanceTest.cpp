@@ -1,8 +1,7 @@
 // Keeping generated apps alive, on real bundles started through their launch programs with the
 // recording fake engine: regeneration keeps every byte of the profile and an app that still
 // starts, refuses what is not Sorvane's or is running; the migration off the legacy companion
-// folder; automatic updates behind their hour gate; a start whose browser is gone says so; every
-// kind of app reads back from its bundle; the list model.
+// folder; automatic updates behind their hour gate; a start whose browser is gone says so.
 
 #include "GeneratedApp.h"
 
@@ -11,14 +10,12 @@
 #include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
 #include "generation/AppConfigFile.h"
-#include "core/NotificationCenter.h"
-#include "maintenance/SNAutoUpdateManager.h"
 #include "maintenance/AppList.h"
+#include "maintenance/SNAutoUpdateManager.h"
 #include "maintenance/SNUpdaterHelper.h"
 #include "maintenance/UpdateAppsJob.h"
 #include "support/TestContext.h"
 
-#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
@@ -345,13 +342,6 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     // Within the hour nothing runs, even with an app still outdated.
     test.setNow(now.addSecs(60 * 60 - 1));
     EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::TooSoon);
-
-    // The notice comes once, after the first-run setup; turning updates off there sticks.
-    EXPECT_FALSE(manager.showAutomaticUpdatesNoticeIfNeeded(false));
-    EXPECT_TRUE(manager.showAutomaticUpdatesNoticeIfNeeded(true));
-    EXPECT_FALSE(manager.showAutomaticUpdatesNoticeIfNeeded(true));
-    manager.answerNotice(false);
-    EXPECT_FALSE(SNAutoUpdateManager::isAutomaticUpdatesEnabled(test.context()));
 }
 
 // An app whose browser was removed says why it cannot start, in its log, and a second start
@@ -378,86 +368,4 @@ TEST(MissingEngine, EveryStartReportsItAtOnce)
             << lines.last().constData();
     }
     EXPECT_TRUE(app.engineStarts().isEmpty());
-}
-
-// Every browser, tabbed or not, incognito or not, routed or not, with names and addresses that
-// pose as script text: the bundle reads back as it was defined, before and after regeneration.
-TEST(ReadBack, EveryKindOfAppReadsBackFromItsBundleBeforeAndAfterRegeneration)
-{
-    TestContext test;
-    const QStringList browsers{u"chrome"_s, u"canary"_s, u"brave"_s,    u"edge"_s,
-                               u"opera"_s,  u"chromium"_s, u"vivaldi"_s, u"helium"_s};
-    const QStringList names{u"Mail"_s, u"HOMEPAGE=x NEEDTAB=0"_s, u"It's \"$x\" `y` \\ z"_s, u"--app=evil"_s};
-    const QStringList tabs{u"https://a.example.test/TABS=1"_s, u"https://b.example.test/?q=incognito&x=\"1\""_s};
-    int made = 0;
-    for (const QString &browser : browsers) {
-        for (int kind = 0; kind < 8; ++kind) {
-            const bool tabbed = kind & 1, incognito = kind & 2, routing = kind & 4;
-            // Creation stores addresses in their encoded form: the quote becomes %22.
-            QStringList storedTabs = tabs;
-            storedTabs.last().replace(u"\""_s, u"%22"_s);
-            AppTraits traits{.name = names.at(made % names.size()) + u' ' + QString::number(made),
-                             .typeKey = browser,
-                             .url = tabbed ? tabs.first() : u"https://mail.example.test/--load-extension=x"_s,
-                             .tabbed = tabbed,
-                             .tabs = tabbed ? tabs : QStringList{},
-                             .incognito = incognito,
-                             .routing = routing};
-            ++made;
-            SCOPED_TRACE(qPrintable(browser + u' ' + traits.name));
-            GeneratedApp app(test, traits);
-            const QVariantMap expected{{u"appName"_s, traits.name},
-                                       {u"isTabs"_s, tabbed},
-                                       {u"appURL"_s, traits.url},
-                                       {u"tabs"_s, tabbed ? storedTabs : QStringList{}},
-                                       {u"incognito"_s, incognito},
-                                       {u"browserType"_s, browser},
-                                       {u"shouldIncludeWLExt"_s, routing || browser == u"helium"_s},
-                                       {u"appID"_s, app.appId()}};
-            EXPECT_EQ(SNUpdaterHelper::appInfo(app.bundle()), expected);
-            ASSERT_TRUE(SNUpdaterHelper::updateApp(test.context(), app.bundle()));
-            EXPECT_EQ(SNUpdaterHelper::appInfo(app.bundle()), expected);
-        }
-    }
-}
-
-// The list model follows the registry: it reloads when told the registry changed, and a row
-// taken out is gone from the model only. A row opens for editing with its stored definition.
-TEST(AppList, FollowsTheRegistryAndOpensRowsForEditing)
-{
-    TestContext test;
-    GeneratedApp mail(test, {.name = u"Mail"_s, .dark = true, .routing = true});
-    AppList list(test.context());
-    int loads = 0;
-    test.context().notifications().addObserver(u"AppItemsDidLoad"_s, &list, [&](const QVariantMap &) { ++loads; });
-    ASSERT_EQ(list.rowCount(), 1);
-    const QModelIndex row = list.index(0);
-    EXPECT_EQ(row.data(AppList::NameRole), u"Mail"_s);
-    EXPECT_EQ(row.data(AppList::AppIdRole), mail.appId());
-    EXPECT_EQ(list.roleNames().value(AppList::BrowserNameRole), "browserName");
-
-    GeneratedApp chat(test, {.name = u"Chat"_s, .tabbed = true, .tabs = {u"https://chat.example.test/"_s}});
-    // Creation posted "AppUpdateNotification"; the list reloads on the next turn of the loop.
-    ASSERT_TRUE(waitFor([&] {
-        QCoreApplication::processEvents();
-        return list.rowCount() == 2;
-    }));
-    EXPECT_GE(loads, 1);
-    const SNAppItem chatItem = list.appItems().at(list.appItems().at(0).name == u"Chat"_s ? 0 : 1);
-    EXPECT_EQ(chatItem.type, u"Tabbed app"_s);
-    EXPECT_EQ(chatItem.urls, QStringList{u"https://chat.example.test/"_s});
-
-    const SNEditorItem editing = AppList::editorItem(test.context(), list.appItems().at(
-        list.appItems().at(0).name == u"Mail"_s ? 0 : 1));
-    EXPECT_EQ(editing.appId, mail.appId());
-    EXPECT_TRUE(editing.installed);
-    EXPECT_EQ(editing.browser, u"chromium"_s);
-    EXPECT_TRUE(editing.appItem.isWhitelistingEnabled);
-    EXPECT_TRUE(editing.appItem.forceDarkMode);
-    EXPECT_EQ(editing.appItem.appURL, u"https://app.example.test/"_s);
-
-    list.removeAppItem(mail.appId());
-    EXPECT_EQ(list.rowCount(), 1);
-    EXPECT_TRUE(QFileInfo::exists(mail.bundle()));
-    EXPECT_TRUE(SNAppTracker(test.context()).getTracker().contains(mail.appId()));
 }

@@ -202,40 +202,8 @@ TEST(WholeStartWhileRunning, BringsForwardOrHandsTheLinkOver)
     }
 }
 
-// The last open tabs come back unless restore.json says "false" or there are none; the files
-// are consumed either way.
-TEST(WholeStartTabs, RestoresTheLastTabsUnlessTurnedOff)
-{
-    struct Case
-    {
-        const char *label;
-        QStringList lastTabs; // saved into a tabs-*.json when not empty
-        QByteArray restoreFile;
-        QStringList expectedTabs;
-    };
-    const QStringList configured{u"https://a.example.test/"_s};
-    const QList<Case> cases{
-        {"restored", {u"https://x.example.test/\\/p"_s, u"https://y.example.test/"_s}, {}, {u"https://x.example.test//p"_s, u"https://y.example.test/"_s}},
-        {"restore_off", {u"https://x.example.test/"_s}, "{\"restore\": false}\n", configured},
-        {"nothing_saved", {}, {}, configured},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.label);
-        TestContext test;
-        GeneratedApp app(test, {.name = u"Tabs"_s, .tabbed = true, .tabs = configured});
-        if (!c.lastTabs.isEmpty())
-            writeLastTabs(app, u"tabs-1.json"_s, c.lastTabs);
-        if (!c.restoreFile.isNull())
-            writeExecutable(app.resources() + u"/restore.json"_s, c.restoreFile);
-
-        ASSERT_EQ(app.start().exitCode, 0);
-        const QList<EngineStart> starts = app.engineStarts();
-        ASSERT_EQ(starts.size(), 1);
-        EXPECT_EQ(starts[0].arguments, c.expectedTabs + QStringList({u"--args"_s, Profile, Flags}));
-        EXPECT_EQ(tabsFiles(app), QStringList());
-    }
-}
-
+// Restoring the last tabs, or not, is proved with a real engine in tests/e2e/tabs.test.js; saved
+// tabs are consumed whichever way the app starts.
 TEST(WholeStartTabs, EmptyTabListStartsInTheNoTabsMode)
 {
     TestContext test;

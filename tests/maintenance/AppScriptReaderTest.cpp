@@ -1,7 +1,6 @@
 // Reading apps back from launcher scripts: the forms older generators wrote, values that pose as
-// markers, and scripts cut and scrambled at random. Today's scripts are read back from real
-// bundles of every browser and kind in tests/launcher/MaintenanceTest.cpp (ReadBack) and with
-// hostile names in tests/generation/SNAppScriptHelperTest.cpp.
+// markers, and scripts cut and scrambled at random. Today's scripts of every browser and kind,
+// and with hostile names, are read back in tests/generation/SNAppScriptHelperTest.cpp.
 
 #include "maintenance/AppScriptReader.h"
 
