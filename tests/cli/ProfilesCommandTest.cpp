@@ -84,7 +84,7 @@ TEST(ProfilesCommand, OffersExtensionsAndCreateTakesOverExactlyTheChosenOne)
     }
 }
 
-TEST(CreateCommand, ImportedDataLandsInTheProfileAndTheAppStarts)
+TEST(CreateCommand, ImportedDataLandsInTheProfile)
 {
     Home home;
     const QString userData = installChromiumProfiles(home);
@@ -111,15 +111,6 @@ TEST(CreateCommand, ImportedDataLandsInTheProfileAndTheAppStarts)
         EXPECT_EQ(readAll(profile + copied), readAll(userData + u"/Default/"_s + copied)) << copied.toStdString();
     EXPECT_EQ(QJsonDocument::fromJson(readAll(profile + u"Preferences"_s))[u"homepage"_s].toString(),
               u"https://example.org/"_s);
-
-    QFile::remove(bundle + u"/Contents/Profile/First Run"_s); // no store window later
-    const CliRun start = CliSandbox::run(bundle + u"/Contents/MacOS/Mail"_s, {}, home.environment);
-    EXPECT_EQ(start.exitCode, 0) << start.err.constData();
-    const QStringList records = QDir(home.records).entryList({u"*.args"_s}, QDir::Files);
-    ASSERT_EQ(records.size(), 1);
-    const QList<QByteArray> arguments = readAll(home.records + u'/' + records.constFirst()).split('\0');
-    EXPECT_TRUE(arguments.contains("--user-data-dir=./../Profile"));
-    EXPECT_TRUE(arguments.contains("--app=https://mail.example.org/"));
 }
 
 // The bulk list's checks run over the whole list before anything is written.

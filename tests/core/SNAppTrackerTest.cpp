@@ -107,16 +107,6 @@ TEST(SNAppTracker, MissingOrCorruptTrackerReadsEmptyAndIsReplacedByTheNextWrite)
     }
 }
 
-TEST(SNAppTracker, HasTrackedAppsOnlyWithARecordWhoseBundleExists)
-{
-    TestContext test;
-    SNAppTracker tracker(test.context());
-    ASSERT_TRUE(tracker.updateAppTracker(u"A"_s, test.home() + u"/gone.app"_s));
-    EXPECT_FALSE(tracker.hasTrackedSorvaneApps());
-    ASSERT_TRUE(tracker.updateAppTracker(u"B"_s, test.home())); // after "A": every record counts, not just the first
-    EXPECT_TRUE(tracker.hasTrackedSorvaneApps());
-}
-
 // The fragment's text is part of the reviewed launcher scripts (tests/generation/SNAppScriptHelperTest.cpp).
 TEST(SNAppTracker, FragmentRunByBashStampsOnlyAnExistingTrackerAndRunsNothingFromItsPath)
 {

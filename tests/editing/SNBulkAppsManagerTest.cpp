@@ -1,13 +1,8 @@
 #include "editing/SNBulkAppsManager.h"
-#include "editing/SiteIconSearch.h"
-#include "support/LocalHttpServer.h"
 
 #include "core/UserDefaults.h"
 #include "support/TestContext.h"
 
-
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 
 #include <gtest/gtest.h>
 
@@ -159,29 +154,4 @@ TEST(SNBulkAppsManager, EachRowSearchesItsOwnIcon)
     search.pending.takeFirst()(square(32, qRgb(0, 255, 0)), u"https://news.example/"_s);
     EXPECT_EQ(names(manager), (QStringList{u"Mail"_s, u"Later"_s}));
     EXPECT_TRUE(manager.cell(1).bulkApp.appIcon.isNull());
-}
-
-// Wired to the web search, a row gets the icon its site serves (a loopback server here).
-TEST(SNBulkAppsManager, TheWebSearchFillsARowFromItsSite)
-{
-    TestContext test;
-    LocalHttpServer server;
-    server.serve(u"/"_s, {"<html><head><link rel=\"icon\" href=\"/i.png\"></head></html>", 200, "text/html"});
-    server.serve(u"/i.png"_s, {LocalHttpServer::icon(48), 200, "image/png"});
-    SiteIconSearch search;
-    SNBulkAppsManager manager(test.context());
-    manager.setFaviconSearch(search.function());
-    // Typed without a scheme: https does not answer on the plain server, http does.
-    manager.addApp(app(u"Site"_s, server.url().toString().mid(QStringLiteral("http://").size())));
-    const auto waitFor = [](const std::function<bool()> &condition) {
-        const QDeadlineTimer deadline(20000);
-        while (!condition() && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        return condition();
-    };
-    manager.fieldEditingEnded(0);
-    EXPECT_TRUE(waitFor([&] { return !manager.cell(0).iconBeingFetched; }));
-    EXPECT_EQ(manager.cell(0).bulkApp.appIcon.largestPixelSize(), QSize(48, 48));
-    EXPECT_EQ(manager.cell(0).bulkApp.appURL, server.url().toString());
-    EXPECT_TRUE(waitFor([&] { return search.running() == 0; }));
 }

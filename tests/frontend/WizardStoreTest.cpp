@@ -83,8 +83,6 @@ TEST(WizardStore, StartsFromTheUsersSettings)
          {{u"defaultRegisterAsBrowser"_s, true}, {u"defaultTabbedApps"_s, true}, {u"defaultIconShape"_s, u"circle"_s},
           {u"defaultImportCategories"_s, QStringList{u"history"_s, u"bookmarks"_s}}},
          true, false, true, u"circle"_s, {u"bookmarks"_s, u"history"_s}},
-        {"unknown values", {{u"defaultIconShape"_s, u"star"_s}, {u"defaultImportCategories"_s, QStringList{u"cookies"_s}}},
-         false, false, false, u"roundedSquare"_s, standard},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);

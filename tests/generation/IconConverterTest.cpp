@@ -83,14 +83,6 @@ INSTANTIATE_TEST_SUITE_P(
         ConvertCase{"nonSquareInItsWidthSlot", {solid(64, 32), solid(128, 300)}, 2, {64, 128, 256, 512}}),
     [](const auto &test) { return std::string(test.param.name); });
 
-// The widest, the tallest and the one with the most pixels (big) are three different representations.
-TEST(IconConverter, RefsSortByWidthThenTheMadeSquaresDrawnFromTheRepresentationWithTheMostPixels)
-{
-    const auto wide = solid(60, 10, Qt::red), big = solid(40, 20, Qt::blue), tall = solid(10, 50, Qt::cyan);
-    const QList<QImage> made{solid(256, 256, Qt::blue), solid(128, 128, Qt::blue), solid(512, 512, Qt::blue)};
-    EXPECT_EQ(IconConverter::refsFromImage(SNImage({wide, big, tall})), (QList{tall, big, wide} + made));
-}
-
 TEST(IconConverter, FailuresGiveCodeTwoAndTheirLogLineAndWriteNoFile)
 {
     TestContext test;
