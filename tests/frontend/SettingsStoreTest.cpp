@@ -67,10 +67,6 @@ TEST(SorvaneSettingsStore, AFreshDomainStartsFromTheDefaultsAndWritesTheThreeFla
         EXPECT_TRUE(defaults.hasPersistentValue(key)) << key.toStdString();
         EXPECT_TRUE(storedAs(defaults.value(key), false)) << key.toStdString();
     }
-    // Registered engine paths are taken as they are; the others start at their default location.
-    EXPECT_EQ(store.chromePath(), u"/opt/google/chrome/chrome"_s);
-    EXPECT_EQ(store.heliumPath(), u"/opt/helium/helium"_s);
-    EXPECT_EQ(store.bravePath(), u"/opt/brave.com/brave/brave"_s);
     EXPECT_FALSE(defaults.hasPersistentValue(u"chromePath"_s)); // loading is not saving
     // Loading good settings is nothing to report.
     EXPECT_EQ(test.log(), QStringList());
@@ -173,15 +169,12 @@ TEST(SorvaneSettingsStore, BadInputIsRefusedAndChangesNothing)
 
 TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
 {
+    // Which switch is kept under which key: the settings window's SettingsToggles.
     // clang-format off
     const struct { const char *name; QString property; QString key; QVariant value; QVariant stored; } cases[] = {
         {"folder", u"defaultSaveLocation"_s, u"applicationsPath"_s, u"/srv/apps"_s, u"/srv/apps"_s},
-        {"register as browser", u"defaultRegisterAsBrowser"_s, u"defaultRegisterAsBrowser"_s, true, true},
-        {"incognito", u"defaultIncognitoMode"_s, u"defaultIncognitoMode"_s, true, true},
         {"tabbed", u"defaultTabbedApps"_s, u"defaultTabbedApps"_s, true, true},
-        {"updates", u"automaticAppUpdates"_s, u"automaticAppUpdates"_s, false, false},
         {"shape", u"defaultIconShape"_s, u"defaultIconShape"_s, QVariant::fromValue(Shape::Square), u"square"_s},
-        {"import", u"defaultImportEnabled"_s, u"defaultImportEnabled"_s, true, true},
         {"categories", u"defaultImportCategories"_s, u"defaultImportCategories"_s, QStringList{u"history"_s}, QStringList{u"history"_s}},
     };
     // clang-format on

@@ -189,19 +189,13 @@ TEST(ProfileSeeder, ImportsChosenProfilesAndListsThemInLocalState)
         seeder.createProfiles(row.users, profileDirectory);
 
         const QByteArray localState = contentsOrMarker(profileDirectory + u"/Local State"_s);
-        EXPECT_TRUE(localState.contains("\n    "));
         const QString expected = uR"({"profile":{"info_cache":%1},%2})"_s.arg(row.infoCache, fre);
         EXPECT_EQ(QJsonDocument::fromJson(localState), QJsonDocument::fromJson(expected.toUtf8()));
-        ASSERT_FALSE(test.log().isEmpty());
-        EXPECT_TRUE(test.log().first().startsWith(u"usersArray:"_s));
         for (const SNProfileEntry &user : row.users) {
             const bool copied = row.copied.contains(user.profileKey);
             const QString copy = profileDirectory + u'/' + user.profileKey + u"/Preferences"_s;
             EXPECT_EQ(contentsOrMarker(copy), copied ? contentsOrMarker(browserFolder + user.profileKey + u"/Preferences"_s)
                                              : QByteArray("<unreadable>"));
-            const QString copyLine = QDir::cleanPath(browserFolder + user.profileKey);
-            EXPECT_EQ(test.log().contains(u"profileToCopyPath:%1 "_s.arg(copyLine)), copied);
-            EXPECT_EQ(test.log().contains(u"profile IMPORT:%1 "_s.arg(user.profileKey)), copied);
         }
     }
 }
