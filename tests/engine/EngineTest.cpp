@@ -1,5 +1,5 @@
 // The engine against the fake browsers of tests/fixtures/browsers: createEngine.sh in both of its
-// branches (the macOS one with a python-backed plutil), and its run at creation.
+// branches (the macOS one with a python-backed plutil), and the in-process route.
 
 #include "core/BrowserCatalogue.h"
 #include "core/PropertyList.h"
@@ -147,6 +147,7 @@ struct Family
 {
     const char *typeKey;
     const char *appName;
+    const char *executableLink; // the in-process route's link name
 };
 
 void PrintTo(const Family &family, std::ostream *out)
@@ -230,11 +231,56 @@ TEST_P(EngineFamily, ScriptClonesTheBrowserStaysPutAndFollowsItsUpdates)
     EXPECT_EQ(probe(app.engine), probe(browser));
 }
 
+TEST_P(EngineFamily, InProcessRouteBuildsTheInnerEngineBundle)
+{
+    App app(QLatin1String(GetParam().typeKey), u"Team \"Chat\""_s);
+    AppDefinition definition;
+    EngineBuilder manager(app.test.context(), definition, app.resources);
+    definition.appName = app.name;
+    definition.applicationType = app.browser.number;
+    // The generator's own lookup: Chromium goes through Google Chrome's setting and bundle.
+    const BrowserInfo &engineBrowser =
+        BrowserCatalogue::byNumber(app.browser.number == BrowserCatalogue::Chromium ? 0 : app.browser.number);
+    const QString from =
+        (&engineBrowser == &app.browser ? app.bundle : app.copyBrowser(engineBrowser)) + u"/Contents/"_s;
+    app.test.context().defaults().setValue(engineBrowser.settingsKey,
+                                           QString(from + u"MacOS/"_s + engineBrowser.browserName));
+    const QString to = u"%1/%2.app/Contents/"_s.arg(app.resources, app.browser.browserName);
+    ASSERT_EQ(manager.createInternalApplication(), std::nullopt);
+
+    const QString created = u"New directory created successfully."_s;
+    EXPECT_EQ(app.test.log(),
+              (QStringList{created, created, created, u"chromePath:"_s + BrowserCatalogue::enginePathForGenerator(definition.applicationType, app.test.context().defaults()),
+                           u"chromeContentPath:"_s + from, u"0:"_s + from, u"1:"_s + from, u"2:"_s + from,
+                           u"resourcesPath:"_s + from + u"Resources"_s,
+                           u"resourcesCopyPath:"_s + to + u"Resources"_s, u"copyFilesFromChrome 1.5"_s,
+                           u"copyFilesFromChrome 2"_s, u"copyFilesFromChrome 3"_s, u"copyFilesFromChrome 4"_s,
+                           u"3:"_s + from}));
+    const QString link = u"MacOS/"_s + QString::fromUtf8(GetParam().executableLink);
+    for (const QString &entry : {u"Versions"_s, u"PkgInfo"_s, u"Helpers"_s, u"_CodeSignature"_s, link}) {
+        EXPECT_TRUE(QFileInfo(to + entry).isSymLink()) << qPrintable(entry);
+        EXPECT_EQ(QFileInfo(to + entry).symLinkTarget(), from + entry);
+    }
+
+    // Without an icon the browser's icon keys stay; the updater and link keys go either way.
+    QJsonObject expected = plistJson(from + u"Info.plist"_s);
+    for (const char *key :
+         {"CFBundleURLTypes", "NSUserActivityTypes", "CFBundleDocumentTypes", "DTSDKBuild", "DTSDKName",
+          "DTXcode", "DTXcodeBuild", "KSChannelID-full", "KSProductID", "KSUpdateURL", "KSVersion"})
+        expected.remove(QLatin1String(key));
+    EXPECT_EQ(plistJson(to + u"Info.plist"_s), expected);
+    EXPECT_TRUE(expected.contains(u"CFBundleIconName"_s));
+}
+
 INSTANTIATE_TEST_SUITE_P(Browsers, EngineFamily,
-                         testing::Values(Family{"chrome", "Mail"}, Family{"canary", "My App"},
-                                         Family{"brave", "Say \"Hi\" $HOME"}, Family{"edge", "Back\\slash & <Co>"},
-                                         Family{"opera", "Ünïcödé Tëst"}, Family{"chromium", "It's `id` $(touch pwned)"},
-                                         Family{"vivaldi", "100% 'quoted'"}, Family{"helium", "a*b?[c] \\c"}),
+                         testing::Values(Family{"chrome", "Mail", "Google Chrome"},
+                                         Family{"canary", "My App", "Google Chrome Canary"},
+                                         Family{"brave", "Say \"Hi\" $HOME", "Brave Browser"},
+                                         Family{"edge", "Back\\slash & <Co>", "Microsoft Edge"},
+                                         Family{"opera", "Ünïcödé Tëst", "Opera"},
+                                         Family{"chromium", "It's `id` $(touch pwned)", "Google Chrome"},
+                                         Family{"vivaldi", "100% 'quoted'", "Vivaldi"},
+                                         Family{"helium", "a*b?[c] \\c", "Helium"}),
                          [](const testing::TestParamInfo<Family> &param) {
                              return std::string(param.param.typeKey);
                          });
@@ -378,4 +424,85 @@ TEST(EngineScript, RunsAtCreationAndOnlyWarnsWhenItFails)
     EXPECT_FALSE(EngineBuilder::runEngineScript(app.test.context(), app.resources, app.name, u"chromium"_s));
     EXPECT_EQ(app.test.log(),
               QStringList{u"Warning: engine creation exited with status 1 (will retry at first launch)"_s});
+}
+
+TEST(InProcessRoute, StringsRenameOnlyTheLinesOfTheirBrowserKeepingTheEncoding)
+{
+    // Per type, the display name and name whose lines are renamed; Canary, Chromium and unknown
+    // types search the Chrome lines.
+    const std::tuple<int, const char *, const char *> types[] = {
+        {BrowserCatalogue::Chrome, "Google Chrome", "Chrome"},
+        {BrowserCatalogue::Canary, "Google Chrome", "Chrome"},
+        {BrowserCatalogue::Brave, "Brave Browser", "Brave"},
+        {BrowserCatalogue::Edge, "Microsoft Edge", "Microsoft Edge"},
+        {BrowserCatalogue::Opera, "Opera", "Opera"},
+        {BrowserCatalogue::Chromium, "Google Chrome", "Chrome"},
+        {BrowserCatalogue::Vivaldi, "Vivaldi", "Vivaldi"},
+        {BrowserCatalogue::Helium, "Helium", "Helium"},
+        {42, "Google Chrome", "Chrome"}};
+    for (const auto &[type, displayName, shortName] : types) {
+        SCOPED_TRACE(type);
+        TestContext test;
+        AppDefinition definition;
+        EngineBuilder manager(test.context(), definition, QString());
+        definition.applicationType = type;
+        definition.appName = u"Ops \\ \"Desk\""_s;
+        QString text, expected;
+        const auto line = [&](const QString &key, const QString &value, const char *searched) {
+            text += u"%1 = \"%2\";\n"_s.arg(key, value);
+            expected += u"%1 = \"%2\";\n"_s.arg(
+                key, value == QLatin1String(searched) ? u"Ops \\\\ \\\"Desk\\\""_s : value);
+        };
+        for (const BrowserInfo &browser : BrowserCatalogue::all())
+            line(u"CFBundleDisplayName"_s, browser.browserName, displayName);
+        for (const char *name :
+             {"Chrome", "Chrome Canary", "Brave", "Microsoft Edge", "Opera", "Chromium", "Vivaldi", "Helium"})
+            line(u"CFBundleName"_s, QLatin1String(name), shortName);
+
+        const QString resources = test.root() + u"/Resources"_s;
+        const std::tuple<const char *, QStringConverter::Encoding, QString> files[] = {
+            {"en", QStringConverter::Utf16LE, u"fffe|"_s},
+            {"de", QStringConverter::Utf8, u"|"_s},
+            {"fr", QStringConverter::Utf16BE, u"feff|"_s}};
+        for (const auto &[language, encoding, mark] : files) {
+            QStringEncoder encoder(encoding, encoding == QStringConverter::Utf8
+                                                 ? QStringConverter::Flag::Default
+                                                 : QStringConverter::Flag::WriteBom);
+            writeFile(u"%1/%2.lproj/InfoPlist.strings"_s.arg(resources, QLatin1String(language)),
+                      encoder.encode(text));
+        }
+        QDir().mkpath(resources + u"/Other"_s);
+
+        ASSERT_EQ(manager.replaceChromeWithAppName(resources), std::nullopt);
+        for (const auto &[language, encoding, mark] : files)
+            EXPECT_EQ(readStrings(u"%1/%2.lproj/InfoPlist.strings"_s.arg(resources, QLatin1String(language))),
+                      mark + expected);
+    }
+}
+
+TEST(InProcessRoute, EachFailureEndsItsStep)
+{
+    App app(u"brave"_s, u"Mail"_s);
+    AppDefinition definition;
+    EngineBuilder manager(app.test.context(), definition, app.resources);
+    definition.appName = app.name;
+    definition.applicationType = BrowserCatalogue::Brave;
+    const QString from = app.bundle + u"/Contents/"_s;
+    const QString to = app.resources + u"/Inner.app/Contents/"_s;
+    QDir().mkpath(to);
+    ASSERT_EQ(manager.copyFilesFromChrome(from, to), std::nullopt);
+
+    // The resources are copied whole or not at all.
+    app.test.clearLog();
+    EXPECT_TRUE(manager.copyFilesFromChrome(from, to).has_value());
+    EXPECT_EQ(app.test.log().size(), 2);
+    // Links stop at the first one that cannot be made.
+    writeFile(to + u"Helpers"_s, "");
+    EXPECT_TRUE(manager.createSymlinkFromGoogleChrome(from, to).has_value());
+    EXPECT_TRUE(QFileInfo(to + u"PkgInfo"_s).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(to + u"_CodeSignature"_s));
+    // An existing inner bundle stops the whole route before the browser is looked at.
+    QDir().mkpath(app.resources + u"/Brave Browser.app"_s);
+    EXPECT_EQ(manager.createInternalApplication()->description,
+              u"Application already exists with that name."_s);
 }

@@ -325,6 +325,13 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     // Within the hour nothing runs, even with an app still outdated.
     test.setNow(now.addSecs(60 * 60 - 1));
     EXPECT_EQ(manager.checkAndUpdateAppsInBackground(), SNAutoUpdateManager::CheckOutcome::TooSoon);
+
+    // The notice comes once, after the first-run setup; turning updates off there sticks.
+    EXPECT_FALSE(manager.showAutomaticUpdatesNoticeIfNeeded(false));
+    EXPECT_TRUE(manager.showAutomaticUpdatesNoticeIfNeeded(true));
+    EXPECT_FALSE(manager.showAutomaticUpdatesNoticeIfNeeded(true));
+    manager.answerNotice(false);
+    EXPECT_FALSE(SNAutoUpdateManager::isAutomaticUpdatesEnabled(test.context()));
 }
 
 // An app whose browser was removed says why it cannot start, in its log, and a second start
