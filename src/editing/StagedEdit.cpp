@@ -89,7 +89,7 @@ struct Paths
     }
 };
 
-using Undo = QList<std::function<bool()>>;
+using Undo = StagedUpdate::Undo;
 
 std::optional<QString> injected(Step step)
 {
@@ -137,26 +137,8 @@ bool putInPlace(Context &context, const Paths &paths, const QString &appId, cons
                 bool restoring, Undo *undo, QString *error)
 {
     if (present(paths.staging)) {
-        if (!present(paths.aside)) {
-            if (!present(paths.bundle))
-                return Logger::fail(error, u"Cannot edit %1: it was moved or deleted meanwhile"_s.arg(paths.bundle));
-            if (!ExclusiveRename::move(paths.bundle, paths.aside, error))
-                return false;
-            if (undo)
-                undo->append([paths] { return ExclusiveRename::move(paths.aside, paths.bundle, nullptr); });
-        }
-        const QString oldContents = paths.aside + u"/Contents/"_s;
-        const QString newContents = paths.staging + u"/Contents/"_s;
-        const QStringList entries =
-            QDir(oldContents).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-        for (const QString &name : entries) {
-            if (!StagedUpdate::isProfileEntry(name) || present(newContents + name))
-                continue;
-            if (!ExclusiveRename::move(oldContents + name, newContents + name, error))
-                return false;
-            if (undo)
-                undo->append([=] { return ExclusiveRename::move(newContents + name, oldContents + name, nullptr); });
-        }
+        if (!StagedUpdate::moveAsideKeepingProfile(paths.bundle, paths.aside, paths.staging, u"edit"_s, undo, error))
+            return false;
         if (!swapProfileFiles(paths.staging, undo, error))
             return false;
         if (const std::optional<QString> reason = injected(Step::Move))

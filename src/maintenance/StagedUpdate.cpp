@@ -53,7 +53,7 @@ struct Paths
     }
 };
 
-using Undo = QList<std::function<bool()>>;
+using Undo = StagedUpdate::Undo;
 
 // Every step looks at what is done already, so that recovery runs this again to finish an update
 // killed half-way; `undo` collects how to take back each step done here.
@@ -61,24 +61,8 @@ bool putInPlace(const Paths &paths, Undo *undo, QString *error)
 {
     if (!present(paths.staging))
         return true;
-    if (!present(paths.aside)) {
-        if (!present(paths.bundle))
-            return Logger::fail(error, u"Cannot update %1: it was moved or deleted meanwhile"_s.arg(paths.bundle));
-        if (!ExclusiveRename::move(paths.bundle, paths.aside, error))
-            return false;
-        if (undo)
-            undo->append([paths] { return ExclusiveRename::move(paths.aside, paths.bundle, nullptr); });
-    }
-    const QString oldContents = paths.aside + u"/Contents/"_s;
-    const QString newContents = paths.staging + u"/Contents/"_s;
-    for (const QString &name : entriesOf(oldContents)) {
-        if (!StagedUpdate::isProfileEntry(name) || present(newContents + name))
-            continue;
-        if (!ExclusiveRename::move(oldContents + name, newContents + name, error))
-            return false;
-        if (undo)
-            undo->append([=] { return ExclusiveRename::move(newContents + name, oldContents + name, nullptr); });
-    }
+    if (!StagedUpdate::moveAsideKeepingProfile(paths.bundle, paths.aside, paths.staging, u"update"_s, undo, error))
+        return false;
     if (!ExclusiveRename::move(paths.staging, paths.bundle, error))
         return false;
     if (undo)
@@ -114,6 +98,30 @@ QString appNameOf(const QString &bundle)
 bool StagedUpdate::isProfileEntry(const QString &name)
 {
     return name.startsWith(u"Profile"_s) || name.startsWith(u".Profile"_s);
+}
+
+bool StagedUpdate::moveAsideKeepingProfile(const QString &bundle, const QString &aside, const QString &staging,
+                                           const QString &verb, Undo *undo, QString *error)
+{
+    if (!present(aside)) {
+        if (!present(bundle))
+            return Logger::fail(error, u"Cannot %1 %2: it was moved or deleted meanwhile"_s.arg(verb, bundle));
+        if (!ExclusiveRename::move(bundle, aside, error))
+            return false;
+        if (undo)
+            undo->append([bundle, aside] { return ExclusiveRename::move(aside, bundle, nullptr); });
+    }
+    const QString oldContents = aside + u"/Contents/"_s;
+    const QString newContents = staging + u"/Contents/"_s;
+    for (const QString &name : entriesOf(oldContents)) {
+        if (!isProfileEntry(name) || present(newContents + name))
+            continue;
+        if (!ExclusiveRename::move(oldContents + name, newContents + name, error))
+            return false;
+        if (undo)
+            undo->append([=] { return ExclusiveRename::move(newContents + name, oldContents + name, nullptr); });
+    }
+    return true;
 }
 
 bool StagedUpdate::copyWithoutProfile(const QString &bundle, const QString &destination, QString *error)

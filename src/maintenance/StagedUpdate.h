@@ -2,6 +2,7 @@
 
 #include "generation/BundleLayout.h"
 
+#include <QList>
 #include <QString>
 #include <QVariantMap>
 
@@ -35,6 +36,13 @@ public:
     // Copies the bundle at `bundle` to `destination`, leaving out the profile, the copies kept of
     // it and the working folders of earlier changes.
     static bool copyWithoutProfile(const QString &bundle, const QString &destination, QString *error);
+    // How to take back each step taken, last first.
+    using Undo = QList<std::function<bool()>>;
+    // The first steps of putting a staged copy in place, each skipped when already done (so that
+    // recovery can run them again): `bundle` steps aside to `aside` (`verb` names the change in
+    // the message when the bundle is gone), and its profile entries move into `staging`.
+    static bool moveAsideKeepingProfile(const QString &bundle, const QString &aside, const QString &staging,
+                                        const QString &verb, Undo *undo, QString *error);
     // Whether an entry of Contents belongs to the profile (the profile, its backups, its working
     // names): those stay out of a staged copy and move into it when it is put in place.
     static bool isProfileEntry(const QString &name);
