@@ -1,5 +1,7 @@
 #include "frontend/AppSuggestionsModel.h"
 
+#include <algorithm>
+
 AppSuggestionsModel::AppSuggestionsModel(QObject *parent) : QAbstractListModel(parent) {}
 
 int AppSuggestionsModel::rowCount(const QModelIndex &parent) const
@@ -58,6 +60,23 @@ QHash<int, QByteArray> AppSuggestionsModel::roleNames() const
 
 void AppSuggestionsModel::setSuggestions(const QList<AppSuggestion> &suggestions)
 {
+    // A new app only moves the installed marks: change those rows in place, so that the views
+    // keep their delegates instead of building every one again on the window's thread.
+    const auto sameButMark = [](AppSuggestion shown, const AppSuggestion &next) {
+        shown.isInstalled = next.isInstalled;
+        return shown == next;
+    };
+    if (suggestions.size() == m_suggestions.size() &&
+        std::equal(m_suggestions.cbegin(), m_suggestions.cend(), suggestions.cbegin(), sameButMark)) {
+        for (qsizetype row = 0; row < suggestions.size(); ++row) {
+            if (m_suggestions.at(row).isInstalled == suggestions.at(row).isInstalled)
+                continue;
+            m_suggestions[row].isInstalled = suggestions.at(row).isInstalled;
+            const QModelIndex changed = index(int(row));
+            Q_EMIT dataChanged(changed, changed, {IsInstalledRole});
+        }
+        return;
+    }
     const qsizetype before = m_suggestions.size();
     beginResetModel();
     m_suggestions = suggestions;

@@ -1,6 +1,7 @@
 #include "frontend/HomescreenAppsModel.h"
 
 #include <QBuffer>
+#include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -82,11 +83,60 @@ bool HomescreenAppsModel::setEntries(const QList<HomescreenAppEntry> &entries)
     if (entries == m_entries)
         return false;
     const qsizetype before = m_entries.size();
-    beginResetModel();
-    m_entries = entries;
-    endResetModel();
+    if (!updateInPlace(entries)) {
+        beginResetModel();
+        m_entries = entries;
+        endResetModel();
+    }
     if (before != m_entries.size())
         Q_EMIT countChanged();
+    return true;
+}
+
+bool HomescreenAppsModel::updateInPlace(const QList<HomescreenAppEntry> &entries)
+{
+    const auto idsOf = [](const QList<HomescreenAppEntry> &list) {
+        QSet<QString> ids;
+        for (const HomescreenAppEntry &entry : list)
+            ids.insert(entry.id);
+        return ids;
+    };
+    const QSet<QString> shown = idsOf(m_entries);
+    const QSet<QString> next = idsOf(entries);
+    if (shown.size() != m_entries.size() || next.size() != entries.size())
+        return false;
+    // The apps in both lists must keep their order; then removals and insertions line them up.
+    QStringList stayingShown;
+    QStringList stayingNext;
+    for (const HomescreenAppEntry &entry : m_entries) {
+        if (next.contains(entry.id))
+            stayingShown.append(entry.id);
+    }
+    for (const HomescreenAppEntry &entry : entries) {
+        if (shown.contains(entry.id))
+            stayingNext.append(entry.id);
+    }
+    if (stayingShown != stayingNext)
+        return false;
+
+    for (int row = count() - 1; row >= 0; --row) {
+        if (next.contains(m_entries.at(row).id))
+            continue;
+        beginRemoveRows({}, row, row);
+        m_entries.removeAt(row);
+        endRemoveRows();
+    }
+    for (int row = 0; row < entries.size(); ++row) {
+        if (!shown.contains(entries.at(row).id)) {
+            beginInsertRows({}, row, row);
+            m_entries.insert(row, entries.at(row));
+            endInsertRows();
+        } else if (!(m_entries.at(row) == entries.at(row))) {
+            // The rows before this one already match, so this row is the same app.
+            m_entries[row] = entries.at(row);
+            Q_EMIT dataChanged(index(row), index(row));
+        }
+    }
     return true;
 }
 

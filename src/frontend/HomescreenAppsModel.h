@@ -40,7 +40,9 @@ public:
 
     int count() const { return static_cast<int>(m_entries.size()); }
     const QList<HomescreenAppEntry> &entries() const { return m_entries; }
-    // Replaces every row; false (and no signal) when the list is the same.
+    // Replaces the rows; false (and no signal) when the list is the same. An app added, removed
+    // or changed arrives as that row's insertion, removal or change, so that views keep the
+    // delegates of the other rows; only a new order resets the model.
     bool setEntries(const QList<HomescreenAppEntry> &entries);
 
     Q_INVOKABLE HomescreenAppEntry entryAt(int row) const { return m_entries.value(row); }
@@ -53,5 +55,7 @@ Q_SIGNALS:
     void countChanged();
 
 private:
+    bool updateInPlace(const QList<HomescreenAppEntry> &entries);
+
     QList<HomescreenAppEntry> m_entries;
 };

@@ -362,7 +362,7 @@ bool HomescreenStore::deleteApp(const QString &id)
         }
         m_appList->removeAppItem(done.appId());
         Q_EMIT appDeleted(done.appId());
-    });
+    }, {tr("Deleting %1…").arg(entry.name)});
     if (!started)
         return false;
     // The registry record goes with the bundle: a bundle that stays keeps its record, so the
@@ -399,7 +399,7 @@ bool HomescreenStore::importAppSet(const QUrl &fileUrl)
         if (made > 0)
             scheduleReload();
         Q_EMIT appSetImported(made);
-    });
+    }, {tr("Importing apps…"), true});
 }
 
 int HomescreenStore::exportApps(const QStringList &ids, const QUrl &fileUrl)

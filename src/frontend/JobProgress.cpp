@@ -11,7 +11,8 @@ JobProgress::~JobProgress()
     delete m_job;
 }
 
-bool JobProgress::start(std::unique_ptr<Job> job, Prompter *prompter, std::function<void()> done)
+bool JobProgress::start(std::unique_ptr<Job> job, Prompter *prompter, std::function<void()> done,
+                        const Presentation &presentation)
 {
     if (m_job)
         return false;
@@ -20,6 +21,8 @@ bool JobProgress::start(std::unique_ptr<Job> job, Prompter *prompter, std::funct
     m_job->setPrompter(prompter);
     m_fraction = 0;
     m_step.clear();
+    m_title = presentation.title;
+    m_cancellable = presentation.cancellable;
     connect(m_job, &Job::progressChanged, this, [this](double fraction, const QString &step) {
         m_fraction = fraction;
         m_step = step;
@@ -28,6 +31,8 @@ bool JobProgress::start(std::unique_ptr<Job> job, Prompter *prompter, std::funct
     connect(m_job, &Job::finished, this, [this, done = std::move(done)] {
         Job *ended = m_job;
         m_job = nullptr;
+        m_title.clear();
+        m_cancellable = false;
         ended->disconnect(this);
         done();
         ended->deleteLater();

@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
+#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -80,7 +81,15 @@ void AppList::loadRecentApps()
 
 void AppList::loadRecentAppsAsync()
 {
-    QMetaObject::invokeMethod(this, &AppList::loadRecentApps, Qt::QueuedConnection);
+    // A job changes the registry once per app; the changes that arrive while a reload waits join
+    // it, so that an import of many apps reads the list a few times, not once per app.
+    if (m_reloadPending)
+        return;
+    m_reloadPending = true;
+    QTimer::singleShot(ReloadDelayMs, this, [this] {
+        m_reloadPending = false;
+        loadRecentApps();
+    });
 }
 
 void AppList::removeAppItem(const QString &appId)

@@ -63,6 +63,10 @@ Q_SIGNALS:
     void countChanged();
 
 private:
+    // How long a reload asked for by a registry change waits for the next changes.
+    static constexpr int ReloadDelayMs = 150;
+
     Context &m_context;
+    bool m_reloadPending = false;
     QList<SNAppItem> m_appItems;
 };

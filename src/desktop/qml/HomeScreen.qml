@@ -1,6 +1,7 @@
 // objectNames: "homeScreen", "newAppButton", "importButton", "exportButton", "bulkButton",
 // "settingsButton", "searchField", "filterBox", "sortBox", "sortDirectionButton", "appGrid",
-// "loadingIndicator", "emptyState", "createFirstAppButton", "noMatchLabel"; each app's tile:
+// "loadingIndicator", "emptyState", "createFirstAppButton", "noMatchLabel", "workBar",
+// "workTitle", "workProgress", "workCancelButton"; each app's tile:
 // see AppTile.qml.
 import QtQuick
 import QtQuick.Controls
@@ -176,6 +177,40 @@ Page {
         visible: page.hasApps && page.home.filteredApps.count === 0
         text: qsTr("No app matches your search.")
         opacity: 0.75
+    }
+
+    // The operation running in the background (an import, a delete): the window stays usable
+    // meanwhile, and an import can stop between two apps.
+    footer: ToolBar {
+        objectName: "workBar"
+        visible: page.home.work.running
+
+        RowLayout {
+            anchors.fill: parent
+            anchors.leftMargin: fontInfo.height
+            anchors.rightMargin: fontInfo.height / 2
+
+            Label {
+                objectName: "workTitle"
+                text: page.home.work.step ? page.home.work.title + " " + page.home.work.step : page.home.work.title
+                elide: Text.ElideRight
+                Layout.fillWidth: true
+            }
+            ProgressBar {
+                objectName: "workProgress"
+                value: page.home.work.fraction
+                indeterminate: page.home.work.fraction <= 0
+                Layout.preferredWidth: fontInfo.averageCharacterWidth * 24
+                Accessible.name: page.home.work.title
+            }
+            ToolButton {
+                objectName: "workCancelButton"
+                visible: page.home.work.cancellable
+                text: qsTr("Cancel")
+                Accessible.name: qsTr("Cancel %1").arg(page.home.work.title)
+                onClicked: page.home.work.cancel()
+            }
+        }
     }
 
     // Nothing made yet: one clear way to start.
