@@ -42,14 +42,6 @@ QStringList replace(const char *keyPath, const char *type, const QString &value)
     return {u"-replace"_s, QString::fromUtf8(keyPath), QString::fromUtf8(type), value};
 }
 
-struct SedCase
-{
-    const char *label;
-    QStringList arguments; // FILE and FILE2 stand for two files holding `input`
-    QByteArray input, fileAfter, output;
-};
-using CompatSed = testing::TestWithParam<SedCase>;
-
 struct OsascriptCase
 {
     const char *label;
@@ -109,11 +101,8 @@ TEST_P(CompatPlutil, ReplacesOneValueAndKeepsTheFormat)
 INSTANTIATE_TEST_SUITE_P(Cases, CompatPlutil, testing::Combine(testing::Values(
     PlutilCase{"newFieldAndHostileValue", replace("A-1.note", "-string", Hostile),
                R"("old")", R"("old","note":"$(touch pwned)`touch pwned`;touch pwned")"},
-    PlutilCase{"arrayIndexAndBool", replace("list.1", "-bool", u"YES"_s), "[1,2]", "[1,true]"},
-    PlutilCase{"escapedDotAndInteger", replace("a\\.b.c", "-integer", u"42"_s), R"("c":1)", R"("c":42)"},
     // Refused: the file stays as it was.
     PlutilCase{"unknownApp", replace("B-2.lastActivity", "-string", u"x"_s), {}, {}},
-    PlutilCase{"badBool", replace("list.0", "-bool", u"maybe"_s), {}, {}},
     PlutilCase{"otherForm", {u"-convert"_s, u"xml1"_s}, {}, {}},
     PlutilCase{"otherType", replace("A-1.x", "-date", u"2024-01-01T00:00:00Z"_s), {}, {}}), testing::Bool()),
     [](const auto &p) { return std::get<0>(p.param).label + std::string(std::get<1>(p.param) ? "_bin" : "_xml"); });
@@ -141,36 +130,6 @@ INSTANTIATE_TEST_SUITE_P(Corpus, CompatPlutilBudget,
                          testing::Values(std::pair{"shared-references-60-deep", "more than 1000000 values"},
                                          std::pair{"one-string-40000-references", "more than 256 MB"},
                                          std::pair{"nested-arrays-blank-before-gt", "deeper than 256 levels"}));
-
-TEST_P(CompatSed, TranslatesBsdInPlaceEditingAndPassesTheRestThrough)
-{
-    const SedCase &c = GetParam();
-    TestContext test;
-    const QString folder = test.root() + u"/work"_s;
-    QDir().mkpath(folder);
-    QStringList arguments = c.arguments;
-    for (QString &argument : arguments)
-        if (argument == u"FILE"_s || argument == u"FILE2"_s)
-            writeExecutable(argument = folder + u'/' + argument.toLower(), c.input);
-    const QStringList before = QDir(folder).entryList(QDir::Files | QDir::Hidden);
-
-    const Outcome result = runProgram(compatTool(u"sed"_s), arguments, environmentWith(), test.root());
-    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
-    EXPECT_EQ(result.out, c.output);
-    for (const QString &name : before)
-        EXPECT_EQ(readAll(folder + u'/' + name), c.fileAfter) << qPrintable(name);
-    // No backup file: the empty suffix means none.
-    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), before);
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cases, CompatSed, testing::Values(
-    SedCase{"bsdInPlaceTwoFilesAfterAnOption", {u"-E"_s, u"-i"_s, QString(), u"s/(a+)/<\\1>/g"_s, u"FILE"_s, u"FILE2"_s},
-            "baa\naba\n", "b<aa>\n<a>b<a>\n", ""},
-    // A generated script's manifest repair runs in tests/launcher/WholeStartTest.cpp (WholeStartMoved).
-    SedCase{"gnuInPlaceUnchanged", {u"-i"_s, u"s/a/X/"_s, u"FILE"_s}, "aa\n", "Xa\n", ""}),
-    [](const auto &p) { return std::string(p.param.label); });
-// clang-format on
 
 TEST_P(CompatOsascript, RaisesTheProcessWindowAndRefusesOtherScripts)
 {
