@@ -61,14 +61,6 @@ QStringList told(const QString &pids)
     return {u"-e"_s, u"tell application \"System Events\""_s, u"-e"_s, statement, u"-e"_s, u"end tell"_s};
 }
 
-// `open` in `root`, with root first on PATH holding a fake xdg-open that records into root/record.
-Outcome open(const QString &root, const QStringList &arguments)
-{
-    writeExecutable(root + u"/xdg-open"_s, recordingScript(root + u"/record"_s));
-    return runProgram(compatTool(u"open"_s), arguments, environmentWith(root), root);
-}
-using CompatOpenApp = testing::TestWithParam<bool>; // true: a bundle, false: a bare executable
-
 } // namespace
 
 TEST_P(CompatPlutil, ReplacesOneValueAndKeepsTheFormat)
@@ -163,41 +155,27 @@ INSTANTIATE_TEST_SUITE_P(Cases, CompatOsascript, testing::Values(
     [](const auto &p) { return std::string(p.param.label); });
 // clang-format on
 
-TEST_P(CompatOpenApp, StartsTheProgramDetachedWithItsArguments)
+// The one form generated scripts use: a bundle (the helper app) started detached with its arguments.
+TEST(CompatOpen, StartsTheBundlesProgramDetachedWithItsArguments)
 {
     TestContext test;
-    const QString app = test.root() + (GetParam() ? u"/An App.app"_s : u"/tool with blanks"_s);
-    const QString program = GetParam() ? app + u"/Contents/MacOS/Runner"_s : app;
-    if (GetParam()) { // the bundle names its program in Info.plist, next to a decoy
-        QDir().mkpath(app + u"/Contents/MacOS"_s);
-        writeExecutable(app + u"/Contents/MacOS/Decoy"_s, "#!/bin/sh\n");
-        writePlistWithPython(app + u"/Contents/Info.plist"_s, R"({"CFBundleExecutable":"Runner"})", false);
-    }
+    const QString app = test.root() + u"/An App.app"_s;
+    const QString program = app + u"/Contents/MacOS/Runner"_s;
+    // The bundle names its program in Info.plist, next to a decoy.
+    QDir().mkpath(app + u"/Contents/MacOS"_s);
+    writeExecutable(app + u"/Contents/MacOS/Decoy"_s, "#!/bin/sh\n");
+    writePlistWithPython(app + u"/Contents/Info.plist"_s, R"({"CFBundleExecutable":"Runner"})", false);
     // It outlives `open`: the record shows that it started, its pid lets the test end it.
     writeExecutable(program, "#!/bin/sh\necho $$ > '" + test.root().toUtf8() + "/pid'\n" +
                                  recordingScript(test.root() + u"/record"_s).mid(10) + "exec sleep 30\n");
 
     const QStringList arguments{u"two words"_s, Hostile, QString(), u"-n"_s};
-    EXPECT_EQ(open(test.root(), QStringList{u"-n"_s, u"-a"_s, app, u"--args"_s} + arguments).exitCode, 0);
+    const QStringList given = QStringList{u"-n"_s, u"-a"_s, app, u"--args"_s} + arguments;
+    EXPECT_EQ(runProgram(compatTool(u"open"_s), given, environmentWith(), test.root()).exitCode, 0);
     ASSERT_TRUE(waitFor([&] { return QFile::exists(test.root() + u"/record"_s); }));
     EXPECT_EQ(recorded(test.root() + u"/record"_s), QStringList{program} + arguments);
     EXPECT_FALSE(QFile::exists(test.root() + u"/pwned"_s));
     const qint64 pid = readAll(test.root() + u"/pid"_s).trimmed().toLongLong();
     ASSERT_GT(pid, 0);
     EXPECT_EQ(::kill(static_cast<pid_t>(pid), SIGTERM), 0) << "the started program should still run";
-}
-
-INSTANTIATE_TEST_SUITE_P(Bundle, CompatOpenApp, testing::Bool(), testing::PrintToStringParamName());
-
-TEST(CompatOpen, HandsAddressesToXdgOpenAndRefusesWhatItCannotDo)
-{
-    TestContext test;
-    const QString record = test.root() + u"/record"_s, xdgOpen = test.root() + u"/xdg-open"_s;
-    EXPECT_EQ(open(test.root(), {u"-a"_s, u"Safari"_s}).exitCode, 1);
-    EXPECT_EQ(open(test.root(), {u"-a"_s, xdgOpen, u"f.txt"_s}).exitCode, 1);
-    EXPECT_FALSE(QFile::exists(record));
-    const QString address = u"https://example.com/?q="_s + Hostile;
-    EXPECT_EQ(open(test.root(), {address}).exitCode, 0);
-    EXPECT_EQ(recorded(record), (QStringList{xdgOpen, address}));
-    EXPECT_FALSE(QFile::exists(test.root() + u"/pwned"_s));
 }
