@@ -16,7 +16,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Google Chrome Framework.framework"_s, .browserShortName = u"Chrome"_s, .settingsKey = u"chromePath"_s,
         .macEnginePath = u"/Applications/Google Chrome.app/Contents/MacOS/Google Chrome"_s,
         .macUserDataFolder = u"Google/Chrome"_s,
-        .linuxEnginePath = u"/opt/google/chrome/chrome"_s, .linuxUserDataFolder = u"google-chrome"_s, .logLabel = u"Chrome"_s,
+        .linuxEnginePath = u"/opt/google/chrome/chrome"_s, .linuxUserDataFolder = u"google-chrome"_s,
     },
     {
         .number = 1, .typeKey = u"canary"_s, .browserName = u"Google Chrome Canary"_s,
@@ -24,7 +24,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Google Chrome Framework.framework"_s, .browserShortName = u"Chrome"_s, .settingsKey = u"canaryPath"_s,
         .macEnginePath = u"/Applications/Google Chrome Canary.app/Contents/MacOS/Google Chrome Canary"_s,
         .macUserDataFolder = u"Google/Chrome Canary"_s,
-        .linuxEnginePath = u"/opt/google/chrome-canary/chrome"_s, .linuxUserDataFolder = u"google-chrome-canary"_s, .logLabel = u"Chrome Canary"_s,
+        .linuxEnginePath = u"/opt/google/chrome-canary/chrome"_s, .linuxUserDataFolder = u"google-chrome-canary"_s,
     },
     {
         .number = 2, .typeKey = u"brave"_s, .browserName = u"Brave Browser"_s,
@@ -32,7 +32,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Brave Browser Framework.framework"_s, .browserShortName = u"Brave"_s, .settingsKey = u"bravePath"_s,
         .macEnginePath = u"/Applications/Brave Browser.app/Contents/MacOS/Brave Browser"_s,
         .macUserDataFolder = u"BraveSoftware/Brave-Browser"_s,
-        .linuxEnginePath = u"/opt/brave.com/brave/brave"_s, .linuxUserDataFolder = u"BraveSoftware/Brave-Browser"_s, .logLabel = u"Brave"_s,
+        .linuxEnginePath = u"/opt/brave.com/brave/brave"_s, .linuxUserDataFolder = u"BraveSoftware/Brave-Browser"_s,
     },
     {
         .number = 3, .typeKey = u"edge"_s, .browserName = u"Microsoft Edge"_s,
@@ -40,7 +40,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Microsoft Edge Framework.framework"_s, .browserShortName = u"Edge"_s, .settingsKey = u"edgePath"_s,
         .macEnginePath = u"/Applications/Microsoft Edge.app/Contents/MacOS/Microsoft Edge"_s,
         .macUserDataFolder = u"Microsoft Edge"_s,
-        .linuxEnginePath = u"/opt/microsoft/msedge/msedge"_s, .linuxUserDataFolder = u"microsoft-edge"_s, .logLabel = u"Edge"_s,
+        .linuxEnginePath = u"/opt/microsoft/msedge/msedge"_s, .linuxUserDataFolder = u"microsoft-edge"_s,
     },
     {
         .number = 4, .typeKey = u"opera"_s, .browserName = u"Opera"_s,
@@ -48,7 +48,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Opera Framework.framework"_s, .browserShortName = u"Opera"_s, .settingsKey = u"operaPath"_s,
         .macEnginePath = u"/Applications/Opera.app/Contents/MacOS/Opera"_s,
         .macUserDataFolder = u"com.operasoftware.Opera"_s,
-        .linuxEnginePath = u"/usr/lib/x86_64-linux-gnu/opera/opera"_s, .linuxUserDataFolder = u"opera"_s, .logLabel = u"Opera"_s,
+        .linuxEnginePath = u"/usr/lib/x86_64-linux-gnu/opera/opera"_s, .linuxUserDataFolder = u"opera"_s,
     },
     // Chromium has no user-data folder of its own on macOS: profiles come from Google Chrome's.
     {
@@ -57,7 +57,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Chromium Framework.framework"_s, .browserShortName = u"Chromium"_s, .settingsKey = u"chromiumPath"_s,
         .macEnginePath = u"/Applications/Chromium.app/Contents/MacOS/Chromium"_s,
         .macUserDataFolder = u"Google/Chrome"_s,
-        .linuxEnginePath = u"/usr/lib/chromium/chromium"_s, .linuxUserDataFolder = u"chromium"_s, .logLabel = u"Chromium"_s,
+        .linuxEnginePath = u"/usr/lib/chromium/chromium"_s, .linuxUserDataFolder = u"chromium"_s,
     },
     {
         .number = 6, .typeKey = u"vivaldi"_s, .browserName = u"Vivaldi"_s,
@@ -65,7 +65,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Vivaldi Framework.framework"_s, .browserShortName = u"Vivaldi"_s, .settingsKey = u"vivaldiPath"_s,
         .macEnginePath = u"/Applications/Vivaldi.app/Contents/MacOS/Vivaldi"_s,
         .macUserDataFolder = u"Vivaldi"_s,
-        .linuxEnginePath = u"/opt/vivaldi/vivaldi"_s, .linuxUserDataFolder = u"vivaldi"_s, .logLabel = u"Vivaldi"_s,
+        .linuxEnginePath = u"/opt/vivaldi/vivaldi"_s, .linuxUserDataFolder = u"vivaldi"_s,
     },
     {
         .number = 7, .typeKey = u"helium"_s, .browserName = u"Helium"_s,
@@ -73,7 +73,7 @@ const QList<BrowserInfo> catalogue{
         .frameworkFolder = u"Helium Framework.framework"_s, .browserShortName = u"Helium"_s, .settingsKey = u"heliumPath"_s,
         .macEnginePath = u"/Applications/Helium.app/Contents/MacOS/Helium"_s,
         .macUserDataFolder = u"net.imput.helium"_s,
-        .linuxEnginePath = u"/opt/helium/helium"_s, .linuxUserDataFolder = u"net.imput.helium"_s, .logLabel = u"Helium"_s,
+        .linuxEnginePath = u"/opt/helium/helium"_s, .linuxUserDataFolder = u"net.imput.helium"_s,
     },
 };
 // clang-format on
@@ -116,11 +116,6 @@ QString BrowserCatalogue::bundleIdForNumber(int applicationType)
     if (applicationType >= Canary && applicationType <= Chromium)
         return catalogue[applicationType].browserBundleID;
     return catalogue[Chrome].browserBundleID;
-}
-
-QString BrowserCatalogue::logLabelForNumber(int applicationType)
-{
-    return byNumber(applicationType).logLabel;
 }
 
 QString BrowserCatalogue::extraEngineSwitches(const QString &typeKey)

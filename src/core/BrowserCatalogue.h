@@ -23,7 +23,6 @@ public:
     // Only 1 to 5 have an identifier of their own here; Vivaldi and Helium answer Chrome's.
     // Generated apps depend on this answer, so it is kept as it has always been.
     static QString bundleIdForNumber(int applicationType);
-    static QString logLabelForNumber(int applicationType);
 
     // Switches every engine gets besides those of the launch form.
     static QString extraEngineSwitches(const QString &typeKey);

@@ -18,5 +18,4 @@ struct BrowserInfo
     QString macUserDataFolder;       // under ~/Library/Application Support/
     QString linuxEnginePath;         // default engine executable on Linux (the real binary)
     QString linuxUserDataFolder;     // under ~/.config/
-    QString logLabel;                // how creation logs name the browser
 };

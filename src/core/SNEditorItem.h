@@ -4,9 +4,6 @@
 #include "core/AppDefinition.h"
 
 #include <QString>
-#include <QVariantMap>
-
-#include <optional>
 
 // An app that already exists, under edit: its definition, registry id, bundle path and browser.
 class SNEditorItem final
@@ -21,9 +18,6 @@ public:
     // Display name of `browser` (unknown keys name Google Chrome).
     QString browserName() const;
 
-    // Keys "appItem" (the definition's dictionary form), "appId", "path", "browser" and
-    // optionally "installed"; `installed` defaults to whether the bundle exists.
-    static std::optional<SNEditorItem> initWithDictionary(const QVariantMap &dictionary, QString *error = nullptr);
     // The app of a list row, with its definition as read back (AppList::editorItem).
     static SNEditorItem initWithAppItem(const SNAppItem &item, const AppDefinition &definition);
 };

@@ -7,7 +7,6 @@
 #include "maintenance/AppList.h"
 
 #include <QFileInfo>
-#include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -34,25 +33,6 @@ QList<SNExporter::ExportRow> SNExporter::rows() const
             rows.append({item.appId, item.name, item.path, file});
     }
     return rows;
-}
-
-QVariantMap SNExporter::exportConfig() const
-{
-    QVariantMap root;
-    QSet<QString> seen;
-    const QVariantMap records = SNAppTracker(m_context).getTracker();
-    for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        const QString path = it.value().toMap().value(u"appPath"_s).toString();
-        if (seen.contains(path))
-            continue;
-        seen.insert(path);
-        if (!QFileInfo(path).isDir())
-            continue;
-        const QVariant config = PropertyList::readFile(AppConfigFile::path(SNAppTracker(m_context).getAppBundle(), it.key()));
-        if (config.typeId() == QMetaType::QVariantMap)
-            root.insert(it.key(), config);
-    }
-    return root;
 }
 
 QVariantMap SNExporter::exportConfig(const QList<ExportRow> &rows) const

@@ -32,8 +32,6 @@ public:
     // configuration file; one row per bundle (the first record wins).
     QList<ExportRow> rows() const;
 
-    // Every registered app's configuration as it is in its file.
-    QVariantMap exportConfig() const;
     // The chosen apps' configurations, each with tabList, appURL, appName and appIcon taken from
     // its bundle as it is now.
     QVariantMap exportConfig(const QList<ExportRow> &rows) const;

@@ -117,23 +117,6 @@ TEST(CompanionSupport, ConfinedEnginesRouteNoLinks)
     }
 }
 
-// Creation asks only when the answer depends on the version: an app on Chromium or Brave starts
-// no process for it.
-TEST(CompanionSupport, AsksTheEngineOnlyWhenTheVersionDecides)
-{
-    TestContext test;
-    const CompanionSupport support(test.context());
-    for (const char *key : {"chrome", "canary", "chromium", "brave", "edge", "opera", "vivaldi", "helium"}) {
-        const BrowserInfo &browser = BrowserCatalogue::byTypeKey(QString::fromUtf8(key));
-        const QString enginePath = test.root() + u"/engine-"_s + browser.typeKey;
-        writeEngine(enginePath, u"echo 'Google Chrome 137.0.7151.55'"_s);
-        const CompanionSupport::Verdict verdict = support.assess(browser, enginePath);
-        const bool chromeBranded = browser.typeKey == u"chrome"_s || browser.typeKey == u"canary"_s;
-        EXPECT_EQ(QFile::exists(enginePath + u".ran"_s), chromeBranded) << key;
-        EXPECT_EQ(verdict.routing, chromeBranded ? Routing::ThroughPipe : Routing::Yes) << key;
-    }
-}
-
 TEST(CompanionSupport, ReadsTheVersionOfABrowserBundle)
 {
     TestContext test;

@@ -1,6 +1,6 @@
 // The messaging host: its framing (MessageChannel) and its answers (HostResponder) fed with byte
 // strings, with a starter that records the programs links would be opened with instead of
-// starting them; and the built program once, as the browser runs it, to prove its wiring.
+// starting them. The built program runs with a real engine in tests/e2e.
 
 #include "companion/host/HostResponder.h"
 #include "companion/host/LinkLaunch.h"
@@ -361,33 +361,4 @@ TEST(HostResponder, SavesTabsForTheLauncherScript)
         ASSERT_TRUE(script.waitForFinished(5000));
         EXPECT_EQ(QString::fromUtf8(script.readAllStandardOutput()).remove(u'\n'), c.sessionTabs->join(u' '));
     }
-}
-
-// The built program as the browser runs it, with a standard input that stays open between requests
-// (the end-to-end runs in tests/e2e have it open routed links): it answers with the app's version
-// and ends with its input; a broken frame ends it with an error.
-TEST(MessagingHost, AnswersAsAProgramUntilItsInputEndsOrBreaks)
-{
-    const HostFolder folder;
-    const QString host = folder.resources() + u"/sorvanemessaginghost"_s;
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SORVANE_HOST), host));
-    QProcess process;
-    process.start(host, {u"chrome-extension://oambkcfpnciomokmnpimlpjkhibgkcip/"_s});
-    process.write(frame({{u"type"_s, u"ping"_s}}));
-    QByteArray out;
-    while (unframe(out).isEmpty() && process.waitForReadyRead(5000))
-        out += process.readAllStandardOutput();
-    EXPECT_EQ(unframe(out).value(0),
-              (QJsonObject{{u"type"_s, u"pong"_s}, {u"version"_s, QStringLiteral(SORVANE_EXPECTED_VERSION)}}));
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(5000));
-    EXPECT_EQ(process.exitCode(), 0);
-
-    process.start(host, {});
-    process.write(lengthHeader(5).left(2));
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(5000));
-    EXPECT_EQ(process.exitCode(), 1);
-    EXPECT_EQ(process.readAllStandardError(),
-              "sorvanemessaginghost: truncated or oversized message; stopping\n");
 }

@@ -1,7 +1,4 @@
 #include "core/BrowserCatalogue.h"
-#include "core/UserDefaults.h"
-
-#include "support/TestContext.h"
 
 #include <gtest/gtest.h>
 
@@ -22,24 +19,3 @@ TEST(BrowserCatalogue, TypeKeysFollowTheNumberAndUnknownMeansGoogleChrome)
         EXPECT_EQ(BrowserCatalogue::numberForTypeKey(QString::fromUtf8(key)), 0) << key;
 }
 
-TEST(BrowserCatalogue, TheTwoPathLookupsDifferOnlyForChromium)
-{
-    TestContext test;
-    UserDefaults &defaults = test.context().defaults();
-    // Unset: the platform's default engine path, never another installed browser.
-    EXPECT_EQ(BrowserCatalogue::enginePathForScript(QStringLiteral("chromium"), defaults),
-              QStringLiteral("/usr/lib/chromium/chromium"));
-    EXPECT_EQ(BrowserCatalogue::enginePathForGenerator(BrowserCatalogue::Chromium, defaults),
-              QStringLiteral("/opt/google/chrome/chrome"));
-
-    defaults.setValue(QStringLiteral("chromiumPath"), QStringLiteral("/my/chromium"));
-    defaults.setValue(QStringLiteral("chromePath"), QStringLiteral("/my/chrome"));
-    defaults.setValue(QStringLiteral("bravePath"), QStringLiteral("/my/brave"));
-    EXPECT_EQ(BrowserCatalogue::enginePathForScript(QStringLiteral("chromium"), defaults), QStringLiteral("/my/chromium"));
-    EXPECT_EQ(BrowserCatalogue::enginePathForGenerator(BrowserCatalogue::Chromium, defaults), QStringLiteral("/my/chrome"));
-    EXPECT_EQ(BrowserCatalogue::enginePathForScript(QStringLiteral("brave"), defaults), QStringLiteral("/my/brave"));
-    EXPECT_EQ(BrowserCatalogue::enginePathForGenerator(BrowserCatalogue::Brave, defaults), QStringLiteral("/my/brave"));
-    EXPECT_EQ(BrowserCatalogue::enginePathForGenerator(99, defaults), QStringLiteral("/my/chrome"));
-    EXPECT_EQ(BrowserCatalogue::userDataFolder(BrowserCatalogue::byNumber(2), QStringLiteral("/h")),
-              QStringLiteral("/h/.config/BraveSoftware/Brave-Browser"));
-}

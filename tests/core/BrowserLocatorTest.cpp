@@ -15,15 +15,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// A PATH entry and what it leads to: a link straight to a binary, a vendor's wrapper script with
-// the real binary beside it, or a script nothing can be told about.
+// A PATH entry and what it leads to: a link straight to a binary, or a script nothing can be told
+// about. A vendor's wrapper with the real binary beside it is tests/cli/BrowserPackagingTest.cpp's.
 struct PathCase
 {
     const char *name;
     bool linkToBinary;
-    bool binaryBeside;
     BrowserPackaging packaging;
-    const char *engine; // relative to the test folder; "" for the PATH entry itself, "@" for the binary
     const char *noteHas;
 };
 
@@ -51,9 +49,6 @@ TEST_P(PathResolution, FollowsOnlyWhatIsSafeToFollow)
         writeFile(root + u"/dist/google-chrome"_s, "#!/bin/sh\nexec \"$0.real\" \"$@\"\n", QFileDevice::ExeOwner);
         ASSERT_TRUE(QFile::link(root + u"/dist/google-chrome"_s, entry));
     }
-    if (row.binaryBeside) {
-        ASSERT_TRUE(QFile::link(binary, root + u"/dist/chrome"_s));
-    }
 
     const BrowserLocator locator(test.home(), u"/nonexistent:"_s + root + u"/bin"_s, {});
     const BrowserInfo &chrome = BrowserCatalogue::byTypeKey(u"chrome"_s);
@@ -61,10 +56,8 @@ TEST_P(PathResolution, FollowsOnlyWhatIsSafeToFollow)
     ASSERT_FALSE(found.isEmpty());
     const BrowserInstallation &last = found.constLast(); // the machine may have a Chrome of its own
     EXPECT_EQ(last.packaging, row.packaging);
-    const QString engine = QString::fromUtf8(row.engine);
-    EXPECT_EQ(last.enginePath, engine == u"@"_s ? QFileInfo(binary).canonicalFilePath()
-                               : engine.isEmpty() ? entry
-                                                  : QDir(root).filePath(engine));
+    // The binary a link leads to; a wrapper itself.
+    EXPECT_EQ(last.enginePath, row.linkToBinary ? QFileInfo(binary).canonicalFilePath() : entry);
     EXPECT_EQ(last.source, entry);
     EXPECT_TRUE(last.note.contains(QString::fromUtf8(row.noteHas))) << qPrintable(last.note);
 
@@ -77,12 +70,12 @@ TEST_P(PathResolution, FollowsOnlyWhatIsSafeToFollow)
 
 INSTANTIATE_TEST_SUITE_P(
     Entries, PathResolution,
-    ::testing::Values(PathCase{"LinkToBinary", true, false, BrowserPackaging::Path, "@", "found on PATH"},
-                      PathCase{"VendorWrapper", false, true, BrowserPackaging::Path, "dist/chrome", "real binary beside it"},
-                      PathCase{"UnknownWrapper", false, false, BrowserPackaging::Path, "", "starts the wrapper"}),
+    ::testing::Values(PathCase{"LinkToBinary", true, BrowserPackaging::Path, "found on PATH"},
+                      PathCase{"UnknownWrapper", false, BrowserPackaging::Path, "starts the wrapper"}),
     [](const ::testing::TestParamInfo<PathCase> &row) { return std::string(row.param.name); });
 
-// Each packaging's user-data folder, and how an engine path tells its packaging.
+// Each packaging's user-data folder, and how an engine path tells its packaging, beyond the
+// packagings tests/cli/BrowserPackagingTest.cpp installs.
 TEST(BrowserLocator, UserDataFolderFollowsThePackaging)
 {
     TestContext test;
@@ -104,12 +97,9 @@ TEST(BrowserLocator, UserDataFolderFollowsThePackaging)
     const Row rows[] = {
         {plain, chromium, u"/usr/lib/chromium/chromium"_s, BrowserPackaging::Setting, home + u"/.config/chromium"_s},
         {xdg, chromium, u"/usr/lib/chromium/chromium"_s, BrowserPackaging::Setting, u"/elsewhere/config/chromium"_s},
-        {plain, chromium, u"/snap/bin/chromium"_s, BrowserPackaging::Snap, home + u"/snap/chromium/common/chromium"_s},
         {plain, brave, u"/var/lib/snapd/snap/bin/brave"_s, BrowserPackaging::Snap,
          home + u"/snap/brave/current/.config/BraveSoftware/Brave-Browser"_s},
         {xdg, brave, u"/var/lib/flatpak/exports/bin/com.brave.Browser"_s, BrowserPackaging::FlatpakSystem,
-         home + u"/.var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser"_s},
-        {plain, brave, home + u"/.local/share/flatpak/exports/bin/com.brave.Browser"_s, BrowserPackaging::FlatpakUser,
          home + u"/.var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser"_s},
         // Not a command: a folder of the same shape.
         {plain, chromium, u"/snap/bin/"_s, BrowserPackaging::Setting, home + u"/.config/chromium"_s},

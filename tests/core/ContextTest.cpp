@@ -1,31 +1,16 @@
 #include "core/NotificationCenter.h"
 #include "core/Trash.h"
-#include "core/UserDefaults.h"
 
 #include "support/TestContext.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QThread>
 
 #include <gtest/gtest.h>
 
 #include <climits>
-
-TEST(Context, StaysInsideItsTemporaryFolders)
-{
-    TestContext test;
-    EXPECT_TRUE(test.supportFolder().startsWith(test.root()));
-    EXPECT_TRUE(test.applicationsFolder().startsWith(test.root()));
-    EXPECT_TRUE(test.context().defaults().fileName().startsWith(test.root()));
-    // The whole test program runs with HOME pointed away from the real one.
-    EXPECT_NE(QDir::homePath(), QStringLiteral("/root"));
-
-    test.context().defaults().setValue(QStringLiteral("applicationsPath"), QStringLiteral("/chosen"));
-    EXPECT_EQ(test.context().applicationsFolder(), QStringLiteral("/chosen"));
-}
 
 TEST(NotificationCenter, DeliversOnItsOwnThreadWhoeverPosts)
 {

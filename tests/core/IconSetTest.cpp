@@ -2,8 +2,6 @@
 
 #include "support/TestContext.h"
 
-#include <QBuffer>
-#include <QImageReader>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
@@ -64,17 +62,6 @@ void PrintTo(const IcnsCase &row, std::ostream *os) { *os << row.name; }
 using IconSetFromIcns = ::testing::TestWithParam<IcnsCase>;
 
 } // namespace
-
-TEST(IconSet, PngKeepsEveryPixelAndItsSizeReadsFromTheHeader)
-{
-    const QImage image = pattern(48);
-    const QByteArray png = IconSet::encodePng(image);
-    EXPECT_EQ(IconSet::squarePngPixels(png), 48);
-    EXPECT_EQ(QImage::fromData(png, "PNG").convertToFormat(QImage::Format_ARGB32),
-              image.convertToFormat(QImage::Format_ARGB32));
-    EXPECT_EQ(IconSet::squarePngPixels(IconSet::encodePng(QImage(40, 20, QImage::Format_ARGB32))), 0);
-    EXPECT_EQ(IconSet::squarePngPixels("\x89PNG"), 0);
-}
 
 TEST_P(IconSetFromIcns, TakesPngEntriesAsTheyAreAndDecodesOnlyOlderBitmaps)
 {

@@ -27,6 +27,14 @@ QVariantMap sample()
     };
 }
 
+// Writes `value`, a Python expression, to `path` with plistlib in `format` ("FMT_XML" or "FMT_BINARY").
+bool writeWithPython(const QString &path, const QString &value, const char *format = "FMT_BINARY")
+{
+    const QString code = QStringLiteral("import plistlib,sys\nopen(sys.argv[1],'wb').write(plistlib.dumps(%1, fmt=plistlib.%2))")
+                             .arg(value, QLatin1String(format));
+    return runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), code, path}, environmentWith()).exitCode == 0;
+}
+
 } // namespace
 
 TEST(PropertyList, WritesXmlThatAnIndependentReaderAgreesWith)
@@ -45,9 +53,7 @@ TEST(PropertyList, ReadsBinaryPropertyLists)
 {
     TestContext test;
     const QString path = test.root() + QStringLiteral("/binary.plist");
-    const QString write = QStringLiteral("import plistlib,sys; open(sys.argv[1],'wb').write(plistlib.dumps("
-                                         "{'name':'Mail','tabs':['a','b'],'n':3,'on':True}, fmt=plistlib.FMT_BINARY))");
-    ASSERT_EQ(runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), write, path}, environmentWith()).exitCode, 0);
+    ASSERT_TRUE(writeWithPython(path, QStringLiteral("{'name':'Mail','tabs':['a','b'],'n':3,'on':True}")));
     const QVariantMap expected{{QStringLiteral("name"), QStringLiteral("Mail")},
                                {QStringLiteral("tabs"), QVariantList{QStringLiteral("a"), QStringLiteral("b")}},
                                {QStringLiteral("n"), 3},
@@ -91,11 +97,8 @@ TEST(PropertyList, RefusesNestingDeeperThanTheLimitInBothFormats)
     for (const char *format : {"FMT_XML", "FMT_BINARY"}) {
         for (const int levels : {200, 300}) {
             const QString path = test.root() + QStringLiteral("/nested-%1-%2.plist").arg(QLatin1String(format)).arg(levels);
-            const QString write = QStringLiteral("import plistlib,sys\nx=[]\nfor i in range(int(sys.argv[2])): x=[x]\n"
-                                                 "open(sys.argv[1],'wb').write(plistlib.dumps({'a':x}, fmt=plistlib.%1))")
-                                      .arg(QLatin1String(format));
-            const QStringList arguments{QStringLiteral("-c"), write, path, QString::number(levels)};
-            ASSERT_EQ(runProgram(QStringLiteral(SORVANE_PYTHON3), arguments, environmentWith()).exitCode, 0);
+            const QString nested = QStringLiteral("{'a': __import__('functools').reduce(lambda x, _: [x], range(%1), [])}");
+            ASSERT_TRUE(writeWithPython(path, nested.arg(levels), format));
             QString error;
             const QVariant value = PropertyList::readFile(path, &error);
             EXPECT_EQ(value.isValid(), levels < PropertyList::MaximumDepth) << format << ' ' << levels;
@@ -185,9 +188,7 @@ TEST(PropertyList, ReadsSharedReferencesWithinTheBudget)
 {
     TestContext test;
     const QString path = test.root() + QStringLiteral("/shared.plist");
-    const QString write = QStringLiteral("import plistlib,sys; open(sys.argv[1],'wb').write(plistlib.dumps("
-                                         "[['icon-data-' * 1000] * 50] * 100, fmt=plistlib.FMT_BINARY))");
-    ASSERT_EQ(runProgram(QStringLiteral(SORVANE_PYTHON3), {QStringLiteral("-c"), write, path}, environmentWith()).exitCode, 0);
+    ASSERT_TRUE(writeWithPython(path, QStringLiteral("[['icon-data-' * 1000] * 50] * 100")));
     ASSERT_LT(QFileInfo(path).size(), 20000);
     QString error;
     const QVariantList rows = PropertyList::readFile(path, &error).toList();

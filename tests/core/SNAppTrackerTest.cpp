@@ -29,20 +29,12 @@ QJsonObject record(const QString &id, const QString &path, const QString &lastAc
     return {{u"appID"_s, id}, {u"appPath"_s, path}, {u"lastActivity"_s, lastActivity}};
 }
 
-// A stand-in for the platform's property-list editor: `plutil -replace ID.KEY -string VALUE FILE`.
-const QByteArray fakePlutil = "#!" SORVANE_PYTHON3 R"PY(
-import plistlib, sys
-_, op, keypath, kind, value, path = sys.argv
-root = plistlib.load(open(path, "rb"))
-root[keypath.split(".")[0]][keypath.split(".")[1]] = value
-plistlib.dump(root, open(path, "wb"))
-)PY";
-
-// Runs `fragment` with bash as a launcher does: from the bundle's Contents/Resources, which also
-// holds the stand-in plutil (first on PATH). Returns bash's exit code, or -1 if it did not finish.
+// Runs `fragment` with bash as a launcher does: from the bundle's Contents/Resources, with the
+// bundle's stand-ins for macOS tools (plutil) first on PATH. Returns bash's exit code, or -1 if it
+// did not finish.
 int runFragment(const QString &fragment, const QString &resources)
 {
-    QProcessEnvironment environment = environmentWith(resources);
+    QProcessEnvironment environment = environmentWith(Context::locateResources() + u"/compat"_s);
     environment.insert(u"PWD"_s, resources);
     environment.insert(u"LC_ALL"_s, u"C"_s);
     return runProgram(u"/bin/bash"_s, {u"-c"_s, fragment}, environment, resources).exitCode;
@@ -89,24 +81,6 @@ TEST(SNAppTracker, StampsWithTheTwelveHourClock)
         EXPECT_EQ(SNAppTracker::activityStamp(QDateTime(QDate(2024, 1, 2), time)), u"2024-01-02 "_s + stamp);
 }
 
-TEST(SNAppTracker, MissingOrCorruptTrackerReadsEmptyAndIsReplacedByTheNextWrite)
-{
-    for (const char *contents : {(const char *)nullptr, "", "not a property list",
-                                 R"(<?xml version="1.0"?><plist version="1.0"><dict><key>A</key>)"}) {
-        SCOPED_TRACE(contents ? contents : "no tracker");
-        TestContext test;
-        SNAppTracker tracker(test.context());
-        EXPECT_TRUE(QFileInfo(tracker.getAppBundle()).isDir()) << "the support folder is made on demand";
-        if (contents)
-            writeFile(tracker.trackerPath(), contents);
-        EXPECT_EQ(tracker.getTracker(), QVariantMap());
-        ASSERT_TRUE(tracker.deleteAppFromTracker(u"A"_s));
-        EXPECT_EQ(QFileInfo::exists(tracker.trackerPath()), contents != nullptr) << "created by deleting";
-        const QString id = tracker.addAppTracker(u"/a.app"_s).value(u"appID"_s).toString();
-        EXPECT_EQ(trackerAsJson(tracker).keys(), QStringList{id});
-    }
-}
-
 // The fragment's text is part of the reviewed launcher scripts (tests/generation/SNAppScriptHelperTest.cpp).
 TEST(SNAppTracker, FragmentRunByBashStampsOnlyAnExistingTrackerAndRunsNothingFromItsPath)
 {
@@ -116,7 +90,6 @@ TEST(SNAppTracker, FragmentRunByBashStampsOnlyAnExistingTrackerAndRunsNothingFro
     SNAppTracker tracker(hostile);
     const QString fragment = tracker.shellUpdateCode(u"A"_s);
     const QString bundle = test.root() + u"/Apps/My App.app"_s, resources = bundle + u"/Contents/Resources"_s;
-    writeFile(resources + u"/plutil"_s, fakePlutil, QFileDevice::ExeOwner);
     writeFile(resources + u"/script"_s, "#!/bin/bash\n");
 
     EXPECT_EQ(runFragment(fragment, resources), 0);

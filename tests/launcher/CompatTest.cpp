@@ -42,14 +42,6 @@ QStringList replace(const char *keyPath, const char *type, const QString &value)
     return {u"-replace"_s, QString::fromUtf8(keyPath), QString::fromUtf8(type), value};
 }
 
-struct SedCase
-{
-    const char *label;
-    QStringList arguments; // FILE and FILE2 stand for two files holding `input`
-    QByteArray input, fileAfter, output;
-};
-using CompatSed = testing::TestWithParam<SedCase>;
-
 struct OsascriptCase
 {
     const char *label;
@@ -68,14 +60,6 @@ QStringList told(const QString &pids)
         u"set frontmost of the first process whose unix id is "_s + pids + u" to true"_s;
     return {u"-e"_s, u"tell application \"System Events\""_s, u"-e"_s, statement, u"-e"_s, u"end tell"_s};
 }
-
-// `open` in `root`, with root first on PATH holding a fake xdg-open that records into root/record.
-Outcome open(const QString &root, const QStringList &arguments)
-{
-    writeExecutable(root + u"/xdg-open"_s, recordingScript(root + u"/record"_s));
-    return runProgram(compatTool(u"open"_s), arguments, environmentWith(root), root);
-}
-using CompatOpenApp = testing::TestWithParam<bool>; // true: a bundle, false: a bare executable
 
 } // namespace
 
@@ -109,11 +93,8 @@ TEST_P(CompatPlutil, ReplacesOneValueAndKeepsTheFormat)
 INSTANTIATE_TEST_SUITE_P(Cases, CompatPlutil, testing::Combine(testing::Values(
     PlutilCase{"newFieldAndHostileValue", replace("A-1.note", "-string", Hostile),
                R"("old")", R"("old","note":"$(touch pwned)`touch pwned`;touch pwned")"},
-    PlutilCase{"arrayIndexAndBool", replace("list.1", "-bool", u"YES"_s), "[1,2]", "[1,true]"},
-    PlutilCase{"escapedDotAndInteger", replace("a\\.b.c", "-integer", u"42"_s), R"("c":1)", R"("c":42)"},
     // Refused: the file stays as it was.
     PlutilCase{"unknownApp", replace("B-2.lastActivity", "-string", u"x"_s), {}, {}},
-    PlutilCase{"badBool", replace("list.0", "-bool", u"maybe"_s), {}, {}},
     PlutilCase{"otherForm", {u"-convert"_s, u"xml1"_s}, {}, {}},
     PlutilCase{"otherType", replace("A-1.x", "-date", u"2024-01-01T00:00:00Z"_s), {}, {}}), testing::Bool()),
     [](const auto &p) { return std::get<0>(p.param).label + std::string(std::get<1>(p.param) ? "_bin" : "_xml"); });
@@ -141,36 +122,6 @@ INSTANTIATE_TEST_SUITE_P(Corpus, CompatPlutilBudget,
                          testing::Values(std::pair{"shared-references-60-deep", "more than 1000000 values"},
                                          std::pair{"one-string-40000-references", "more than 256 MB"},
                                          std::pair{"nested-arrays-blank-before-gt", "deeper than 256 levels"}));
-
-TEST_P(CompatSed, TranslatesBsdInPlaceEditingAndPassesTheRestThrough)
-{
-    const SedCase &c = GetParam();
-    TestContext test;
-    const QString folder = test.root() + u"/work"_s;
-    QDir().mkpath(folder);
-    QStringList arguments = c.arguments;
-    for (QString &argument : arguments)
-        if (argument == u"FILE"_s || argument == u"FILE2"_s)
-            writeExecutable(argument = folder + u'/' + argument.toLower(), c.input);
-    const QStringList before = QDir(folder).entryList(QDir::Files | QDir::Hidden);
-
-    const Outcome result = runProgram(compatTool(u"sed"_s), arguments, environmentWith(), test.root());
-    EXPECT_EQ(result.exitCode, 0) << result.err.constData();
-    EXPECT_EQ(result.out, c.output);
-    for (const QString &name : before)
-        EXPECT_EQ(readAll(folder + u'/' + name), c.fileAfter) << qPrintable(name);
-    // No backup file: the empty suffix means none.
-    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), before);
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cases, CompatSed, testing::Values(
-    SedCase{"bsdInPlaceTwoFilesAfterAnOption", {u"-E"_s, u"-i"_s, QString(), u"s/(a+)/<\\1>/g"_s, u"FILE"_s, u"FILE2"_s},
-            "baa\naba\n", "b<aa>\n<a>b<a>\n", ""},
-    // A generated script's manifest repair runs in tests/launcher/WholeStartTest.cpp (WholeStartMoved).
-    SedCase{"gnuInPlaceUnchanged", {u"-i"_s, u"s/a/X/"_s, u"FILE"_s}, "aa\n", "Xa\n", ""}),
-    [](const auto &p) { return std::string(p.param.label); });
-// clang-format on
 
 TEST_P(CompatOsascript, RaisesTheProcessWindowAndRefusesOtherScripts)
 {
@@ -204,41 +155,27 @@ INSTANTIATE_TEST_SUITE_P(Cases, CompatOsascript, testing::Values(
     [](const auto &p) { return std::string(p.param.label); });
 // clang-format on
 
-TEST_P(CompatOpenApp, StartsTheProgramDetachedWithItsArguments)
+// The one form generated scripts use: a bundle (the helper app) started detached with its arguments.
+TEST(CompatOpen, StartsTheBundlesProgramDetachedWithItsArguments)
 {
     TestContext test;
-    const QString app = test.root() + (GetParam() ? u"/An App.app"_s : u"/tool with blanks"_s);
-    const QString program = GetParam() ? app + u"/Contents/MacOS/Runner"_s : app;
-    if (GetParam()) { // the bundle names its program in Info.plist, next to a decoy
-        QDir().mkpath(app + u"/Contents/MacOS"_s);
-        writeExecutable(app + u"/Contents/MacOS/Decoy"_s, "#!/bin/sh\n");
-        writePlistWithPython(app + u"/Contents/Info.plist"_s, R"({"CFBundleExecutable":"Runner"})", false);
-    }
+    const QString app = test.root() + u"/An App.app"_s;
+    const QString program = app + u"/Contents/MacOS/Runner"_s;
+    // The bundle names its program in Info.plist, next to a decoy.
+    QDir().mkpath(app + u"/Contents/MacOS"_s);
+    writeExecutable(app + u"/Contents/MacOS/Decoy"_s, "#!/bin/sh\n");
+    writePlistWithPython(app + u"/Contents/Info.plist"_s, R"({"CFBundleExecutable":"Runner"})", false);
     // It outlives `open`: the record shows that it started, its pid lets the test end it.
     writeExecutable(program, "#!/bin/sh\necho $$ > '" + test.root().toUtf8() + "/pid'\n" +
                                  recordingScript(test.root() + u"/record"_s).mid(10) + "exec sleep 30\n");
 
     const QStringList arguments{u"two words"_s, Hostile, QString(), u"-n"_s};
-    EXPECT_EQ(open(test.root(), QStringList{u"-n"_s, u"-a"_s, app, u"--args"_s} + arguments).exitCode, 0);
+    const QStringList given = QStringList{u"-n"_s, u"-a"_s, app, u"--args"_s} + arguments;
+    EXPECT_EQ(runProgram(compatTool(u"open"_s), given, environmentWith(), test.root()).exitCode, 0);
     ASSERT_TRUE(waitFor([&] { return QFile::exists(test.root() + u"/record"_s); }));
     EXPECT_EQ(recorded(test.root() + u"/record"_s), QStringList{program} + arguments);
     EXPECT_FALSE(QFile::exists(test.root() + u"/pwned"_s));
     const qint64 pid = readAll(test.root() + u"/pid"_s).trimmed().toLongLong();
     ASSERT_GT(pid, 0);
     EXPECT_EQ(::kill(static_cast<pid_t>(pid), SIGTERM), 0) << "the started program should still run";
-}
-
-INSTANTIATE_TEST_SUITE_P(Bundle, CompatOpenApp, testing::Bool(), testing::PrintToStringParamName());
-
-TEST(CompatOpen, HandsAddressesToXdgOpenAndRefusesWhatItCannotDo)
-{
-    TestContext test;
-    const QString record = test.root() + u"/record"_s, xdgOpen = test.root() + u"/xdg-open"_s;
-    EXPECT_EQ(open(test.root(), {u"-a"_s, u"Safari"_s}).exitCode, 1);
-    EXPECT_EQ(open(test.root(), {u"-a"_s, xdgOpen, u"f.txt"_s}).exitCode, 1);
-    EXPECT_FALSE(QFile::exists(record));
-    const QString address = u"https://example.com/?q="_s + Hostile;
-    EXPECT_EQ(open(test.root(), {address}).exitCode, 0);
-    EXPECT_EQ(recorded(record), (QStringList{xdgOpen, address}));
-    EXPECT_FALSE(QFile::exists(test.root() + u"/pwned"_s));
 }

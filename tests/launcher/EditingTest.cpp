@@ -265,8 +265,7 @@ TEST(EditRefusal, RunningTakenInvalidAndForeignLeaveTheBundleAsItWas)
     EXPECT_FALSE(QFileInfo::exists(test.root() + u"/Apps/Renamed.app"_s));
 }
 
-// The bundle path is rewritten by plain replacement, so a parent folder named like the bundle
-// changes too; that move fails, the registry keeps the old path and says why.
+// A rename changes the bundle's own name only: a parent folder named like the bundle keeps its name.
 TEST(EditRename, AParentFolderNamedLikeTheBundleKeepsItsName)
 {
     TestContext test;

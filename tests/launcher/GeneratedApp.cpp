@@ -145,16 +145,6 @@ bool GeneratedApp::helperRunning() const
     return false;
 }
 
-bool GeneratedApp::pipeHolderRunning() const
-{
-    const QByteArray holder = launchProgram().toUtf8() + '\0';
-    for (const QByteArray &line : commandLines()) {
-        if (line.startsWith(holder))
-            return true;
-    }
-    return false;
-}
-
 bool GeneratedApp::moveInto(const QString &folder)
 {
     QDir().mkpath(folder);

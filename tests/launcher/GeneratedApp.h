@@ -64,9 +64,6 @@ public:
 
     QList<EngineStart> engineStarts() const;
     bool helperRunning() const;
-    // The launch program's DevTools pipe holder: the one process left running as the launch
-    // program itself (the start it came from became the script, then the engine).
-    bool pipeHolderRunning() const;
     // Moves the bundle into `folder` (created when missing).
     bool moveInto(const QString &folder);
     // Follows the app to where an edit moved it, under its new name.

@@ -13,7 +13,6 @@
 #include "maintenance/AppList.h"
 #include "maintenance/SNAutoUpdateManager.h"
 #include "maintenance/SNUpdaterHelper.h"
-#include "maintenance/UpdateAppsJob.h"
 #include "support/TestContext.h"
 
 #include <QCryptographicHash>
@@ -51,19 +50,6 @@ struct RegenerationCase
 void PrintTo(const RegenerationCase &c, std::ostream *os) { *os << c.label; }
 
 using Regeneration = testing::TestWithParam<RegenerationCase>;
-
-// A run over three outdated apps: which one cannot be regenerated, and after which one the run
-// is cancelled (-1: none).
-struct UpdateRunCase
-{
-    const char *label;
-    int failing;
-    int cancelAfter;
-};
-
-void PrintTo(const UpdateRunCase &c, std::ostream *os) { *os << c.label; }
-
-using UpdateRun = testing::TestWithParam<UpdateRunCase>;
 
 } // namespace
 
@@ -120,83 +106,6 @@ INSTANTIATE_TEST_SUITE_P(
                           .incognito = true,
                           .dark = true}},
         RegenerationCase{"hostileName", {.name = u"It's \"$(touch x)\" `x` & co"_s, .typeKey = u"edge"_s}}),
-    [](const auto &p) { return std::string(p.param.label); });
-
-// Each app reached is updated or says why not, whatever happened to the one before; a cancel
-// stops between two apps, and those not reached are left byte for byte as they were.
-TEST_P(UpdateRun, UpdatesEachAppReachedAndLeavesTheRestAsTheyWere)
-{
-    const UpdateRunCase &run = GetParam();
-    TestContext test;
-    GeneratedApp first(test, {.name = u"First"_s});
-    GeneratedApp second(test, {.name = u"Second"_s, .routing = true});
-    GeneratedApp third(test, {.name = u"Third"_s, .typeKey = u"brave"_s});
-    const QList<GeneratedApp *> apps{&first, &second, &third};
-    const QStringList names{u"First"_s, u"Second"_s, u"Third"_s};
-    QStringList paths;
-    QList<QStringList> before;
-    for (int i = 0; i < apps.size(); ++i) {
-        stampVersion(apps.at(i)->bundle(), u"0.0.1"_s);
-        if (i == run.failing) {
-            QFile::remove(apps.at(i)->resources() + u"/script"_s);
-            QFile::remove(apps.at(i)->bundle() + u"/Contents/MacOS/"_s + names.at(i));
-        }
-        paths.append(apps.at(i)->bundle());
-        before.append(treeFingerprint(apps.at(i)->bundle()));
-    }
-
-    UpdateAppsJob job(test.context(), UpdateAppsRequest{paths});
-    QList<qsizetype> finished;
-    QObject::connect(&job, &UpdateAppsJob::appFinished, [&](qsizetype index) {
-        finished.append(index);
-        if (index == run.cancelAfter)
-            job.cancel();
-    });
-    const bool succeeded = job.exec();
-
-    const int reached = run.cancelAfter < 0 ? int(apps.size()) : run.cancelAfter + 1;
-    ASSERT_EQ(job.outcomes().size(), reached);
-    EXPECT_EQ(finished.size(), reached);
-    int updated = 0;
-    for (int i = 0; i < apps.size(); ++i) {
-        SCOPED_TRACE(qPrintable(paths.at(i)));
-        const QVariant version = PropertyList::readFile(paths.at(i) + u"/Contents/Info.plist"_s)
-                                     .toMap()
-                                     .value(u"CFBundleShortVersionString"_s);
-        if (i >= reached || i == run.failing) {
-            EXPECT_EQ(treeFingerprint(paths.at(i)), before.at(i));
-            EXPECT_EQ(version, u"0.0.1"_s);
-        } else {
-            EXPECT_EQ(version, QStringLiteral(SORVANE_EXPECTED_VERSION));
-        }
-        if (i >= reached)
-            continue;
-        const UpdateAppsJob::Outcome &outcome = job.outcomes().at(i);
-        EXPECT_EQ(outcome.path, paths.at(i));
-        EXPECT_EQ(outcome.updated, i != run.failing);
-        EXPECT_EQ(outcome.reason.contains(u"no readable launcher script"_s), i == run.failing)
-            << qPrintable(outcome.reason);
-        EXPECT_EQ(outcome.reason.isEmpty(), i != run.failing);
-        updated += outcome.updated ? 1 : 0;
-    }
-    EXPECT_EQ(job.updatedCount(), updated);
-    const bool failedOne = run.failing >= 0 && run.failing < reached;
-    EXPECT_EQ(succeeded, run.cancelAfter < 0 && !failedOne);
-    const QString expectedError = run.cancelAfter >= 0 ? Job::CancelledText
-                                  : failedOne           ? u"1 of 3 apps were not updated."_s
-                                                        : QString();
-    EXPECT_EQ(job.errorText(), expectedError);
-    // Nothing of the runs is left beside the apps or in the journal.
-    EXPECT_EQ(QDir(QFileInfo(first.bundle()).path()).entryList({u".*"_s}, QDir::AllEntries | QDir::Hidden |
-                                                                          QDir::NoDotAndDotDot),
-              QStringList());
-    EXPECT_TRUE(QDir(test.supportFolder() + u"/journal"_s).entryList({u"*.plist"_s}).isEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Runs, UpdateRun,
-    testing::Values(UpdateRunCase{"failureInTheMiddle", 1, -1}, UpdateRunCase{"cancelAfterTheFirst", -1, 0},
-                    UpdateRunCase{"failureThenCancel", 0, 1}),
     [](const auto &p) { return std::string(p.param.label); });
 
 // What regeneration refuses changes nothing; a running app is refused until it quits.
@@ -275,7 +184,7 @@ TEST(Migration, AppsWithTheLegacyCompanionFolderAreRegenerated)
 
 // The hour gate on the context's clock, the outdated test (a newer stamp counts, a deleted
 // bundle does not), and a run in which one of three apps cannot be regenerated, reported on the
-// manager's thread.
+// manager's thread; the run goes on past it and leaves it as it was. (Runs are never cancelled.)
 TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
 {
     TestContext test;
@@ -289,6 +198,7 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     stampVersion(broken.bundle(), {});
     QFile::remove(broken.resources() + u"/script"_s);
     QFile::remove(broken.bundle() + u"/Contents/MacOS/Broken"_s);
+    const QStringList brokenBefore = treeFingerprint(broken.bundle());
     stampVersion(gone.bundle(), u"0.0.1"_s);
     QDir(gone.bundle()).removeRecursively();
 
@@ -321,6 +231,12 @@ TEST(AutomaticUpdates, RunAtMostHourlyAndCountWhatTheyUpdated)
     EXPECT_EQ(reported.size(), 3);
     EXPECT_EQ(defaults.value(SNAutoUpdateManager::LastCheckKey).toDateTime(), now);
     EXPECT_EQ(manager.getOutdatedApps(), QStringList{broken.bundle()});
+    // The one that failed is as it was, and nothing of the run is left beside the apps or in the journal.
+    EXPECT_EQ(treeFingerprint(broken.bundle()), brokenBefore);
+    EXPECT_EQ(QDir(QFileInfo(older.bundle()).path()).entryList({u".*"_s}, QDir::AllEntries | QDir::Hidden |
+                                                                          QDir::NoDotAndDotDot),
+              QStringList());
+    EXPECT_TRUE(QDir(test.supportFolder() + u"/journal"_s).entryList({u"*.plist"_s}).isEmpty());
 
     // Within the hour nothing runs, even with an app still outdated.
     test.setNow(now.addSecs(60 * 60 - 1));

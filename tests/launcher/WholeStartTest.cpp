@@ -216,9 +216,9 @@ TEST(WholeStartTabs, EmptyTabListStartsInTheNoTabsMode)
     EXPECT_EQ(tabsFiles(app), QStringList());
 }
 
-// The store page: an extra address of a tabbed app's first start; a second window six seconds
-// after a single-window app's first start. Later starts never show it.
-TEST(WholeStartFirstLaunch, OpensTheStorePageOnTheFirstStartOnly)
+// The first start's store page, tabbed or not, is shown with a real engine in tests/e2e/routing.test.js;
+// here, that the first start marks the profile and later starts never show it.
+TEST(WholeStartFirstLaunch, LaterStartsDoNotOpenTheStorePage)
 {
     const QString store = u"https://chromewebstore.google.com/"_s;
     for (const bool tabbed : {true, false}) {
@@ -227,16 +227,11 @@ TEST(WholeStartFirstLaunch, OpensTheStorePageOnTheFirstStartOnly)
         GeneratedApp app(test, {.name = u"Fresh"_s, .tabbed = tabbed, .tabs = Tabs, .firstStart = true});
 
         ASSERT_EQ(app.start().exitCode, 0);
-        if (tabbed) {
-            ASSERT_EQ(app.engineStarts().size(), 1);
-            EXPECT_EQ(app.engineStarts()[0].arguments.mid(0, 2), QStringList({store, Tabs[0]}));
-        } else {
-            ASSERT_TRUE(waitFor([&] { return app.engineStarts().size() == 2; }, 10000));
-            EXPECT_EQ(app.engineStarts()[1].arguments, (QStringList{u"--new-window"_s, store, Profile, Flags}));
-        }
+        const qsizetype before = tabbed ? 1 : 2; // a single window opens the store six seconds in
+        ASSERT_TRUE(waitFor([&] { return app.engineStarts().size() == before; }, 10000));
+        EXPECT_TRUE(app.engineStarts().constLast().arguments.contains(store));
         EXPECT_TRUE(QFile::exists(app.profile() + u"/First Launch Complete"_s));
 
-        const qsizetype before = app.engineStarts().size();
         ASSERT_EQ(app.start().exitCode, 0);
         const QList<EngineStart> starts = app.engineStarts();
         ASSERT_EQ(starts.size(), before + 1);
@@ -278,10 +273,10 @@ TEST(WholeStartMoved, RecordAndManifestFollowTheBundle)
     EXPECT_EQ(app.engineStarts().size(), 3);
 }
 
-// An engine that ignores --load-extension (a Chrome that says it is 140) is started the pipe way:
-// no --load-extension, the pipe switches instead, and exactly one command over the pipe that
-// loads the bundle's own companion. The holder of the pipe goes with the engine, and a refused
-// load is written into the app's log.
+// An engine that ignores --load-extension (a Chrome that says it is 140) gets exactly one command
+// over the DevTools pipe, which loads the bundle's own companion; a refused load is written into
+// the app's log. The switches are the script's (tests/fixtures/scripts), the pipe holder's life
+// and the companion at work are tests/e2e/pipe.test.js's.
 TEST(WholeStartPipe, TheCompanionOfAnEngineThatIgnoresTheSwitchComesOverThePipe)
 {
     for (const bool refused : {false, true}) {
@@ -296,10 +291,7 @@ TEST(WholeStartPipe, TheCompanionOfAnEngineThatIgnoresTheSwitchComesOverThePipe)
             app.environment().insert(u"SORVANE_FAKE_ENGINE_PIPE_ERROR"_s, u"Could not load manifest."_s);
 
         ASSERT_TRUE(app.startAndKeepRunning());
-        EXPECT_EQ(app.engineStarts().at(0).arguments,
-                  (QStringList{u"--args"_s, Profile, u"--app=https://app.example.test/"_s, u"--remote-debugging-pipe"_s,
-                               u"--enable-unsafe-extension-debugging"_s,
-                               u"--disable-blink-features=AutomationControlled"_s, Flags}));
+        EXPECT_TRUE(app.engineStarts().at(0).arguments.contains(u"--remote-debugging-pipe"_s));
         const QString command = test.root() + u"/engine-starts/"_s +
                                 QString::number(app.engineStarts().at(0).pid) + u".pipe"_s;
         ASSERT_TRUE(waitFor([&] { return QFile::exists(command); }, 10000));
@@ -312,10 +304,7 @@ TEST(WholeStartPipe, TheCompanionOfAnEngineThatIgnoresTheSwitchComesOverThePipe)
             EXPECT_TRUE(waitFor([&] { return readAll(log).contains("did not load through the DevTools pipe"); }, 10000))
                 << readAll(log).constData();
         }
-        EXPECT_TRUE(app.pipeHolderRunning());
-
         EXPECT_TRUE(app.stop());
-        EXPECT_TRUE(waitFor([&] { return !app.pipeHolderRunning(); }, 5000));
         if (!refused) {
             EXPECT_FALSE(readAll(log).contains("DevTools pipe")) << readAll(log).constData();
         }

@@ -1,26 +1,14 @@
-// Reading apps back from launcher scripts: the forms older generators wrote, values that pose as
-// markers, and scripts cut and scrambled at random. Today's scripts of every browser and kind,
-// and with hostile names, are read back in tests/generation/SNAppScriptHelperTest.cpp.
+// Reading apps back from launcher scripts: the forms older generators wrote and values that pose
+// as markers. Today's scripts of every browser and kind, and with hostile names, are read back in
+// tests/generation/SNAppScriptHelperTest.cpp; scripts cut and scrambled at random, in tests/fuzz.
 
 #include "maintenance/AppScriptReader.h"
 
 #include "support/QtPrinters.h"
-#include "support/TestContext.h"
-
-#include <QRandomGenerator>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QString golden(const char *file)
-{
-    return QString::fromUtf8(readAll(QStringLiteral(SORVANE_TEST_FIXTURES "/scripts/") + QLatin1String(file)));
-}
-
-} // namespace
 
 // Forms older generators wrote, the engine line's variants, and user values that look like
 // markers. Each case names the keys it checks.
@@ -93,24 +81,4 @@ TEST(AppScriptReader, OlderFormsAndValuesThatPoseAsMarkers)
             EXPECT_EQ(read->value(it.key()), it.value()) << qPrintable(it.key());
     }
     EXPECT_EQ(AppScriptReader::appInfo(u"Demo"_s, u"#!/bin/sh\n# Sorvane demo app\n"_s), std::nullopt);
-}
-
-// Scripts cut short, scrambled and spliced: the reader always answers, and the name is the one given.
-TEST(AppScriptReader, AnswersForAnyMutationOfARealScript)
-{
-    const QString script = golden("brave-tabbed-incognito-dark-routing.golden");
-    ASSERT_FALSE(script.isEmpty());
-    QRandomGenerator random(11);
-    for (int round = 0; round < 2000; ++round) {
-        QString mutated = script.left(random.bounded(script.size() + 1));
-        for (int flips = random.bounded(8); flips > 0 && !mutated.isEmpty(); --flips)
-            mutated[random.bounded(mutated.size())] = QChar(char16_t(random.bounded(0x80)));
-        if (round % 3 == 0)
-            mutated += script.mid(random.bounded(script.size()));
-        const std::optional<QVariantMap> read = AppScriptReader::appInfo(u"Team Chat"_s, mutated);
-        if (read)
-            EXPECT_EQ(read->value(u"appName"_s).toString(), u"Team Chat"_s);
-        else
-            EXPECT_TRUE(mutated.contains(u"\n# Sorvane demo app\n"_s));
-    }
 }
