@@ -28,12 +28,6 @@ QStringList visibleTiles(const DesktopHarness &app)
     return names;
 }
 
-bool isVisible(const DesktopHarness &app, const QString &name)
-{
-    const auto *item = app.find<QQuickItem>(name);
-    return item && item->isVisible();
-}
-
 } // namespace
 
 struct NarrowingCase
@@ -58,7 +52,7 @@ TEST_P(HomeScreenNarrowing, ShowsOnlyTheMatchingTiles)
     ASSERT_TRUE(app.load());
     app.settle();
     ASSERT_EQ(visibleTiles(app), (QStringList{u"Mail"_s, u"Notes"_s, u"Team"_s}));
-    EXPECT_FALSE(isVisible(app, u"emptyState"_s));
+    EXPECT_FALSE(app.isShown(u"emptyState"_s));
 
     QString why;
     if (!c.search.isEmpty()) {
@@ -73,7 +67,7 @@ TEST_P(HomeScreenNarrowing, ShowsOnlyTheMatchingTiles)
     }
     app.settle();
     EXPECT_EQ(visibleTiles(app), c.shown);
-    EXPECT_EQ(isVisible(app, u"noMatchLabel"_s), c.shown.isEmpty());
+    EXPECT_EQ(app.isShown(u"noMatchLabel"_s), c.shown.isEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -102,9 +96,9 @@ TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
 
     // Shift+F10 opens its menu; Escape closes it.
     app.key(Qt::Key_F10, Qt::ShiftModifier);
-    EXPECT_TRUE(isVisible(app, u"deleteAction:Notes"_s));
+    EXPECT_TRUE(app.isShown(u"deleteAction:Notes"_s));
     app.key(Qt::Key_Escape);
-    EXPECT_FALSE(isVisible(app, u"deleteAction:Notes"_s));
+    EXPECT_FALSE(app.isShown(u"deleteAction:Notes"_s));
 
     // Delete asks about that app; Escape keeps it.
     AlertAnswer answer;

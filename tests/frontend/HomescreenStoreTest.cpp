@@ -22,7 +22,6 @@
 #include <QDir>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThread>
 #include <QUuid>
 
 #include <gtest/gtest.h>
@@ -31,13 +30,11 @@
 #include <optional>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Filter = HomescreenStore::AppFilter;
 using Order = HomescreenStore::AppSortOrder;
 using Direction = HomescreenStore::SortDirection;
 
@@ -109,73 +106,38 @@ const auto label = [](const auto &test) { return std::string(test.param.label); 
 
 } // namespace
 
-TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitches)
-{
-    Home home;
-    HomescreenStore store(home.test.context());
-    const HomescreenAppsModel *apps = store.apps();
-    const HomescreenAppEntry notes = apps->entryAt(apps->rowOf(home.ids.value(u"Notes"_s)));
-    EXPECT_EQ(notes.appPath, home.bundle(u"Notes"_s));
-    EXPECT_EQ(notes.appType, HomescreenAppEntry::AppType::Standard);
-    EXPECT_EQ(notes.browserName, u"Chromium"_s);
-    EXPECT_EQ(notes.urls, QStringList{u"https://notes.example.com/"_s});
-    EXPECT_TRUE(notes.registerAsBrowser);
-    EXPECT_FALSE(notes.enableIncognito);
-    const QModelIndex tabbed = apps->index(apps->rowOf(home.ids.value(u"Mail 2"_s)));
-    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::IsTabbedRole), true);
-    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::EnableIncognitoRole), true);
-    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::RegisterAsBrowserRole), false);
-}
-
-struct ViewCase
+// Sorting (search and filter: the desktop HomeScreenNarrowing cases).
+struct SortCase
 {
     const char *label;
-    Filter filter;
-    QString search;
+    Order order;
+    Direction direction;
     QStringList expected;
-    Order order = Order::Name;
-    Direction direction = Direction::Ascending;
 };
 
-using HomescreenView = SharedHome<ViewCase>;
+using HomescreenSort = SharedHome<SortCase>;
 
-TEST_P(HomescreenView, SearchesFiltersAndSorts)
+TEST_P(HomescreenSort, OrdersTheList)
 {
-    const ViewCase &row = GetParam();
+    const SortCase &row = GetParam();
     HomescreenStore store(home->test.context());
     QSignalSpy filtered(&store, &HomescreenStore::filteredAppsChanged);
-    std::vector<std::unique_ptr<QSignalSpy>> changes;
-    for (const auto signal : {&HomescreenStore::searchTextChanged, &HomescreenStore::selectedFilterChanged,
-                              &HomescreenStore::sortOrderChanged, &HomescreenStore::sortDirectionChanged})
-        changes.push_back(std::make_unique<QSignalSpy>(&store, signal));
     const QStringList before = names(store.filteredApps());
-
-    store.setSelectedFilter(row.filter);
-    store.setSearchText(row.search);
     store.setSortOrder(row.order);
     store.setSortDirection(row.direction);
-
     EXPECT_EQ(names(store.filteredApps()), row.expected);
     EXPECT_TRUE(before == row.expected || !filtered.isEmpty());
-    const QList<bool> changed{!row.search.isEmpty(), row.filter != Filter::All, row.order != Order::Name,
-                              row.direction != Direction::Ascending};
-    for (qsizetype i = 0; i < changed.size(); ++i)
-        EXPECT_EQ(changes.at(std::size_t(i))->size(), changed.at(i) ? 1 : 0) << i;
-    EXPECT_EQ(store.apps()->count(), 3);
 }
 
 const QStringList byName{u"Mail"_s, u"Mail 2"_s, u"Notes"_s};
 const QStringList byDate{u"Notes"_s, u"Mail 2"_s, u"Mail"_s};
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, HomescreenView,
-    ::testing::Values(ViewCase{"everything", Filter::All, {}, byName},
-                      ViewCase{"nameDescending", Filter::All, {}, byDate, Order::Name, Direction::Descending},
-                      ViewCase{"standard", Filter::Standard, {}, {u"Mail"_s, u"Notes"_s}},
-                      ViewCase{"searchInFilter", Filter::Standard, u"mail"_s, {u"Mail"_s}},
-                      ViewCase{"dateAscending", Filter::All, {}, byDate, Order::Date},
-                      ViewCase{"dateDescending", Filter::All, {}, byName, Order::Date, Direction::Descending}),
-    label);
+INSTANTIATE_TEST_SUITE_P(Cases, HomescreenSort,
+                         ::testing::Values(SortCase{"name", Order::Name, Direction::Ascending, byName},
+                                           SortCase{"nameDescending", Order::Name, Direction::Descending, byDate},
+                                           SortCase{"date", Order::Date, Direction::Ascending, byDate},
+                                           SortCase{"dateDescending", Order::Date, Direction::Descending, byName}),
+                         label);
 
 // The app copied, and the name its copy gets.
 using HomescreenDuplicate = SharedHome<std::pair<QString, QString>>;
@@ -206,9 +168,13 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_TRUE(store.showingAppEdit());
     EXPECT_EQ(editing.size(), 1);
     EXPECT_EQ(showing.size(), 1);
-    // The wizard opens on the copy.
+    // The wizard opens on the copy, with the switches stored with the source.
     ASSERT_NE(store.wizard(), nullptr);
-    EXPECT_EQ(store.wizard()->draft()->appName(), expectedName);
+    const WizardDraft &draft = *store.wizard()->draft();
+    EXPECT_EQ(draft.appName(), expectedName);
+    EXPECT_EQ(draft.isTabbedApp(), sourceName == u"Mail 2"_s);
+    EXPECT_EQ(draft.enableIncognito(), sourceName == u"Mail 2"_s);
+    EXPECT_EQ(draft.registerAsBrowser(), sourceName == u"Notes"_s);
     EXPECT_EQ(QDir(home->apps()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 3); // nothing on disk
 }
 

@@ -169,13 +169,11 @@ TEST(SorvaneSettingsStore, BadInputIsRefusedAndChangesNothing)
 
 TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
 {
-    // Which switch is kept under which key: the settings window's SettingsToggles.
+    // The switches and import categories: the settings window's SettingsToggles and ImportCategories.
     // clang-format off
     const struct { const char *name; QString property; QString key; QVariant value; QVariant stored; } cases[] = {
         {"folder", u"defaultSaveLocation"_s, u"applicationsPath"_s, u"/srv/apps"_s, u"/srv/apps"_s},
-        {"tabbed", u"defaultTabbedApps"_s, u"defaultTabbedApps"_s, true, true},
         {"shape", u"defaultIconShape"_s, u"defaultIconShape"_s, QVariant::fromValue(Shape::Square), u"square"_s},
-        {"categories", u"defaultImportCategories"_s, u"defaultImportCategories"_s, QStringList{u"history"_s}, QStringList{u"history"_s}},
     };
     // clang-format on
     for (const auto &c : cases) {
