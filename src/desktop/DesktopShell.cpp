@@ -12,7 +12,6 @@
 #include "frontend/FrontendQmlTypes.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/SorvaneSettingsStore.h"
-#include "frontend/WindowManager.h"
 
 #include <QQmlApplicationEngine>
 #include <QQmlEngine>
@@ -96,7 +95,6 @@ bool DesktopShell::load(QString *error)
         {u"bulk"_s, QVariant::fromValue(m_bulk)},
         {u"bulkCreation"_s, QVariant::fromValue(m_bulkCreation)},
         {u"dialogs"_s, QVariant::fromValue(m_dialogs)},
-        {u"windows"_s, QVariant::fromValue(&WindowManager::shared())},
     });
     m_engine->load(QUrl(u"qrc:/Sorvane/Desktop/Main.qml"_s));
     disconnect(m_engine.get(), &QQmlEngine::warnings, this, nullptr);

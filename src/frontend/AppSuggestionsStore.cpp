@@ -36,14 +36,6 @@ QString normalisedHost(const QString &address)
     return host;
 }
 
-QVariantList values(const QList<AppSuggestion> &suggestions)
-{
-    QVariantList list;
-    for (const AppSuggestion &suggestion : suggestions)
-        list.append(QVariant::fromValue(suggestion));
-    return list;
-}
-
 } // namespace
 
 AppSuggestionsStore::AppSuggestionsStore(Context &context, QObject *parent)
@@ -73,15 +65,11 @@ void AppSuggestionsStore::loadSuggestions()
         AppSuggestionsCatalogue::read(QDir(m_context.resourcesFolder()).filePath(ResourceName), &error);
     if (catalogue) {
         m_allSuggestions = catalogue->suggestions;
-        m_shortList = catalogue->shortList;
         m_templates = catalogue->templates;
-        m_iconMappings = catalogue->iconMappings;
     } else {
         Logger::log(u"Failed to load AppSuggestions.plist, falling back to hardcoded suggestions"_s);
         m_allSuggestions = AppSuggestionsCatalogue::builtInSuggestions();
-        m_shortList.clear();
         m_templates.clear();
-        m_iconMappings.clear();
     }
     Q_EMIT templatesChanged();
     refreshInstalledMarks();
@@ -91,16 +79,11 @@ void AppSuggestionsStore::loadSuggestions()
 void AppSuggestionsStore::refreshInstalledMarks()
 {
     const QList<SNAppItem> apps = AppList::loadAppItems(m_context);
-    const auto mark = [&apps](QList<AppSuggestion> &suggestions) {
-        for (AppSuggestion &suggestion : suggestions) {
-            suggestion.isInstalled =
-                std::any_of(apps.cbegin(), apps.cend(),
-                            [&suggestion](const SNAppItem &app) { return isMadeFrom(suggestion, app); });
-        }
-    };
-    mark(m_allSuggestions);
-    mark(m_shortList);
-    publish();
+    for (AppSuggestion &suggestion : m_allSuggestions) {
+        suggestion.isInstalled = std::any_of(apps.cbegin(), apps.cend(),
+                                             [&suggestion](const SNAppItem &app) { return isMadeFrom(suggestion, app); });
+    }
+    m_model->setSuggestions(suggestionsIn(m_selectedCategory));
 }
 
 bool AppSuggestionsStore::isMadeFrom(const AppSuggestion &suggestion, const SNAppItem &app)
@@ -115,12 +98,6 @@ bool AppSuggestionsStore::isMadeFrom(const AppSuggestion &suggestion, const SNAp
                        [&host](const QString &address) { return normalisedHost(address) == host; });
 }
 
-void AppSuggestionsStore::publish()
-{
-    m_model->setSuggestions(suggestionsIn(m_selectedCategory));
-    Q_EMIT categorizedSuggestionsChanged();
-}
-
 QList<AppSuggestion> AppSuggestionsStore::suggestionsIn(Category category) const
 {
     if (category == Category::All)
@@ -131,19 +108,6 @@ QList<AppSuggestion> AppSuggestionsStore::suggestionsIn(Category category) const
             selected.append(suggestion);
     }
     return selected;
-}
-
-QVariantList AppSuggestionsStore::suggestionsFor(Category category) const
-{
-    return values(suggestionsIn(category));
-}
-
-QVariantMap AppSuggestionsStore::categorizedSuggestions() const
-{
-    QVariantMap map;
-    for (const Category category : AppCategory::all())
-        map.insert(AppCategory::label(category), suggestionsFor(category));
-    return map;
 }
 
 void AppSuggestionsStore::setSelectedCategory(Category category)
@@ -161,19 +125,6 @@ QVariantList AppSuggestionsStore::templateValues() const
     for (const AppTemplate &appTemplate : m_templates)
         list.append(QVariant::fromValue(appTemplate));
     return list;
-}
-
-QVariantList AppSuggestionsStore::shortListValues() const
-{
-    return values(m_shortList);
-}
-
-QVariantMap AppSuggestionsStore::iconMappingValues() const
-{
-    QVariantMap map;
-    for (auto it = m_iconMappings.cbegin(); it != m_iconMappings.cend(); ++it)
-        map.insert(it.key(), it.value());
-    return map;
 }
 
 QStringList AppSuggestionsStore::categoryLabels() const
@@ -197,7 +148,6 @@ QVariantMap AppSuggestionsStore::wizardValues(const QString &suggestionId) const
             {u"isTabbedApp"_s, !tabs.isEmpty()},
             {u"incognito"_s, suggestion.incognito},
             {u"iconName"_s, suggestion.iconName},
-            {u"imageName"_s, m_iconMappings.value(suggestion.iconName)},
         };
     }
     return {};

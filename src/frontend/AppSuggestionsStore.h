@@ -5,7 +5,6 @@
 #include "frontend/AppTemplate.h"
 
 #include <QList>
-#include <QMap>
 #include <QObject>
 #include <QString>
 #include <QVariantList>
@@ -27,16 +26,11 @@ class AppSuggestionsStore final : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(AppSuggestionsModel *suggestions READ suggestions CONSTANT)
-    // Category label -> list of AppSuggestion, for every category.
-    Q_PROPERTY(
-        QVariantMap categorizedSuggestions READ categorizedSuggestions NOTIFY categorizedSuggestionsChanged)
     Q_PROPERTY(AppCategory::Category selectedCategory READ selectedCategory WRITE setSelectedCategory NOTIFY
                    selectedCategoryChanged)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
-    // Lists of AppTemplate and AppSuggestion values.
+    // A list of AppTemplate values.
     Q_PROPERTY(QVariantList templates READ templateValues NOTIFY templatesChanged)
-    Q_PROPERTY(QVariantList shortList READ shortListValues NOTIFY categorizedSuggestionsChanged)
-    Q_PROPERTY(QVariantMap iconMappings READ iconMappingValues NOTIFY templatesChanged)
     // Every category's label, in case order.
     Q_PROPERTY(QStringList categoryLabels READ categoryLabels CONSTANT)
 
@@ -48,51 +42,42 @@ public:
     ~AppSuggestionsStore() override;
 
     AppSuggestionsModel *suggestions() const { return m_model; }
-    QVariantMap categorizedSuggestions() const;
     AppCategory::Category selectedCategory() const { return m_selectedCategory; }
     void setSelectedCategory(AppCategory::Category category);
     bool isLoading() const { return m_isLoading; }
     QVariantList templateValues() const;
-    QVariantList shortListValues() const;
-    QVariantMap iconMappingValues() const;
     QStringList categoryLabels() const;
 
     const QList<AppSuggestion> &allSuggestions() const { return m_allSuggestions; }
     const QList<AppTemplate> &templates() const { return m_templates; }
-    const QMap<QString, QString> &iconMappings() const { return m_iconMappings; }
     // The suggestions of a category, in catalogue order.
     QList<AppSuggestion> suggestionsIn(AppCategory::Category category) const;
 
     Q_INVOKABLE void loadSuggestions();
     Q_INVOKABLE void refreshInstalledMarks();
-    Q_INVOKABLE QVariantList suggestionsFor(AppCategory::Category category) const;
     Q_INVOKABLE QString categoryLabel(AppCategory::Category category) const
     {
         return AppCategory::label(category);
     }
     // What choosing a suggestion puts into the wizard: appName, appURL, tabs (addresses),
-    // isTabbedApp, incognito, iconName and imageName (its icon mapping). Empty for an unknown id.
+    // isTabbedApp, incognito and iconName. Empty for an unknown id.
     Q_INVOKABLE QVariantMap wizardValues(const QString &suggestionId) const;
 
     // Whether `app` was made from `suggestion` (see the class comment).
     static bool isMadeFrom(const AppSuggestion &suggestion, const SNAppItem &app);
 
 Q_SIGNALS:
-    void categorizedSuggestionsChanged();
     void selectedCategoryChanged();
     void isLoadingChanged();
     void templatesChanged();
 
 private:
     void setLoading(bool loading);
-    void publish();
 
     Context &m_context;
     AppSuggestionsModel *m_model;
     QList<AppSuggestion> m_allSuggestions;
-    QList<AppSuggestion> m_shortList;
     QList<AppTemplate> m_templates;
-    QMap<QString, QString> m_iconMappings;
     AppCategory::Category m_selectedCategory = AppCategory::Category::All;
     bool m_isLoading = false;
 };

@@ -118,15 +118,3 @@ int DestinationChoicesModel::indexOf(const RoutingDestination &destination)
     endInsertRows();
     return count() - 1;
 }
-
-int DestinationChoicesModel::addBundle(const QString &bundlePath)
-{
-    QString error;
-    const std::optional<RoutingDestination> destination = RoutingDestination::fromBundle(bundlePath, &error);
-    if (!destination) {
-        m_lastError = error;
-        Q_EMIT lastErrorChanged();
-        return -1;
-    }
-    return indexOf(*destination);
-}

@@ -21,7 +21,6 @@
 #include "frontend/RoutingRulesModel.h"
 #include "frontend/SorvaneSettingsStore.h"
 #include "frontend/TabsModel.h"
-#include "frontend/WindowManager.h"
 #include "frontend/WizardDraft.h"
 #include "frontend/WizardEngineSwitch.h"
 #include "frontend/WizardIcon.h"
@@ -71,7 +70,6 @@ void registerTypes()
     registerStore<JobProgress>("JobProgress");
     registerStore<BulkCreationStore>("BulkCreationStore");
     registerStore<HomescreenAppsModel>("HomescreenAppsModel");
-    registerStore<WindowManager>("WindowManager");
     registerStore<DeepLinkHandler>("DeepLinkHandler");
     registerValueType(RoutingDestination::staticMetaObject, "RoutingDestination");
     registerValueType(WizardRoutingRule::staticMetaObject, "WizardRoutingRule");

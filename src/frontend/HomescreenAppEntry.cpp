@@ -20,6 +20,5 @@ HomescreenAppEntry HomescreenAppEntry::fromAppItem(const SNAppItem &item)
     entry.urls = item.urls;
     const QFileInfo bundle(item.path);
     entry.date = bundle.birthTime().isValid() ? bundle.birthTime() : bundle.lastModified();
-    entry.legacyLayout = !item.path.isEmpty() && !QFileInfo(item.path + u"/Contents/Resources/script"_s).isFile();
     return entry;
 }

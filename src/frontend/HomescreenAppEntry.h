@@ -24,7 +24,6 @@ struct HomescreenAppEntry
     Q_PROPERTY(bool enableIncognito MEMBER enableIncognito)
     Q_PROPERTY(bool enableWhitelisting MEMBER enableWhitelisting)
     Q_PROPERTY(QDateTime date MEMBER date)
-    Q_PROPERTY(bool legacyLayout MEMBER legacyLayout)
     Q_PROPERTY(bool isValid READ isValid)
 
 public:
@@ -43,9 +42,6 @@ public:
     bool enableIncognito = false;
     bool enableWhitelisting = false;
     QDateTime date; // the bundle's date on disk, for sorting
-    // Made by an older generator: the launcher script sits in Contents/MacOS, not in
-    // Contents/Resources, until the app is regenerated.
-    bool legacyLayout = false;
 
     bool isValid() const { return !id.isEmpty(); }
     bool isTabbed() const { return appType == AppType::Tabbed; }

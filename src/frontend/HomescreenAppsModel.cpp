@@ -50,8 +50,6 @@ QVariant HomescreenAppsModel::data(const QModelIndex &index, int role) const
         return entry.enableWhitelisting;
     case DateRole:
         return entry.date;
-    case LegacyLayoutRole:
-        return entry.legacyLayout;
     case EntryRole:
         return QVariant::fromValue(entry);
     default:
@@ -74,7 +72,6 @@ QHash<int, QByteArray> HomescreenAppsModel::roleNames() const
             {EnableIncognitoRole, "enableIncognito"},
             {EnableWhitelistingRole, "enableWhitelisting"},
             {DateRole, "date"},
-            {LegacyLayoutRole, "legacyLayout"},
             {EntryRole, "entry"}};
 }
 

@@ -27,7 +27,6 @@ public:
         EnableIncognitoRole,
         EnableWhitelistingRole,
         DateRole,
-        LegacyLayoutRole,
         EntryRole, // the whole entry, as a HomescreenAppEntry value
     };
     Q_ENUM(Role)

@@ -53,8 +53,6 @@ HomescreenStore::HomescreenStore(Context &context, QObject *parent)
     , m_work(new JobProgress(this))
     , m_apps(new HomescreenAppsModel(this))
     , m_filteredApps(new HomescreenAppsModel(this))
-    , m_legacyApps(new HomescreenAppsModel(this))
-    , m_activeApps(new HomescreenAppsModel(this))
 {
     Logger::log(u"Successfully created SNRecentAppsManager instance"_s);
     installObservers();
@@ -129,20 +127,13 @@ void HomescreenStore::setAppEntries(const QList<HomescreenAppEntry> &entries)
         const QLocale locale;
         m_searchKeys.clear();
         m_searchKeys.reserve(entries.size());
-        QList<HomescreenAppEntry> legacy;
-        QList<HomescreenAppEntry> active;
         for (const HomescreenAppEntry &entry : entries) {
             QStringList keys{locale.toLower(entry.name)};
             for (const QString &url : entry.urls)
                 keys.append(locale.toLower(url));
             m_searchKeys.append(keys);
-            (entry.legacyLayout ? legacy : active).append(entry);
         }
         Q_EMIT appsChanged();
-        if (m_legacyApps->setEntries(legacy))
-            Q_EMIT legacyAppsChanged();
-        if (m_activeApps->setEntries(active))
-            Q_EMIT activeAppsChanged();
     }
     applySearchFilterSort();
 }
@@ -335,7 +326,6 @@ bool HomescreenStore::duplicateApp(const QString &id)
     // The copy has no bundle until the wizard creates one.
     copy.appPath.clear();
     copy.date = {};
-    copy.legacyLayout = false;
     setEditingApp(copy);
     setShowingAppEdit(true);
     return true;

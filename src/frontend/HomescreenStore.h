@@ -32,8 +32,6 @@ class HomescreenStore final : public QObject
                    showingAppCreationChanged)
     Q_PROPERTY(bool showingAppEdit READ showingAppEdit WRITE setShowingAppEdit NOTIFY showingAppEditChanged)
     Q_PROPERTY(HomescreenAppEntry editingApp READ editingApp NOTIFY editingAppChanged)
-    Q_PROPERTY(HomescreenAppsModel *legacyApps READ legacyApps NOTIFY legacyAppsChanged)
-    Q_PROPERTY(HomescreenAppsModel *activeApps READ activeApps NOTIFY activeAppsChanged)
     // The wizard while it is open: for a new app, or on `editingApp` (an edit, or a duplicate
     // that has no bundle yet). Made when the wizard opens, dropped when it closes.
     Q_PROPERTY(AppCreationWizardStore *wizard READ wizard NOTIFY wizardChanged)
@@ -63,8 +61,6 @@ public:
 
     HomescreenAppsModel *apps() const { return m_apps; }
     HomescreenAppsModel *filteredApps() const { return m_filteredApps; }
-    HomescreenAppsModel *legacyApps() const { return m_legacyApps; }
-    HomescreenAppsModel *activeApps() const { return m_activeApps; }
     QString searchText() const { return m_searchText; }
     AppFilter selectedFilter() const { return m_selectedFilter; }
     AppSortOrder sortOrder() const { return m_sortOrder; }
@@ -125,8 +121,6 @@ Q_SIGNALS:
     void showingAppEditChanged();
     void editingAppChanged();
     void wizardChanged();
-    void legacyAppsChanged();
-    void activeAppsChanged();
     void showingImportSheetChanged();
     void showingExtensionDownloadChanged();
 
@@ -148,8 +142,6 @@ private:
     JobProgress *m_work;
     HomescreenAppsModel *m_apps;
     HomescreenAppsModel *m_filteredApps;
-    HomescreenAppsModel *m_legacyApps;
-    HomescreenAppsModel *m_activeApps;
     QString m_searchText;
     AppFilter m_selectedFilter = AppFilter::All;
     AppSortOrder m_sortOrder = AppSortOrder::Name;

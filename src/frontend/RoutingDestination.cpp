@@ -1,7 +1,6 @@
 #include "frontend/RoutingDestination.h"
 
 #include "companion/SNRoutingConfig.h"
-#include "core/PropertyList.h"
 
 #include <QFileInfo>
 
@@ -103,35 +102,3 @@ std::optional<RoutingDestination> RoutingDestination::fromRecord(const QVariant 
     return defaultBrowser();
 }
 
-std::optional<RoutingDestination> RoutingDestination::fromBundle(const QString &bundlePath, QString *error)
-{
-    const QFileInfo bundle(bundlePath);
-    const QString plistPath = bundlePath + u"/Contents/Info.plist"_s;
-    if (!bundle.isDir() || !QFileInfo(plistPath).isFile()) {
-        if (error)
-            *error = u"%1 is not an application"_s.arg(bundle.fileName());
-        return std::nullopt;
-    }
-    QString readError;
-    const QVariantMap plist = PropertyList::readFile(plistPath, &readError).toMap();
-    if (plist.isEmpty()) {
-        if (error)
-            *error = u"The application's Info.plist cannot be read: %1"_s.arg(readError);
-        return std::nullopt;
-    }
-    QString name = plist.value(u"CFBundleDisplayName"_s).toString();
-    if (name.isEmpty())
-        name = plist.value(u"CFBundleName"_s).toString();
-    if (name.isEmpty())
-        name = bundle.completeBaseName();
-    const QString path = bundle.absoluteFilePath();
-    if (plist.contains(u"SorvaneApp"_s))
-        return sorvaneApp(path, name);
-    const QString identifier = plist.value(u"CFBundleIdentifier"_s).toString();
-    if (identifier.isEmpty()) {
-        if (error)
-            *error = u"%1 has no bundle identifier"_s.arg(bundle.fileName());
-        return std::nullopt;
-    }
-    return browser(identifier, name);
-}

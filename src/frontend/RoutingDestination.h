@@ -45,11 +45,6 @@ public:
     // A destination from a record, cleaned the way the routing data is; nothing when invalid.
     static std::optional<RoutingDestination> fromRecord(const QVariant &record);
 
-    // The destination an application bundle stands for: one of Sorvane's apps (its Info.plist
-    // carries the SorvaneApp marker) or a browser. Nothing, with the reason, when the folder is
-    // not a readable bundle.
-    static std::optional<RoutingDestination> fromBundle(const QString &bundlePath, QString *error = nullptr);
-
     friend bool operator==(const RoutingDestination &, const RoutingDestination &) = default;
 };
 

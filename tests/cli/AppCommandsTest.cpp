@@ -19,11 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QJsonValue json(const CliRun &run)
-{
-    return QJsonDocument::fromJson(u"[%1]"_s.arg(QString::fromUtf8(run.out)).toUtf8()).array().at(0);
-}
-
 QStringList names(const QJsonValue &list)
 {
     QStringList result;

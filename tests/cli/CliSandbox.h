@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDir>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcessEnvironment>
@@ -12,6 +13,12 @@
 
 // What a run of `sorvane` (or of an app it made) gave back.
 using CliRun = Outcome;
+
+// The document a `--json` run printed (an object, an array or a single value).
+inline QJsonValue json(const CliRun &run)
+{
+    return QJsonDocument::fromJson("[" + run.out + "]").array().at(0);
+}
 
 // A temporary home for the built `sorvane`: HOME and the XDG folders inside a TestContext.
 class CliSandbox

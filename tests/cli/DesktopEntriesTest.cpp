@@ -24,11 +24,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QJsonObject jsonObject(const CliRun &run)
-{
-    return QJsonDocument::fromJson(run.out).object();
-}
-
 QString dataHome(const CliSandbox &sandbox)
 {
     return sandbox.environment.value(u"XDG_DATA_HOME"_s) + u'/';
@@ -87,7 +82,7 @@ TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDelete
     Home home;
     const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, Icon});
     ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
-    const QString appId = jsonObject(created).value(u"appID"_s).toString();
+    const QString appId = json(created)[u"appID"_s].toString();
     const QString bundle = home.bundle(u"Mail"_s);
 
     // Creation wrote the entry and icons; its window class is the switch the engine gets.
@@ -111,13 +106,13 @@ TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDelete
 
     const CliRun check = home.sorvane({u"desktop-entries"_s, u"--json"_s});
     EXPECT_EQ(check.exitCode, 1) << check.err.toStdString();
-    EXPECT_EQ(jsonObject(check).value(u"missing"_s).toArray().at(0)[u"appId"_s].toString(), appId);
-    EXPECT_EQ(jsonObject(check).value(u"orphans"_s).toArray(), QJsonArray{u"GONE-1"_s});
+    EXPECT_EQ(json(check)[u"missing"_s].toArray().at(0)[u"appId"_s].toString(), appId);
+    EXPECT_EQ(json(check)[u"orphans"_s].toArray(), QJsonArray{u"GONE-1"_s});
     EXPECT_EQ(menuFilesOf(home, u"GONE-1"_s).size(), 2) << "a check changes nothing";
 
     const CliRun sync = home.sorvane({u"desktop-entries"_s, u"--sync"_s, u"--json"_s});
     ASSERT_EQ(sync.exitCode, 0) << sync.err.toStdString();
-    EXPECT_EQ(jsonObject(sync).value(u"removed"_s).toArray(), QJsonArray{u"GONE-1"_s});
+    EXPECT_EQ(json(sync)[u"removed"_s].toArray(), QJsonArray{u"GONE-1"_s});
     EXPECT_EQ(menuFilesOf(home, appId), files);
     EXPECT_EQ(entryKeys(home, appId), keys);
     EXPECT_EQ(menuFilesOf(home, u"GONE-1"_s), QStringList());
@@ -229,7 +224,7 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
                                                         u"--into"_s, home.apps, u"--icon"_s, Icon, u"--json"_s} +
                                             options);
         ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
-        const QString appId = jsonObject(created).value(u"appID"_s).toString();
+        const QString appId = json(created)[u"appID"_s].toString();
         const QString bundle = home.bundle(name);
         const QMap<QString, QString> keys = entryKeys(home, appId);
 

@@ -68,11 +68,8 @@ TEST(ProfilesCommand, OffersExtensionsAndCreateTakesOverExactlyTheChosenOne)
     ASSERT_EQ(run.exitCode, 0) << run.err.constData();
     const QString profile = home.bundle(u"Mail"_s) + u"/Contents/Profile/Default/"_s;
 
+    // What of an extension is copied: tests/generation/ProfileSeederTest.cpp.
     EXPECT_EQ(entries(profile + u"Extensions"_s), QStringList{OtherId});
-    EXPECT_EQ(entries(profile + u"Local Extension Settings"_s), QStringList{OtherId});
-    EXPECT_EQ(entries(profile + u"Local Storage"_s), QStringList{u"chrome-extension_%1_0.localstorage"_s.arg(OtherId)});
-    const QJsonObject preferences = QJsonDocument::fromJson(readAll(profile + u"Secure Preferences"_s)).object();
-    EXPECT_EQ(preferences[u"extensions"_s][u"settings"_s].toObject().keys(), QStringList{OtherId});
     EXPECT_FALSE(QFileInfo::exists(profile + u"Bookmarks"_s)); // no data without --import-data
 
     // An extension the profile does not offer, or no id at all, is refused before anything is made.
@@ -105,12 +102,8 @@ TEST(CreateCommand, ImportedDataLandsInTheProfile)
     EXPECT_EQ(summary[u"copiedItemCount"_s].toInt(), 4) << run.out.constData();
     EXPECT_TRUE(summary[u"failedItems"_s].toArray().isEmpty());
     EXPECT_FALSE(summary[u"missingSource"_s].toBool());
-    const QString bundle = home.bundle(u"Mail"_s);
-    const QString profile = bundle + u"/Contents/Profile/Default/"_s;
-    for (const QString &copied : {u"Bookmarks"_s, u"History"_s})
-        EXPECT_EQ(readAll(profile + copied), readAll(userData + u"/Default/"_s + copied)) << copied.toStdString();
-    EXPECT_EQ(QJsonDocument::fromJson(readAll(profile + u"Preferences"_s))[u"homepage"_s].toString(),
-              u"https://example.org/"_s);
+    // What each category copies: tests/editing/BrowserDataImporterTest.cpp.
+    EXPECT_TRUE(QFileInfo::exists(home.bundle(u"Mail"_s) + u"/Contents/Profile/Default/History"_s));
 }
 
 // The bulk list's checks run over the whole list before anything is written.

@@ -24,9 +24,9 @@ TEST(AppSets, ExportedAppsComeBackThroughImport)
         ASSERT_TRUE(app.load());
         QString why;
         ASSERT_TRUE(app.click(u"exportButton"_s, &why)) << why.toStdString();
-        ASSERT_TRUE(DesktopHarness::waitFor([&app] { return app.find(u"exportDialog"_s)->property("opened").toBool(); }));
+        ASSERT_TRUE(DesktopHarness::waitFor([&app] { return app.value(u"exportDialog"_s, "opened").toBool(); }));
         // Every app starts ticked; untick one.
-        EXPECT_TRUE(app.find(u"exportApp:Mail"_s)->property("checked").toBool());
+        EXPECT_TRUE(app.value(u"exportApp:Mail"_s, "checked").toBool());
         ASSERT_TRUE(app.click(u"exportApp:Notes"_s, &why)) << why.toStdString();
         app.find(u"exportDialog"_s)->setProperty("fileUrl", QUrl::fromLocalFile(chosen));
         ASSERT_TRUE(app.click(u"exportConfirmButton"_s, &why)) << why.toStdString();

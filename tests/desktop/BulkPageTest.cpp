@@ -23,7 +23,7 @@ void openBulkPage(DesktopHarness &app)
     ASSERT_TRUE(app.click(u"bulkButton"_s, &why)) << why.toStdString();
     // The page takes input once it has slid in.
     ASSERT_TRUE(DesktopHarness::waitFor([&app] {
-        return app.find(u"bulkNameField:0"_s) && !app.find(u"mainStack"_s)->property("busy").toBool();
+        return app.find(u"bulkNameField:0"_s) && !app.value(u"mainStack"_s, "busy").toBool();
     }));
     app.settle();
 }
@@ -33,16 +33,6 @@ void fillRow(DesktopHarness &app, int row, const QString &name, const QString &a
     QString why;
     ASSERT_TRUE(app.type(u"bulkNameField:%1"_s.arg(row), name, &why)) << why.toStdString();
     ASSERT_TRUE(app.type(u"bulkUrlField:%1"_s.arg(row), address, &why)) << why.toStdString();
-}
-
-QString text(const DesktopHarness &app, const QString &name)
-{
-    return app.find(name)->property("text").toString();
-}
-
-bool enabled(const DesktopHarness &app, const QString &name)
-{
-    return app.find(name)->property("enabled").toBool();
 }
 
 } // namespace
@@ -67,11 +57,11 @@ TEST_P(BulkValidation, SaysWhichRowIsWrongAndHoldsCreateAllBack)
     fillRow(app, 0, u"First"_s, u"first.example.com"_s);
     ASSERT_TRUE(app.click(u"bulkAddButton"_s));
     fillRow(app, 1, c.name, c.address);
-    const QString shown = text(app, u"bulkValidationLabel"_s);
+    const QString shown = app.value(u"bulkValidationLabel"_s, "text").toString();
     // A message ending in "…" is the generator's own, checked by its start.
     EXPECT_TRUE(c.message.endsWith(u'…') ? shown.startsWith(c.message.chopped(1)) : shown == c.message)
         << shown.toStdString();
-    EXPECT_EQ(enabled(app, u"bulkCreateAllButton"_s), c.message.isEmpty());
+    EXPECT_EQ(app.value(u"bulkCreateAllButton"_s, "enabled").toBool(), c.message.isEmpty());
     EXPECT_TRUE(QDir(app.appsFolder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
 }
 
@@ -91,13 +81,13 @@ TEST(BulkPage, CreateAllMakesEveryRowAndKeepsTheOnesThatFailed)
 {
     DesktopHarness app;
     openBulkPage(app);
-    EXPECT_FALSE(enabled(app, u"bulkRemoveAllButton"_s));
+    EXPECT_FALSE(app.value(u"bulkRemoveAllButton"_s, "enabled").toBool());
     fillRow(app, 0, u"Mail"_s, u"https://mail.example.org/"_s);
     ASSERT_TRUE(app.click(u"bulkAddButton"_s));
     fillRow(app, 1, u"Wiki"_s, u"wiki.example.com"_s);
     ASSERT_TRUE(app.click(u"bulkAddButton"_s));
     fillRow(app, 2, u"Notes"_s, u"notes.example.com"_s);
-    EXPECT_TRUE(enabled(app, u"bulkRemoveAllButton"_s));
+    EXPECT_TRUE(app.value(u"bulkRemoveAllButton"_s, "enabled").toBool());
     // Wiki's folder cannot be made: a file stands in its way.
     const QString blocked = app.test().root() + u"/blocked"_s;
     writeFile(blocked, "a file");
@@ -107,15 +97,15 @@ TEST(BulkPage, CreateAllMakesEveryRowAndKeepsTheOnesThatFailed)
     AlertAnswer failure;
     app.answerNextAlert(0, failure);
     ASSERT_TRUE(app.click(u"bulkCreateAllButton"_s, &why)) << why.toStdString();
-    ASSERT_TRUE(DesktopHarness::waitFor([&app] { return enabled(app, u"bulkBackButton"_s); }, 30000));
+    ASSERT_TRUE(DesktopHarness::waitFor([&app] { return app.value(u"bulkBackButton"_s, "enabled").toBool(); }, 30000));
     app.settle();
     EXPECT_TRUE(QDir(app.bundle(u"Mail"_s)).exists());
     EXPECT_TRUE(QDir(app.bundle(u"Notes"_s)).exists());
     EXPECT_EQ(failure.shown.value(0), u"Error"_s);
-    EXPECT_EQ(text(app, u"bulkResultLabel"_s), u"2 of 3 apps created."_s);
-    EXPECT_TRUE(app.find(u"bulkResultLabel"_s)->property("visible").toBool());
+    EXPECT_EQ(app.value(u"bulkResultLabel"_s, "text").toString(), u"2 of 3 apps created."_s);
+    EXPECT_TRUE(app.isShown(u"bulkResultLabel"_s));
     EXPECT_EQ(app.shell().bulk().appCount(), 1);
-    EXPECT_EQ(text(app, u"bulkNameField:0"_s), u"Wiki"_s);
+    EXPECT_EQ(app.value(u"bulkNameField:0"_s, "text").toString(), u"Wiki"_s);
 
     // Back home, the new apps are there.
     ASSERT_TRUE(app.click(u"bulkBackButton"_s, &why)) << why.toStdString();

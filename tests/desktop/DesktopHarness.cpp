@@ -131,6 +131,12 @@ QList<QObject *> DesktopHarness::findAll(const QString &prefix) const
     return matching([&](const QString &name) { return name.startsWith(prefix); }, false);
 }
 
+bool DesktopHarness::isShown(const QString &objectName) const
+{
+    const auto *item = find<QQuickItem>(objectName);
+    return item && item->isVisible();
+}
+
 QQuickItem *DesktopHarness::visibleItem(const QString &objectName, QString *why) const
 {
     QObject *object = find(objectName);

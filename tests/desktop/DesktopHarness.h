@@ -52,6 +52,14 @@ public:
     }
     // Every object whose name starts with `prefix`, in tree order.
     QList<QObject *> findAll(const QString &prefix) const;
+    // A property ("text", "checked", "enabled"...) of the control of that name; invalid without one.
+    QVariant value(const QString &objectName, const char *property) const
+    {
+        QObject *object = find(objectName);
+        return object ? object->property(property) : QVariant();
+    }
+    // Whether the item of that name is on screen.
+    bool isShown(const QString &objectName) const;
 
     // Clicks a visible, enabled item at its centre (a non-item action is triggered); false, with
     // the reason, when the control cannot be used as a person would.

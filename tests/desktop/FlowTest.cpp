@@ -10,7 +10,6 @@
 #include "core/SNAppTracker.h"
 
 #include <QFile>
-#include <QQuickItem>
 
 #include <gtest/gtest.h>
 
@@ -18,25 +17,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool isShown(DesktopHarness &app, const QString &objectName)
-{
-    auto *item = app.find<QQuickItem>(objectName);
-    return item && item->isVisible();
-}
-
-QString textOf(DesktopHarness &app, const QString &objectName)
-{
-    QObject *object = app.find(objectName);
-    return object ? object->property("text").toString() : u"<no %1>"_s.arg(objectName);
-}
-
 // The wizard has slid in and takes clicks.
 bool wizardReady(DesktopHarness &app)
 {
-    return DesktopHarness::waitFor([&] {
-        QObject *page = app.find(u"wizardPage"_s);
-        return page && page->property("ready").toBool();
-    });
+    return DesktopHarness::waitFor([&] { return app.value(u"wizardPage"_s, "ready").toBool(); });
 }
 
 // Next through the three steps before the review, then Create (or Save), then Done.
@@ -45,8 +29,8 @@ void finishWizard(DesktopHarness &app)
     for (int step = 0; step < 3; ++step)
         ASSERT_TRUE(app.click(u"nextButton"_s)) << "step " << step;
     ASSERT_TRUE(app.click(u"createButton"_s));
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"successView"_s); }, 20000))
-        << textOf(app, u"creationErrorText"_s).toStdString();
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"successView"_s); }, 20000))
+        << app.value(u"creationErrorText"_s, "text").toString().toStdString();
     ASSERT_TRUE(app.click(u"doneButton"_s));
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
 }
@@ -71,19 +55,19 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     DesktopHarness app;
     QString error;
     ASSERT_TRUE(app.load(&error)) << error.toStdString();
-    ASSERT_TRUE(isShown(app, u"emptyState"_s));
-    EXPECT_FALSE(isShown(app, u"appGrid"_s));
-    EXPECT_FALSE(app.find(u"exportButton"_s)->property("enabled").toBool());
+    ASSERT_TRUE(app.isShown(u"emptyState"_s));
+    EXPECT_FALSE(app.isShown(u"appGrid"_s));
+    EXPECT_FALSE(app.value(u"exportButton"_s, "enabled").toBool());
 
     // Made: only the address is typed; the site names the app and gives its icon.
     ASSERT_TRUE(app.click(u"createFirstAppButton"_s));
     ASSERT_TRUE(wizardReady(app));
     ASSERT_TRUE(app.type(u"appURLField"_s, site.url().toString(), &error)) << error.toStdString();
     app.key(Qt::Key_Tab);
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return textOf(app, u"appNameField"_s) == u"Team Desk"_s; }, 15000))
-        << textOf(app, u"appNameField"_s).toStdString();
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.value(u"appNameField"_s, "text").toString() == u"Team Desk"_s; }, 15000))
+        << app.value(u"appNameField"_s, "text").toString().toStdString();
     finishWizard(app);
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"app:Team Desk"_s); }));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"app:Team Desk"_s); }));
     EXPECT_TRUE(QFile::exists(app.bundle(u"Team Desk"_s) + u"/Contents/Resources/icon.icns"_s));
     const QStringList ids = SNAppTracker(app.test().context()).getTracker().keys();
     ASSERT_EQ(ids.size(), 1);
@@ -95,7 +79,7 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     ASSERT_TRUE(wizardReady(app));
     ASSERT_TRUE(app.type(u"appNameField"_s, u"Team Hub"_s, &error)) << error.toStdString();
     finishWizard(app);
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"app:Team Hub"_s); }));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"app:Team Hub"_s); }));
     EXPECT_EQ(app.find(u"app:Team Desk"_s), nullptr);
     EXPECT_TRUE(QFile::exists(app.bundle(u"Team Hub"_s)));
     EXPECT_FALSE(QFile::exists(app.bundle(u"Team Desk"_s)));
@@ -105,7 +89,7 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     // Duplicated: the wizard opens on the first free name; cancelling makes nothing.
     ASSERT_EQ(openMenuAction(app, u"duplicateAction"_s, u"Team Hub"_s), QString());
     ASSERT_TRUE(wizardReady(app));
-    EXPECT_EQ(textOf(app, u"appNameField"_s), u"Team Hub 2"_s);
+    EXPECT_EQ(app.value(u"appNameField"_s, "text").toString(), u"Team Hub 2"_s);
     ASSERT_TRUE(app.click(u"cancelButton"_s));
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
     EXPECT_FALSE(QFile::exists(app.bundle(u"Team Hub 2"_s)));
@@ -119,6 +103,6 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
         return !QFile::exists(app.bundle(u"Team Hub"_s)) && SNAppTracker(app.test().context()).getTracker().isEmpty();
     }));
     EXPECT_FALSE(QFile::exists(entry));
-    EXPECT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"emptyState"_s); }));
+    EXPECT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"emptyState"_s); }));
     EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
 }

@@ -1,37 +1,56 @@
-// The home screen as a person sees it: narrowed by search and filter, and used with the keyboard.
-// Empty, and deleting through the alert, are the desktop flow's (FlowTest.cpp).
+// The home screen as a person sees it: narrowed by search and filter, sorted, used with the
+// keyboard, and deleting through its alerts. Empty is the desktop flow's (FlowTest.cpp).
 
 #include "DesktopHarness.h"
 
+#include "support/Frozen.h"
+
+#include "core/SNAppTracker.h"
 #include "desktop/DesktopShell.h"
 #include "frontend/HomescreenStore.h"
+#include "frontend/JobProgress.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QQuickItem>
+#include <QTimer>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The names of the tiles a person can see, sorted.
+// The names of the tiles a person can see, in reading order.
 QStringList visibleTiles(const DesktopHarness &app)
 {
-    QStringList names;
+    QList<std::pair<QPointF, QString>> tiles;
     for (QObject *object : app.findAll(u"app:"_s)) {
         const auto *item = qobject_cast<QQuickItem *>(object);
         if (item && item->isVisible() && item->parentItem())
-            names.append(object->objectName().mid(4));
+            tiles.append({item->mapToScene({}), object->objectName().mid(4)});
     }
-    names.sort();
+    std::sort(tiles.begin(), tiles.end(), [](const auto &a, const auto &b) {
+        return std::pair(a.first.y(), a.first.x()) < std::pair(b.first.y(), b.first.x());
+    });
+    QStringList names;
+    for (const auto &tile : tiles)
+        names.append(tile.second);
     return names;
 }
 
-bool isVisible(const DesktopHarness &app, const QString &name)
+// Chooses the entry `steps` below the current one in a combo box, with the keyboard.
+void choose(DesktopHarness &app, const QString &box, int steps)
 {
-    const auto *item = app.find<QQuickItem>(name);
-    return item && item->isVisible();
+    QString why;
+    ASSERT_TRUE(app.click(box, &why)) << why.toStdString();
+    app.settle();
+    for (int i = 0; i < steps; ++i)
+        app.key(Qt::Key_Down, Qt::NoModifier, box);
+    app.key(Qt::Key_Return, Qt::NoModifier, box);
 }
 
 } // namespace
@@ -42,38 +61,41 @@ struct NarrowingCase
     QString search;
     int filterSteps; // Down presses in the filter's list: 1 Standard, 2 Tabbed
     QStringList shown;
+    bool byDate = false;
+    bool descending = false;
 };
 
 class HomeScreenNarrowing : public ::testing::TestWithParam<NarrowingCase>
 {
 };
 
-TEST_P(HomeScreenNarrowing, ShowsOnlyTheMatchingTiles)
+TEST_P(HomeScreenNarrowing, ShowsOnlyTheMatchingTilesInOrder)
 {
     const NarrowingCase &c = GetParam();
     DesktopHarness app;
+    // Made in this order: by date, Team comes first.
+    app.seedApp(u"Team"_s, {u"https://chat.example.net/"_s, u"https://calendar.example.net/"_s});
     app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
     app.seedApp(u"Notes"_s, {u"https://notes.example.com/"_s});
-    app.seedApp(u"Team"_s, {u"https://chat.example.net/"_s, u"https://calendar.example.net/"_s});
     ASSERT_TRUE(app.load());
     app.settle();
     ASSERT_EQ(visibleTiles(app), (QStringList{u"Mail"_s, u"Notes"_s, u"Team"_s}));
-    EXPECT_FALSE(isVisible(app, u"emptyState"_s));
+    EXPECT_FALSE(app.isShown(u"emptyState"_s));
 
     QString why;
     if (!c.search.isEmpty()) {
         ASSERT_TRUE(app.type(u"searchField"_s, c.search, &why)) << why.toStdString();
     }
-    if (c.filterSteps > 0) {
-        ASSERT_TRUE(app.click(u"filterBox"_s, &why)) << why.toStdString();
-        app.settle();
-        for (int i = 0; i < c.filterSteps; ++i)
-            app.key(Qt::Key_Down, Qt::NoModifier, u"filterBox"_s);
-        app.key(Qt::Key_Return, Qt::NoModifier, u"filterBox"_s);
+    if (c.filterSteps > 0)
+        choose(app, u"filterBox"_s, c.filterSteps);
+    if (c.byDate)
+        choose(app, u"sortBox"_s, 1);
+    if (c.descending) {
+        ASSERT_TRUE(app.click(u"sortDirectionButton"_s, &why)) << why.toStdString();
     }
     app.settle();
     EXPECT_EQ(visibleTiles(app), c.shown);
-    EXPECT_EQ(isVisible(app, u"noMatchLabel"_s), c.shown.isEmpty());
+    EXPECT_EQ(app.isShown(u"noMatchLabel"_s), c.shown.isEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -82,8 +104,74 @@ INSTANTIATE_TEST_SUITE_P(
                       NarrowingCase{"SearchByAddress", u"calendar.example"_s, 0, {u"Team"_s}},
                       NarrowingCase{"TabbedOnly", {}, 2, {u"Team"_s}},
                       NarrowingCase{"StandardAndSearch", u"te"_s, 1, {u"Notes"_s}},
-                      NarrowingCase{"NothingMatches", u"zzz"_s, 0, {}}),
+                      NarrowingCase{"NothingMatches", u"zzz"_s, 0, {}},
+                      NarrowingCase{"NameDescending", {}, 0, {u"Team"_s, u"Notes"_s, u"Mail"_s}, false, true},
+                      NarrowingCase{"Date", {}, 0, {u"Team"_s, u"Mail"_s, u"Notes"_s}, true},
+                      NarrowingCase{"DateDescending", {}, 0, {u"Notes"_s, u"Mail"_s, u"Team"_s}, true, true}),
     [](const auto &row) { return std::string(row.param.label); });
+
+struct DeleteCase
+{
+    const char *label;
+    int answer;  // the button chosen: 0 Delete, 1 Cancel, -1 Escape
+    bool frozen; // the bundle cannot be moved away
+};
+
+class HomeScreenDelete : public ::testing::TestWithParam<DeleteCase>
+{
+};
+
+// Only a confirmed delete that could move the bundle away takes the app off the list and the
+// registry; a failed one says so and shows the app again.
+TEST_P(HomeScreenDelete, AsksThenRemovesTheBundleAndItsRecord)
+{
+    const DeleteCase &c = GetParam();
+    const bool gone = c.answer == 0 && !c.frozen;
+    DesktopHarness app;
+    const QString id = app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
+    app.seedApp(u"Notes"_s, {u"https://notes.example.com/"_s});
+    ASSERT_TRUE(app.load());
+    std::optional<Frozen> frozen;
+    if (c.frozen) {
+        ASSERT_TRUE(frozen.emplace(app.appsFolder()).frozen());
+    }
+
+    AlertAnswer question, failure;
+    app.answerNextAlert(c.answer, question);
+    // The failure is told while the click may still be under way: its answer is ready as soon
+    // as the question has been answered.
+    QTimer next;
+    QObject::connect(&next, &QTimer::timeout, &next, [&] {
+        if (question.answered && c.frozen) {
+            next.stop();
+            app.answerNextAlert(0, failure);
+        }
+    });
+    next.start(10);
+    QString why;
+    ASSERT_TRUE(app.click(u"appActions:Mail"_s, &why) && app.click(u"deleteAction:Mail"_s, &why)) << why.toStdString();
+    EXPECT_EQ(question.shown, (QStringList{u"Delete Mail?"_s,
+                                           u"This will permanently delete the app from your Applications folder. "
+                                           "This action cannot be undone."_s,
+                                           u"Delete"_s, u"Cancel"_s}));
+    if (c.frozen) {
+        ASSERT_TRUE(DesktopHarness::waitFor([&] { return failure.answered; }, 30000));
+        EXPECT_EQ(failure.shown.value(0), u"Failed to delete app"_s);
+        EXPECT_TRUE(failure.shown.value(1).contains(u"could not be moved to the Trash"_s)) << failure.shown.value(1).toStdString();
+        EXPECT_EQ(failure.shown.mid(2), QStringList{u"OK"_s});
+        EXPECT_EQ(app.test().log().filter(u"Failed to delete app: "_s).size(), 1);
+    }
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return !app.shell().home().work()->running(); }, 30000));
+    app.settle();
+    EXPECT_EQ(QFileInfo::exists(app.bundle(u"Mail"_s)), !gone);
+    EXPECT_EQ(SNAppTracker(app.test().context()).getTracker().contains(id), !gone);
+    EXPECT_EQ(visibleTiles(app), gone ? QStringList{u"Notes"_s} : (QStringList{u"Mail"_s, u"Notes"_s}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, HomeScreenDelete,
+                         ::testing::Values(DeleteCase{"Confirmed", 0, false}, DeleteCase{"Cancelled", 1, false},
+                                           DeleteCase{"Escaped", -1, false}, DeleteCase{"RemovalFails", 0, true}),
+                         [](const auto &row) { return std::string(row.param.label); });
 
 TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
 {
@@ -102,9 +190,9 @@ TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
 
     // Shift+F10 opens its menu; Escape closes it.
     app.key(Qt::Key_F10, Qt::ShiftModifier);
-    EXPECT_TRUE(isVisible(app, u"deleteAction:Notes"_s));
+    EXPECT_TRUE(app.isShown(u"deleteAction:Notes"_s));
     app.key(Qt::Key_Escape);
-    EXPECT_FALSE(isVisible(app, u"deleteAction:Notes"_s));
+    EXPECT_FALSE(app.isShown(u"deleteAction:Notes"_s));
 
     // Delete asks about that app; Escape keeps it.
     AlertAnswer answer;

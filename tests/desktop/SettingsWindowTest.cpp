@@ -54,10 +54,10 @@ TEST_P(SettingsToggles, AreKeptInTheUserDefaultsAtOnce)
     const ToggleCase &c = GetParam();
     DesktopHarness app;
     openSettings(app);
-    const bool before = app.find(c.control)->property("checked").toBool();
+    const bool before = app.value(c.control, "checked").toBool();
     QString why;
     ASSERT_TRUE(app.click(c.control, &why)) << why.toStdString();
-    EXPECT_EQ(app.find(c.control)->property("checked").toBool(), !before);
+    EXPECT_EQ(app.value(c.control, "checked").toBool(), !before);
     ASSERT_TRUE(stored(app, c.key).isValid());
     EXPECT_EQ(stored(app, c.key).toBool(), !before);
     ASSERT_TRUE(app.click(c.control, &why)) << why.toStdString();
@@ -79,7 +79,7 @@ TEST(SettingsWindow, ImportCategoriesFollowTheImportSwitch)
     DesktopHarness app;
     openSettings(app);
     const QString history = u"importCategory:history"_s;
-    EXPECT_FALSE(app.find(history)->property("enabled").toBool());
+    EXPECT_FALSE(app.value(history, "enabled").toBool());
     QString why;
     ASSERT_TRUE(app.click(u"importSwitch"_s, &why)) << why.toStdString();
     ASSERT_TRUE(app.click(history, &why)) << why.toStdString();
@@ -97,10 +97,10 @@ TEST(SettingsWindow, BrowsersTabShowsWhichAreInstalledAndTakesAProgram)
     QString why;
     ASSERT_TRUE(app.click(u"browsersTab"_s, &why)) << why.toStdString();
     const auto state = [&app](int type) {
-        return app.find(u"browserState:%1"_s.arg(type))->property("text").toString();
+        return app.value(u"browserState:%1"_s.arg(type), "text").toString();
     };
     // The harness's Chromium is the fake engine.
-    EXPECT_EQ(app.find(u"browserRow:5"_s)->property("title").toString(), u"Chromium"_s);
+    EXPECT_EQ(app.value(u"browserRow:5"_s, "title").toString(), u"Chromium"_s);
     EXPECT_EQ(state(5), u"Installed"_s);
     EXPECT_EQ(state(6), app.shell().settings().isInstalled(6) ? u"Installed"_s : u"Not found"_s);
 
@@ -113,7 +113,7 @@ TEST(SettingsWindow, BrowsersTabShowsWhichAreInstalledAndTakesAProgram)
     // A relative path is refused: the field shows the kept one again.
     ASSERT_TRUE(app.type(u"browserPathField:6"_s, u"vivaldi"_s, &why)) << why.toStdString();
     app.key(Qt::Key_Return, Qt::NoModifier, u"browserPathField:6"_s);
-    EXPECT_EQ(app.find(u"browserPathField:6"_s)->property("text").toString(), engine);
+    EXPECT_EQ(app.value(u"browserPathField:6"_s, "text").toString(), engine);
 
     // Back to where Vivaldi is installed by default, which this machine may or may not have.
     ASSERT_TRUE(app.click(u"resetBrowserButton:6"_s, &why)) << why.toStdString();

@@ -64,9 +64,9 @@ public:
         }
         return names;
     }
-    QString text(const QString &name) { return item(name) ? item(name)->property("text").toString() : u"<none>"_s; }
-    bool visible(const QString &name) { return item(name) && item(name)->isVisible(); }
-    bool checked(const QString &name) { return item(name) && item(name)->property("checked").toBool(); }
+    QString text(const QString &name) { return app.value(name, "text").toString(); }
+    bool visible(const QString &name) { return app.isShown(name); }
+    bool checked(const QString &name) { return app.value(name, "checked").toBool(); }
     void click(const QString &name)
     {
         QString why;

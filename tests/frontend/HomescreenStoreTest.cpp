@@ -1,64 +1,32 @@
 // The home screen over apps made by the real creation (on the recording fake engine), driven as
-// its view would drive it.
+// its view would drive it. Search, filter, sort and delete are driven through the window
+// (tests/desktop/HomeScreenTest.cpp).
 
 #include "support/FakeEngineApp.h"
-#include "support/Frozen.h"
 #include "support/TestContext.h"
 
 #include "core/NotificationCenter.h"
-#include "core/Prompter.h"
 #include "core/PropertyList.h"
-#include "core/SNAppTracker.h"
 #include "core/UserDefaults.h"
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/BundleLauncher.h"
 #include "core/NotificationNames.h"
 #include "frontend/HomescreenAppsModel.h"
 #include "frontend/HomescreenStore.h"
-#include "frontend/JobProgress.h"
 #include "frontend/SNDeepLinkRouter.h"
-#include "maintenance/AppList.h"
 
 #include <QDir>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThread>
 #include <QUuid>
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <optional>
 #include <tuple>
-#include <utility>
-#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-using Filter = HomescreenStore::AppFilter;
-using Order = HomescreenStore::AppSortOrder;
-using Direction = HomescreenStore::SortDirection;
-
-// Answers every question with one button; keeps each question as {message, informative text,
-// buttons...} and each error.
-struct ScriptedPrompter final : Prompter
-{
-    ScriptedPrompter(int button, QList<QStringList> &questions, QStringList &shown)
-        : answer(button), asked(questions), errors(shown)
-    {
-    }
-    int ask(const QString &message, const QString &text, const QStringList &buttons) override
-    {
-        asked.append(QStringList{message, text} + buttons);
-        return answer;
-    }
-    void showError(const QString &message) override { errors.append(message); }
-    int answer;
-    QList<QStringList> &asked;
-    QStringList &errors;
-};
 
 // A test home with Notes (standard, registered as a browser), Mail 2 (tabbed: mail and
 // calendar, incognito) and Mail (standard), made in that order.
@@ -67,7 +35,6 @@ struct Home
     Home()
     {
         test.context().defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
-        answer(0);
         make(u"Notes"_s, {u"https://notes.example.com/"_s}, false, true);
         make(u"Mail 2"_s, {u"https://mail.example.org/"_s, u"https://calendar.example.net/"_s}, true, false);
         make(u"Mail"_s, {u"https://mail.example.org/"_s}, false, false);
@@ -76,14 +43,11 @@ struct Home
     {
         ids.insert(name, makeFakeEngineApp(test.context(), apps(), name, urls, incognito, registerAsBrowser));
     }
-    void answer(int button) { test.context().setPrompter(std::make_unique<ScriptedPrompter>(button, asked, errors)); }
     QString apps() const { return test.root() + u"/Apps"_s; }
     QString bundle(const QString &name) const { return apps() + u'/' + name + u".app"_s; }
 
     TestContext test;
     QMap<QString, QString> ids;
-    QList<QStringList> asked;
-    QStringList errors;
 };
 
 QStringList names(const HomescreenAppsModel *model)
@@ -108,74 +72,6 @@ protected:
 const auto label = [](const auto &test) { return std::string(test.param.label); };
 
 } // namespace
-
-TEST(HomescreenStore, ListsEveryAppWithItsStoredSwitches)
-{
-    Home home;
-    HomescreenStore store(home.test.context());
-    const HomescreenAppsModel *apps = store.apps();
-    const HomescreenAppEntry notes = apps->entryAt(apps->rowOf(home.ids.value(u"Notes"_s)));
-    EXPECT_EQ(notes.appPath, home.bundle(u"Notes"_s));
-    EXPECT_EQ(notes.appType, HomescreenAppEntry::AppType::Standard);
-    EXPECT_EQ(notes.browserName, u"Chromium"_s);
-    EXPECT_EQ(notes.urls, QStringList{u"https://notes.example.com/"_s});
-    EXPECT_TRUE(notes.registerAsBrowser);
-    EXPECT_FALSE(notes.enableIncognito);
-    const QModelIndex tabbed = apps->index(apps->rowOf(home.ids.value(u"Mail 2"_s)));
-    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::IsTabbedRole), true);
-    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::EnableIncognitoRole), true);
-    EXPECT_EQ(apps->data(tabbed, HomescreenAppsModel::RegisterAsBrowserRole), false);
-}
-
-struct ViewCase
-{
-    const char *label;
-    Filter filter;
-    QString search;
-    QStringList expected;
-    Order order = Order::Name;
-    Direction direction = Direction::Ascending;
-};
-
-using HomescreenView = SharedHome<ViewCase>;
-
-TEST_P(HomescreenView, SearchesFiltersAndSorts)
-{
-    const ViewCase &row = GetParam();
-    HomescreenStore store(home->test.context());
-    QSignalSpy filtered(&store, &HomescreenStore::filteredAppsChanged);
-    std::vector<std::unique_ptr<QSignalSpy>> changes;
-    for (const auto signal : {&HomescreenStore::searchTextChanged, &HomescreenStore::selectedFilterChanged,
-                              &HomescreenStore::sortOrderChanged, &HomescreenStore::sortDirectionChanged})
-        changes.push_back(std::make_unique<QSignalSpy>(&store, signal));
-    const QStringList before = names(store.filteredApps());
-
-    store.setSelectedFilter(row.filter);
-    store.setSearchText(row.search);
-    store.setSortOrder(row.order);
-    store.setSortDirection(row.direction);
-
-    EXPECT_EQ(names(store.filteredApps()), row.expected);
-    EXPECT_TRUE(before == row.expected || !filtered.isEmpty());
-    const QList<bool> changed{!row.search.isEmpty(), row.filter != Filter::All, row.order != Order::Name,
-                              row.direction != Direction::Ascending};
-    for (qsizetype i = 0; i < changed.size(); ++i)
-        EXPECT_EQ(changes.at(std::size_t(i))->size(), changed.at(i) ? 1 : 0) << i;
-    EXPECT_EQ(store.apps()->count(), 3);
-}
-
-const QStringList byName{u"Mail"_s, u"Mail 2"_s, u"Notes"_s};
-const QStringList byDate{u"Notes"_s, u"Mail 2"_s, u"Mail"_s};
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, HomescreenView,
-    ::testing::Values(ViewCase{"everything", Filter::All, {}, byName},
-                      ViewCase{"nameDescending", Filter::All, {}, byDate, Order::Name, Direction::Descending},
-                      ViewCase{"standard", Filter::Standard, {}, {u"Mail"_s, u"Notes"_s}},
-                      ViewCase{"searchInFilter", Filter::Standard, u"mail"_s, {u"Mail"_s}},
-                      ViewCase{"dateAscending", Filter::All, {}, byDate, Order::Date},
-                      ViewCase{"dateDescending", Filter::All, {}, byName, Order::Date, Direction::Descending}),
-    label);
 
 // The app copied, and the name its copy gets.
 using HomescreenDuplicate = SharedHome<std::pair<QString, QString>>;
@@ -206,9 +102,13 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_TRUE(store.showingAppEdit());
     EXPECT_EQ(editing.size(), 1);
     EXPECT_EQ(showing.size(), 1);
-    // The wizard opens on the copy.
+    // The wizard opens on the copy, with the switches stored with the source.
     ASSERT_NE(store.wizard(), nullptr);
-    EXPECT_EQ(store.wizard()->draft()->appName(), expectedName);
+    const WizardDraft &draft = *store.wizard()->draft();
+    EXPECT_EQ(draft.appName(), expectedName);
+    EXPECT_EQ(draft.isTabbedApp(), sourceName == u"Mail 2"_s);
+    EXPECT_EQ(draft.enableIncognito(), sourceName == u"Mail 2"_s);
+    EXPECT_EQ(draft.registerAsBrowser(), sourceName == u"Notes"_s);
     EXPECT_EQ(QDir(home->apps()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 3); // nothing on disk
 }
 
@@ -216,63 +116,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDuplicate,
                          ::testing::Values(std::pair{u"Mail"_s, u"Mail 3"_s}, std::pair{u"Notes"_s, u"Notes 2"_s},
                                            std::pair{u"Mail 2"_s, u"Mail 2 2"_s}),
                          [](const auto &test) { return QString(test.param.second).remove(u' ').toStdString(); });
-
-struct DeleteCase
-{
-    const char *label;
-    int answer;  // the button chosen: 0 Delete, 1 Cancel, -1 dismissed
-    bool frozen; // the bundle cannot be removed
-};
-
-class HomescreenDelete : public ::testing::TestWithParam<DeleteCase>
-{
-};
-
-TEST_P(HomescreenDelete, AsksThenRemovesTheBundleAndItsRecord)
-{
-    const DeleteCase &row = GetParam();
-    const bool gone = row.answer == 0 && !row.frozen;
-    Home home;
-    home.answer(row.answer);
-    HomescreenStore store(home.test.context());
-    QSignalSpy apps(&store, &HomescreenStore::appsChanged);
-    const QString id = home.ids.value(u"Mail"_s);
-    std::optional<Frozen> frozen;
-    if (row.frozen) {
-        ASSERT_TRUE(frozen.emplace(home.apps()).frozen());
-    }
-
-    QSignalSpy deleted(&store, &HomescreenStore::appDeleted);
-    const bool started = store.deleteApp(id);
-    EXPECT_EQ(started, row.answer == 0);
-    if (started) { // the removal runs in the background
-        ASSERT_TRUE(QTest::qWaitFor([&store] { return !store.work()->running(); }, 30000));
-    }
-    EXPECT_EQ(deleted.size(), gone ? 1 : 0);
-
-    EXPECT_EQ(home.asked.value(0), (QStringList{u"Delete Mail?"_s,
-                                               u"This will permanently delete the app from your Applications folder. "
-                                               "This action cannot be undone."_s,
-                                               u"Delete"_s, u"Cancel"_s}));
-    EXPECT_EQ(QFileInfo::exists(home.bundle(u"Mail"_s)), !gone);
-    EXPECT_EQ(SNAppTracker(home.test.context()).getTracker().contains(id), !gone);
-    EXPECT_EQ(store.filteredApps()->rowOf(id) >= 0, !gone);
-    EXPECT_EQ(store.appList().count(), gone ? 2 : 3);
-    // Taken off the list at once; a failed removal shows it again after the reload.
-    EXPECT_EQ(apps.size(), row.answer != 0 ? 0 : row.frozen ? 2 : 1);
-    EXPECT_EQ(home.asked.size(), row.frozen ? 2 : 1);
-    if (row.frozen) {
-        EXPECT_EQ(home.asked.value(1).value(0), u"Failed to delete app"_s);
-        EXPECT_TRUE(home.asked.value(1).value(1).contains(u"could not be moved to the Trash"_s));
-        EXPECT_EQ(home.asked.value(1).mid(2), QStringList{u"OK"_s});
-        EXPECT_EQ(home.test.log().filter(u"Failed to delete app: "_s).size(), 1);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, HomescreenDelete,
-                         ::testing::Values(DeleteCase{"confirmed", 0, false}, DeleteCase{"cancelled", 1, false},
-                                           DeleteCase{"dismissed", -1, false}, DeleteCase{"removalFails", 0, true}),
-                         label);
 
 class HomescreenReload : public ::testing::TestWithParam<QString>
 {

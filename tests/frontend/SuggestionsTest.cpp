@@ -140,7 +140,6 @@ TEST(AppSuggestionsStore, ReadsRowsTemplatesAndAwkwardItems)
     EXPECT_EQ(store.allSuggestions().at(1).category, Category::Social); // unknown category: the row's
     EXPECT_EQ(store.allSuggestions().at(2).name, u"Unknown App"_s);
     EXPECT_TRUE(store.allSuggestions().at(2).iconName.isEmpty());
-    EXPECT_EQ(store.iconMappings().keys(), QStringList{u"mail"_s});
     const AppSuggestion &pair = store.allSuggestions().at(3);
     EXPECT_TRUE(pair.isTemplate);
     EXPECT_EQ(pair.category, Category::Workspaces);

@@ -112,8 +112,8 @@ TEST(WizardStore, FollowsSettingsChanges)
     EXPECT_EQ(draft.appSaveLocation(), u"/srv/apps"_s);
 }
 
-// What a user does in the wizard ends in an app that reads back as they made it; the editor on
-// that app changes its rules without a rebuild and its icon shape with one.
+// What a user does in the wizard ends in an app that reads back as they made it; the editor opens
+// on it, and a duplicate of it becomes an app of its own.
 TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
 {
     WizardHome home;
@@ -191,31 +191,13 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_TRUE(offers(Store(context), bundle));
     EXPECT_FALSE(offers(editor, bundle));
 
-    const QByteArray script = hashOf(bundle + u"/Contents/Resources/script"_s);
+    // A new icon shape rebuilds the icon (other edits: tests/launcher/EditingTest.cpp).
     const QByteArray icon = hashOf(bundle + u"/Contents/Resources/icon.icns"_s);
-    const QFileInfo scriptBefore(bundle + u"/Contents/Resources/script"_s);
-    editor.draft()->routingRules()->addSeveralRules(u"a.example, b.example\nc.example"_s, RoutingDestination::inApp());
-    ASSERT_TRUE(saved(editor)) << qPrintable(editor.creationError());
-    EXPECT_EQ(hashOf(bundle + u"/Contents/Resources/script"_s), script);
-    EXPECT_EQ(QFileInfo(bundle + u"/Contents/Resources/script"_s).lastModified(), scriptBefore.lastModified());
-    EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
-
     ASSERT_TRUE(editor.icon()->setProperty("selectedIconShape", u"circle"_s));
     ASSERT_TRUE(editor.icon()->setProperty("hasCustomIconEnhancements", true));
     ASSERT_TRUE(saved(editor)) << qPrintable(editor.creationError());
     EXPECT_EQ(editor.createdAppPath(), bundle);
     EXPECT_NE(hashOf(bundle + u"/Contents/Resources/icon.icns"_s), icon);
-    EXPECT_EQ(home.info(bundle)[u"configuration"_s][u"routingRules"_s].toArray().size(), 4);
-
-    // A new engine is only taken after the user confirmed the warning (Cancel: WizardPage tests).
-    editor.draft()->setSelectedBrowser(BrowserCatalogue::Chromium);
-    EXPECT_TRUE(editor.engineSwitch()->showingWarning());
-    EXPECT_TRUE(editor.engineSwitch()->warningText().contains(u"before switching its engine, so its tabs and data are saved first."_s));
-    EXPECT_FALSE(saved(editor));
-    editor.engineSwitch()->confirm(false);
-    ASSERT_TRUE(saved(editor)) << qPrintable(editor.creationError());
-    EXPECT_EQ(home.info(bundle).value(u"browserType"_s).toString(), u"chromium"_s);
-    EXPECT_TRUE(QFileInfo(bundle + u"/Contents/Profile.brave.backup"_s).isDir());
 
     // A duplicate has no bundle yet: its wizard makes a new app and leaves the first alone.
     homescreen.setShowingAppEdit(false);
@@ -226,44 +208,4 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_EQ(homescreen.wizard()->createdAppPath(), home.bundle(u"Team Desk 2"_s));
     EXPECT_EQ(home.info(home.bundle(u"Team Desk 2"_s)).value(u"tabs"_s), home.info(bundle).value(u"tabs"_s));
     EXPECT_EQ(home.info(bundle).value(u"appName"_s).toString(), u"Team Desk"_s);
-}
-
-// The desktop editor and `sorvane edit` run one edit operation: each bad input is refused by both
-// with the same words, and neither changes the app.
-TEST(WizardStore, EditorRefusesWhatTheCommandLineRefuses)
-{
-    WizardHome home;
-    ASSERT_EQ(home.create(u"Mail"_s).exitCode, 0);
-    const QString bundle = home.bundle(u"Mail"_s);
-    const QByteArray scriptBefore = hashOf(bundle + u"/Contents/Resources/script"_s);
-    const QString appId = home.info(bundle).value(u"appID"_s).toString();
-    struct Case
-    {
-        const char *label;
-        QString option;
-        QString value;
-        const char *property;
-    };
-    const QList<Case> cases{
-        {"control character in the name", u"--name"_s, u"Mail"_s + QChar(7) + u"Bell"_s, "appName"},
-        {"slash in the name", u"--name"_s, u"Mail/Work"_s, "appName"},
-        {"name too long", u"--name"_s, QString(300, u'm'), "appName"},
-        {"address not on the web", u"--url"_s, u"ftp://files.example.org/"_s, "appURL"},
-    };
-    HomescreenStore homescreen(home.test.context());
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.label);
-        const CliRun cli = home.sorvane({u"edit"_s, bundle, c.option, c.value});
-        EXPECT_EQ(cli.exitCode, 1);
-        const QString cliError = QString::fromUtf8(cli.err).trimmed().remove(u"sorvane edit: "_s);
-
-        ASSERT_TRUE(homescreen.editApp(appId));
-        Store &editor = *homescreen.wizard();
-        ASSERT_TRUE(editor.draft()->setProperty(c.property, c.value));
-        EXPECT_FALSE(saved(editor));
-        EXPECT_EQ(editor.creationError(), cliError);
-        EXPECT_FALSE(cliError.isEmpty());
-        homescreen.setShowingAppEdit(false);
-        EXPECT_EQ(hashOf(bundle + u"/Contents/Resources/script"_s), scriptBefore);
-    }
 }

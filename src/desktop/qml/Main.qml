@@ -15,7 +15,6 @@ ApplicationWindow {
     required property SNBulkAppsManager bulk
     required property BulkCreationStore bulkCreation
     required property DialogBroker dialogs
-    required property WindowManager windows
 
     width: 1100
     height: 740
