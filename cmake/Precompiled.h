@@ -1,6 +1,5 @@
-// The headers most of Sorvane's files include, precompiled once per target: Qt's, and for test
-// programs GoogleTest's. Targets that do not use Qt (the small programs copied into bundles) get an
-// empty header.
+// The headers most of Sorvane's files include, precompiled once per build: Qt's, and for test
+// programs GoogleTest's. Plain C++ targets (the small programs copied into bundles) use none.
 #pragma once
 #if defined(__cplusplus) && __has_include(<QtCore/QString>)
 #include <QtCore/QByteArray>

@@ -13,6 +13,8 @@
 #include <QSet>
 #include <QTimer>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 AppList::AppList(Context &context, QObject *parent)
@@ -81,14 +83,17 @@ void AppList::loadRecentApps()
 
 void AppList::loadRecentAppsAsync()
 {
-    // A job changes the registry once per app; the changes that arrive while a reload waits join
-    // it, so that an import of many apps reads the list a few times, not once per app.
+    // A job changes the registry once per app. The first change is read at once; the changes
+    // that arrive while a reload waits join it, and reloads come at most every ReloadDelayMs, so
+    // that an import of many apps reads the list a few times, not once per app.
     if (m_reloadPending)
         return;
     m_reloadPending = true;
-    QTimer::singleShot(ReloadDelayMs, this, [this] {
+    const qint64 wait = m_sinceReload.isValid() ? ReloadDelayMs - m_sinceReload.elapsed() : 0;
+    QTimer::singleShot(std::max<qint64>(wait, 0), this, [this] {
         m_reloadPending = false;
         loadRecentApps();
+        m_sinceReload.start();
     });
 }
 

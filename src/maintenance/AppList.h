@@ -4,6 +4,7 @@
 #include "core/SNEditorItem.h"
 
 #include <QAbstractListModel>
+#include <QElapsedTimer>
 #include <QList>
 #include <QString>
 #include <QVariantMap>
@@ -63,10 +64,12 @@ Q_SIGNALS:
     void countChanged();
 
 private:
-    // How long a reload asked for by a registry change waits for the next changes.
+    // The shortest time between two reloads asked for by registry changes (m_sinceReload: since
+    // the last of them).
     static constexpr int ReloadDelayMs = 150;
 
     Context &m_context;
     bool m_reloadPending = false;
+    QElapsedTimer m_sinceReload;
     QList<SNAppItem> m_appItems;
 };
