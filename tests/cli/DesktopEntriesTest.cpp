@@ -73,6 +73,22 @@ QList<int> icnsSizes(const QString &path)
     return sizes;
 }
 
+// The processes started from a program inside `folder` ("pid: command line"), as a check for a
+// running engine sees them: a killed engine can linger for a moment on a busy machine.
+QStringList processesStartedFrom(const QString &folder)
+{
+    QStringList found;
+    for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(u"/proc/"_s + pid + u"/cmdline"_s);
+        if (!pid.front().isDigit() || !file.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray commandLine = file.readAll();
+        if (commandLine.startsWith(QFile::encodeName(folder + u'/')))
+            found << pid + u": "_s + QString::fromLocal8Bit(commandLine).replace(QChar(0), u' ');
+    }
+    return found;
+}
+
 const QString Icon = fixturePath(u"images/sizes-16-32.ico"_s);
 
 } // namespace
@@ -250,6 +266,11 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
         EXPECT_FALSE(sizes.isEmpty());
         EXPECT_EQ(menuFilesOf(home, appId), expectedMenuFiles(appId, sizes));
 
+        // Deleting refuses while the engine runs; its killed processes may take a moment to go.
+        QStringList left;
+        for (const QDeadlineTimer gone(20000); !(left = processesStartedFrom(bundle)).isEmpty() && !gone.hasExpired();)
+            QThread::msleep(200);
+        ASSERT_EQ(left, QStringList()) << "the engine outlived its process group";
         const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
         EXPECT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
         EXPECT_EQ(menuFilesOf(home, appId), QStringList());
