@@ -5,11 +5,13 @@
 #include "core/Logger.h"
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
+#include "core/SNAppTracker.h"
 #include "editing/AppEditor.h"
 #include "editing/EditAppJob.h"
 #include "editing/ImportBrowserDataJob.h"
 #include "frontend/BundleLauncher.h"
 #include "frontend/JobProgress.h"
+#include "generation/AppConfigFile.h"
 #include "generation/CreateAppJob.h"
 
 #include <QDir>
@@ -80,22 +82,33 @@ void AppCreationWizardStore::loadEditedApp()
     if (m_originalItem) {
         AppDefinition app = m_originalItem->appItem;
         app.applicationsPath = QFileInfo(m_originalItem->path).absolutePath();
+        m_keptWhitelisting = app.isWhitelistingEnabled;
         m_draft->fill(app, BrowserCatalogue::numberForTypeKey(m_originalItem->browser));
         m_draft->destinations()->reload(m_originalItem->path);
         m_icon->setImage(m_originalItem->appItem.appIcon, false);
         m_engineSwitch->setEditedApp(*m_originalItem);
     } else {
-        // A duplicate: what the home screen knows of the app it copies.
+        // A duplicate: everything the copied app was made with (its rules, switches and colours)
+        // when its configuration can be read, else what the home screen knows of it.
+        std::optional<AppDefinition> stored;
+        if (!entry.copiedFromId.isEmpty())
+            stored = AppConfigFile::read(AppConfigFile::path(SNAppTracker(m_context).getAppBundle(), entry.copiedFromId));
         AppDefinition app;
-        app.appName = entry.name;
-        app.appURL = entry.urls.value(0);
-        app.needTab = entry.isTabbed();
-        if (app.needTab) {
-            for (const QString &url : entry.urls)
-                app.tabsList.append(TabAddress(url));
+        if (stored) {
+            app = *stored;
+        } else {
+            app.appURL = entry.urls.value(0);
+            app.needTab = entry.isTabbed();
+            if (app.needTab) {
+                for (const QString &url : entry.urls)
+                    app.tabsList.append(TabAddress(url));
+            }
+            app.registerAsBrowser = entry.registerAsBrowser;
+            app.incognito = entry.enableIncognito;
+            app.isWhitelistingEnabled = entry.enableWhitelisting;
         }
-        app.registerAsBrowser = entry.registerAsBrowser;
-        app.incognito = entry.enableIncognito;
+        app.appName = entry.name;
+        m_keptWhitelisting = app.isWhitelistingEnabled;
         m_draft->fill(app, entry.browserType);
         if (!entry.iconImage.isNull())
             m_icon->setImage(SNImage({entry.iconImage}), false);
@@ -107,8 +120,7 @@ AppDefinition AppCreationWizardStore::draftApp() const
 {
     AppDefinition app = m_draft->definition();
     app.appIcon = m_icon->image();
-    if (m_originalItem)
-        app.isWhitelistingEnabled = m_originalItem->appItem.isWhitelistingEnabled;
+    app.isWhitelistingEnabled = m_keptWhitelisting;
     return app;
 }
 

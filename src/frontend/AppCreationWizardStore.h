@@ -107,5 +107,7 @@ private:
 
     std::optional<HomescreenAppEntry> m_editingApp;
     std::optional<SNEditorItem> m_originalItem; // the edited app as it was read
+    // The edited or copied app's switch that no page of the wizard shows.
+    bool m_keptWhitelisting = false;
     std::optional<StructuralState> m_structuralSnapshot;
 };

@@ -9,7 +9,8 @@
 struct SNAppItem;
 
 // One app as the home screen shows it and hands it to the wizard. `id` is the app's registry id;
-// a duplicate gets a new id and no `appPath`, since it has no bundle yet.
+// a duplicate gets a new id and no `appPath`, since it has no bundle yet, and names the app it
+// copies in `copiedFromId`.
 struct HomescreenAppEntry
 {
     Q_GADGET
@@ -42,6 +43,7 @@ public:
     bool enableIncognito = false;
     bool enableWhitelisting = false;
     QDateTime date; // the bundle's date on disk, for sorting
+    QString copiedFromId;
 
     bool isValid() const { return !id.isEmpty(); }
     bool isTabbed() const { return appType == AppType::Tabbed; }

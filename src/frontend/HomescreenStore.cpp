@@ -322,6 +322,7 @@ bool HomescreenStore::duplicateApp(const QString &id)
         return false;
     HomescreenAppEntry copy = *source;
     copy.id = Ids::newRegistryId();
+    copy.copiedFromId = source->id;
     copy.name = firstFreeName(source->name);
     // The copy has no bundle until the wizard creates one.
     copy.appPath.clear();

@@ -28,14 +28,25 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// A test home with Notes (standard, registered as a browser), Mail 2 (tabbed: mail and
-// calendar, incognito) and Mail (standard), made in that order.
+const QVariantMap NotesRule{{u"id"_s, u"r1"_s},
+                            {u"pattern"_s, u"docs.example.com"_s},
+                            {u"action"_s, u"route"_s},
+                            {u"destination"_s, QVariantMap{{u"type"_s, u"default"_s}}}};
+
+// A test home with Notes (standard, registered as a browser, dark, with a routing rule), Mail 2
+// (tabbed: mail and calendar, incognito) and Mail (standard), made in that order.
 struct Home
 {
     Home()
     {
         test.context().defaults().setValue(u"chromiumPath"_s, QStringLiteral(SORVANE_FAKE_ENGINE));
-        make(u"Notes"_s, {u"https://notes.example.com/"_s}, false, true);
+        AppDefinition notes;
+        notes.appName = u"Notes"_s;
+        notes.appURL = u"https://notes.example.com/"_s;
+        notes.registerAsBrowser = true;
+        notes.forceDarkMode = true;
+        notes.routingRules = {NotesRule};
+        ids.insert(notes.appName, makeFakeEngineApp(test.context(), apps(), notes));
         make(u"Mail 2"_s, {u"https://mail.example.org/"_s, u"https://calendar.example.net/"_s}, true, false);
         make(u"Mail"_s, {u"https://mail.example.org/"_s}, false, false);
     }
@@ -92,12 +103,14 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_TRUE(copy.appPath.isEmpty());
     EXPECT_EQ(copy.id, QUuid::fromString(copy.id).toString(QUuid::WithoutBraces).toUpper());
     EXPECT_NE(copy.id, sourceId);
+    EXPECT_EQ(copy.copiedFromId, sourceId);
     // Everything else is the source's.
     HomescreenAppEntry source = store.apps()->entryAt(store.apps()->rowOf(sourceId));
     copy.id = source.id;
     copy.name = source.name;
     copy.appPath = source.appPath;
     copy.date = source.date;
+    copy.copiedFromId.clear();
     EXPECT_EQ(copy, source);
     EXPECT_TRUE(store.showingAppEdit());
     EXPECT_EQ(editing.size(), 1);
@@ -109,6 +122,10 @@ TEST_P(HomescreenDuplicate, OpensTheWizardOnACopyWithTheFirstFreeName)
     EXPECT_EQ(draft.isTabbedApp(), sourceName == u"Mail 2"_s);
     EXPECT_EQ(draft.enableIncognito(), sourceName == u"Mail 2"_s);
     EXPECT_EQ(draft.registerAsBrowser(), sourceName == u"Notes"_s);
+    // The copy routes links and looks as the source does.
+    EXPECT_EQ(draft.property("forceDarkMode").toBool(), sourceName == u"Notes"_s);
+    EXPECT_EQ(draft.routingRules()->records().value(0).toMap().value(u"pattern"_s).toString(),
+              sourceName == u"Notes"_s ? u"docs.example.com"_s : QString());
     EXPECT_EQ(QDir(home->apps()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 3); // nothing on disk
 }
 
