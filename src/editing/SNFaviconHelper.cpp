@@ -164,15 +164,6 @@ SNFaviconHelper::Found SNFaviconHelper::searchAddress(const QString &typed, QDea
     return searchFavicon(QUrl(candidates.at(1)), deadline);
 }
 
-void SNFaviconHelper::getFaviconWithAppURL(const QString &typed, QObject *receiver,
-                                           std::function<void(const SNImage &)> completion)
-{
-    lookUpSite(typed, receiver, [completion = std::move(completion)](const Found &found) {
-        if (completion)
-            completion(found.image);
-    });
-}
-
 void SNFaviconHelper::lookUpSite(const QString &typed, QObject *receiver, std::function<void(const Found &)> completion)
 {
     if (isCancelled)

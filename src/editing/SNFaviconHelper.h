@@ -19,8 +19,8 @@
 // Finds a site's best icon: loads the page, downloads every icon its HTML links to, tries the
 // well-known icon files at the site root, and keeps the widest image. Only the site itself is
 // asked. Downloads run one after another on the calling thread, which they block (see
-// FaviconSession); searchFavicon() is for worker threads and the command line, and
-// getFaviconWithAppURL() runs it on a thread of its own.
+// FaviconSession); searchFavicon() is for worker threads and the command line, and lookUpSite()
+// runs a search on a thread of its own.
 class SNFaviconHelper final
 {
 public:
@@ -76,12 +76,10 @@ public:
     // The whole search, blocking, ended by `deadline` or the search timeout, whichever comes
     // first. Nothing found, or cancelled: a null image.
     Found searchFavicon(const QUrl &appURL, QDeadlineTimer deadline = QDeadlineTimer(QDeadlineTimer::Forever));
-    // The same on a thread of its own; `completion` runs on `receiver`'s thread, and not at all
-    // when the search was cancelled. One threaded search at a time. The receiver must outlive the
-    // search: an owner that keeps the helper has that, since the helper's destructor cancels and
-    // waits.
-    void getFaviconWithAppURL(const QString &typed, QObject *receiver, std::function<void(const SNImage &)> completion);
-    // The same, handing over what was found with the page's title and the address that answered.
+    // searchAddress() on a thread of its own; `completion` runs on `receiver`'s thread with what
+    // was found, the page's title and the address that answered, and not at all when the search
+    // was cancelled. One threaded search at a time. The receiver must outlive the search: an owner
+    // that keeps the helper has that, since the helper's destructor cancels and waits.
     void lookUpSite(const QString &typed, QObject *receiver, std::function<void(const Found &)> completion);
     // Searches the site of an address as typed (WebAddress): one with a scheme as it stands, one
     // without over https and, when https does not answer, over http, all within one deadline.

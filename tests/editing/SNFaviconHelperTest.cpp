@@ -172,9 +172,11 @@ TEST(Favicons, TheThreadedSearchDeliversOnTheReceiversThreadUnlessCancelled)
     SNFaviconHelper helper(Density::Standard);
     QObject receiver;
     QList<QPair<QSize, QThread *>> deliveries;
-    const auto deliver = [&](const SNImage &found) { deliveries.append({found.largestPixelSize(), QThread::currentThread()}); };
+    const auto deliver = [&](const SNFaviconHelper::Found &found) {
+        deliveries.append({found.image.largestPixelSize(), QThread::currentThread()});
+    };
     for (const QString &path : {u"/ok.html"_s, Page}) {
-        helper.getFaviconWithAppURL(server.url(path).toString(), &receiver, deliver);
+        helper.lookUpSite(server.url(path).toString(), &receiver, deliver);
         while (path == Page && !server.seen().paths.contains(u"/silent.png"_s))
             QThread::msleep(5);
         helper.isCancelled = path == Page;
