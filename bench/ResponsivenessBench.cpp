@@ -11,6 +11,7 @@
 
 #include "BenchHome.h"
 #include "BenchMain.h"
+#include "support/GapRecorder.h"
 
 #include "core/Prompter.h"
 #include "core/SNAppTracker.h"
@@ -42,31 +43,6 @@ class FirstChoice final : public Prompter
 public:
     int ask(const QString &, const QString &, const QStringList &) override { return 0; }
     void showError(const QString &) override {}
-};
-
-// Ticks every millisecond on this thread and keeps the longest time between two ticks.
-class GapRecorder
-{
-public:
-    GapRecorder()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        m_timer.setInterval(1);
-        QObject::connect(&m_timer, &QTimer::timeout, [this] {
-            m_longest = std::max(m_longest, m_sinceTick.nsecsElapsed());
-            m_sinceTick.restart();
-        });
-        m_sinceTick.start();
-        m_timer.start();
-    }
-
-    // The longest gap so far, the one running now included.
-    double longestSeconds() const { return double(std::max(m_longest, m_sinceTick.nsecsElapsed())) / 1e9; }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_sinceTick;
-    qint64 m_longest = 0;
 };
 
 // Handles this thread's events until `done` says so; false after a minute.
@@ -127,7 +103,7 @@ void Creation(benchmark::State &state)
             state.SkipWithError("the creation failed");
             return;
         }
-        state.SetIterationTime(gaps.longestSeconds());
+        state.SetIterationTime(double(gaps.longestNanoseconds()) / 1e9);
     }
 }
 
@@ -163,7 +139,7 @@ void EngineSwitch(benchmark::State &state)
             state.SkipWithError("the engine switch failed");
             return;
         }
-        state.SetIterationTime(gaps.longestSeconds());
+        state.SetIterationTime(double(gaps.longestNanoseconds()) / 1e9);
     }
 }
 
@@ -197,7 +173,7 @@ void ImportAppSet(benchmark::State &state)
             state.SkipWithError("the import failed");
             return;
         }
-        state.SetIterationTime(gaps.longestSeconds());
+        state.SetIterationTime(double(gaps.longestNanoseconds()) / 1e9);
         QObject::disconnect(seen);
     }
 }
@@ -225,7 +201,7 @@ void Delete(benchmark::State &state)
             state.SkipWithError("the delete failed");
             return;
         }
-        state.SetIterationTime(gaps.longestSeconds());
+        state.SetIterationTime(double(gaps.longestNanoseconds()) / 1e9);
         QObject::disconnect(seen);
     }
 }
