@@ -75,9 +75,9 @@ public:
         m_bundle = m_root.path() + u"/Apps/"_s + AppName + u".app"_s;
         for (const char *folder : {"/Contents/MacOS", "/Contents/Resources", "/Contents/Profile"})
             QDir().mkpath(m_bundle + QLatin1String(folder));
-        SNError error;
+        QString error;
         if (!LaunchProgramInstaller(*m_context).installInto(m_bundle, AppName, &error))
-            qFatal("cannot install the launch program: %s", qPrintable(error.description));
+            qFatal("cannot install the launch program: %s", qPrintable(error));
         SNAppTracker tracker(*m_context);
         const QString appId = tracker.addAppTracker(m_bundle).value(u"appID"_s).toString();
         m_inputs = scriptInputs(tracker.shellUpdateCode(appId), QStringLiteral(SORVANE_FAKE_ENGINE));

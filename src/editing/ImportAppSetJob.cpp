@@ -128,13 +128,13 @@ ImportAppSetJob::Outcome ImportAppSetJob::createApp(const QString &key, const QV
     ProfileSource profile;
     loadProfile(app, profile);
     AppCreator creator(m_context, prompter(), app, profile);
-    SNError failure;
+    QString failure;
     outcome.made = creator.create(m_options.keepBoth ? WhenNameTaken::Number : WhenNameTaken::Ask, &failure);
     if (outcome.made) {
         const CreatedApp &created = creator.created();
         outcome.created = {{u"appID"_s, created.appID}, {u"uniqueID"_s, created.uniqueID}, {u"path"_s, created.bundlePath}};
     } else {
-        outcome.error = failure.description.isEmpty() ? u"not created"_s : failure.description;
+        outcome.error = failure.isEmpty() ? u"not created"_s : failure;
     }
     return outcome;
 }

@@ -314,7 +314,7 @@ bool StagedEdit::runStep(Step step, QString *error)
     const BundleLayout layout = BundleLayout::atPath(paths.staging, r.definition.appName);
     BundleWriter writer(m_context, r.definition, layout, BundleLayout::atPath(r.target, r.definition.appName));
     writer.setCompanionIncluded(r.companion);
-    SNError failure;
+    QString failure;
     bool written = true;
     switch (step) {
     case Step::Icon:
@@ -333,7 +333,7 @@ bool StagedEdit::runStep(Step step, QString *error)
         written = writer.installLaunchPrograms(&failure);
         break;
     case Step::Script: {
-        const QString script = writer.scriptText(r.appId, &failure.description);
+        const QString script = writer.scriptText(r.appId, &failure);
         written = !script.isEmpty() && writer.writeScript(script, &failure);
         break;
     }
@@ -356,7 +356,7 @@ bool StagedEdit::runStep(Step step, QString *error)
     case Step::Move:
         break;
     }
-    return written || Logger::fail(error, failure.description);
+    return written || Logger::fail(error, failure);
 }
 
 bool StagedEdit::recover(Context &context, const QVariantMap &entry)

@@ -68,22 +68,22 @@ void AppCreator::report(double fraction, const QString &step) const
         m_progress(fraction, step);
 }
 
-bool AppCreator::failCreation(const SNError &value, SNError *error)
+bool AppCreator::failCreation(const QString &reason, QString *error)
 {
     rollBackRegistration();
     if (error)
-        *error = value;
+        *error = reason;
     return false;
 }
 
-bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
+bool AppCreator::create(WhenNameTaken whenTaken, QString *error)
 {
     m_created = {};
     const bool numberIfTaken = whenTaken == WhenNameTaken::Number;
     const QString base = m_definition.appName;
     // Nothing is written for a name that cannot become a bundle and a script.
     if (AppNameRule::check(base) == AppNameRule::Verdict::Invalid)
-        return failCreation({1, SNAppScriptHelper::InvalidNameMessage}, error);
+        return failCreation(SNAppScriptHelper::InvalidNameMessage, error);
     if (m_definition.applicationsPath.isEmpty())
         m_definition.applicationsPath = m_context.applicationsFolder();
     const QString folder = m_definition.applicationsPath;
@@ -92,7 +92,7 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
     for (int number = 0;; ++number) {
         const QString name = number == 0 ? base : u"%1 %2"_s.arg(base).arg(number);
         if (AppNameRule::check(name) == AppNameRule::Verdict::TooLong)
-            return failCreation({1, u"The name %1"_s.arg(AppNameRule::tooLongMessage(name))}, error);
+            return failCreation(u"The name %1"_s.arg(AppNameRule::tooLongMessage(name)), error);
         const BundleLayout installed = BundleLayout::forApp(folder, name);
         if (numberIfTaken && exists(installed.bundle))
             continue;
@@ -100,7 +100,7 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
             BrowserCatalogue::typeKeyForNumber(m_definition.applicationType), m_context.defaults());
         if (const QString refusal = confinedEngineRefusal(enginePath, installed.bundle, m_context.homeFolder());
             !refusal.isEmpty())
-            return failCreation({1, refusal}, error);
+            return failCreation(refusal, error);
         StagedBundle::Outcome outcome = StagedBundle::Outcome::Failed;
         QString reason;
         const std::unique_ptr<StagedBundle> staged = StagedBundle::reserve(installed.bundle, &outcome, &reason);
@@ -109,9 +109,9 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
                 continue;
             if (outcome == StagedBundle::Outcome::Busy)
                 Logger::log(reason);
-            return failCreation({1, outcome == StagedBundle::Outcome::Busy
+            return failCreation(outcome == StagedBundle::Outcome::Busy
                                         ? u"Application already exists with that name."_s
-                                        : reason},
+                                        : reason,
                                 error);
         }
         // Checked again now that the name is ours: another process may have finished it first.
@@ -121,14 +121,14 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
                 continue;
             if (m_prompter.ask(ReplaceMessage, ReplaceInformativeText, ReplaceButtons) != 0) {
                 if (error)
-                    *error = {1, ReplaceMessage};
+                    *error = ReplaceMessage;
                 return false;
             }
             replace = true;
         }
         m_definition.appName = name;
         const BundleLayout layout = installed.relocated(staged->path());
-        SNError stepError;
+        QString stepError;
         if (!build(layout, installed, &stepError))
             return failCreation(stepError, error);
         if (replace) {
@@ -139,18 +139,18 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
             QStringList replaced = tracker.idsForBundle(installed.bundle);
             replaced.removeAll(m_registeredAppID);
             if (!tracker.deleteAppsFromTracker(replaced, &reason))
-                return failCreation({1, reason}, error);
+                return failCreation(reason, error);
             if (!m_context.trash().moveToTrash(installed.bundle, nullptr, &reason)) {
                 QString restoreReason;
                 for (const QString &appId : std::as_const(replaced)) {
                     if (!tracker.updateAppTracker(appId, installed.bundle, &restoreReason))
                         Logger::log(u"⚠️ The old App's registration could not be restored: %1"_s.arg(restoreReason));
                 }
-                return failCreation({1, u"The old App could not be moved to the Trash: %1"_s.arg(reason)}, error);
+                return failCreation(u"The old App could not be moved to the Trash: %1"_s.arg(reason), error);
             }
         }
         if (!staged->commit(&reason))
-            return failCreation({1, reason}, error);
+            return failCreation(reason, error);
         m_registeredAppID.clear();
         m_journal.reset();
         m_created.bundlePath = installed.bundle;
@@ -164,7 +164,7 @@ bool AppCreator::create(WhenNameTaken whenTaken, SNError *error)
     }
 }
 
-bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed, SNError *error)
+bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed, QString *error)
 {
     const BundleWriter writer(m_context, m_definition, layout, installed);
     if (!writer.makeDirectories(error))
@@ -188,7 +188,7 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
     if (!buildExecutable(layout, installed, error))
         return false;
     report(0.8, u"Launcher written"_s);
-    if (std::optional<SNError> failed = seeder.createProfiles(m_profile.usersArray, layout.profile)) {
+    if (std::optional<QString> failed = seeder.createProfiles(m_profile.usersArray, layout.profile)) {
         if (error)
             *error = *failed;
         return false;
@@ -196,7 +196,7 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
     return true;
 }
 
-bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout &installed, SNError *error)
+bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout &installed, QString *error)
 {
     BundleWriter writer(m_context, m_definition, layout, installed);
     // How the engine gets the companion is part of the script.
@@ -215,20 +215,20 @@ bool AppCreator::buildExecutable(const BundleLayout &layout, const BundleLayout 
                                         &reason);
     if (!m_journal) {
         if (error)
-            *error = {1, reason};
+            *error = reason;
         return false;
     }
     m_registeredAppID = appID;
     if (!tracker.updateAppTracker(appID, installed.bundle, &reason)) {
         if (error)
-            *error = {1, reason};
+            *error = reason;
         return false;
     }
 
     const QString script = writer.scriptText(appID, &reason);
     if (script.isEmpty()) {
         if (error)
-            *error = {1, reason};
+            *error = reason;
         return false;
     }
     if (!writer.writeConfiguration(AppConfigFile::path(tracker.getAppBundle(), appID), {}, error) ||

@@ -3,7 +3,6 @@
 #include "companion/CompanionSupport.h"
 #include "core/AppDefinition.h"
 #include "core/AppNameRule.h"
-#include "core/SNError.h"
 #include "generation/BundleLayout.h"
 #include "generation/ProfileSeeder.h"
 
@@ -61,17 +60,17 @@ public:
 
     // Creates the definition's app in its folder (the user's applications folder when it names
     // none). The definition ends with the name the app got.
-    bool create(WhenNameTaken whenTaken, SNError *error);
+    bool create(WhenNameTaken whenTaken, QString *error);
     const CreatedApp &created() const { return m_created; }
 
     // Told as each part of the bundle is written: the fraction done and the step.
     void setProgressHandler(std::function<void(double, const QString &)> handler) { m_progress = std::move(handler); }
 
 private:
-    bool build(const BundleLayout &layout, const BundleLayout &installed, SNError *error);
-    bool buildExecutable(const BundleLayout &layout, const BundleLayout &installed, SNError *error);
+    bool build(const BundleLayout &layout, const BundleLayout &installed, QString *error);
+    bool buildExecutable(const BundleLayout &layout, const BundleLayout &installed, QString *error);
     void rollBackRegistration();
-    bool failCreation(const SNError &value, SNError *error);
+    bool failCreation(const QString &reason, QString *error);
     void report(double fraction, const QString &step) const;
     // The verdict on the definition's engine. One engine is asked once, however many apps one
     // creator makes.

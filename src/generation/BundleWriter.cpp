@@ -29,10 +29,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool fail(SNError *error, const QString &description)
+bool fail(QString *error, const QString &description)
 {
     if (error)
-        *error = {1, description};
+        *error = description;
     return false;
 }
 
@@ -44,13 +44,13 @@ BundleWriter::BundleWriter(Context &context, const AppDefinition &definition, co
 {
 }
 
-bool BundleWriter::makeDirectories(SNError *error) const
+bool BundleWriter::makeDirectories(QString *error) const
 {
     // A staged bundle's first folder is the empty staging folder made for it.
     return makeDirectories(m_layout.directories(), error, m_layout.bundle != m_installed.bundle);
 }
 
-bool BundleWriter::makeDirectories(const QStringList &directories, SNError *error, bool emptyFirst)
+bool BundleWriter::makeDirectories(const QStringList &directories, QString *error, bool emptyFirst)
 {
     for (qsizetype i = 0; i < directories.size(); ++i) {
         const QString &directory = directories.at(i);
@@ -70,20 +70,20 @@ bool BundleWriter::makeDirectories(const QStringList &directories, SNError *erro
     return true;
 }
 
-bool BundleWriter::writeIcon(SNError *error) const
+bool BundleWriter::writeIcon(QString *error) const
 {
     if (m_definition.appIcon.isNull())
         return true;
     return IconConverter::convertImagesWithSourceImage(m_definition.appIcon, m_layout.resources, error);
 }
 
-bool BundleWriter::writeFirstRunMarker(SNError *error) const
+bool BundleWriter::writeFirstRunMarker(QString *error) const
 {
     QString reason;
     return AtomicWriter::write(m_layout.profile + u"/First Run"_s, QByteArray(), &reason) || fail(error, reason);
 }
 
-bool BundleWriter::writeInfoPlist(SNError *error) const
+bool BundleWriter::writeInfoPlist(QString *error) const
 {
     QVariantMap info = PropertyList::readFile(m_layout.infoPlist()).toMap();
     // Keys earlier versions wrote that the generator no longer wants.
@@ -131,7 +131,7 @@ QString BundleWriter::scriptText(const QString &appID, QString *error) const
     return SNAppScriptHelper::scriptText(inputs, error);
 }
 
-bool BundleWriter::writeScript(const QString &text, SNError *error) const
+bool BundleWriter::writeScript(const QString &text, QString *error) const
 {
     QString reason;
     if (!AtomicWriter::write(m_layout.script(), text.toUtf8(), &reason)) {
@@ -142,7 +142,7 @@ bool BundleWriter::writeScript(const QString &text, SNError *error) const
     return true;
 }
 
-bool BundleWriter::writeCompanionFiles(SNError *error) const
+bool BundleWriter::writeCompanionFiles(QString *error) const
 {
     const CompanionInstaller installer(m_context);
     QStringList reasons;
@@ -151,13 +151,13 @@ bool BundleWriter::writeCompanionFiles(SNError *error) const
         reasons.append(reason);
     if (!installer.configureNativeMessaging(m_layout.profile, m_layout.resources, m_installed.resources, &reason))
         reasons.append(reason);
-    SNError dataError;
+    QString dataError;
     if (!writeDataJSON(&dataError))
-        reasons.append(dataError.description);
+        reasons.append(dataError);
     return reasons.isEmpty() || fail(error, reasons.join(u' '));
 }
 
-bool BundleWriter::writeDataJSON(SNError *error) const
+bool BundleWriter::writeDataJSON(QString *error) const
 {
     const QVariant destination =
         m_definition.defaultDestination ? QVariant(*m_definition.defaultDestination) : QVariant();
@@ -171,7 +171,7 @@ bool BundleWriter::writeDataJSON(SNError *error) const
            fail(error, reason);
 }
 
-bool BundleWriter::writeConfiguration(const QString &path, const QVariantMap &earlier, SNError *error) const
+bool BundleWriter::writeConfiguration(const QString &path, const QVariantMap &earlier, QString *error) const
 {
     QString reason;
     if (AppConfigFile::write(path, m_definition, &reason, earlier))
@@ -185,7 +185,7 @@ void BundleWriter::refreshMenuEntry(const QString &appID) const
     DesktopEntries(m_context).refreshAppEntry(appID, m_installed.bundle);
 }
 
-bool BundleWriter::applyAccentColor(SNError *error) const
+bool BundleWriter::applyAccentColor(QString *error) const
 {
     QString reason;
     if (m_definition.accentColor.isEmpty() ||
@@ -194,7 +194,7 @@ bool BundleWriter::applyAccentColor(SNError *error) const
     return fail(error, reason);
 }
 
-bool BundleWriter::installLaunchPrograms(SNError *error) const
+bool BundleWriter::installLaunchPrograms(QString *error) const
 {
     return LaunchProgramInstaller(m_context).installInto(m_layout.bundle, m_definition.appName, error);
 }

@@ -2,7 +2,6 @@
 
 #include "companion/CompanionSupport.h"
 #include "core/AppDefinition.h"
-#include "core/SNError.h"
 #include "generation/BundleLayout.h"
 
 #include <QString>
@@ -31,37 +30,37 @@ public:
     }
 
     // The bundle's eight folders, in order; fails when something is already at one of them.
-    bool makeDirectories(SNError *error) const;
+    bool makeDirectories(QString *error) const;
     // Creates the folders in order; stops with code 1 when something already exists at a path
     // (`emptyFirst`: the first may be an empty folder made for it).
-    static bool makeDirectories(const QStringList &directories, SNError *error, bool emptyFirst = false);
+    static bool makeDirectories(const QStringList &directories, QString *error, bool emptyFirst = false);
     // Contents/Resources/icon.icns from the definition's icon (nothing without an icon).
-    bool writeIcon(SNError *error) const;
+    bool writeIcon(QString *error) const;
     // Contents/Profile/First Run, the marker of the script's first-start block.
-    bool writeFirstRunMarker(SNError *error) const;
+    bool writeFirstRunMarker(QString *error) const;
     // Contents/Info.plist: the generator's keys for the definition over what the file holds already
     // (keys that are the app's own stay); the browser keys and the password-manager flag as the
     // definition says.
-    bool writeInfoPlist(SNError *error) const;
+    bool writeInfoPlist(QString *error) const;
     // The launcher script of the app registered as `appID`; empty with the reason when refused.
     QString scriptText(const QString &appID, QString *error) const;
     // Writes the script text.
-    bool writeScript(const QString &text, SNError *error) const;
+    bool writeScript(const QString &text, QString *error) const;
     // The companion extension, the messaging host with its manifest, and data.json.
     // Every part is attempted; false with the reasons when any could not be written.
-    bool writeCompanionFiles(SNError *error = nullptr) const;
+    bool writeCompanionFiles(QString *error = nullptr) const;
     // Contents/Resources/data.json alone: the routing the companion reads at every start.
-    bool writeDataJSON(SNError *error = nullptr) const;
+    bool writeDataJSON(QString *error = nullptr) const;
     // The configuration file at `path` (AppConfigFile), keeping the keys of `earlier` that the
     // definition does not own.
-    bool writeConfiguration(const QString &path, const QVariantMap &earlier, SNError *error) const;
+    bool writeConfiguration(const QString &path, const QVariantMap &earlier, QString *error) const;
     // The desktop's menu entry of the installed bundle; a failure is logged (the app runs
     // without it).
     void refreshMenuEntry(const QString &appID) const;
     // The accent colour, when the definition has one, into the profile's preferences.
-    bool applyAccentColor(SNError *error = nullptr) const;
+    bool applyAccentColor(QString *error = nullptr) const;
     // The launch program, the helper app, createEngine.sh and the tool stand-ins.
-    bool installLaunchPrograms(SNError *error) const;
+    bool installLaunchPrograms(QString *error) const;
     // Runs createEngine.sh; a failure is only logged (the app builds its engine at its start).
     bool buildEngine() const;
     // The script's mode, then 0755 through the bundle (links left alone); on macOS the extended

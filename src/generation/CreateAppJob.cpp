@@ -23,9 +23,9 @@ bool CreateAppJob::run()
 
     AppCreator creator(m_context, prompter(), m_request.app, m_request.profile);
     creator.setProgressHandler([this](double fraction, const QString &step) { setProgress(fraction, step); });
-    SNError error;
+    QString error;
     if (!creator.create(m_request.whenTaken, &error))
-        return fail(error.description);
+        return fail(error);
     m_result = creator.created();
     setProgress(1.0, u"Done"_s);
     return true;

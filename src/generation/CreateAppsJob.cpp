@@ -27,7 +27,7 @@ bool CreateAppsJob::run()
         current.applicationType = m_request.applicationType;
         if (current.applicationsPath.isEmpty())
             current.applicationsPath = m_request.applicationsPath;
-        SNError error;
+        QString error;
         if (!validator.validate(current, &outcome.error)) {
             ++failed;
         } else {
@@ -36,7 +36,7 @@ bool CreateAppsJob::run()
                 if (creator.create(m_request.whenTaken, &error))
                     outcome.created = creator.created();
                 else
-                    outcome.error = error.description;
+                    outcome.error = error;
             } catch (const std::exception &exception) {
                 outcome.error = QString::fromLocal8Bit(exception.what());
             }

@@ -36,9 +36,9 @@ QString withSlash(const QString &path)
     return path.endsWith(u'/') ? path : path + u'/';
 }
 
-std::optional<SNError> failure(const QString &description)
+std::optional<QString> failure(const QString &description)
 {
-    return SNError{1, description};
+    return description;
 }
 
 // The executable's name in the inner bundle. Chromium's engine path is Google Chrome's (see
@@ -93,13 +93,13 @@ EngineBuilder::EngineBuilder(Context &context, const AppDefinition &definition, 
 {
 }
 
-std::optional<SNError> EngineBuilder::createInternalApplication()
+std::optional<QString> EngineBuilder::createInternalApplication()
 {
     const QString browserName =
         BrowserCatalogue::byNumber(m_definition.applicationType).browserName;
     const QString bundle = QStringLiteral("%1/%2.app").arg(m_resourceDirectory, browserName);
     const QString newContents = bundle + QStringLiteral("/Contents/");
-    SNError error;
+    QString error;
     if (!BundleWriter::makeDirectories(
             {bundle, newContents, newContents + QStringLiteral("MacOS/")}, &error))
         return error;
@@ -119,7 +119,7 @@ std::optional<SNError> EngineBuilder::createInternalApplication()
     return copyError;
 }
 
-std::optional<SNError> EngineBuilder::createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
+std::optional<QString> EngineBuilder::createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
                                                                     const QString &newContentsPath)
 {
     const QString from = withSlash(chromeContentsPath);
@@ -134,7 +134,7 @@ std::optional<SNError> EngineBuilder::createSymlinkFromGoogleChrome(const QStrin
     return std::nullopt;
 }
 
-std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeContentsPath,
+std::optional<QString> EngineBuilder::copyFilesFromChrome(const QString &chromeContentsPath,
                                                           const QString &newContentsPath)
 {
     const QString from = withSlash(chromeContentsPath);
@@ -162,7 +162,7 @@ std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeC
         info.insert(QStringLiteral("CFBundleIconFile"), QStringLiteral("icon.icns"));
         for (const char *key : iconKeys)
             info.remove(QLatin1String(key));
-        SNError iconError;
+        QString iconError;
         if (!IconConverter::convertImagesWithSourceImage(icon, resourcesCopyPath, &iconError))
             return iconError;
         Logger::log(QStringLiteral("Images successfully converted."));
@@ -181,7 +181,7 @@ std::optional<SNError> EngineBuilder::copyFilesFromChrome(const QString &chromeC
     return replaceChromeWithAppName(resourcesCopyPath);
 }
 
-std::optional<SNError> EngineBuilder::replaceChromeWithAppName(const QString &resourcesPath)
+std::optional<QString> EngineBuilder::replaceChromeWithAppName(const QString &resourcesPath)
 {
     const auto [displayName, name] = searchedNames(m_definition.applicationType);
     const QString appName = stringsQuoted(m_definition.appName);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/AppDefinition.h"
-#include "core/SNError.h"
 
 #include <QString>
 #include <QStringList>
@@ -26,18 +25,18 @@ public:
 
     // Makes "<resources>/<Browser>.app/Contents/MacOS/", then links and copies the browser found
     // through the manager's engine path into it.
-    std::optional<SNError> createInternalApplication();
+    std::optional<QString> createInternalApplication();
     // Links Versions, PkgInfo, Helpers and _CodeSignature of the browser's Contents into the new
     // Contents, and last the executable into its MacOS folder; stops at the first link that fails.
-    std::optional<SNError> createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
+    std::optional<QString> createSymlinkFromGoogleChrome(const QString &chromeContentsPath,
                                                          const QString &newContentsPath);
     // Copies the browser's Resources, writes its Info.plist without the updater, link and document
     // keys (and with the app's icon when it has one), then renames the app in the strings.
-    std::optional<SNError> copyFilesFromChrome(const QString &chromeContentsPath,
+    std::optional<QString> copyFilesFromChrome(const QString &chromeContentsPath,
                                                const QString &newContentsPath);
     // Puts the app name into the display-name and name lines of every *.lproj/InfoPlist.strings,
     // keeping each file's encoding.
-    std::optional<SNError> replaceChromeWithAppName(const QString &resourcesPath);
+    std::optional<QString> replaceChromeWithAppName(const QString &resourcesPath);
 
     // The arguments of /bin/sh for "<resourcesFolder>/createEngine.sh": the script, the app name,
     // the work folder, the browser (its bundle on macOS, the engine executable elsewhere), its

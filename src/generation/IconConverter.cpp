@@ -3,7 +3,6 @@
 #include "core/AtomicWriter.h"
 #include "core/IconSet.h"
 #include "core/Logger.h"
-#include "core/SNError.h"
 #include "core/SNImage.h"
 #include "generation/IcnsWriter.h"
 
@@ -13,17 +12,16 @@
 
 namespace {
 
-const int IconErrorCode = 2;
 const QString IconErrorText = QStringLiteral("Error creating icon.");
 const QString IconWriteErrorText = QStringLiteral("Error writing to icon.icns.");
 const QString IconCreatedText = QStringLiteral("icon.icns created successfully.");
 const QString IconFileName = QStringLiteral("icon.icns");
 
-bool fail(const QString &line, SNError *error)
+bool fail(const QString &line, QString *error)
 {
     Logger::log(line);
     if (error)
-        *error = SNError{IconErrorCode, IconErrorText};
+        *error = IconErrorText;
     return false;
 }
 
@@ -54,7 +52,7 @@ QList<QImage> IconConverter::refsFromImage(const SNImage &image)
 }
 
 bool IconConverter::convertImagesWithSourceImage(const SNImage &image, const QString &destinationDirectory,
-                                                 SNError *error)
+                                                 QString *error)
 {
     const QList<QImage> refs = refsFromImage(image);
     if (refs.isEmpty())

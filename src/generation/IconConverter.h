@@ -5,7 +5,6 @@
 #include <QString>
 
 class SNImage;
-struct SNError;
 
 // Turns an app's icon image into the bundle's icon.icns.
 class IconConverter final
@@ -16,7 +15,7 @@ public:
     // widths that are missing. Empty for a null image.
     static QList<QImage> refsFromImage(const SNImage &image);
 
-    // Writes "<destinationDirectory>/icon.icns" atomically. Fails with code 2.
+    // Writes "<destinationDirectory>/icon.icns" atomically; on failure `error` gets "Error creating icon."
     static bool convertImagesWithSourceImage(const SNImage &image, const QString &destinationDirectory,
-                                             SNError *error = nullptr);
+                                             QString *error = nullptr);
 };

@@ -25,10 +25,10 @@ constexpr QFile::Permissions ExecutableMode = QFile::ReadOwner | QFile::WriteOwn
                                               QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther |
                                               QFile::ExeOther;
 
-bool fail(SNError *error, const QString &description)
+bool fail(QString *error, const QString &description)
 {
     if (error)
-        *error = {1, description};
+        *error = description;
     return false;
 }
 
@@ -37,13 +37,13 @@ bool fail(SNError *error, const QString &description)
 LaunchProgramInstaller::LaunchProgramInstaller(Context &context) : m_context(context) {}
 
 bool LaunchProgramInstaller::installInto(const QString &bundlePath, const QString &appName,
-                                         SNError *error) const
+                                         QString *error) const
 {
     return installLaunchProgram(bundlePath, appName, error) && installHelperFiles(bundlePath, error);
 }
 
 bool LaunchProgramInstaller::installLaunchProgram(const QString &bundlePath, const QString &appName,
-                                                  SNError *error) const
+                                                  QString *error) const
 {
     const QString folder = bundlePath + QStringLiteral("/Contents/MacOS");
     const QString destination = folder + u'/' + appName;
@@ -68,7 +68,7 @@ bool LaunchProgramInstaller::installLaunchProgram(const QString &bundlePath, con
     return true;
 }
 
-bool LaunchProgramInstaller::installHelperFiles(const QString &bundlePath, SNError *error) const
+bool LaunchProgramInstaller::installHelperFiles(const QString &bundlePath, QString *error) const
 {
     const QString destination = bundlePath + QStringLiteral("/Contents/Resources");
     // The script is data; the helper app and the tool stand-ins are programs, which an installed

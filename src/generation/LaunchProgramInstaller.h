@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/SNError.h"
 
 #include <QString>
 
@@ -16,14 +15,14 @@ public:
     explicit LaunchProgramInstaller(Context &context);
 
     // Both steps below; stops at the first failure.
-    bool installInto(const QString &bundlePath, const QString &appName, SNError *error) const;
+    bool installInto(const QString &bundlePath, const QString &appName, QString *error) const;
 
     // Contents/MacOS/<appName> (mode 0755): a copy of `sorvanelauncher`, or, when the resources
     // folder lacks it, SNAppScriptHelper's legacy launch stub after its logged warning.
-    bool installLaunchProgram(const QString &bundlePath, const QString &appName, SNError *error) const;
+    bool installLaunchProgram(const QString &bundlePath, const QString &appName, QString *error) const;
     // SorvaneHelper.app, createEngine.sh and (Linux) compat/ into Contents/Resources, with the
     // modes and relative links they have in the resources folder.
-    bool installHelperFiles(const QString &bundlePath, SNError *error) const;
+    bool installHelperFiles(const QString &bundlePath, QString *error) const;
 
 private:
     Context &m_context;

@@ -43,9 +43,9 @@ const std::array SharedEntries{
 const char *const InitialLocalState =
     R"({"profile" : {"info_cache" : {}}, "fre": {"has_user_seen_fre": true}})";
 
-std::optional<SNError> failure(const QString &description)
+std::optional<QString> failure(const QString &description)
 {
-    return SNError{1, description};
+    return description;
 }
 
 // Nothing is read through a link in the browser's folder: one there could lead anywhere (another
@@ -53,7 +53,7 @@ std::optional<SNError> failure(const QString &description)
 // links are left out with a log line; the browser recreates or does without what they stood for.
 // What an earlier seeding left is replaced, never written through (that would write into the
 // browser's own profile).
-std::optional<SNError> copyProfileData(const QString &browserFolder, const QString &relative,
+std::optional<QString> copyProfileData(const QString &browserFolder, const QString &relative,
                                        const QString &destination, TreeCopy::Errors errors)
 {
     if (const std::optional<QString> error = TreeCopy::copyBelow(browserFolder, relative, destination,
@@ -90,7 +90,7 @@ QString ProfileSeeder::sourceProfileFolder(const QString &profileKey) const
     return sourceBrowserFolder() + profileKey + u'/';
 }
 
-std::optional<SNError> ProfileSeeder::copyExtensions(const QJsonObject &preferenceJson,
+std::optional<QString> ProfileSeeder::copyExtensions(const QJsonObject &preferenceJson,
                                                       const QStringList &selectedExtensions,
                                                       const QString &currentProfileKey,
                                                       const QString &defaultUserDirectory) const
@@ -156,7 +156,7 @@ std::optional<SNError> ProfileSeeder::copyExtensions(const QJsonObject &preferen
     return std::nullopt;
 }
 
-std::optional<SNError> ProfileSeeder::copyFromFolder(const QString &folder, const QString &extensionId,
+std::optional<QString> ProfileSeeder::copyFromFolder(const QString &folder, const QString &extensionId,
                                                      const QString &currentProfileKey,
                                                      const QString &defaultUserDirectory) const
 {
@@ -217,7 +217,7 @@ bool ProfileSeeder::isExtensionId(const QString &id)
     return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) { return c >= u'a' && c <= u'p'; });
 }
 
-std::optional<SNError> ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
+std::optional<QString> ProfileSeeder::createProfiles(const QList<SNProfileEntry> &usersArray,
                                                      const QString &profileDirectory) const
 {
     Logger::log(QStringLiteral("usersArray:%1").arg(describeUsers(usersArray)));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/SNError.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -39,17 +38,17 @@ public:
     // stores the browser keeps for all extensions together. Returns the first failing step's
     // error; an entry the browser profile lacks is nothing to copy. No link in the browser's
     // folder is followed or copied: one is left out with a log line.
-    std::optional<SNError> copyExtensions(const QJsonObject &preferenceJson, const QStringList &selectedExtensions,
+    std::optional<QString> copyExtensions(const QJsonObject &preferenceJson, const QStringList &selectedExtensions,
                                            const QString &currentProfileKey,
                                            const QString &defaultUserDirectory) const;
     // Links every entry of the source profile's `folder` whose name contains `extensionId` into
     // <defaultUserDirectory>/<folder>/.
-    std::optional<SNError> copyFromFolder(const QString &folder, const QString &extensionId,
+    std::optional<QString> copyFromFolder(const QString &folder, const QString &extensionId,
                                           const QString &currentProfileKey, const QString &defaultUserDirectory) const;
     // Copies the profiles marked for import into `profileDirectory` and writes its Local State.
     // Keys that are not plain folder names are refused; what cannot be copied is left out. Fails
     // only when the Local State cannot be written.
-    std::optional<SNError> createProfiles(const QList<SNProfileEntry> &usersArray,
+    std::optional<QString> createProfiles(const QList<SNProfileEntry> &usersArray,
                                           const QString &profileDirectory) const;
 
     // Profile keys and extension ids come from the browser's files and become folder names:

@@ -171,22 +171,22 @@ bool SNUpdaterHelper::updateApp(Context &context, const QString &bundlePath, QSt
     const auto write = [&](const BundleLayout &staged, QString *failure) {
         BundleWriter writer(context, definition, staged, layout);
         writer.setCompanionIncluded(companion);
-        SNError installError;
+        QString installError;
         if (!writer.writeInfoPlist(&installError))
-            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(plistPath, installError.description));
+            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(plistPath, installError));
         QString refused;
         const QString script = writer.scriptText(appID, &refused);
         if (script.isEmpty())
             return Logger::fail(failure, u"Error updating executable. %1"_s.arg(refused));
         if (!writer.writeCompanionFiles(&installError))
-            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
+            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(bundlePath, installError));
         if (!writer.installLaunchPrograms(&installError))
-            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(bundlePath, installError.description));
+            return Logger::fail(failure, u"Cannot update %1: %2"_s.arg(bundlePath, installError));
         const QString innerApp = staged.resources + u"/InnerApp.app"_s;
         if (QFileInfo(innerApp).isDir() && !QFileInfo(innerApp).isSymLink())
             QDir(innerApp).removeRecursively();
         if (!writer.writeScript(script, &installError))
-            return Logger::fail(failure, u"Error updating executable. %1"_s.arg(installError.description));
+            return Logger::fail(failure, u"Error updating executable. %1"_s.arg(installError));
         EngineBuilder::runEngineScript(context, staged.resources, executable,
                                        BrowserCatalogue::byNumber(definition.applicationType).typeKey,
                                        u"Warning: engine creation during update exited with status %1"_s);

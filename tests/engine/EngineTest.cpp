@@ -503,6 +503,6 @@ TEST(InProcessRoute, EachFailureEndsItsStep)
     EXPECT_FALSE(QFileInfo::exists(to + u"_CodeSignature"_s));
     // An existing inner bundle stops the whole route before the browser is looked at.
     QDir().mkpath(app.resources + u"/Brave Browser.app"_s);
-    EXPECT_EQ(manager.createInternalApplication()->description,
+    EXPECT_EQ(manager.createInternalApplication().value_or(QString()),
               u"Application already exists with that name."_s);
 }

@@ -1,6 +1,5 @@
 #include "generation/IconConverter.h"
 
-#include "core/SNError.h"
 #include "core/SNImage.h"
 #include "support/TestContext.h"
 
@@ -93,9 +92,9 @@ TEST(IconConverter, FailuresGiveCodeTwoAndTheirLogLineAndWriteNoFile)
           u"Error writing to icon.icns."_s}}};
     for (const auto &[image, folder, logged] : cases) {
         test.clearLog();
-        SNError error;
+        QString error;
         EXPECT_FALSE(IconConverter::convertImagesWithSourceImage(image, folder, &error));
-        EXPECT_EQ(std::pair(error.code, error.description), std::pair(2, u"Error creating icon."_s));
+        EXPECT_EQ(error, u"Error creating icon."_s);
         EXPECT_EQ(test.log(), logged);
         EXPECT_FALSE(QFileInfo::exists(folder + u"/icon.icns"_s));
     }

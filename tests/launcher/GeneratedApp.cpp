@@ -59,9 +59,9 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
     // Straight to the creator: these apps hold what the definition checks refuse, to prove the
     // launcher safe with any configuration.
     AppCreator creator(context, context.prompter(), definition);
-    SNError error;
+    QString error;
     if (!creator.create(WhenNameTaken::Ask, &error))
-        ADD_FAILURE() << "the test app was not created: " << qPrintable(error.description);
+        ADD_FAILURE() << "the test app was not created: " << qPrintable(error);
     m_appId = creator.created().appID;
     m_script = QString::fromUtf8(readAll(resources() + u"/script"_s));
     if (!traits.firstStart)

@@ -69,8 +69,8 @@ TEST(LaunchProgramInstaller, WritesTheLegacyStubWhenTheLaunchProgramIsMissing)
     const QString bundle = fixture.bundle(name);
     const QString program = bundle + u"/Contents/MacOS/"_s + name;
     LaunchProgramInstaller installer(fixture.test().context());
-    SNError error;
-    ASSERT_TRUE(installer.installInto(bundle, name, &error)) << qPrintable(error.description);
+    QString error;
+    ASSERT_TRUE(installer.installInto(bundle, name, &error)) << qPrintable(error);
 
     EXPECT_EQ(readAll(program),
               QByteArray("#!/bin/bash\nDIR=$(dirname \"$0\")\nexec \"$DIR/../Resources/script\" \"$@\"\n"));
@@ -81,7 +81,7 @@ TEST(LaunchProgramInstaller, WritesTheLegacyStubWhenTheLaunchProgramIsMissing)
     EXPECT_EQ(runInstalled(bundle, name, {u"a b"_s, u"$c"_s}).mid(1), (QStringList{u"a b"_s, u"$c"_s}));
 
     ASSERT_TRUE(QFile::rename(saved, launcher));
-    ASSERT_TRUE(installer.installInto(bundle, name, &error)) << qPrintable(error.description);
+    ASSERT_TRUE(installer.installInto(bundle, name, &error)) << qPrintable(error);
     EXPECT_EQ(readAll(program), readAll(launcher));
     EXPECT_EQ(QFile::permissions(program), Mode0755);
 }
@@ -95,11 +95,10 @@ TEST(LaunchProgramInstaller, FailsWhenAHelperFileIsMissing)
             ASSERT_TRUE(QDir(path).removeRecursively());
         else
             ASSERT_TRUE(QFile::remove(path));
-        SNError error;
+        QString error;
         EXPECT_FALSE(LaunchProgramInstaller(fixture.test().context())
                          .installInto(fixture.bundle(u"X"_s), u"X"_s, &error))
             << item;
-        EXPECT_NE(error.code, 0);
-        EXPECT_TRUE(error.description.contains(QString::fromUtf8(item))) << qPrintable(error.description);
+        EXPECT_TRUE(error.contains(QString::fromUtf8(item))) << qPrintable(error);
     }
 }
