@@ -186,7 +186,6 @@ std::optional<AppSuggestionsCatalogue> AppSuggestionsCatalogue::read(const QStri
     Logger::log(u"Loaded %1 templates from plist"_s.arg(catalogue.templates.size()));
 
     catalogue.suggestions = suggestionsOfRows(plist.value(u"SuggestionsAll"_s));
-    catalogue.shortList = suggestionsOfRows(plist.value(u"SuggestionsLess"_s));
     for (const AppTemplate &appTemplate : std::as_const(catalogue.templates))
         addOnce(catalogue.suggestions, suggestionOfTemplate(appTemplate));
     if (catalogue.suggestions.isEmpty()) {

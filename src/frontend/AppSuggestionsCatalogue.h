@@ -13,7 +13,7 @@
 //   "IconMappings"   icon key -> image name
 //   "Templates"      template dictionaries (see AppTemplate)
 //   "SuggestionsAll" rows {"rowName", "items"}: the full catalogue
-//   "SuggestionsLess" rows of the same form: the short list a compact view shows
+//   "SuggestionsLess" rows of the same form for a compact view; no view shows it, so it is not read
 // An item carries "id", "name", "url", "iconName", "category" (a raw AppCategory value),
 // "description" and optionally "isPopular", "incognito" and "tabs". An item without a category
 // takes its row's; every item of the "popular apps" row is popular. An item whose address is not
@@ -24,7 +24,6 @@
 struct AppSuggestionsCatalogue
 {
     QList<AppSuggestion> suggestions;
-    QList<AppSuggestion> shortList;
     QList<AppTemplate> templates;
     QMap<QString, QString> iconMappings;
 

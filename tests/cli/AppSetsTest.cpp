@@ -141,18 +141,14 @@ TEST(AppSets, AHostileFileCreatesOnlyItsValidAppsAndRunsNothing)
     EXPECT_EQ(rules[u"routingRules"_s].toArray().size(), 0);
     EXPECT_TRUE(definition(home, home.bundle(u"Plain"_s))[u"configuration"_s].toObject()[u"restoreSession"_s].toBool());
 
-    // Files that are no app set at all: nothing is made, and the reason is said.
-    const QByteArray deep = "<plist version=\"1.0\"><dict><key>a</key>" + QByteArray("<array>").repeated(100000) +
-                            QByteArray("</array>").repeated(100000) + "</dict></plist>";
+    // A file that is no app set at all: nothing is made, and the reason is said.
     const QByteArray laughs = R"(<?xml version="1.0"?><!DOCTYPE plist [<!ENTITY a "aaaaaaaaaa">
 <!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;"><!ENTITY c "&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;">]>
 <plist version="1.0"><dict><key>x</key><dict><key>appName</key><string>&c;</string></dict></dict></plist>)";
-    for (const QByteArray &content : {deep, laughs}) {
-        writeFile(file, content);
-        const CliRun refused = home.sorvane({u"import"_s, file, u"--into"_s, home.apps});
-        EXPECT_EQ(refused.exitCode, 1);
-        EXPECT_TRUE(refused.err.contains("Invalid App Config File")) << refused.err.constData();
-    }
+    writeFile(file, laughs);
+    const CliRun refused = home.sorvane({u"import"_s, file, u"--into"_s, home.apps});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(refused.err.contains("Invalid App Config File")) << refused.err.constData();
     writeFile(file, PropertyList::toXml(QVariantList{entry(u"In A List"_s, u"https://list.example.org/"_s)}));
     const CliRun array = home.sorvane({u"import"_s, file, u"--into"_s, home.apps});
     EXPECT_EQ(array.exitCode, 0);
