@@ -12,13 +12,13 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // "b" is the app b; "b*" the same app under another name.
-QList<HomescreenAppEntry> entries(const QStringList &specs)
+QList<HomescreenAppEntry> entries(const QStringList &names)
 {
     QList<HomescreenAppEntry> list;
-    for (const QString &spec : specs) {
+    for (const QString &name : names) {
         HomescreenAppEntry entry;
-        entry.id = spec.left(1);
-        entry.name = spec;
+        entry.id = name.left(1);
+        entry.name = name;
         list.append(entry);
     }
     return list;
