@@ -2,6 +2,8 @@
 
 #include <QUuid>
 
+#include <algorithm>
+
 QString Ids::newRegistryId()
 {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
@@ -15,4 +17,14 @@ QString Ids::newUniqueId()
 QString Ids::newRuleId()
 {
     return newRegistryId();
+}
+
+bool Ids::isUsableRegistryId(const QString &id)
+{
+    if (id.isEmpty() || id.size() > 64)
+        return false;
+    return std::all_of(id.cbegin(), id.cend(), [](QChar c) {
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'-' ||
+               c == u'_';
+    });
 }

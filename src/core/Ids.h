@@ -12,4 +12,7 @@ public:
     static QString newUniqueId();
     // A fresh UUID for routing-rule ids.
     static QString newRuleId();
+    // Whether `id` may name an app's files (its configuration, lock and menu entry): 1 to 64
+    // ASCII letters, digits, '-' and '_', so that no id read from a file reaches another folder.
+    static bool isUsableRegistryId(const QString &id);
 };

@@ -49,7 +49,10 @@ QVariantMap SNAppTracker::getTracker() const
     const QVariant root = PropertyList::readFile(trackerPath());
     if (root.typeId() != QMetaType::QVariantMap)
         return {};
-    return root.toMap();
+    QVariantMap records = root.toMap();
+    for (auto it = records.begin(); it != records.end();)
+        it = Ids::isUsableRegistryId(it.key()) ? std::next(it) : records.erase(it);
+    return records;
 }
 
 QMap<QString, RegistryRecord> SNAppTracker::records() const

@@ -34,7 +34,9 @@ public:
     // What is at the tracker's path now.
     FileState fileState() const;
 
-    // The tracker's records; empty when the file is missing, unreadable or not a dictionary.
+    // The tracker's records; empty when the file is missing, unreadable or not a dictionary. A
+    // record whose id could not name a file (Ids::isUsableRegistryId) is left out, though kept in
+    // the file.
     QVariantMap getTracker() const;
     // The same records, typed, by registry id.
     QMap<QString, RegistryRecord> records() const;

@@ -4,6 +4,7 @@
 #include "core/AtomicWriter.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
+#include "core/Ids.h"
 #include "core/Logger.h"
 #include "core/OperationJournal.h"
 #include "core/SNAppTracker.h"
@@ -61,8 +62,9 @@ bool StartupRecovery::recover(const QVariantMap &entry)
     const QString operation = entry.value(OperationJournal::OperationKey).toString();
     const QString appId = entry.value(OperationJournal::AppIdKey).toString();
     const QString bundle = entry.value(OperationJournal::BundleKey).toString();
-    if (appId.isEmpty() || bundle.isEmpty())
-        return true; // nothing to go on
+    // An id that could not name the app's files is not one Sorvane wrote: nothing to go on.
+    if (!Ids::isUsableRegistryId(appId) || bundle.isEmpty())
+        return true;
     Logger::log(u"Recovering an interrupted %1 of %2"_s.arg(operation, bundle));
     // Where its hidden working folders may be, now that the app may be gone from the registry.
     m_folders.insert(QFileInfo(bundle).path());

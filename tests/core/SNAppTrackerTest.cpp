@@ -105,3 +105,23 @@ TEST(SNAppTracker, FragmentRunByBashStampsOnlyAnExistingTrackerAndRunsNothingFro
                 testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [ 1][0-9]:[0-9]{2}:[0-9]{2} [AP]M"));
     EXPECT_FALSE(QFileInfo::exists(resources + u"/pwned"_s));
 }
+
+// Ids read from the file name the app's configuration, lock and menu entry: one that could reach
+// another folder, or is no id at all, is ignored but kept in the file.
+TEST(SNAppTracker, RecordsWhoseIdCouldNotNameAFileAreIgnoredButKept)
+{
+    TestContext test;
+    SNAppTracker tracker(test.context());
+    const QString good = u"5D7E4B1C-0000-4000-8000-000000000001"_s;
+    const QStringList unusable{u"../outside"_s, u"a/b"_s, u".."_s, u"x y"_s, QString(65, u'A'), u"é"_s};
+    QVariantMap stored{{good, QVariantMap{{u"appPath"_s, u"/Apps/Mail.app"_s}}}};
+    for (const QString &id : unusable)
+        stored.insert(id, QVariantMap{{u"appPath"_s, u"/Apps/Other.app"_s}});
+    tracker.getAppBundle(); // makes the support folder
+    ASSERT_TRUE(PropertyList::writeFile(tracker.trackerPath(), stored));
+
+    EXPECT_EQ(tracker.getTracker().keys(), QStringList{good});
+    EXPECT_EQ(tracker.records().keys(), QStringList{good});
+    ASSERT_TRUE(tracker.updateAppTracker(good, u"/Apps/Post.app"_s));
+    EXPECT_EQ(trackerAsJson(tracker).keys().size(), unusable.size() + 1);
+}
