@@ -12,6 +12,7 @@
 #include "BenchHome.h"
 #include "BenchMain.h"
 #include "support/GapRecorder.h"
+#include "support/IncompressibleProfile.h"
 
 #include "core/Prompter.h"
 #include "core/SNAppTracker.h"
@@ -27,7 +28,6 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QImage>
-#include <QRandomGenerator>
 #include <QTimer>
 #include <QUrl>
 
@@ -55,20 +55,6 @@ bool spinUntil(Done done)
         if (waited.hasExpired(60000))
             return false;
         QEventLoop().processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
-// Fills `folder` with `megabytes` files of 1 MB that do not compress.
-bool fillProfile(const QString &folder, int megabytes)
-{
-    QByteArray block(1 << 20, Qt::Uninitialized);
-    QDir().mkpath(folder + u"/Default/IndexedDB"_s);
-    for (int i = 0; i < megabytes; ++i) {
-        QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(block.data()), block.size() / 4);
-        QFile file(folder + u"/Default/IndexedDB/%1.blob"_s.arg(i));
-        if (!file.open(QIODevice::WriteOnly) || file.write(block) != block.size())
-            return false;
     }
     return true;
 }

@@ -8,6 +8,7 @@
 #include "desktop/DesktopShell.h"
 
 #include "support/GapRecorder.h"
+#include "support/IncompressibleProfile.h"
 #include "support/LocalHttpServer.h"
 
 #include "core/BrowserCatalogue.h"
@@ -27,7 +28,6 @@
 #include <QFile>
 #include <QPointer>
 #include <QQuickItem>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QUrl>
@@ -63,26 +63,6 @@ bool runUntil(const std::function<bool()> &done, int timeoutMs = 60000)
     if (!done())
         loop.exec();
     return done();
-}
-
-bool fillProfile(const QString &folder, int megabytes)
-{
-    QByteArray block(1 << 20, Qt::Uninitialized);
-    if (!QDir().mkpath(folder + u"/Default/IndexedDB"_s))
-        return false;
-    for (int i = 0; i < megabytes; ++i) {
-        QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(block.data()), block.size() / 4);
-        QFile file(folder + u"/Default/IndexedDB/%1.blob"_s.arg(i));
-        if (!file.open(QIODevice::WriteOnly) || file.write(block) != block.size())
-            return false;
-    }
-    return true;
-}
-
-bool isShown(DesktopHarness &app, const QString &objectName)
-{
-    auto *item = app.find<QQuickItem>(objectName);
-    return item && item->isVisible();
 }
 
 // An app set of `count` apps, exported from a home of its own.
@@ -194,7 +174,7 @@ TEST_F(Responsiveness, TheWindowAnswersThroughCreationEngineSwitchImportAndDelet
     ASSERT_TRUE(wizardReady());
     goTo(WizardSteps::WizardStep::Browser);
     click(u"browser:"_s + BrowserCatalogue::byNumber(BrowserCatalogue::Brave).browserName);
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return isShown(app, u"engineSwitchConfirmButton"_s); }));
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"engineSwitchConfirmButton"_s); }));
     click(u"engineSwitchConfirmButton"_s);
     goTo(WizardSteps::WizardStep::Review);
     {
