@@ -139,6 +139,16 @@ protected:
         bool progressShown = false;
     };
 
+    // Saves the wizard's app from its review step while watching the window; true when it was saved.
+    bool saveWatched(const char *key)
+    {
+        Watch saving(app, u"creationOverlay"_s);
+        click(u"createButton"_s);
+        const bool ended = saving.until([&] { return home().wizard()->showingSuccess() || home().wizard()->showingError(); });
+        saving.judge(key);
+        return ended && home().wizard()->showingSuccess();
+    }
+
     DesktopHarness app;
     QString big;
 };
@@ -156,15 +166,8 @@ TEST_F(Responsiveness, TheWindowAnswersThroughCreationEngineSwitchImportAndDelet
     app.key(Qt::Key_Tab);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return home().wizard()->draft()->appName() == u"Wide"_s; }, 15000));
     goTo(WizardSteps::WizardStep::Review);
-    {
-        Watch creation(app, u"creationOverlay"_s);
-        click(u"createButton"_s);
-        ASSERT_TRUE(creation.until([&] { return home().wizard()->showingSuccess() || home().wizard()->showingError(); }))
-            << home().wizard()->creationError().toStdString();
-        creation.judge("creationGapMs");
-        EXPECT_TRUE(home().wizard()->showingSuccess());
-        EXPECT_TRUE(QFile::exists(app.bundle(u"Wide"_s) + u"/Contents/Resources/icon.icns"_s));
-    }
+    ASSERT_TRUE(saveWatched("creationGapMs")) << home().wizard()->creationError().toStdString();
+    EXPECT_TRUE(QFile::exists(app.bundle(u"Wide"_s) + u"/Contents/Resources/icon.icns"_s));
     click(u"doneButton"_s);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
 
@@ -177,14 +180,7 @@ TEST_F(Responsiveness, TheWindowAnswersThroughCreationEngineSwitchImportAndDelet
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"engineSwitchConfirmButton"_s); }));
     click(u"engineSwitchConfirmButton"_s);
     goTo(WizardSteps::WizardStep::Review);
-    {
-        Watch engineSwitch(app, u"creationOverlay"_s);
-        click(u"createButton"_s);
-        ASSERT_TRUE(engineSwitch.until([&] { return home().wizard()->showingSuccess() || home().wizard()->showingError(); }))
-            << home().wizard()->creationError().toStdString();
-        engineSwitch.judge("engineSwitchGapMs");
-        EXPECT_TRUE(home().wizard()->showingSuccess());
-    }
+    ASSERT_TRUE(saveWatched("engineSwitchGapMs")) << home().wizard()->creationError().toStdString();
     QString error;
     EXPECT_EQ(AppEditor(app.test().context()).load(app.bundle(u"Big"_s), big, &error).value_or(SNEditorItem()).browser, u"brave"_s)
         << error.toStdString();
