@@ -1,21 +1,17 @@
 #include "AutoUpdateCommand.h"
 
-#include "maintenance/SNAutoUpdateManager.h"
-#include "maintenance/SNUpdaterHelper.h"
+#include "maintenance/AutoUpdateCheckJob.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 int AutoUpdateCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const int migrated = SNUpdaterHelper::updateSorvaneExtensionPath(context);
-    SNAutoUpdateManager manager(context);
-    int updated = 0;
-    int total = 0;
-    QObject::connect(&manager, &SNAutoUpdateManager::updateRunFinished, [&](int done, int count) {
-        updated += done;
-        total += count;
-    });
-    const SNAutoUpdateManager::CheckOutcome outcome = manager.checkAndUpdateApps();
+    AutoUpdateCheckJob job(context, AutoUpdateCheckJob::Request{.migrateCompanionFolder = true});
+    job.exec();
+    const SNAutoUpdateManager::CheckOutcome outcome = job.outcome();
+    const int updated = job.updated();
+    const int total = job.total();
+    const int migrated = job.migrated();
 
     using Outcome = SNAutoUpdateManager::CheckOutcome;
     if (parser.isSet(u"json"_s)) {

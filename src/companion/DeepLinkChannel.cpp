@@ -94,6 +94,43 @@ QString DeepLinkChannel::defaultSocketPath(QString *error)
     return folders.isEmpty() ? QString() : folders.first() + u'/' + SocketName;
 }
 
+namespace {
+const QString ActivationWord = u"activate"_s;
+constexpr qsizetype MaximumTokenLength = 512;
+
+// Tokens are opaque, but only ever visible ASCII; anything else is not passed on.
+bool isPlausibleToken(const QString &token)
+{
+    return token.size() <= MaximumTokenLength &&
+           std::all_of(token.cbegin(), token.cend(), [](QChar c) { return c.unicode() > 0x20 && c.unicode() < 0x7f; });
+}
+} // namespace
+
+QString DeepLinkChannel::activationLine(const QString &token)
+{
+    return token.isEmpty() || !isPlausibleToken(token) ? ActivationWord : ActivationWord + u' ' + token;
+}
+
+std::optional<QString> DeepLinkChannel::activationToken(const QString &line)
+{
+    if (line == ActivationWord)
+        return QString();
+    if (!line.startsWith(ActivationWord + u' '))
+        return std::nullopt;
+    const QString token = line.mid(ActivationWord.size() + 1);
+    return isPlausibleToken(token) ? token : QString();
+}
+
+QString DeepLinkChannel::activationTokenFromEnvironment()
+{
+    for (const char *name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+        const QString token = qEnvironmentVariable(name);
+        if (!token.isEmpty() && isPlausibleToken(token))
+            return token;
+    }
+    return {};
+}
+
 bool DeepLinkChannel::isSendable(const QString &url)
 {
     if (url.isEmpty() || url.toUtf8().size() >= MaximumLineBytes)

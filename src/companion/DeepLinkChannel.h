@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 // The local socket on which the running desktop app takes "sorvane:" URLs on Linux, seen from
 // both ends: where it lives, what one line may be, and the sender's side. A later start of the
 // desktop app and `sorvane open-url` send through it; DeepLinkServer listens on it.
@@ -24,6 +26,14 @@ public:
     static SendResult sendToRunningInstance(const QString &url, int timeoutMs, QString *error = nullptr);
     static SendResult sendToRunningInstance(const QString &socketPath, const QString &url, int timeoutMs,
                                             QString *error = nullptr);
+
+    // The line that asks the running instance to come to the front, carrying the activation token
+    // a launcher gave this process (Wayland's XDG_ACTIVATION_TOKEN or X11's DESKTOP_STARTUP_ID),
+    // and its reading on the other end: the token (maybe empty) when the line is such a request.
+    static QString activationLine(const QString &token);
+    static std::optional<QString> activationToken(const QString &line);
+    // The token this process was started with, if any.
+    static QString activationTokenFromEnvironment();
 
     // A URL that can travel as one line: not empty, no control characters, not too long.
     static bool isSendable(const QString &url);

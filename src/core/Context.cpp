@@ -88,9 +88,14 @@ QString Context::applicationsFolder() const
     return Platform::defaultApplicationsFolder(m_folders.home);
 }
 
-QString Context::version() const
+QString Context::buildVersion()
 {
     return QStringLiteral(SORVANE_VERSION);
+}
+
+QString Context::version() const
+{
+    return buildVersion();
 }
 
 QString Context::bundleIdentifier() const

@@ -51,6 +51,8 @@ public:
     // The user's chosen applications folder (`applicationsPath`), else the platform's default.
     QString applicationsFolder() const;
 
+    // The version this build of Sorvane carries (the CMake project version).
+    static QString buildVersion();
     QString version() const;
     QString bundleIdentifier() const;
 

@@ -1,5 +1,6 @@
 #include "desktop/DesktopShell.h"
 
+#include "desktop/AppUpdateScheduler.h"
 #include "desktop/DialogBroker.h"
 
 #include "core/Context.h"
@@ -13,6 +14,8 @@
 #include "frontend/HomescreenStore.h"
 #include "frontend/SorvaneSettingsStore.h"
 
+#include <QGuiApplication>
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQmlEngine>
 #include <QQuickWindow>
@@ -53,8 +56,16 @@ DesktopShell::DesktopShell(Context &context, QObject *parent)
     , m_iconSearch(new SiteIconSearch(this))
     , m_bulkCreation(new BulkCreationStore(context, *m_bulk, this))
     , m_deepLinks(new DeepLinkHandler(context, this))
+    , m_updates(new AppUpdateScheduler(context, *m_dialogs, this))
+    , m_linkServer(new DeepLinkServer(*m_deepLinks, this))
     , m_engine(std::make_unique<QQmlApplicationEngine>())
 {
+    connect(m_deepLinks, &DeepLinkHandler::activationRequested, this, [this] { bringToFront(); });
+    connect(m_linkServer, &DeepLinkServer::activationRequested, this, &DesktopShell::bringToFront);
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256})
+        icon.addFile(u":/icons/%1/com.ondrel.sorvane.png"_s.arg(size), QSize(size, size));
+    QGuiApplication::setWindowIcon(icon);
     m_bulk->setFaviconSearch(m_iconSearch->function());
     m_bulk->reset();
 }
@@ -75,6 +86,8 @@ void DesktopShell::registerQmlTypes()
     FrontendQmlTypes::registerTypes();
     qmlRegisterUncreatableType<DialogBroker>("Sorvane.Shell", 1, 0, "DialogBroker",
                                              u"DialogBroker is made by the application"_s);
+    qmlRegisterUncreatableType<AppUpdateScheduler>("Sorvane.Shell", 1, 0, "AppUpdateScheduler",
+                                                   u"AppUpdateScheduler is made by the application"_s);
     qmlRegisterUncreatableType<SNBulkAppsManager>("Sorvane.Shell", 1, 0, "SNBulkAppsManager",
                                                   u"SNBulkAppsManager is made by the application"_s);
 }
@@ -95,6 +108,7 @@ bool DesktopShell::load(QString *error)
         {u"bulk"_s, QVariant::fromValue(m_bulk)},
         {u"bulkCreation"_s, QVariant::fromValue(m_bulkCreation)},
         {u"dialogs"_s, QVariant::fromValue(m_dialogs)},
+        {u"updates"_s, QVariant::fromValue(m_updates)},
     });
     m_engine->load(QUrl(u"qrc:/Sorvane/Desktop/Main.qml"_s));
     disconnect(m_engine.get(), &QQmlEngine::warnings, this, nullptr);
@@ -115,4 +129,30 @@ QQuickWindow *DesktopShell::mainWindow() const
 bool DesktopShell::openUrl(const QString &url)
 {
     return m_deepLinks->handleURL(url);
+}
+
+DeepLinkServer::ListenResult DesktopShell::listenForLinks(QString *error)
+{
+    return m_linkServer->listen(error);
+}
+
+void DesktopShell::startMaintenance(std::chrono::milliseconds updateInterval)
+{
+    m_updates->start(updateInterval);
+}
+
+void DesktopShell::bringToFront(const QString &activationToken)
+{
+    QQuickWindow *window = mainWindow();
+    if (!window)
+        return;
+    // Qt's Wayland window hands this token to the compositor with its activation request.
+    if (!activationToken.isEmpty() && QGuiApplication::platformName().startsWith(u"wayland"_s))
+        qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
+    if (window->visibility() == QWindow::Minimized)
+        window->showNormal();
+    else
+        window->show();
+    window->raise();
+    window->requestActivate();
 }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "frontend/DeepLinkServer.h"
+
 #include <QObject>
 #include <QString>
 
+#include <chrono>
 #include <memory>
 
 class AppSuggestionsStore;
+class AppUpdateScheduler;
 class BulkCreationStore;
 class Context;
 class DeepLinkHandler;
@@ -46,9 +50,20 @@ public:
     BulkCreationStore &bulkCreation() const { return *m_bulkCreation; }
     DialogBroker &dialogs() const { return *m_dialogs; }
     DeepLinkHandler &deepLinks() const { return *m_deepLinks; }
+    AppUpdateScheduler &updates() const { return *m_updates; }
 
     // Acts on a "sorvane:" link handed to the program (first start or a later one).
     bool openUrl(const QString &url);
+
+    // Takes the links and window requests of later starts (and of `sorvane open-url`): the first
+    // instance of the user listens; AlreadyRunning tells a later one to hand over and end.
+    DeepLinkServer::ListenResult listenForLinks(QString *error = nullptr);
+    // Background work once the window is up: the automatic updates, at start and every interval.
+    void startMaintenance(std::chrono::milliseconds updateInterval = std::chrono::hours(1));
+
+    // Shows the main window, raised and focused. `activationToken` is the one a launcher gave the
+    // start that asked for it (Wayland only lets a window take the focus with one).
+    void bringToFront(const QString &activationToken = {});
 
 private:
     Context &m_context;
@@ -61,5 +76,7 @@ private:
     SiteIconSearch *m_iconSearch;
     BulkCreationStore *m_bulkCreation;
     DeepLinkHandler *m_deepLinks;
+    AppUpdateScheduler *m_updates;
+    DeepLinkServer *m_linkServer;
     std::unique_ptr<QQmlApplicationEngine> m_engine;
 };

@@ -258,6 +258,10 @@ void DeepLinkServer::readLine(QLocalSocket *socket)
     // Garbage is answered like anything else (the sender learns nothing) and never handled.
     if (!DeepLinkChannel::isSendable(url) || url.toUtf8() != line.chopped(1))
         return;
+    if (const std::optional<QString> token = DeepLinkChannel::activationToken(url)) {
+        Q_EMIT activationRequested(*token);
+        return;
+    }
     Q_EMIT urlReceived(url);
     m_handler.handleURL(url);
 }

@@ -13,8 +13,8 @@ class QTimer;
 
 // Keeps the desktop app to one instance per user on Linux: the first start listens on the
 // DeepLinkChannel socket in a private folder of the user's; a later start (or `sorvane open-url`)
-// hands its "sorvane:" URL to it, one line per connection, and the first instance answers "OK"
-// once the line is with its handler.
+// hands its "sorvane:" URL to it (or, without one, asks it to come to the front), one line per
+// connection, and the first instance answers "OK" once the line is with its handler.
 //
 // Whoever can reach the socket cannot take the instance down: at most MaximumConnections are held,
 // the oldest giving way to a new one; one that has not sent its line within IdleTimeoutMs is
@@ -44,6 +44,8 @@ public:
 Q_SIGNALS:
     // A line arrived and was handed to the handler.
     void urlReceived(const QString &url);
+    // A later start asked for the window, with the launcher's activation token (maybe empty).
+    void activationRequested(const QString &token);
 
 private:
     void acceptConnection();

@@ -6,6 +6,8 @@
 namespace SettingsKeys {
 
 inline const QString ApplicationsPath = QStringLiteral("applicationsPath");
+// True once this generation of the desktop app has started (older settings were discarded then).
+inline const QString HasLaunched = QStringLiteral("HAS_LAUNCHED_4");
 inline const QString RegisterAsBrowser = QStringLiteral("defaultRegisterAsBrowser");
 inline const QString IncognitoMode = QStringLiteral("defaultIncognitoMode");
 inline const QString TabbedApps = QStringLiteral("defaultTabbedApps");

@@ -3,6 +3,7 @@
 #include "frontend/InstalledBrowsers.h"
 #include "frontend/SettingsKeys.h"
 
+#include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/Logger.h"
@@ -12,6 +13,7 @@
 #include "editing/ImportCategory.h"
 #include "core/NotificationNames.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -73,7 +75,7 @@ void SorvaneSettingsStore::registerStartupDefaults(UserDefaults &defaults, const
 {
     QVariantMap registered{
         {SettingsKeys::ApplicationsPath, Platform::defaultApplicationsFolder(homeFolder)},
-        {u"HAS_LAUNCHED_4"_s, u"NO"_s},
+        {SettingsKeys::HasLaunched, u"NO"_s},
         {SettingsKeys::AutomaticUpdates, true},
     };
     for (const int type : {BrowserCatalogue::Chrome, BrowserCatalogue::Vivaldi, BrowserCatalogue::Helium}) {
@@ -81,6 +83,29 @@ void SorvaneSettingsStore::registerStartupDefaults(UserDefaults &defaults, const
         registered.insert(browser.settingsKey, BrowserCatalogue::defaultEnginePath(browser));
     }
     defaults.registerDefaults(registered);
+}
+
+bool SorvaneSettingsStore::discardOlderGenerationOnce(UserDefaults &defaults)
+{
+    if (defaults.boolForKey(SettingsKeys::HasLaunched))
+        return false;
+    defaults.synchronize();
+    const QString file = defaults.fileName();
+    QFile old(file);
+    if (old.exists()) {
+        const QString kept = file + u".before-first-launch"_s;
+        QString error;
+        if (!old.open(QIODevice::ReadOnly) || !AtomicWriter::write(kept, old.readAll(), &error)) {
+            // Without the copy the old settings stay: better a stale setting than a lost one.
+            Logger::log(u"The settings of an older Sorvane were kept: %1 could not be copied to %2 (%3)"_s.arg(
+                file, kept, error.isEmpty() ? old.errorString() : error));
+            return false;
+        }
+    }
+    defaults.removePersistentDomain();
+    defaults.setValue(SettingsKeys::HasLaunched, true);
+    defaults.synchronize();
+    return true;
 }
 
 QMap<QString, QString> SorvaneSettingsStore::platformBrowserDefaults()

@@ -74,6 +74,10 @@ public:
     // Google Chrome, Vivaldi and Helium, the applications folder, HAS_LAUNCHED_4 = "NO" and
     // automatic updates on.
     static void registerStartupDefaults(UserDefaults &defaults, const QString &homeFolder);
+    // On the first start of this generation of the desktop app (HAS_LAUNCHED_4 not yet true),
+    // discards the settings an older generation left, once. The file as it was is kept beside it
+    // (".before-first-launch"), so nothing is lost. True when it discarded them.
+    static bool discardOlderGenerationOnce(UserDefaults &defaults);
     // Path key -> default location: the application bundles on macOS, the catalogue's engine
     // executables on Linux.
     static QMap<QString, QString> platformBrowserDefaults();

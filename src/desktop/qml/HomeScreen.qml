@@ -1,7 +1,7 @@
 // objectNames: "homeScreen", "newAppButton", "importButton", "exportButton", "bulkButton",
 // "settingsButton", "searchField", "filterBox", "sortBox", "sortDirectionButton", "appGrid",
 // "loadingIndicator", "emptyState", "createFirstAppButton", "noMatchLabel", "workBar",
-// "workTitle", "workProgress", "workCancelButton"; each app's tile:
+// "workTitle", "workProgress", "workCancelButton", "updateStatus"; each app's tile:
 // see AppTile.qml.
 import QtQuick
 import QtQuick.Controls
@@ -15,6 +15,8 @@ Page {
     objectName: "homeScreen"
 
     required property HomescreenStore home
+    // The automatic updates (AppUpdateScheduler): what they are doing, in one line.
+    property QtObject updates: null
 
     signal settingsRequested()
     signal bulkRequested()
@@ -24,6 +26,13 @@ Page {
     readonly property bool hasApps: home.apps.count > 0
 
     FontMetrics { id: fontInfo }
+
+    function focusSearch() {
+        if (!searchField.visible)
+            return
+        searchField.forceActiveFocus()
+        searchField.selectAll()
+    }
 
     header: ToolBar {
         ColumnLayout {
@@ -49,7 +58,18 @@ Page {
                     Layout.preferredWidth: Layout.preferredHeight
                     Accessible.name: qsTr("Loading your apps")
                 }
-                Item { Layout.fillWidth: true }
+                Label {
+                    objectName: "updateStatus"
+                    text: page.updates ? page.updates.status : ""
+                    visible: text.length > 0
+                    elide: Text.ElideRight
+                    opacity: 0.75
+                    Layout.leftMargin: fontInfo.height / 2
+                    Layout.fillWidth: true
+                    Accessible.role: Accessible.StatusBar
+                    Accessible.name: text
+                }
+                Item { Layout.fillWidth: true; visible: !(page.updates && page.updates.status.length > 0) }
                 Button {
                     objectName: "newAppButton"
                     text: qsTr("New App")

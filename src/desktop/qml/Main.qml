@@ -15,6 +15,7 @@ ApplicationWindow {
     required property SNBulkAppsManager bulk
     required property BulkCreationStore bulkCreation
     required property DialogBroker dialogs
+    required property AppUpdateScheduler updates
 
     width: 1100
     height: 740
@@ -28,7 +29,9 @@ ApplicationWindow {
         objectName: "mainStack"
         anchors.fill: parent
         initialItem: HomeScreen {
+            id: homeScreen
             home: window.home
+            updates: window.updates
             onSettingsRequested: {
                 settingsWindow.show()
                 settingsWindow.raise()
@@ -38,6 +41,43 @@ ApplicationWindow {
             onExportRequested: exportDialog.open()
             onImportRequested: importAction.start()
         }
+    }
+
+    // The main actions from the keyboard, wherever the focus is in the main window. The home
+    // screen's own take effect only while no wizard or bulk list covers it.
+    readonly property bool homeOnTop: stack.depth === 1 && !window.dialogs.asking
+    Shortcut {
+        sequences: [StandardKey.New]
+        enabled: window.homeOnTop
+        onActivated: window.home.newApp()
+    }
+    Shortcut {
+        sequences: [StandardKey.Find]
+        enabled: window.homeOnTop
+        onActivated: homeScreen.focusSearch()
+    }
+    Shortcut {
+        sequences: [StandardKey.Open]
+        enabled: window.homeOnTop
+        onActivated: importAction.start()
+    }
+    Shortcut {
+        sequences: ["Ctrl+E"]
+        enabled: window.homeOnTop && window.home.apps.count > 0
+        onActivated: exportDialog.open()
+    }
+    Shortcut {
+        sequences: ["Ctrl+,"]
+        onActivated: {
+            settingsWindow.show()
+            settingsWindow.raise()
+            settingsWindow.requestActivate()
+        }
+    }
+    Shortcut {
+        sequences: [StandardKey.Quit]
+        enabled: !window.dialogs.asking
+        onActivated: Qt.quit()
     }
 
     // The wizard is open exactly while the home screen holds one.
