@@ -1,5 +1,6 @@
 #include "desktop/DesktopShell.h"
 
+#include "desktop/AppIconImageProvider.h"
 #include "desktop/AppUpdateScheduler.h"
 #include "desktop/DialogBroker.h"
 
@@ -11,6 +12,7 @@
 #include "frontend/BulkCreationStore.h"
 #include "frontend/DeepLinkHandler.h"
 #include "frontend/FrontendQmlTypes.h"
+#include "frontend/HomescreenAppsModel.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/SorvaneSettingsStore.h"
 
@@ -101,6 +103,7 @@ bool DesktopShell::load(QString *error)
             messages.append(warning.toString());
     });
     m_engine->addImportPath(u"qrc:/"_s);
+    m_engine->addImageProvider(HomescreenAppsModel::AppIconProvider, new AppIconImageProvider);
     m_engine->setInitialProperties({
         {u"home"_s, QVariant::fromValue(m_home)},
         {u"settings"_s, QVariant::fromValue(m_settings)},

@@ -1,6 +1,9 @@
 #include "frontend/HomescreenAppsModel.h"
 
 #include <QBuffer>
+#include <QDateTime>
+#include <QFileInfo>
+#include <QUrl>
 #include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
@@ -29,7 +32,7 @@ QVariant HomescreenAppsModel::data(const QModelIndex &index, int role) const
     case IdRole:
         return entry.id;
     case IconUrlRole:
-        return iconUrl(entry.iconImage);
+        return entry.iconImage.isNull() ? bundleIconUrl(entry.appPath) : iconUrl(entry.iconImage);
     case AppPathRole:
         return entry.appPath;
     case AppTypeRole:
@@ -144,6 +147,18 @@ int HomescreenAppsModel::rowOf(const QString &id) const
             return static_cast<int>(row);
     }
     return -1;
+}
+
+const QString HomescreenAppsModel::AppIconProvider = u"appicon"_s;
+const QString HomescreenAppsModel::BundleIconFile = u"/Contents/Resources/icon.icns"_s;
+
+QString HomescreenAppsModel::bundleIconUrl(const QString &bundlePath)
+{
+    const QFileInfo icon(bundlePath + BundleIconFile);
+    if (bundlePath.isEmpty() || !icon.isFile())
+        return {};
+    return u"image://"_s + AppIconProvider + u'/' + QString::fromLatin1(QUrl::toPercentEncoding(bundlePath)) +
+           u"?v="_s + QString::number(icon.lastModified().toMSecsSinceEpoch()) + u'-' + QString::number(icon.size());
 }
 
 QString HomescreenAppsModel::iconUrl(const QImage &image)

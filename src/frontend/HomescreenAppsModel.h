@@ -49,6 +49,11 @@ public:
 
     // The image as a PNG data URL; empty for no image.
     static QString iconUrl(const QImage &image);
+    // The address of a bundle's own icon for the desktop app's image provider of that name
+    // (AppIconImageProvider); it changes when the icon does. Empty when the bundle has none.
+    static QString bundleIconUrl(const QString &bundlePath);
+    static const QString AppIconProvider; // "appicon"
+    static const QString BundleIconFile;  // "/Contents/Resources/icon.icns"
 
 Q_SIGNALS:
     void countChanged();

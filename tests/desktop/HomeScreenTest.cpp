@@ -6,6 +6,9 @@
 #include "support/Frozen.h"
 
 #include "core/SNAppTracker.h"
+#include "core/SNImage.h"
+#include "generation/IconConverter.h"
+#include "desktop/AppIconImageProvider.h"
 #include "desktop/DesktopShell.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/JobProgress.h"
@@ -200,4 +203,40 @@ TEST(HomeScreen, TilesAreUsableWithTheKeyboard)
     app.key(Qt::Key_Delete);
     EXPECT_EQ(answer.shown.value(0), u"Delete Notes?"_s);
     EXPECT_TRUE(QDir(app.bundle(u"Notes"_s)).exists());
+}
+
+// A tile shows the app's own icon, read from its bundle; an app without one shows its initial.
+TEST(HomeScreen, TilesShowTheAppsOwnIcons)
+{
+    DesktopHarness app;
+    app.seedApp(u"Mail"_s, {u"https://mail.example.org/"_s});
+    app.seedApp(u"Notes"_s, {u"https://notes.example.com/"_s});
+    QImage red(256, 256, QImage::Format_ARGB32);
+    red.fill(QColor(220, 20, 20));
+    ASSERT_TRUE(IconConverter::convertImagesWithSourceImage(SNImage({red}),
+                                                            app.bundle(u"Mail"_s) + u"/Contents/Resources"_s));
+    QFile::remove(app.bundle(u"Notes"_s) + u"/Contents/Resources/icon.icns"_s);
+    ASSERT_TRUE(app.load());
+
+    constexpr int Ready = 1; // Image.Ready
+    const auto *icon = app.find<QQuickItem>(u"appIcon:Mail"_s);
+    ASSERT_NE(icon, nullptr);
+    ASSERT_TRUE(DesktopHarness::waitFor([&] { return icon->property("status").toInt() == Ready; }))
+        << icon->property("source").toString().toStdString();
+    const QImage tile = app.grab().copy(icon->mapRectToScene(icon->boundingRect()).toRect());
+    const QColor centre = tile.pixelColor(tile.width() / 2, tile.height() / 2);
+    EXPECT_GT(centre.red(), 180);
+    EXPECT_LT(centre.green(), 60);
+
+    EXPECT_TRUE(app.value(u"appIcon:Notes"_s, "source").toUrl().isEmpty());
+
+    // The entry read is the smallest that fills the tile, else the largest.
+    QImage small(32, 32, QImage::Format_ARGB32);
+    small.fill(Qt::blue);
+    QImage large(1024, 1024, QImage::Format_ARGB32);
+    large.fill(Qt::green);
+    const QString resources = app.bundle(u"Notes"_s) + u"/Contents/Resources"_s;
+    ASSERT_TRUE(IconConverter::convertImagesWithSourceImage(SNImage({small, large}), resources));
+    for (const auto &[side, expected] : {std::pair{20, 32}, {32, 32}, {100, 128}, {600, 1024}, {4000, 1024}})
+        EXPECT_EQ(AppIconImageProvider::bestImage(resources + u"/icon.icns"_s, side).width(), expected) << side;
 }

@@ -1,6 +1,6 @@
-// objectNames: "app:<name>" (the tile; clicking or Enter opens the app), "appActions:<name>"
-// (its menu button), "launchAction:<name>", "editAction:<name>", "duplicateAction:<name>",
-// "deleteAction:<name>" (the menu's items).
+// objectNames: "app:<name>" (the tile; clicking or Enter opens the app), "appIcon:<name>" (its
+// icon), "appActions:<name>" (its menu button), "launchAction:<name>", "editAction:<name>",
+// "duplicateAction:<name>", "deleteAction:<name>" (the menu's items).
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -65,6 +65,7 @@ ItemDelegate {
         spacing: fontInfo.height / 3
 
         Image {
+            objectName: "appIcon:" + tile.appName
             Layout.alignment: Qt.AlignHCenter
             Layout.preferredWidth: fontInfo.height * 4
             Layout.preferredHeight: fontInfo.height * 4
