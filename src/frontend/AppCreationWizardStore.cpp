@@ -85,7 +85,7 @@ void AppCreationWizardStore::loadEditedApp()
         m_keptWhitelisting = app.isWhitelistingEnabled;
         m_draft->fill(app, BrowserCatalogue::numberForTypeKey(m_originalItem->browser));
         m_draft->destinations()->reload(m_originalItem->path);
-        m_icon->setImage(m_originalItem->appItem.appIcon, false);
+        m_icon->setFinishedIcon(m_originalItem->appItem.appIcon);
         m_engineSwitch->setEditedApp(*m_originalItem);
     } else {
         // A duplicate: everything the copied app was made with (its rules, switches and colours)
@@ -111,7 +111,9 @@ void AppCreationWizardStore::loadEditedApp()
         m_keptWhitelisting = app.isWhitelistingEnabled;
         m_draft->fill(app, entry.browserType);
         if (!entry.iconImage.isNull())
-            m_icon->setImage(SNImage({entry.iconImage}), false);
+            m_icon->setFinishedIcon(SNImage({entry.iconImage}));
+        else if (!app.appIcon.isNull())
+            m_icon->setFinishedIcon(app.appIcon);
     }
     m_structuralSnapshot = structuralState();
 }

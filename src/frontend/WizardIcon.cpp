@@ -43,7 +43,14 @@ void WizardIcon::setImage(const SNImage &icon, bool customAsset)
 {
     m_image = icon;
     m_isCustomAsset = customAsset && !icon.isNull();
+    m_isFinishedIcon = false;
     Q_EMIT imageChanged();
+}
+
+void WizardIcon::setFinishedIcon(const SNImage &icon)
+{
+    setImage(icon, false);
+    m_isFinishedIcon = !icon.isNull();
 }
 
 bool WizardIcon::setIconFromFile(const QString &path)
@@ -51,7 +58,7 @@ bool WizardIcon::setIconFromFile(const QString &path)
     QString error;
     const SNImage icon = SNImage::fromFile(QUrl(path).isLocalFile() ? QUrl(path).toLocalFile() : path, &error);
     if (icon.isNull()) {
-        Logger::log(u"⚠️ Icon not usable: "_s + error);
+        Logger::log(u"Icon not usable: "_s + error);
         return false;
     }
     setImage(icon, true);
@@ -93,9 +100,11 @@ void WizardIcon::detectNameAndIcon()
 
 SNImage WizardIcon::composed() const
 {
-    if (m_image.isNull() || m_hasCustomIconEnhancements)
-        return IconComposer::compose(m_image, m_draft.appName(), m_selectedIconShape, m_selectedIconColor);
-    return m_image;
+    // Every icon, found, chosen or drawn, gets the chosen shape: apps made together look alike.
+    // An app's own icon already has its shape, unless the tools are used on it again.
+    if (m_isFinishedIcon && !m_hasCustomIconEnhancements)
+        return m_image;
+    return IconComposer::compose(m_image, m_draft.appName(), m_selectedIconShape, m_selectedIconColor);
 }
 
 QString WizardIcon::iconPreview() const

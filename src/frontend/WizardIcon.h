@@ -41,11 +41,13 @@ public:
     Q_INVOKABLE void clearIcon();
     // `customAsset`: the user's own file, which a later search leaves alone.
     void setImage(const SNImage &icon, bool customAsset);
+    // An existing app's icon, written as it is unless the icon tools change it.
+    void setFinishedIcon(const SNImage &icon);
 
     const SNImage &image() const { return m_image; }
     bool isCustomAsset() const { return m_isCustomAsset; }
-    // The icon that creation writes: shaped and coloured when the icon tools changed it or no
-    // icon was found.
+    // The icon that creation writes: the image (or the name's initial) on the chosen colour, cut
+    // to the chosen shape.
     SNImage composed() const;
     QString iconPreview() const;
     QString selectedIconShape() const { return m_selectedIconShape; }
@@ -72,6 +74,7 @@ private:
 
     SNImage m_image;
     bool m_isCustomAsset = false;
+    bool m_isFinishedIcon = false;
     QString m_selectedIconShape = QStringLiteral("roundedSquare");
     QColor m_selectedIconColor = QColor(Qt::white);
     bool m_hasCustomIconEnhancements = false;

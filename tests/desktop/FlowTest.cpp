@@ -79,6 +79,7 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     // Made: only the address is typed; the site names the app and gives its icon.
     ASSERT_TRUE(app.click(u"createFirstAppButton"_s));
     ASSERT_TRUE(wizardReady(app));
+    EXPECT_TRUE(app.isShown(u"ideasPane"_s));
     ASSERT_TRUE(app.type(u"appURLField"_s, site.url().toString(), &error)) << error.toStdString();
     app.key(Qt::Key_Tab);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.value(u"appNameField"_s, "text").toString() == u"Team Desk"_s; }, 15000))
@@ -91,9 +92,11 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     const QString entry = DesktopEntries(app.test().context()).entryPath(ids.first());
     EXPECT_TRUE(readAll(entry).contains("\nName=Team Desk\n")) << entry.toStdString();
 
-    // Renamed in the editor: the same app, its bundle and menu entry under the new name.
+    // Renamed in the editor: the same app, its bundle and menu entry under the new name. The
+    // editor offers no suggestions that would overwrite the app.
     ASSERT_EQ(openMenuAction(app, u"editAction"_s, u"Team Desk"_s), QString());
     ASSERT_TRUE(wizardReady(app));
+    EXPECT_FALSE(app.isShown(u"ideasPane"_s));
     ASSERT_TRUE(app.type(u"appNameField"_s, u"Team Hub"_s, &error)) << error.toStdString();
     finishWizard(app);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"app:Team Hub"_s); }));

@@ -14,6 +14,8 @@ FocusScope {
     id: basics
     property AppCreationWizardStore wizard
     property AppSuggestionsStore suggestions
+    // Ideas for a new app only: in the editor one click would overwrite the app's name and address.
+    readonly property bool showIdeas: !(wizard && wizard.isEditing)
 
     RowLayout {
         anchors.fill: parent
@@ -22,7 +24,8 @@ FocusScope {
         ScrollView {
             id: formScroll
             Layout.fillHeight: true
-            Layout.preferredWidth: basics.width * 0.55
+            Layout.preferredWidth: basics.showIdeas ? basics.width * 0.55 : basics.width
+            Layout.fillWidth: !basics.showIdeas
             contentWidth: availableWidth
             clip: true
             focus: true
@@ -163,6 +166,7 @@ FocusScope {
         ScrollView {
             id: ideasScroll
             objectName: "ideasPane"
+            visible: basics.showIdeas
             Layout.fillHeight: true
             Layout.fillWidth: true
             contentWidth: availableWidth
