@@ -6,6 +6,8 @@
 namespace SettingsKeys {
 
 inline const QString ApplicationsPath = QStringLiteral("applicationsPath");
+// The extensions the user ticked on the wizard's extension list, kept for the next app.
+inline const QString UsersExtensions = QStringLiteral("usersExtension");
 // True once this generation of the desktop app has started (older settings were discarded then).
 inline const QString HasLaunched = QStringLiteral("HAS_LAUNCHED_4");
 inline const QString RegisterAsBrowser = QStringLiteral("defaultRegisterAsBrowser");

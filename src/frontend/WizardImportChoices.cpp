@@ -57,6 +57,31 @@ WizardImportChoices::WizardImportChoices(Context &context, const WizardDraft &dr
             loadProfiles();
     });
     connect(this, &WizardImportChoices::selectedImportProfileKeyChanged, this, &WizardImportChoices::loadExtensions);
+    connect(m_extensions, &ChoiceListModel::checkedKeysChanged, this, &WizardImportChoices::rememberExtensionTicks);
+}
+
+QSet<QString> WizardImportChoices::rememberedExtensions() const
+{
+    const QStringList ids = m_context.defaults().value(SettingsKeys::UsersExtensions).toStringList();
+    return {ids.cbegin(), ids.cend()};
+}
+
+void WizardImportChoices::rememberExtensionTicks()
+{
+    if (m_showingExtensions)
+        return;
+    // The ticks of the extensions on the list now; those of other profiles stay as they were.
+    QSet<QString> remembered = rememberedExtensions();
+    const QSet<QString> checked = m_extensions->checkedKeys();
+    for (const ChoiceListModel::Choice &choice : m_extensions->choices()) {
+        if (checked.contains(choice.key))
+            remembered.insert(choice.key);
+        else
+            remembered.remove(choice.key);
+    }
+    QStringList ids(remembered.cbegin(), remembered.cend());
+    ids.sort();
+    m_context.defaults().setValue(SettingsKeys::UsersExtensions, ids);
 }
 
 void WizardImportChoices::loadDefaults()
@@ -72,6 +97,9 @@ void WizardImportChoices::loadDefaults()
         setImportCategories(ImportCategories::rawValues(
             ImportCategories::fromSavedList(defaults.value(SettingsKeys::ImportCategories).toStringList())));
     m_loading = false;
+    // Import on by default: the profiles are listed as when the user turns it on.
+    if (m_importEnabled)
+        loadProfiles();
 }
 
 QStringList WizardImportChoices::allImportCategories()
@@ -169,7 +197,11 @@ void WizardImportChoices::loadExtensions()
         [this, profileKey](const Choices &choices) {
             if (profileKey != m_selectedProfileKey)
                 return; // a later choice has its own scan
+            // A new list starts with the extensions the user ticked before, wherever they were.
+            m_showingExtensions = true;
             m_extensions->setChoices(choices);
+            m_extensions->setCheckedKeys(rememberedExtensions());
+            m_showingExtensions = false;
             m_isLoadingExtensions = false;
             Q_EMIT importStateChanged();
         });

@@ -5,6 +5,7 @@
 #include "frontend/ChoiceListModel.h"
 
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 #include <QVariantMap>
 
@@ -62,6 +63,9 @@ Q_SIGNALS:
 private:
     void loadProfiles();
     void loadExtensions();
+    // The ticks of the extension list are kept for the next app (`usersExtension`).
+    QSet<QString> rememberedExtensions() const;
+    void rememberExtensionTicks();
     // The chosen browser's user-data folder, which profiles and data are taken from.
     QString sourceFolder() const;
 
@@ -77,5 +81,6 @@ private:
     QStringList m_categories;
     bool m_isLoadingProfiles = false;
     bool m_isLoadingExtensions = false;
+    bool m_showingExtensions = false; // a new list is being filled, not ticked by the user
     std::optional<ImportSummary> m_summary;
 };

@@ -149,6 +149,16 @@ TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)
     EXPECT_TRUE(store.showingSuccess());
     EXPECT_EQ(imports.lastImportSummary().value(u"copiedItemCount"_s).toInt(), 1);
     EXPECT_TRUE(QFileInfo::exists(bundle + u"/Contents/Profile/Default/Bookmarks"_s));
+    {
+        // The next app's extension list starts with the extension ticked for this one.
+        Store next(context);
+        next.draft()->setSelectedBrowser(BrowserCatalogue::Brave);
+        ASSERT_TRUE(next.imports()->setProperty("importEnabled", true));
+        QSignalSpy nextLoaded(next.imports()->availableImportExtensions(), &ChoiceListModel::countChanged);
+        ASSERT_TRUE(nextLoaded.wait(5000));
+        EXPECT_EQ(next.imports()->availableImportExtensions()->checkedKeys(),
+                  QSet<QString>{u"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk"_s});
+    }
     EXPECT_EQ(std::count_if(completed.cbegin(), completed.cend(), [](const QList<QVariant> &call) {
                   return call.first().toString() == NotificationNames::AppCreationCompleted;
               }),

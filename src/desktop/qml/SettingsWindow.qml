@@ -1,7 +1,7 @@
 // objectNames: "settingsWindow", "settingsTabs", "appDefaultsTab", "browsersTab",
 // "saveLocationField", "chooseSaveLocationButton", "registerAsBrowserSwitch", "incognitoSwitch",
 // "tabbedSwitch", "iconShapeBox", "automaticUpdatesSwitch", "importSwitch",
-// "importCategory:<raw value>"; per browser (its type number N): "browserRow:N",
+// "importCategory:<raw value>", "closeSettingsButton"; per browser (its type number N): "browserRow:N",
 // "browserState:N", "browserPathField:N", "chooseBrowserButton:N", "resetBrowserButton:N".
 import QtQuick
 import QtQuick.Controls
@@ -75,6 +75,16 @@ ApplicationWindow {
             text: qsTr("Browsers")
             Accessible.name: text
         }
+    }
+
+    footer: DialogButtonBox {
+        Button {
+            objectName: "closeSettingsButton"
+            text: qsTr("Close")
+            DialogButtonBox.buttonRole: DialogButtonBox.RejectRole
+            Accessible.name: qsTr("Close the settings")
+        }
+        onRejected: settingsWindow.close()
     }
 
     StackLayout {

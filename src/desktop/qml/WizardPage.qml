@@ -8,7 +8,7 @@ import Sorvane.Frontend
 // objectNames: wizardPage, wizardTitle, cancelButton, backButton, nextButton, createButton,
 // stepIndicator, creationOverlay, successView, openAppButton, doneButton, importMessages,
 // creationErrorDialog, creationErrorTitle, creationErrorText, creationErrorOkButton, engineSwitchDialog,
-// engineSwitchText, engineSwitchRestoreCheck, engineSwitchConfirmButton, engineSwitchCancelButton
+// engineSwitchText, engineSwitchRestoreSwitch, engineSwitchConfirmButton, engineSwitchCancelButton
 Page {
     id: page
     objectName: "wizardPage"
@@ -249,9 +249,9 @@ Page {
                 wrapMode: Text.WordWrap
                 Layout.fillWidth: true
             }
-            CheckBox {
+            Switch {
                 id: restoreCheck
-                objectName: "engineSwitchRestoreCheck"
+                objectName: "engineSwitchRestoreSwitch"
                 text: qsTr("Restore this engine's saved data")
                 visible: page.wizard !== null && page.wizard.engineSwitch.canRestore
                 checked: true

@@ -7,8 +7,8 @@ import Sorvane.Frontend
 // Third step: how the app behaves: tabs, browser role, private mode, where it is saved, where its
 // links open, how it looks, and which data it takes from the browser.
 // objectNames: tabbedSwitch, incognitoTabsNote, registerAsBrowserSwitch, incognitoSwitch,
-// saveLocationLabel, chooseSaveLocationButton, forceDarkModeCheck, accentColorCheck,
-// accentColorButton, restoreTabsCheck, passwordManagerCheck, importSwitch, importProfileBox,
+// saveLocationLabel, chooseSaveLocationButton, forceDarkModeSwitch, accentColorSwitch,
+// accentColorButton, restoreTabsSwitch, passwordManagerSwitch, importSwitch, importProfileBox,
 // importCategory:<raw value>, importExtension:<key>, importLoadingIndicator
 // (and those of WizardTabsEditor and WizardRoutingRules)
 ScrollView {
@@ -92,16 +92,16 @@ ScrollView {
 
         MenuSeparator { Layout.fillWidth: true }
         Label { text: qsTr("Appearance"); font.bold: true }
-        CheckBox {
-            objectName: "forceDarkModeCheck"
+        Switch {
+            objectName: "forceDarkModeSwitch"
             text: qsTr("Always use dark mode")
             checked: settingsStep.wizard ? settingsStep.wizard.draft.forceDarkMode : false
             Accessible.name: text
             onToggled: settingsStep.wizard.draft.forceDarkMode = checked
         }
         RowLayout {
-            CheckBox {
-                objectName: "accentColorCheck"
+            Switch {
+                objectName: "accentColorSwitch"
                 text: qsTr("Accent colour")
                 checked: settingsStep.wizard ? settingsStep.wizard.draft.accentColorEnabled : false
                 Accessible.name: text
@@ -126,15 +126,15 @@ ScrollView {
                 }
             }
         }
-        CheckBox {
-            objectName: "restoreTabsCheck"
+        Switch {
+            objectName: "restoreTabsSwitch"
             text: qsTr("Reopen the last pages on launch")
             checked: settingsStep.wizard ? settingsStep.wizard.draft.restoreTabsOnLaunch : false
             Accessible.name: text
             onToggled: settingsStep.wizard.draft.restoreTabsOnLaunch = checked
         }
-        CheckBox {
-            objectName: "passwordManagerCheck"
+        Switch {
+            objectName: "passwordManagerSwitch"
             text: qsTr("Password manager compatibility")
             checked: settingsStep.wizard ? settingsStep.wizard.draft.passwordManagerCompatibility : false
             Accessible.name: text
