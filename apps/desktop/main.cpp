@@ -1,6 +1,7 @@
 // sorvane-desktop: the desktop app. One instance per user: a later start hands its "sorvane:"
 // link to the running one (or, without one, brings it to the front) and ends.
 
+#include "desktop/ColorScheme.h"
 #include "desktop/DesktopShell.h"
 
 #include "companion/DeepLinkChannel.h"
@@ -173,6 +174,9 @@ int main(int argc, char **argv)
         QTextStream(stderr) << "Sorvane's menu entry was not written: " << entryError << Qt::endl;
         break;
     }
+
+    // Light or dark as the desktop prefers, before the first frame and whenever it changes.
+    shell.colorScheme().follow();
 
     QString loadError;
     if (!shell.load(&loadError)) {

@@ -2,6 +2,7 @@
 
 #include "desktop/AppIconImageProvider.h"
 #include "desktop/AppUpdateScheduler.h"
+#include "desktop/ColorScheme.h"
 #include "desktop/DialogBroker.h"
 
 #include "core/Context.h"
@@ -59,6 +60,7 @@ DesktopShell::DesktopShell(Context &context, QObject *parent)
     , m_bulkCreation(new BulkCreationStore(context, *m_bulk, this))
     , m_deepLinks(new DeepLinkHandler(context, this))
     , m_updates(new AppUpdateScheduler(context, *m_dialogs, this))
+    , m_colorScheme(new ColorScheme(this))
     , m_linkServer(new DeepLinkServer(*m_deepLinks, this))
     , m_engine(std::make_unique<QQmlApplicationEngine>())
 {
@@ -88,6 +90,8 @@ void DesktopShell::registerQmlTypes()
     FrontendQmlTypes::registerTypes();
     qmlRegisterUncreatableType<DialogBroker>("Sorvane.Shell", 1, 0, "DialogBroker",
                                              u"DialogBroker is made by the application"_s);
+    qmlRegisterUncreatableType<ColorScheme>("Sorvane.Shell", 1, 0, "ColorScheme",
+                                            u"ColorScheme is made by the application"_s);
     qmlRegisterUncreatableType<AppUpdateScheduler>("Sorvane.Shell", 1, 0, "AppUpdateScheduler",
                                                    u"AppUpdateScheduler is made by the application"_s);
     qmlRegisterUncreatableType<SNBulkAppsManager>("Sorvane.Shell", 1, 0, "SNBulkAppsManager",
@@ -112,6 +116,7 @@ bool DesktopShell::load(QString *error)
         {u"bulkCreation"_s, QVariant::fromValue(m_bulkCreation)},
         {u"dialogs"_s, QVariant::fromValue(m_dialogs)},
         {u"updates"_s, QVariant::fromValue(m_updates)},
+        {u"colorScheme"_s, QVariant::fromValue(m_colorScheme)},
     });
     m_engine->load(QUrl(u"qrc:/Sorvane/Desktop/Main.qml"_s));
     disconnect(m_engine.get(), &QQmlEngine::warnings, this, nullptr);

@@ -10,6 +10,7 @@
 
 class AppSuggestionsStore;
 class AppUpdateScheduler;
+class ColorScheme;
 class BulkCreationStore;
 class Context;
 class DeepLinkHandler;
@@ -51,6 +52,7 @@ public:
     DialogBroker &dialogs() const { return *m_dialogs; }
     DeepLinkHandler &deepLinks() const { return *m_deepLinks; }
     AppUpdateScheduler &updates() const { return *m_updates; }
+    ColorScheme &colorScheme() const { return *m_colorScheme; }
 
     // Acts on a "sorvane:" link handed to the program (first start or a later one).
     bool openUrl(const QString &url);
@@ -77,6 +79,7 @@ private:
     BulkCreationStore *m_bulkCreation;
     DeepLinkHandler *m_deepLinks;
     AppUpdateScheduler *m_updates;
+    ColorScheme *m_colorScheme;
     DeepLinkServer *m_linkServer;
     std::unique_ptr<QQmlApplicationEngine> m_engine;
 };

@@ -1,17 +1,21 @@
 // The desktop app's screens rendered on a real X server (Xvfb): the home screen with 12 apps, the
 // wizard's four steps and the settings window, each saved as a PNG (kept with the test's build
 // output) and compared, within a tolerance, with the reviewed pictures in docs/screenshots that
-// the README shows. A blank, half-drawn or broken screen fails; so does a layout that moved.
+// the README shows, in the light and the dark palette (and at twice the size when run with
+// QT_SCALE_FACTOR=2). A blank, half-drawn or broken screen fails; so does a layout that moved.
 // SORVANE_UPDATE_SCREENSHOTS=1 writes the new pictures into docs/screenshots instead.
 
 #include "DesktopHarness.h"
 
+#include "desktop/ColorScheme.h"
 #include "desktop/DesktopShell.h"
 
 #include "frontend/AppCreationWizardStore.h"
 #include "frontend/HomescreenStore.h"
 #include "frontend/SorvaneSettingsStore.h"
 #include "core/UserDefaults.h"
+#include "frontend/IconComposer.h"
+#include "generation/IconConverter.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -69,13 +73,15 @@ int differingPerMille(const QImage &a, const QImage &b)
     return static_cast<int>(differing * 1000 / (qint64(a.width()) * a.height()));
 }
 
-class Screenshots : public ::testing::Test
+// Each screen in the light and the dark palette; a run with QT_SCALE_FACTOR=2 makes the "@2x" ones.
+class Screenshots : public ::testing::TestWithParam<bool>
 {
 protected:
     void SetUp() override
     {
         if (QGuiApplication::platformName() != u"xcb"_s)
             GTEST_SKIP() << "needs an X server (run under xvfb-run with QT_QPA_PLATFORM=xcb QT_QUICK_BACKEND=software)";
+        app.shell().colorScheme().setDark(GetParam());
         const QStringList names{u"Mail"_s, u"Calendar"_s, u"Docs"_s, u"Chat"_s, u"Music"_s, u"Photos"_s,
                                 u"Maps"_s, u"News"_s, u"Notes"_s, u"Tasks"_s, u"Video"_s, u"Weather"_s};
         for (const QString &name : names) {
@@ -84,6 +90,10 @@ protected:
                 ? QStringList{u"https://"_s + host + u'/', u"https://drive.example.org/"_s}
                 : QStringList{u"https://"_s + host + u'/'};
             ASSERT_FALSE(app.seedApp(name, urls).isEmpty()) << name.toStdString();
+            // Each with an icon of its own, as apps made from sites have.
+            const QColor colour = QColor::fromHsv(int(names.indexOf(name)) * 360 / int(names.size()), 150, 220);
+            ASSERT_TRUE(IconConverter::convertImagesWithSourceImage(
+                IconComposer::compose({}, name, u"roundedSquare"_s, colour), app.bundle(name) + u"/Contents/Resources"_s));
         }
         // The pictures show where apps are saved: a folder of no machine in particular.
         app.test().context().defaults().setValue(u"applicationsPath"_s, u"/home/you/Applications"_s);
@@ -97,7 +107,8 @@ protected:
     // Saves the picture and holds it against the reference.
     void check(const QString &name, const QImage &shot)
     {
-        const QString file = name + u".png"_s;
+        const QString file = name + (GetParam() ? u"-dark"_s : QString()) +
+                             (app.window()->devicePixelRatio() > 1.5 ? u"@2x"_s : QString()) + u".png"_s;
         ASSERT_TRUE(shot.save(OutputFolder + u'/' + file)) << file.toStdString();
         EXPECT_EQ(blankness(shot), QString()) << file.toStdString();
         if (qEnvironmentVariableIntValue("SORVANE_UPDATE_SCREENSHOTS") == 1) {
@@ -116,7 +127,7 @@ protected:
     DesktopHarness app;
 };
 
-TEST_F(Screenshots, HomeWizardAndSettingsAreDrawn)
+TEST_P(Screenshots, HomeWizardAndSettingsAreDrawn)
 {
     check(u"home"_s, app.grab());
 
@@ -147,5 +158,8 @@ TEST_F(Screenshots, HomeWizardAndSettingsAreDrawn)
     check(u"settings"_s, app.grab(u"settingsWindow"_s));
     EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
 }
+
+INSTANTIATE_TEST_SUITE_P(Palettes, Screenshots, ::testing::Values(false, true),
+                         [](const ::testing::TestParamInfo<bool> &palette) { return palette.param ? "Dark" : "Light"; });
 
 } // namespace

@@ -16,6 +16,7 @@ ApplicationWindow {
     required property BulkCreationStore bulkCreation
     required property DialogBroker dialogs
     required property AppUpdateScheduler updates
+    required property ColorScheme colorScheme
 
     width: 1100
     height: 740
@@ -41,6 +42,24 @@ ApplicationWindow {
             onExportRequested: exportDialog.open()
             onImportRequested: importAction.start()
         }
+    }
+
+    // The light or dark palette of the desktop, in every window (dialogs and menus inherit it).
+    function paint(target) {
+        const colors = window.colorScheme.colors
+        for (const role in colors.active)
+            target.palette[role] = colors.active[role]
+        for (const role in colors.disabled)
+            target.palette.disabled[role] = colors.disabled[role]
+    }
+    function paintAll() {
+        paint(window)
+        paint(settingsWindow)
+    }
+    Component.onCompleted: paintAll()
+    Connections {
+        target: window.colorScheme
+        function onChanged() { window.paintAll() }
     }
 
     // The main actions from the keyboard, wherever the focus is in the main window. The home
