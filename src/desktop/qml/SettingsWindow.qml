@@ -147,18 +147,21 @@ ApplicationWindow {
                         Switch {
                             objectName: "registerAsBrowserSwitch"
                             text: qsTr("Can be chosen as the default web browser")
+                            Accessible.name: text
                             checked: settingsWindow.settings.defaultRegisterAsBrowser
                             onToggled: settingsWindow.settings.defaultRegisterAsBrowser = checked
                         }
                         Switch {
                             objectName: "incognitoSwitch"
                             text: qsTr("Open in incognito mode (nothing is remembered)")
+                            Accessible.name: text
                             checked: settingsWindow.settings.defaultIncognitoMode
                             onToggled: settingsWindow.settings.defaultIncognitoMode = checked
                         }
                         Switch {
                             objectName: "tabbedSwitch"
                             text: qsTr("Show several pages as tabs")
+                            Accessible.name: text
                             checked: settingsWindow.settings.defaultTabbedApps
                             onToggled: settingsWindow.settings.defaultTabbedApps = checked
                         }
@@ -188,6 +191,7 @@ ApplicationWindow {
                             id: importSwitch
                             objectName: "importSwitch"
                             text: qsTr("Bring data from your browser into new apps")
+                            Accessible.name: text
                             checked: settingsWindow.settings.defaultImportEnabled
                             onToggled: settingsWindow.settings.defaultImportEnabled = checked
                         }
@@ -224,6 +228,7 @@ ApplicationWindow {
                     Switch {
                         objectName: "automaticUpdatesSwitch"
                         text: qsTr("Update my apps automatically when Sorvane is updated")
+                        Accessible.name: text
                         checked: settingsWindow.settings.automaticAppUpdates
                         onToggled: settingsWindow.settings.automaticAppUpdates = checked
                     }
