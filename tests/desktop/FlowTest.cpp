@@ -15,7 +15,9 @@
 #include "core/UserDefaults.h"
 #include "maintenance/SNAutoUpdateManager.h"
 
+#include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -30,14 +32,17 @@ bool wizardReady(DesktopHarness &app)
     return DesktopHarness::waitFor([&] { return app.value(u"wizardPage"_s, "ready").toBool(); });
 }
 
-// Next through the three steps before the review, then Create (or Save), then Done.
-void finishWizard(DesktopHarness &app)
+// Next through the three steps before the review, then Create (or Save), then (after `onSuccess`)
+// Done.
+void finishWizard(DesktopHarness &app, const std::function<void()> &onSuccess = {})
 {
     for (int step = 0; step < 3; ++step)
         ASSERT_TRUE(app.click(u"nextButton"_s)) << "step " << step;
     ASSERT_TRUE(app.click(u"createButton"_s));
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"successView"_s); }, 20000))
         << app.value(u"creationErrorText"_s, "text").toString().toStdString();
+    if (onSuccess)
+        onSuccess();
     ASSERT_TRUE(app.click(u"doneButton"_s));
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.find(u"wizardPage"_s) == nullptr; }));
 }
@@ -84,7 +89,22 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     app.key(Qt::Key_Tab);
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.value(u"appNameField"_s, "text").toString() == u"Team Desk"_s; }, 15000))
         << app.value(u"appNameField"_s, "text").toString().toStdString();
-    finishWizard(app);
+    // "Open App" on the success view starts the new app: its engine comes up on the site.
+    QTemporaryDir records;
+    qputenv("SORVANE_FAKE_ENGINE_RECORDS", QFile::encodeName(records.path()));
+    finishWizard(app, [&] {
+        ASSERT_TRUE(app.click(u"openAppButton"_s));
+        EXPECT_TRUE(DesktopHarness::waitFor(
+            [&] {
+                for (const QString &record : QDir(records.path()).entryList({u"*.args"_s}, QDir::Files)) {
+                    if (readAll(records.path() + u'/' + record).contains(QByteArray(QByteArray("--app=") + site.url().toString().toUtf8())))
+                        return true;
+                }
+                return false;
+            },
+            20000));
+    });
+    qunsetenv("SORVANE_FAKE_ENGINE_RECORDS");
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"app:Team Desk"_s); }));
     EXPECT_TRUE(QFile::exists(app.bundle(u"Team Desk"_s) + u"/Contents/Resources/icon.icns"_s));
     const QStringList ids = SNAppTracker(app.test().context()).getTracker().keys();
