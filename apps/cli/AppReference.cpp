@@ -6,10 +6,28 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <functional>
+
 using namespace Qt::Literals::StringLiterals;
 
-std::optional<AppReference> AppReference::resolve(const QString &argument, Context &context, QString *error)
+namespace {
+
+// The app's name as its bundle carries it ("<Name>.app").
+QString nameOf(const QString &bundlePath)
 {
+    QString name = QFileInfo(bundlePath).fileName();
+    if (name.endsWith(u".app"_s, Qt::CaseInsensitive))
+        name.chop(4);
+    return name;
+}
+
+} // namespace
+
+std::optional<AppReference> AppReference::resolve(const QString &argument, Context &context, QString *error,
+                                                  bool *ambiguous)
+{
+    if (ambiguous)
+        *ambiguous = false;
     const QVariantMap records = SNAppTracker(context).getTracker();
     const QFileInfo folder(argument);
     if (!argument.isEmpty() && folder.isDir()) {
@@ -23,13 +41,39 @@ std::optional<AppReference> AppReference::resolve(const QString &argument, Conte
         }
         return reference;
     }
+
+    // Each rule in turn; the first that finds any app decides, and must find exactly one.
     const QString id = argument.trimmed().toUpper();
-    if (!id.isEmpty() && records.contains(id)) {
-        const QString path = records.value(id).toMap().value(u"appPath"_s).toString();
-        if (!path.isEmpty())
-            return AppReference{path, id};
+    const QList<std::function<bool(const QString &, const QString &)>> rules{
+        [&](const QString &key, const QString &) { return key == id; },
+        [&](const QString &key, const QString &) { return id.size() >= MinimumIdPrefix && key.startsWith(id); },
+        [&](const QString &, const QString &path) { return nameOf(path) == argument; },
+        [&](const QString &, const QString &path) { return nameOf(path).compare(argument, Qt::CaseInsensitive) == 0; },
+    };
+    for (const auto &matches : rules) {
+        QList<AppReference> found;
+        for (auto it = records.cbegin(); it != records.cend(); ++it) {
+            const QString path = it.value().toMap().value(u"appPath"_s).toString();
+            if (!argument.trimmed().isEmpty() && !path.isEmpty() && matches(it.key(), path))
+                found.append(AppReference{path, it.key()});
+        }
+        if (found.size() == 1)
+            return found.constFirst();
+        if (found.size() > 1) {
+            QStringList candidates;
+            for (const AppReference &candidate : std::as_const(found))
+                candidates << u"%1 (id %2, %3)"_s.arg(nameOf(candidate.path), candidate.appId, candidate.path);
+            if (ambiguous)
+                *ambiguous = true;
+            if (error)
+                *error = u"%1 names %2 apps: %3; name one by its id or path"_s.arg(argument)
+                             .arg(found.size())
+                             .arg(candidates.join(u"; "_s));
+            return std::nullopt;
+        }
     }
     if (error)
-        *error = u"no app at %1, and no app with that id in the registry"_s.arg(argument);
+        *error = u"no app is named %1, has that id (or id start), or is a bundle at that path; `sorvane list` shows them"_s
+                     .arg(argument);
     return std::nullopt;
 }

@@ -12,22 +12,23 @@ using namespace Qt::Literals::StringLiterals;
 void DeleteCommand::addOptions(QCommandLineParser &parser)
 {
     parser.addOption({u"yes"_s, u"Do not ask; without a terminal nothing is deleted without it."_s});
-    parser.addPositionalArgument(u"app"_s, u"An app's bundle path or registry id."_s, u"BUNDLE|ID ..."_s);
+    parser.addPositionalArgument(u"app"_s, u"An app: its name, registry id (or its first 8 characters) or bundle path."_s, u"APP ..."_s);
 }
 
 int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
 {
     if (parser.positionalArguments().isEmpty()) {
-        printError(u"sorvane delete: name the apps by bundle path or id"_s);
+        printError(u"sorvane delete: name the apps by name, id or bundle path"_s);
         return BadUsage;
     }
     QList<AppReference> apps;
     for (const QString &argument : parser.positionalArguments()) {
         QString error;
-        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error);
+        bool ambiguous = false;
+        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error, &ambiguous);
         if (!app) {
             printError(u"sorvane delete: "_s + error);
-            return Failure;
+            return ambiguous ? BadUsage : Failure;
         }
         apps.append(*app);
     }

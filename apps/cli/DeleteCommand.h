@@ -9,7 +9,7 @@ public:
     QString name() const override { return QStringLiteral("delete"); }
     QString description() const override
     {
-        return QStringLiteral("Delete apps (by bundle path or id) with their data; asks first unless --yes.");
+        return QStringLiteral("Delete apps (by name, id or bundle path) with their data; asks first unless --yes.");
     }
 
 protected:

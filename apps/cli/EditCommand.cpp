@@ -54,7 +54,7 @@ const QList<QStringList> &exclusions()
 
 void EditCommand::addOptions(QCommandLineParser &parser)
 {
-    parser.addPositionalArgument(u"app"_s, u"The app's bundle path or registry id."_s, u"BUNDLE|ID"_s);
+    parser.addPositionalArgument(u"app"_s, u"The app: its name, registry id (or its first 8 characters) or bundle path."_s, u"APP"_s);
     parser.addOptions({
         {u"name"_s, u"The app's new name."_s, u"NAME"_s},
         {u"icon"_s, u"An image file for the app's new icon."_s, u"FILE"_s},
@@ -101,14 +101,15 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     }
 
     QString error;
+    bool ambiguous = false;
     const std::optional<AppReference> reference =
-        AppReference::resolve(parser.positionalArguments().constFirst(), context, &error);
+        AppReference::resolve(parser.positionalArguments().constFirst(), context, &error, &ambiguous);
     AppEditor editor(context);
     const std::optional<SNEditorItem> original =
         reference ? editor.load(reference->path, reference->appId, &error) : std::nullopt;
     if (!original) {
         printError(usage + error);
-        return Failure;
+        return ambiguous ? BadUsage : Failure;
     }
 
     AppEditor::Change change{*original, {}, parser.isSet(u"restore-backup"_s)};

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 void ExportCommand::addOptions(QCommandLineParser &parser)
 {
-    parser.addPositionalArgument(u"app"_s, u"An app's bundle path or registry id."_s, u"BUNDLE|ID ..."_s);
+    parser.addPositionalArgument(u"app"_s, u"An app: its name, registry id (or its first 8 characters) or bundle path."_s, u"APP ..."_s);
     parser.addOptions({
         {u"all"_s, u"Every app Sorvane made."_s},
         {u"output"_s, u"The file to write (\".sorvane\" is added when missing)."_s, u"FILE"_s},
@@ -21,7 +21,7 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane export: "_s;
     if (parser.isSet(u"all"_s) == !parser.positionalArguments().isEmpty()) {
-        printError(usage + u"name the apps by bundle path or id, or give --all"_s);
+        printError(usage + u"name the apps by name, id or bundle path, or give --all"_s);
         return BadUsage;
     }
     if (parser.value(u"output"_s).isEmpty()) {
@@ -35,13 +35,14 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
         chosen = offered;
     for (const QString &argument : parser.positionalArguments()) {
         QString error;
-        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error);
+        bool ambiguous = false;
+        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error, &ambiguous);
         const auto row = std::find_if(offered.cbegin(), offered.cend(), [&](const SNExporter::ExportRow &candidate) {
             return app && candidate.appPath == app->path;
         });
         if (!app || row == offered.cend()) {
             printError(usage + (app ? u"%1 has no configuration to export"_s.arg(app->path) : error));
-            return Failure;
+            return ambiguous ? BadUsage : Failure;
         }
         chosen.append(*row);
     }

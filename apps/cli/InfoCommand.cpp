@@ -18,20 +18,21 @@ using namespace Qt::Literals::StringLiterals;
 
 void InfoCommand::addOptions(QCommandLineParser &parser)
 {
-    parser.addPositionalArgument(u"app"_s, u"The app's bundle path or registry id."_s, u"BUNDLE|ID"_s);
+    parser.addPositionalArgument(u"app"_s, u"The app: its name, registry id (or its first 8 characters) or bundle path."_s, u"APP"_s);
 }
 
 int InfoCommand::run(const QCommandLineParser &parser, Context &context)
 {
     if (parser.positionalArguments().size() != 1) {
-        printError(u"sorvane info: name one app by its bundle path or id"_s);
+        printError(u"sorvane info: name one app by its name, id or bundle path"_s);
         return BadUsage;
     }
     QString error;
-    const std::optional<AppReference> app = AppReference::resolve(parser.positionalArguments().first(), context, &error);
+    bool ambiguous = false;
+    const std::optional<AppReference> app = AppReference::resolve(parser.positionalArguments().first(), context, &error, &ambiguous);
     if (!app) {
         printError(u"sorvane info: "_s + error);
-        return Failure;
+        return ambiguous ? BadUsage : Failure;
     }
     const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(app->path);
     if (!info) {

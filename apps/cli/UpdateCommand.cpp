@@ -14,23 +14,24 @@ using namespace Qt::Literals::StringLiterals;
 void UpdateCommand::addOptions(QCommandLineParser &parser)
 {
     parser.addOption({u"outdated"_s, u"Every app made by another version of Sorvane."_s});
-    parser.addPositionalArgument(u"app"_s, u"An app's bundle path or registry id."_s, u"[BUNDLE|ID ...]"_s);
+    parser.addPositionalArgument(u"app"_s, u"An app: its name, registry id (or its first 8 characters) or bundle path."_s, u"[APP ...]"_s);
 }
 
 int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty() == !parser.isSet(u"outdated"_s)) {
-        printError(u"sorvane update: name apps by bundle path or id, or give --outdated"_s);
+        printError(u"sorvane update: name apps by name, id or bundle path, or give --outdated"_s);
         return BadUsage;
     }
     QStringList paths;
     for (const QString &argument : arguments) {
         QString error;
-        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error);
+        bool ambiguous = false;
+        const std::optional<AppReference> app = AppReference::resolve(argument, context, &error, &ambiguous);
         if (!app) {
             printError(u"sorvane update: "_s + error);
-            return Failure;
+            return ambiguous ? BadUsage : Failure;
         }
         if (!paths.contains(app->path))
             paths.append(app->path);

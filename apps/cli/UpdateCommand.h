@@ -9,7 +9,7 @@ public:
     QString name() const override { return QStringLiteral("update"); }
     QString description() const override
     {
-        return QStringLiteral("Regenerate apps (by bundle path or id, or --outdated); their data is kept.");
+        return QStringLiteral("Regenerate apps (by name, id or bundle path, or --outdated); their data is kept.");
     }
 
 protected:

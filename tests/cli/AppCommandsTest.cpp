@@ -153,3 +153,36 @@ TEST(AppCommands, DeleteTakesOnlyARegisteredAppAndTheTrashGivesItBack)
     EXPECT_EQ(updated.exitCode, 0) << updated.err.constData();
     EXPECT_TRUE(home.tracker().contains(id));
 }
+
+// Every command that takes an app takes it by name (exact, then in any case when only one app
+// has it), by id or id start, or by path; a name two apps share is refused with both named.
+TEST(AppCommands, AppsAreNamedByNameIdPrefixOrPath)
+{
+    Home home;
+    const QString notes = json(home.create(u"Team Notes"_s)).toObject().value(u"appID"_s).toString();
+    ASSERT_FALSE(notes.isEmpty());
+    const QString other = home.test.root() + u"/Elsewhere"_s;
+    for (const QString &into : {home.apps, other}) {
+        const CliRun made = home.sorvane({u"create"_s, u"--name"_s, u"Mail"_s, u"--url"_s, u"https://mail.example.org/"_s,
+                                          u"--browser"_s, u"chromium"_s, u"--into"_s, into});
+        ASSERT_EQ(made.exitCode, 0) << made.err.constData();
+    }
+
+    for (const QString &reference : {u"Team Notes"_s, u"team notes"_s, notes.left(8).toLower(), notes,
+                                     home.bundle(u"Team Notes"_s)}) {
+        const CliRun info = home.sorvane({u"info"_s, reference, u"--json"_s});
+        EXPECT_EQ(info.exitCode, 0) << reference.toStdString() << ": " << info.err.constData();
+        EXPECT_EQ(json(info).toObject().value(u"appName"_s).toString(), u"Team Notes"_s) << reference.toStdString();
+    }
+
+    const CliRun shared = home.sorvane({u"info"_s, u"mail"_s});
+    EXPECT_EQ(shared.exitCode, 2);
+    EXPECT_TRUE(shared.err.contains(home.bundle(u"Mail"_s).toUtf8()) && shared.err.contains(other.toUtf8()))
+        << shared.err.constData();
+    const CliRun tooShort = home.sorvane({u"info"_s, notes.left(5)});
+    EXPECT_EQ(tooShort.exitCode, 1) << tooShort.err.constData();
+
+    const CliRun removed = home.sorvane({u"delete"_s, u"TEAM NOTES"_s, u"--yes"_s});
+    EXPECT_EQ(removed.exitCode, 0) << removed.err.constData();
+    EXPECT_FALSE(QFile::exists(home.bundle(u"Team Notes"_s)));
+}
