@@ -118,7 +118,8 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         }
     }
 
-    CliPrompter prompter(parser.isSet(u"replace"_s));
+    CliPrompter prompter(parser.isSet(u"replace"_s), u"--replace or --keep-both"_s);
+    prompter.offerKeepBoth();
     CreateAppsJob job(context, {apps, browser,
                                 parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
                                 parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
@@ -144,5 +145,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         for (const QVariant &result : results)
             print(result.toMap().value(u"path"_s).toString());
     }
+    if (prompter.lackedTerminal())
+        return BadUsage;
     return allGood && allMade ? Success : Failure;
 }

@@ -2,16 +2,38 @@
 
 #include "core/Prompter.h"
 
-// Answers the generator's questions on the command line: from --replace, else from the terminal
-// when standard input is one, else Cancel with the question's text on standard error.
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// Answers questions on the command line. An option (--yes, --replace) answers with the first
+// choice; otherwise a terminal is asked, and a run without one prints the question, names the
+// options that answer it and reports lackedTerminal(), which the command turns into exit 2.
 class CliPrompter final : public Prompter
 {
 public:
-    explicit CliPrompter(bool replace);
+    // `answerFirst`: the option that answers every question was given. `options`: how to answer
+    // without a terminal, as the refusal names it ("--yes", "--replace or --keep-both").
+    CliPrompter(bool answerFirst, QString options);
+
+    // The generator's replace question also offers to keep both apps.
+    void offerKeepBoth() { m_offerKeepBoth = true; }
 
     int ask(const QString &message, const QString &informativeText, const QStringList &buttons) override;
     void showError(const QString &message) override;
 
+    // A question came while standard input was no terminal (and no option answered it).
+    bool lackedTerminal() const { return m_lackedTerminal; }
+
+    // What a typed line answers, as an index of `choices`: Enter (or nothing) and "n"/"no" the
+    // last, safe choice; "y"/"yes" the first; a number from 1; a choice's word or the start of
+    // only one. Nothing when the line is none of these.
+    static std::optional<int> readAnswer(const QString &typed, const QStringList &choices);
+
 private:
-    bool m_replace;
+    bool m_answerFirst;
+    QString m_options;
+    bool m_offerKeepBoth = false;
+    bool m_lackedTerminal = false;
 };

@@ -68,14 +68,15 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printError(error);
         return Failure;
     }
-    CliPrompter prompter(parser.isSet(u"replace"_s));
+    CliPrompter prompter(parser.isSet(u"replace"_s), u"--replace or --keep-both"_s);
+    prompter.offerKeepBoth();
     CreateAppJob job(context, {*app, profile,
                                parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
                                QDir::currentPath()});
     job.setPrompter(&prompter);
     if (!job.exec()) {
         printError(job.errorText());
-        return Failure;
+        return prompter.lackedTerminal() ? BadUsage : Failure;
     }
     QVariantMap result = AppOptions::createdApp(job.result());
     bool imported = true;

@@ -32,14 +32,17 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
         }
         apps.append(*app);
     }
-    CliPrompter prompter(parser.isSet(u"yes"_s));
+    CliPrompter prompter(parser.isSet(u"yes"_s), u"--yes"_s);
     QVariantList results;
     bool allDeleted = true;
     for (const AppReference &app : apps) {
         QString name = QFileInfo(app.path).fileName();
         name.chop(name.endsWith(u".app"_s) ? 4 : 0);
         QVariantMap result{{u"path"_s, app.path}, {u"deleted"_s, false}};
-        if (prompter.ask(AppRemover::confirmationMessage(name), AppRemover::ConfirmationInformativeText,
+        // The command line names the app's real folder (the window's text says "Applications").
+        const QString folder = QFileInfo(app.path).absolutePath();
+        if (prompter.ask(AppRemover::confirmationMessage(name),
+                         u"It goes from %1 to the Trash, with its data (history, sign-ins, extensions)."_s.arg(folder),
                          AppRemover::ConfirmationButtons) != 0) {
             printNote(u"Kept %1."_s.arg(app.path), parser);
             result.insert(u"error"_s, u"not confirmed"_s);
@@ -65,5 +68,7 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
     }
     if (parser.isSet(u"json"_s))
         printJson(results);
+    if (prompter.lackedTerminal())
+        return BadUsage;
     return allDeleted ? Success : Failure;
 }

@@ -178,10 +178,11 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         const QString to = BrowserCatalogue::byTypeKey(change.edited.browser).browserName;
         const QString warning = ProfileBackup::switchWarning(original->appItem.appName, from, to,
                                                              change.restoreBackup);
-        if (CliPrompter(parser.isSet(u"yes"_s)).ask(u"Switch %1 from %2 to %3?"_s.arg(original->appItem.appName, from, to),
-                                                   warning, {u"Switch"_s, u"Cancel"_s}) != 0) {
+        CliPrompter prompter(parser.isSet(u"yes"_s), u"--yes"_s);
+        if (prompter.ask(u"Switch %1 from %2 to %3?"_s.arg(original->appItem.appName, from, to), warning,
+                         {u"Switch"_s, u"Cancel"_s}) != 0) {
             printError(usage + u"the engine switch was not confirmed (--yes confirms it); nothing changed"_s);
-            return Failure;
+            return prompter.lackedTerminal() ? BadUsage : Failure;
         }
     }
 

@@ -29,7 +29,8 @@ QList<QStringList> ImportCommand::exclusiveOptions() const
 int ImportCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QString usage = u"sorvane import: "_s;
-    CliPrompter prompter(parser.isSet(u"replace"_s));
+    CliPrompter prompter(parser.isSet(u"replace"_s), u"--replace or --keep-both"_s);
+    prompter.offerKeepBoth();
     ImportAppSetJob importer(context, parser.positionalArguments().constFirst(),
                              {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
                               parser.isSet(u"keep-both"_s), parser.isSet(u"allow-missing-browser"_s)});
@@ -56,5 +57,7 @@ int ImportCommand::run(const QCommandLineParser &parser, Context &context)
         printJson(QVariantMap{{u"created"_s, created}, {u"refused"_s, refused}});
     if (importer.outcomes().isEmpty())
         printWarning(u"the file holds no apps"_s, parser);
+    if (prompter.lackedTerminal())
+        return BadUsage;
     return refused.isEmpty() ? Success : Failure;
 }

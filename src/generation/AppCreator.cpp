@@ -79,7 +79,7 @@ bool AppCreator::failCreation(const QString &reason, QString *error)
 bool AppCreator::create(WhenNameTaken whenTaken, QString *error)
 {
     m_created = {};
-    const bool numberIfTaken = whenTaken == WhenNameTaken::Number;
+    bool numberIfTaken = whenTaken == WhenNameTaken::Number;
     const QString base = m_definition.appName;
     // Nothing is written for a name that cannot become a bundle and a script.
     if (AppNameRule::check(base) == AppNameRule::Verdict::Invalid)
@@ -119,7 +119,12 @@ bool AppCreator::create(WhenNameTaken whenTaken, QString *error)
         if (exists(installed.bundle)) {
             if (numberIfTaken)
                 continue;
-            if (m_prompter.ask(ReplaceMessage, ReplaceInformativeText, ReplaceButtons) != 0) {
+            const int answer = m_prompter.ask(ReplaceMessage, ReplaceInformativeText, ReplaceButtons);
+            if (answer == KeepBothAnswer) {
+                numberIfTaken = true;
+                continue;
+            }
+            if (answer != 0) {
                 if (error)
                     *error = ReplaceMessage;
                 return false;

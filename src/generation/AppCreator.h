@@ -55,6 +55,9 @@ public:
     static const QString ReplaceMessage;
     static const QString ReplaceInformativeText;
     static const QStringList ReplaceButtons;
+    // The answer of a prompter that offers, besides these buttons, to keep both apps: the new
+    // one is then numbered ("Mail 2").
+    static constexpr int KeepBothAnswer = 2;
     // The longest name a bundle can have, numbered ("<name> 2") or not.
     static constexpr int MaximumNameBytes = AppNameRule::maximumBytes();
 

@@ -98,7 +98,7 @@ TEST(AppCommands, ListInfoUpdateAndDeleteAsAUserRunsThem)
     EXPECT_EQ(home.sorvane({u"update"_s}).exitCode, 2);
 
     // Without a terminal and without --yes nothing is deleted.
-    EXPECT_EQ(home.sorvane({u"delete"_s, home.bundle(u"Chat"_s)}).exitCode, 1);
+    EXPECT_EQ(home.sorvane({u"delete"_s, home.bundle(u"Chat"_s)}).exitCode, 2);
     EXPECT_TRUE(QFile::exists(chatPlist));
     EXPECT_TRUE(home.tracker().contains(chatId));
 
@@ -185,4 +185,49 @@ TEST(AppCommands, AppsAreNamedByNameIdPrefixOrPath)
     const CliRun removed = home.sorvane({u"delete"_s, u"TEAM NOTES"_s, u"--yes"_s});
     EXPECT_EQ(removed.exitCode, 0) << removed.err.constData();
     EXPECT_FALSE(QFile::exists(home.bundle(u"Team Notes"_s)));
+}
+
+// A question at a terminal takes what people type: y, yes, the number or the word; Enter and the
+// end of input keep to the safe choice. Without a terminal the run ends with exit 2, naming the
+// option that answers the question.
+TEST(AppCommands, QuestionsTakeWhatPeopleTypeAndNameTheOptionWithoutATerminal)
+{
+    Home home;
+    const QString python = QStringLiteral(SORVANE_PYTHON3);
+    const QString inTerminal = fixturePath(u"../cli/in-terminal.py"_s);
+    const struct
+    {
+        const char *typed;
+        bool deleted;
+    } answers[] = {{"y", true}, {"yes", true}, {"1", true}, {"del", true}, {"", false}, {"EOF", false}, {"n", false}};
+    for (const auto &answer : answers) {
+        ASSERT_EQ(home.create(u"Asked"_s).exitCode, 0);
+        const CliRun run = CliSandbox::run(python,
+                                           {inTerminal, QString::fromLatin1(answer.typed), QStringLiteral(SORVANE_CLI),
+                                            u"delete"_s, u"Asked"_s},
+                                           home.environment);
+        EXPECT_EQ(run.exitCode, answer.deleted ? 0 : 1) << answer.typed << ": " << run.out.constData();
+        EXPECT_TRUE(run.out.contains(QString(u"It goes from "_s + home.apps + u" to the Trash"_s).toUtf8()))
+            << run.out.constData();
+        EXPECT_EQ(QFile::exists(home.bundle(u"Asked"_s)), !answer.deleted) << answer.typed;
+        if (!answer.deleted) {
+            ASSERT_EQ(home.sorvane({u"delete"_s, u"Asked"_s, u"--yes"_s}).exitCode, 0);
+        }
+    }
+
+    // Replace, keep both, or cancel when the name is taken.
+    ASSERT_EQ(home.create(u"Taken"_s).exitCode, 0);
+    const CliRun keptBoth = CliSandbox::run(
+        python,
+        {inTerminal, u"2"_s, QStringLiteral(SORVANE_CLI), u"create"_s, u"--name"_s, u"Taken"_s, u"--url"_s,
+         u"https://mail.example.org/"_s, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps},
+        home.environment);
+    EXPECT_EQ(keptBoth.exitCode, 0) << keptBoth.out.constData();
+    EXPECT_TRUE(keptBoth.out.contains("2) Keep Both")) << keptBoth.out.constData();
+    EXPECT_TRUE(QFile::exists(home.bundle(u"Taken 1"_s)));
+
+    const CliRun unasked = home.sorvane({u"delete"_s, u"Taken"_s});
+    EXPECT_EQ(unasked.exitCode, 2) << unasked.err.constData();
+    EXPECT_TRUE(unasked.err.contains("run again with --yes")) << unasked.err.constData();
+    EXPECT_TRUE(QFile::exists(home.bundle(u"Taken"_s)));
 }

@@ -104,9 +104,11 @@ TEST(CreateCommand, ExistingAppIsKeptOrReplacedButNeverOverwritten)
     QFile marker(home.bundle(u"Mail"_s) + u"/Contents/Resources/user-file"_s);
     writeFile(marker.fileName(), "mine");
 
+    // Without a terminal the question is shown with the options that answer it.
     CliRun run = home.create(u"Mail"_s);
-    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.err.contains("An App with this name already exists. Do you want to replace it?"));
+    EXPECT_TRUE(run.err.contains("run again with --replace or --keep-both")) << run.err.constData();
     EXPECT_TRUE(marker.exists());
     EXPECT_EQ(home.tracker().keys(), QStringList{oldID});
 
