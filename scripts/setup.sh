@@ -18,7 +18,7 @@ packages=(
     gvfs dbus
     clang libclang-rt-14-dev
     chromium
-    dpkg-dev fakeroot lintian appstream desktop-file-utils man-db
+    dpkg-dev fakeroot lintian appstream desktop-file-utils libglib2.0-bin man-db
 )
 # The extension's tests and the end-to-end harness run on Node; any recent Node will do.
 if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then

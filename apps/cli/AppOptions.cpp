@@ -38,7 +38,7 @@ void addCreateOptions(QCommandLineParser &parser)
         {u"allow-missing-browser"_s, u"Make the app even when its browser is not installed."_s},
         {u"into"_s, u"The folder the app is created in; the applications folder when not given."_s, u"DIR"_s},
         {u"icon"_s, u"An image file for the app's icon; without it the site's own icon is looked for."_s, u"FILE"_s},
-        {u"no-icon-search"_s, u"Without --icon, do not look for the site's icon (the app gets the default one)."_s},
+        {u"no-icon-search"_s, u"Without --icon, do not look for the site's icon (the app gets its initial as its icon)."_s},
         {u"incognito"_s, u"Run the engine in incognito mode."_s},
         {u"dark"_s, u"Force dark mode."_s},
         {u"register-as-browser"_s, u"Offer the app as a web browser to the system."_s},
@@ -237,7 +237,7 @@ void findSiteIcon(AppDefinition &app, const QString &typed, const QCommandLinePa
         app.appURL = found.address;
     }
     if (found.image.isNull()) {
-        Command::printNote(u"icon: none found at %1; the app gets the default icon"_s.arg(address), parser);
+        Command::printNote(u"icon: none found at %1; the app gets its initial as its icon"_s.arg(address), parser);
         return;
     }
     app.appIcon = found.image;

@@ -42,8 +42,8 @@ int browserNumber(const QString &key, QString *error);
 bool iconSearchWanted(const QCommandLineParser &parser);
 
 // Gives a definition without an icon the site's own, searched for at most five seconds from its
-// address as `typed`; when there is none (or no network), one line says that the app gets the
-// default icon. An address typed without a scheme takes the one the site answered on.
+// address as `typed`; when there is none (or no network), one line says that the app gets its
+// initial as its icon (LetterIcon). An address typed without a scheme takes the one the site answered on.
 void findSiteIcon(AppDefinition &app, const QString &typed, const QCommandLineParser &parser);
 
 // What `--json` reports of an app made: appID, uniqueID, path and linkRouting

@@ -58,7 +58,11 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
 
     app->applicationType = browser;
     ProfileSource profile;
+    // A profile that is not there only costs the import: the app starts from a fresh profile, and
+    // the import's summary says that nothing was imported.
+    const bool importOnly = parser.isSet(u"import-data"_s) && !parser.isSet(u"extension"_s);
     if (parser.isSet(u"profile"_s) &&
+        !(importOnly && ProfileChoice::isMissing(context, *app, parser.value(u"profile"_s))) &&
         !ProfileChoice::apply(context, *app, profile, parser.value(u"profile"_s), parser.values(u"extension"_s), &error)) {
         printError(error);
         return Failure;

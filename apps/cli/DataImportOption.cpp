@@ -45,7 +45,7 @@ bool fromOptions(const QCommandLineParser &parser, Context &context, const AppDe
         wanted.extensions = SNExtensionDiscovery::offerableExtensions(*profile.preferenceJson);
 
     const BrowserDataImporter importer(wanted.userDataFolder);
-    if (BrowserDataImporter::needsClosedBrowser(wanted.categories, wanted.extensions) && importer.sourceInUse()) {
+    if (!wanted.profileKey.isEmpty() && BrowserDataImporter::needsClosedBrowser(wanted.categories, wanted.extensions) && importer.sourceInUse()) {
         *error = u"import-data: %1 is running on this profile and keeps its history, passwords and extension data "
                  "open; quit it and try again (bookmarks and settings can be imported while it runs)"_s.arg(
                      browser.browserName);

@@ -26,8 +26,9 @@ struct Request
     QList<ImportableExtension> extensions; // the chosen ones (--extension)
 };
 
-// The import asked for, once `app` and `profile` hold the chosen profile (ProfileChoice);
-// nothing when none was asked for. False with the error when the categories are unknown or the
+// The import asked for, once `app` and `profile` hold the chosen profile (ProfileChoice), or no
+// profile when the chosen one is missing (the import then copies nothing and says so); nothing
+// when none was asked for. False with the error when the categories are unknown or the
 // browser holds the data open.
 bool fromOptions(const QCommandLineParser &parser, Context &context, const AppDefinition &app,
                  const ProfileSource &profile, std::optional<Request> *request, QString *error);

@@ -21,6 +21,7 @@
 #include "core/Context.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QJsonDocument>
 #include <QList>
 #include <QTextStream>
@@ -98,15 +99,40 @@ QByteArray describeAll(const std::vector<std::unique_ptr<Command>> &list)
         .toJson(QJsonDocument::Indented);
 }
 
+QtMessageHandler previousMessageHandler = nullptr;
+
+void withoutRuntimeFolderWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg && message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")))
+        return;
+    if (previousMessageHandler)
+        previousMessageHandler(type, context, message);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    QCoreApplication app(argc, argv);
+    // The command line is read here as it is: Qt Gui takes options it knows ("--icon" among them
+    // on X11) out of the one it is given.
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    // Qt Gui on no screen, for drawing alone: an app made without an icon gets its initial drawn in
+    // the platform's fonts (LetterIcon).
+    char program[] = "sorvane";
+    char platformOption[] = "-platform";
+    char platform[] = "offscreen";
+    char *guiArgv[] = {argc > 0 && argv[0] ? argv[0] : program, platformOption, platform, nullptr};
+    int guiArgc = 3;
+    // While it starts, Qt Gui looks for a Wayland socket in the runtime folder and warns when
+    // XDG_RUNTIME_DIR is unset (cron, ssh): nothing the user of a command needs to read.
+    previousMessageHandler = qInstallMessageHandler(withoutRuntimeFolderWarning);
+    QGuiApplication app(guiArgc, guiArgv);
+    qInstallMessageHandler(previousMessageHandler);
     QCoreApplication::setApplicationName(QStringLiteral("sorvane"));
 
     const auto list = commands();
-    const QStringList arguments = QCoreApplication::arguments().mid(1);
     QTextStream out(stdout);
     QTextStream err(stderr);
 

@@ -68,6 +68,11 @@ QString DesktopEntries::execValue(const QString &program, bool passesLinks)
         quoted += c;
     }
     QString exec = u'"' + quoted.replace(u'%', u"%%"_s) + u'"';
+    // A launcher checks that the program exists before it expands the field codes, so a program
+    // whose path holds '%' would be looked for under "%%" and the entry refused: `env` starts it
+    // instead, getting the path, with its '%' restored, as its one argument.
+    if (program.contains(u'%'))
+        exec.prepend(u"env "_s);
     if (passesLinks)
         exec += u" %u"_s;
     return exec;
@@ -75,7 +80,7 @@ QString DesktopEntries::execValue(const QString &program, bool passesLinks)
 
 QByteArray DesktopEntries::entryText(const Entry &entry)
 {
-    QStringList lines{u"[Desktop Entry]"_s, u"Type=Application"_s, u"Version=1.5"_s,
+    QStringList lines{u"[Desktop Entry]"_s, u"Type=Application"_s, u"Version=1.4"_s,
                       u"Name="_s + keyFileString(entry.name),
                       u"Exec="_s + keyFileString(execValue(entry.program, entry.passesLinks))};
     if (!entry.icon.isEmpty())

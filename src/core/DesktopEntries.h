@@ -34,10 +34,11 @@ public:
     // The window class a generated app's engine gives its windows on Linux (its --class switch)
     // and that its entry names as StartupWMClass: "sorvane-<appID>". Empty for an unsafe id.
     static QString windowClass(const QString &appId);
-    // The entry file's text (freedesktop desktop entry format, version 1.5).
+    // The entry file's text (freedesktop desktop entry format, version 1.4: the newest the
+    // validators of current distributions accept).
     static QByteArray entryText(const Entry &entry);
-    // Exec's value before the key file's own escaping: the program as one quoted argument,
-    // then " %u" when it takes a link.
+    // Exec's value before the key file's own escaping: the program as one quoted argument (after
+    // "env " when its path holds '%'), then " %u" when it takes a link.
     static QString execValue(const QString &program, bool passesLinks);
 
     // "$XDG_DATA_HOME/applications" (else ~/.local/share/applications).

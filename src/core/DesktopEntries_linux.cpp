@@ -3,8 +3,10 @@
 #include "core/Logger.h"
 #include "core/BoundedImageReader.h"
 #include "core/IconSet.h"
+#include "core/LetterIcon.h"
 #include "core/PropertyList.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -61,32 +63,51 @@ bool removeIfThere(const QString &path, QString *error)
     return QFile::remove(path) || fail(error, u"%1 cannot be removed"_s.arg(path));
 }
 
-// One PNG per distinct square size of the icon, in the theme; the sizes written. The icon file's
-// PNG entries are written as they are.
-QSet<int> installIcons(const QString &theme, const QString &icns, const QString &appId, QString *error)
+// The icon's PNG entries by pixel size: those of the icon file, as they are, else (no file, or
+// none readable) the app's drawn initial.
+QList<std::pair<int, QByteArray>> menuIcons(const QString &icns, const QString &appName, const QString &appId)
 {
-    QSet<int> written;
+    QList<std::pair<int, QByteArray>> pngs;
     QFile file(icns);
-    if (!file.exists())
-        return written;
     QString reason;
     IconSet icons;
-    if (file.size() > BoundedImageReader::MaximumFileBytes)
+    if (!file.exists())
+        reason = u"there is none"_s;
+    else if (file.size() > BoundedImageReader::MaximumFileBytes)
         reason = u"it is larger than %1 MB"_s.arg(BoundedImageReader::MaximumFileBytes / (1024 * 1024));
     else if (!file.open(QIODevice::ReadOnly))
         reason = file.errorString();
     else
         icons = IconSet::fromIcns(file.readAll(), &reason);
-    if (icons.isEmpty())
-        Logger::log(u"The menu icon of %1 cannot be read from %2: %3"_s.arg(appId, icns, reason));
-    for (const IconSet::Entry &entry : icons.entries()) {
-        const QString path = iconPath(theme, entry.pixels, appId);
-        if (!QDir().mkpath(QFileInfo(path).path()) || !AtomicWriter::write(path, entry.png, &reason)) {
+    for (const IconSet::Entry &entry : icons.entries())
+        pngs.append({entry.pixels, entry.png});
+    if (!pngs.isEmpty())
+        return pngs;
+    Logger::log(u"The menu icon of %1 cannot be read from %2 (%3); it shows the app's initial"_s.arg(appId, icns, reason));
+    for (const int side : {48, 128, 256}) {
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        if (LetterIcon::draw(appName, side).save(&buffer, "PNG"))
+            pngs.append({side, png});
+    }
+    return pngs;
+}
+
+// One PNG per distinct square size of the icon, in the theme; the sizes written.
+QSet<int> installIcons(const QString &theme, const QList<std::pair<int, QByteArray>> &icons, const QString &appId,
+                       QString *error)
+{
+    QSet<int> written;
+    QString reason;
+    for (const auto &[pixels, png] : icons) {
+        const QString path = iconPath(theme, pixels, appId);
+        if (!QDir().mkpath(QFileInfo(path).path()) || !AtomicWriter::write(path, png, &reason)) {
             if (error && error->isEmpty())
                 *error = u"%1 cannot be written: %2"_s.arg(path, reason);
             continue;
         }
-        written.insert(entry.pixels);
+        written.insert(pixels);
     }
     return written;
 }
@@ -123,7 +144,8 @@ bool DesktopEntries::writeAppEntry(const QString &appId, const QString &bundlePa
 
     QString iconError;
     const QString theme = iconThemeFolder();
-    const QSet<int> sizes = installIcons(theme, bundle + u"/Contents/Resources/icon.icns"_s, appId, &iconError);
+    const QSet<int> sizes =
+        installIcons(theme, menuIcons(bundle + u"/Contents/Resources/icon.icns"_s, entry.name, appId), appId, &iconError);
     for (const int size : iconSizeFolders(theme)) {
         if (!sizes.contains(size))
             removeIfThere(iconPath(theme, size, appId), &iconError);

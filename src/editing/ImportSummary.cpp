@@ -36,5 +36,6 @@ QVariantMap ImportSummary::toVariantMap() const
     return {{u"copiedItemCount"_s, copiedItemCount},
             {u"failedItems"_s, failedItems},
             {u"missingSource"_s, missingSource},
-            {u"sourceInUse"_s, sourceInUse}};
+            {u"sourceInUse"_s, sourceInUse},
+            {u"messages"_s, messages()}};
 }

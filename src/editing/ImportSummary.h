@@ -22,5 +22,6 @@ struct ImportSummary
     QStringList messages() const;
     // One line for the log.
     QString description() const;
+    // The fields above and the user's sentences ("messages").
     QVariantMap toVariantMap() const;
 };

@@ -6,7 +6,18 @@
 #include "generation/DefinitionValidator.h"
 #include "generation/ProfileSeeder.h"
 
+#include <QFileInfo>
+
 using namespace Qt::Literals::StringLiterals;
+
+bool ProfileChoice::isMissing(Context &context, const AppDefinition &app, const QString &profileKey)
+{
+    if (!ProfileSeeder::isProfileKey(profileKey))
+        return false;
+    const SNProfileDiscovery discovery(context, BrowserCatalogue::byNumber(app.applicationType).typeKey);
+    const QFileInfo folder(QFileInfo(discovery.getPreferencePath(profileKey)).path());
+    return !folder.exists() && !folder.isSymLink();
+}
 
 bool ProfileChoice::apply(Context &context, AppDefinition &app, ProfileSource &source, const QString &profileKey,
                           const QStringList &extensions, QString *error)

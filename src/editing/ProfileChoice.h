@@ -18,4 +18,7 @@ public:
     // one the profile offers.
     static bool apply(Context &context, AppDefinition &app, ProfileSource &source, const QString &profileKey,
                       const QStringList &extensions, QString *error);
+    // True when `profileKey` is a well-formed key that names no profile folder of the app's
+    // browser (a profile deleted, or one of another machine).
+    static bool isMissing(Context &context, const AppDefinition &app, const QString &profileKey);
 };

@@ -83,9 +83,11 @@ QString SNFaviconHelper::keyForURL(const QUrl &url)
 
 SNFaviconHelper::Density SNFaviconHelper::screenDensity()
 {
-    // Only a GUI application has screens; the command line and tests on a headless machine take
-    // the high-density table, whose touch icons are the largest a site offers.
-    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+    // Only a GUI application on a display has screens; the command line (Qt Gui offscreen, for
+    // drawing alone) and tests on a headless machine take the high-density table, whose touch
+    // icons are the largest a site offers.
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()) ||
+        QGuiApplication::platformName() == QLatin1String("offscreen"))
         return Density::High;
     const QScreen *screen = QGuiApplication::primaryScreen();
     if (!screen)

@@ -23,6 +23,11 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 using namespace Qt::Literals::StringLiterals;
@@ -261,6 +266,14 @@ bool StagedEdit::run(QString *error)
         return Logger::fail(error, reason);
     }
     tidyUp(paths);
+    // Whatever shows the bundle's icon reads it again once the folder's date changes; the staged
+    // folder carries the date it was made, before its icon was written.
+    if (r.plan.runs(Step::Icon)) {
+        if (::utimensat(AT_FDCWD, QFile::encodeName(r.target).constData(), nullptr, 0) != 0)
+            Logger::log(u"⚠️ The new icon of %1 is in place, but the folder's date cannot be set (%2): a file "
+                        "manager may show the old icon until it is restarted"_s.arg(
+                            r.target, QString::fromLocal8Bit(std::strerror(errno))));
+    }
     const BundleLayout installed = BundleLayout::atPath(r.target, r.definition.appName);
     BundleWriter(m_context, r.definition, installed).refreshMenuEntry(r.appId);
     LaunchServices::refreshRegistration(r.target);

@@ -1,5 +1,7 @@
 #include "frontend/HomescreenAppsModel.h"
 
+#include "core/LetterIcon.h"
+
 #include <QBuffer>
 #include <QDateTime>
 #include <QFileInfo>
@@ -55,6 +57,10 @@ QVariant HomescreenAppsModel::data(const QModelIndex &index, int role) const
         return entry.date;
     case EntryRole:
         return QVariant::fromValue(entry);
+    case InitialRole:
+        return LetterIcon::initial(entry.name);
+    case InitialColorRole:
+        return LetterIcon::colour(entry.name);
     default:
         return {};
     }
@@ -75,7 +81,9 @@ QHash<int, QByteArray> HomescreenAppsModel::roleNames() const
             {EnableIncognitoRole, "enableIncognito"},
             {EnableWhitelistingRole, "enableWhitelisting"},
             {DateRole, "date"},
-            {EntryRole, "entry"}};
+            {EntryRole, "entry"},
+            {InitialRole, "initial"},
+            {InitialColorRole, "initialColor"}};
 }
 
 bool HomescreenAppsModel::setEntries(const QList<HomescreenAppEntry> &entries)

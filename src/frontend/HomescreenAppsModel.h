@@ -28,6 +28,9 @@ public:
         EnableWhitelistingRole,
         DateRole,
         EntryRole, // the whole entry, as a HomescreenAppEntry value
+        // What a view shows for an app without an icon (LetterIcon): its initial, on its colour.
+        InitialRole,
+        InitialColorRole,
     };
     Q_ENUM(Role)
 

@@ -1,5 +1,7 @@
 #include "frontend/IconComposer.h"
 
+#include "core/LetterIcon.h"
+
 #include <QFont>
 #include <QGuiApplication>
 #include <QPainter>
@@ -23,9 +25,11 @@ SNImage IconComposer::compose(const SNImage &source, const QString &appName, con
     else
         outline.addRoundedRect(bounds, Side * 0.225, Side * 0.225); // the platform's icon corner
     painter.setClipPath(outline);
-    painter.fillPath(outline, color.isValid() ? color : QColor(Qt::white));
-
     const QImage image = source.largestRepresentation();
+    // Without a chosen colour an initial stands on the app's own colour, as on the home screen.
+    const QColor background = color.isValid() ? color : image.isNull() ? LetterIcon::colour(appName) : QColor(Qt::white);
+    painter.fillPath(outline, background);
+
     if (!image.isNull()) {
         // The site's icon keeps its proportions inside a margin, so the shape never cuts it.
         const QSizeF fitted = QSizeF(image.size()).scaled(bounds.size() * 0.64, Qt::KeepAspectRatio);
@@ -33,13 +37,12 @@ SNImage IconComposer::compose(const SNImage &source, const QString &appName, con
         painter.drawImage(target, image);
     } else if (qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
         // Text needs the platform's fonts, which only a GUI application has loaded.
-        const QString initial = appName.trimmed().left(1).toUpper();
         QFont font;
         font.setPixelSize(Side / 2);
         font.setBold(true);
         painter.setFont(font);
-        painter.setPen(color.isValid() && color.lightnessF() > 0.6 ? QColor(Qt::black) : QColor(Qt::white));
-        painter.drawText(bounds, Qt::AlignCenter, initial);
+        painter.setPen(background.lightnessF() > 0.6 ? QColor(Qt::black) : QColor(Qt::white));
+        painter.drawText(bounds, Qt::AlignCenter, LetterIcon::initial(appName));
     }
     painter.end();
     return SNImage({canvas});

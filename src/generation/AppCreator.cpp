@@ -175,11 +175,9 @@ bool AppCreator::build(const BundleLayout &layout, const BundleLayout &installed
     if (!writer.makeDirectories(error))
         return false;
     report(0.2, u"Folders made"_s);
-    if (!m_definition.appIcon.isNull()) {
-        if (!writer.writeIcon(error))
-            return false;
-        report(0.35, u"Icon written"_s);
-    }
+    if (!writer.writeIcon(error))
+        return false;
+    report(0.35, u"Icon written"_s);
     if (!writer.writeFirstRunMarker(error) || !writer.writeInfoPlist(error))
         return false;
     report(0.45, u"Property list written"_s);

@@ -7,6 +7,7 @@
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
+#include "core/LetterIcon.h"
 #include "core/Logger.h"
 #include "core/Platform.h"
 #include "core/ProcessRunner.h"
@@ -28,6 +29,9 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+// The drawn icon of an app without one: the largest size the icon file holds by default.
+constexpr int LetterIconSide = 512;
 
 bool fail(QString *error, const QString &description)
 {
@@ -72,9 +76,10 @@ bool BundleWriter::makeDirectories(const QStringList &directories, QString *erro
 
 bool BundleWriter::writeIcon(QString *error) const
 {
-    if (m_definition.appIcon.isNull())
-        return true;
-    return IconConverter::convertImagesWithSourceImage(m_definition.appIcon, m_layout.resources, error);
+    const SNImage icon = m_definition.appIcon.isNull()
+                             ? SNImage({LetterIcon::draw(m_definition.appName, LetterIconSide)})
+                             : m_definition.appIcon;
+    return IconConverter::convertImagesWithSourceImage(icon, m_layout.resources, error);
 }
 
 bool BundleWriter::writeFirstRunMarker(QString *error) const

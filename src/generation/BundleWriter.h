@@ -34,7 +34,8 @@ public:
     // Creates the folders in order; stops with code 1 when something already exists at a path
     // (`emptyFirst`: the first may be an empty folder made for it).
     static bool makeDirectories(const QStringList &directories, QString *error, bool emptyFirst = false);
-    // Contents/Resources/icon.icns from the definition's icon (nothing without an icon).
+    // Contents/Resources/icon.icns from the definition's icon; without one, the app's initial on
+    // its colour (LetterIcon), so that every app has an icon file of its own.
     bool writeIcon(QString *error) const;
     // Contents/Profile/First Run, the marker of the script's first-start block.
     bool writeFirstRunMarker(QString *error) const;

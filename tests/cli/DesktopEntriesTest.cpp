@@ -151,6 +151,87 @@ TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDelete
 
 namespace {
 
+struct HostileName
+{
+    const char *what;
+    QString name;
+    QStringList options;
+};
+
+// The records the fake engine left, once there is one (within half a minute).
+QStringList engineStarts(const Home &home)
+{
+    for (const QDeadlineTimer deadline(30000); !deadline.hasExpired(); QThread::msleep(100)) {
+        const QStringList records = QDir(home.records).entryList({u"*.args"_s}, QDir::Files, QDir::Name);
+        if (!records.isEmpty()) {
+            QStringList started = QString::fromUtf8(readAll(home.records + u'/' + records.first())).split(QChar(0));
+            started.removeAll(QString());
+            return started;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+// An app made without an icon, whatever its name, has an entry the platform's validator takes,
+// whose icon is installed, and which the platform's launcher starts: the app's engine runs.
+TEST(DesktopEntries, EveryNameGivesAnEntryThePlatformValidatesAndLaunches)
+{
+    const QString validator = QStandardPaths::findExecutable(u"desktop-file-validate"_s);
+    const QString gio = QStandardPaths::findExecutable(u"gio"_s);
+    if (validator.isEmpty() || gio.isEmpty())
+        GTEST_SKIP() << "needs desktop-file-validate and gio (packages desktop-file-utils, libglib2.0-bin)";
+    const HostileName names[] = {
+        {"percent, quotes, dollar, backslash, backquote, non-ASCII", u"Café ☕ 100% \"x\" $HOME \\ `id`"_s, {}},
+        {"apostrophes and runs of blanks", u"It's  a 'quoted'   name"_s, {}},
+        {"field codes", u"%u %f %% %"_s, {}},
+        {"a command, registered as a browser", u"$(touch pwned) %U"_s, {u"--register-as-browser"_s}},
+    };
+    for (const HostileName &test : names) {
+        SCOPED_TRACE(test.what);
+        Home home;
+        const CliRun created = home.create(test.name, QStringList{u"--no-icon-search"_s} + test.options);
+        ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+        const QString appId = json(created)[u"appID"_s].toString();
+        const QString bundle = home.bundle(test.name);
+        const QString entry = dataHome(home) + expectedMenuFiles(appId, {}).first();
+
+        const CliRun checked = CliSandbox::run(validator, {entry}, home.environment);
+        EXPECT_EQ(checked.exitCode, 0) << QByteArray(checked.out + checked.err).toStdString() << readAll(entry).toStdString();
+        EXPECT_FALSE(checked.out.contains("error:") || checked.out.contains("warning:")) << checked.out.toStdString();
+
+        // The icon it names is the bundle's own, drawn for it.
+        const QList<int> sizes = icnsSizes(bundle + u"/Contents/Resources/icon.icns"_s);
+        EXPECT_FALSE(sizes.isEmpty()) << "no icon.icns";
+        EXPECT_EQ(menuFilesOf(home, appId), expectedMenuFiles(appId, sizes));
+        const QImage drawn = QImageReader(bundle + u"/Contents/Resources/icon.icns"_s, "icns").read();
+        int white = 0;
+        for (int y = 0; y < drawn.height(); ++y) {
+            for (int x = 0; x < drawn.width(); ++x)
+                white += drawn.pixelColor(x, y).lightness() > 240 ? 1 : 0;
+        }
+        EXPECT_GT(white, drawn.width() * drawn.height() / 100) << "no initial drawn on the icon";
+
+        // The app writes to its standard output: a file, which outlives gio as a desktop's would.
+        QProcess launch;
+        launch.setProcessEnvironment(home.environment);
+        launch.setStandardOutputFile(home.test.root() + u"/launched.out"_s);
+        launch.setStandardErrorFile(home.test.root() + u"/launched.out"_s, QIODevice::Append);
+        launch.start(gio, {u"launch"_s, entry});
+        ASSERT_TRUE(launch.waitForFinished(30000));
+        ASSERT_EQ(launch.exitCode(), 0) << readAll(home.test.root() + u"/launched.out"_s).toStdString()
+                                        << readAll(entry).toStdString();
+        const QStringList started = engineStarts(home);
+        ASSERT_GE(started.size(), 2) << "the engine did not start: "
+                                     << readAll(home.test.root() + u"/launched.out"_s).toStdString();
+        EXPECT_EQ(QFileInfo(started[1]).canonicalFilePath(), QFileInfo(bundle + u"/Contents/Resources"_s).canonicalFilePath())
+            << started.join(u' ').toStdString();
+    }
+}
+
+namespace {
+
 const QString Chromium = u"/usr/lib/chromium/chromium"_s;
 
 // A program in a process group of its own (the app's engine and what it starts), ended whole.

@@ -106,6 +106,43 @@ TEST(CreateCommand, ImportedDataLandsInTheProfile)
     EXPECT_TRUE(QFileInfo::exists(home.bundle(u"Mail"_s) + u"/Contents/Profile/Default/History"_s));
 }
 
+// A profile that is not there costs the import alone: the app is made on a fresh profile, and the
+// user reads why nothing was imported, on standard error and in the JSON's import summary. A
+// profile that is there but cannot be read still stops the creation.
+TEST(CreateCommand, AMissingProfileSkipsTheImportButNotTheApp)
+{
+    Home home;
+    const QString userData = installChromiumProfiles(home);
+    const QString missing = u"Nothing imported — the selected profile wasn't found."_s;
+    for (const bool json : {true, false}) {
+        SCOPED_TRACE(json ? "--json" : "plain");
+        const QString name = json ? u"Mail"_s : u"Post"_s;
+        QStringList options{u"--profile"_s, u"Profile 7"_s, u"--import-data"_s, u"bookmarks,history"_s};
+        const CliRun run = json ? home.create(name, options)
+                          : home.sorvane(QStringList{u"create"_s, u"--name"_s, name, u"--url"_s,
+                                                     u"https://mail.example.org/"_s, u"--browser"_s, u"chromium"_s,
+                                                     u"--into"_s, home.apps} + options);
+        EXPECT_EQ(run.exitCode, 1) << "the import asked for did not happen";
+        EXPECT_TRUE(QFileInfo(home.bundle(name) + u"/Contents/Info.plist"_s).isFile()) << run.err.constData();
+        EXPECT_TRUE(QString::fromUtf8(run.err).trimmed().endsWith(missing)) << run.err.constData();
+        EXPECT_FALSE(run.err.contains("cannot read the preferences")) << run.err.constData();
+        EXPECT_FALSE(QFileInfo::exists(home.bundle(name) + u"/Contents/Profile/Default/Bookmarks"_s));
+        if (json) {
+            const QJsonObject summary = QJsonDocument::fromJson(run.out).object()[u"import"_s].toObject();
+            EXPECT_TRUE(summary[u"missingSource"_s].toBool()) << run.out.constData();
+            EXPECT_EQ(summary[u"messages"_s].toArray(), QJsonArray{missing}) << run.out.constData();
+        }
+    }
+
+    // There, but unreadable: refused before anything is made.
+    QFile::remove(userData + u"/Profile 1/Preferences"_s);
+    writeFile(userData + u"/Profile 1/Preferences"_s, "{not json");
+    const CliRun broken = home.create(u"News"_s, {u"--profile"_s, u"Profile 1"_s, u"--import-data"_s, u"bookmarks"_s});
+    EXPECT_EQ(broken.exitCode, 1);
+    EXPECT_TRUE(broken.err.contains("cannot read the preferences")) << broken.err.constData();
+    EXPECT_FALSE(QFileInfo::exists(home.bundle(u"News"_s)));
+}
+
 // The bulk list's checks run over the whole list before anything is written.
 TEST(BulkCommand, ListTheBulkChecksRefuseMakesNothing)
 {

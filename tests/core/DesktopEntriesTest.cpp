@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
@@ -40,17 +41,21 @@ QStringList readEntry(const QByteArray &text)
 }
 
 // Exec's arguments, when Exec is one quoted program (inside the quotes '"', '`', '$' and '\' only
-// escaped, '%' only doubled) and an optional " %u"; empty otherwise.
+// escaped, '%' only doubled), after "env" when the program holds a '%', and an optional " %u";
+// empty otherwise.
 QStringList execArguments(const QString &exec)
 {
-    static const QRegularExpression form(u"\\A\"((?:[^\"`$\\\\%]|\\\\[\"`$\\\\]|%%)*)\"( %u)?\\z"_s);
+    static const QRegularExpression form(u"\\A(env )?\"((?:[^\"`$\\\\%]|\\\\[\"`$\\\\]|%%)*)\"( %u)?\\z"_s);
     static const QRegularExpression escaped(u"\\\\(.)|%(%)"_s, QRegularExpression::DotMatchesEverythingOption);
     const QRegularExpressionMatch match = form.match(exec);
     if (!match.hasMatch())
         return {};
-    QString program = match.captured(1);
+    QString program = match.captured(2);
     program.replace(escaped, u"\\1\\2"_s);
-    return match.captured(2).isEmpty() ? QStringList{program} : QStringList{program, u"%u"_s};
+    // A launcher looks the program up before it undoes "%%", so only env may stand first then.
+    if (match.captured(1).isEmpty() == program.contains(u'%'))
+        return {};
+    return match.captured(3).isEmpty() ? QStringList{program} : QStringList{program, u"%u"_s};
 }
 
 struct HostileCase
@@ -82,7 +87,7 @@ TEST(DesktopEntriesTest, HostileNamesAndPathsReadBackAsOneExecNamingTheProgram)
             const DesktopEntries::Entry entry{test.name, test.program, u"sorvane-APP-1"_s,
                                               DesktopEntries::windowClass(u"APP-1"_s), browser,
                                               browser ? mimeTypes : QStringList(), {u"Network"_s}};
-            QStringList expected{u"Type=Application"_s, u"Version=1.5"_s, u"Name="_s + test.name,
+            QStringList expected{u"Type=Application"_s, u"Version=1.4"_s, u"Name="_s + test.name,
                                  u"Exec=<program>"_s, u"Icon=sorvane-APP-1"_s, u"StartupWMClass=sorvane-APP-1"_s,
                                  u"Terminal=false"_s, u"Categories=Network;"_s};
             if (browser)
@@ -97,6 +102,40 @@ TEST(DesktopEntriesTest, HostileNamesAndPathsReadBackAsOneExecNamingTheProgram)
             lines[exec] = u"Exec=<program>"_s;
             EXPECT_EQ(lines, expected);
         }
+    }
+}
+
+// Every entry written, hostile or not, is one the platform's validator takes without an error
+// or a warning (hints are advice).
+TEST(DesktopEntriesTest, EveryEntryPassesTheDesktopFileValidator)
+{
+    const QString validator = QStandardPaths::findExecutable(u"desktop-file-validate"_s);
+    if (validator.isEmpty())
+        GTEST_SKIP() << "needs desktop-file-validate (package desktop-file-utils, scripts/setup.sh)";
+    TestContext test;
+    const DesktopEntries entries(test.context());
+    QList<std::pair<std::string, QByteArray>> written;
+    for (const bool browser : {false, true}) {
+        for (const HostileCase &hostile : hostileCases) {
+            const DesktopEntries::Entry entry{hostile.name, hostile.program, u"sorvane-APP-1"_s,
+                                              DesktopEntries::windowClass(u"APP-1"_s), browser,
+                                              browser ? QStringList{u"x-scheme-handler/http"_s} : QStringList(),
+                                              {u"Network"_s}};
+            written.append({std::string(hostile.what) + (browser ? ", registered as a browser" : ""),
+                            DesktopEntries::entryText(entry)});
+        }
+    }
+    ASSERT_TRUE(entries.writeSorvaneEntry(u"/opt/100% \"So\" $orvane/sorvane-desktop"_s));
+    written.append({"Sorvane's own", readAll(entries.applicationsFolder() + u"/sorvane.desktop"_s)});
+    QDir(entries.applicationsFolder()).removeRecursively(); // the data home is the whole run's
+    for (const auto &[what, text] : std::as_const(written)) {
+        SCOPED_TRACE(what);
+        const QString file = test.root() + u"/checked.desktop"_s;
+        writeFile(file, text);
+        const Outcome checked = runProgram(validator, {file}, QProcessEnvironment::systemEnvironment());
+        const QString said = QString::fromUtf8(checked.out + checked.err);
+        EXPECT_EQ(checked.exitCode, 0) << said.toStdString() << text.toStdString();
+        EXPECT_FALSE(said.contains(u"error:"_s) || said.contains(u"warning:"_s)) << said.toStdString();
     }
 }
 

@@ -112,6 +112,29 @@ TEST(WizardStore, FollowsSettingsChanges)
     EXPECT_EQ(draft.appSaveLocation(), u"/srv/apps"_s);
 }
 
+// The profile chosen for the import is gone by the time the app is made: the app is made all the
+// same, and the success page reads why nothing was imported.
+TEST(WizardStore, AProfileGoneBeforeTheImportLeavesTheAppAndSaysSo)
+{
+    WizardHome home;
+    Store store(home.test.context());
+    store.draft()->setAppName(u"Desk"_s);
+    store.draft()->setAppURL(u"desk.example.org"_s);
+    store.draft()->setSelectedBrowser(BrowserCatalogue::Brave);
+    WizardImportChoices &imports = *store.imports();
+    ASSERT_TRUE(imports.setProperty("importEnabled", true));
+    QSignalSpy extensionsLoaded(imports.availableImportExtensions(), &ChoiceListModel::countChanged);
+    ASSERT_TRUE(extensionsLoaded.wait(5000));
+    ASSERT_EQ(imports.selectedImportProfileKey(), u"Default"_s);
+    imports.setImportCategories({u"bookmarks"_s});
+    ASSERT_TRUE(QDir(home.test.home() + u"/.config/BraveSoftware/Brave-Browser/Default"_s).removeRecursively());
+
+    ASSERT_TRUE(saved(store)) << qPrintable(store.creationError());
+    EXPECT_TRUE(QFileInfo(home.bundle(u"Desk"_s) + u"/Contents/Info.plist"_s).isFile());
+    EXPECT_EQ(imports.importMessages(), QStringList{u"Nothing imported — the selected profile wasn't found."_s});
+    EXPECT_FALSE(QFileInfo::exists(home.bundle(u"Desk"_s) + u"/Contents/Profile/Default/Bookmarks"_s));
+}
+
 // What a user does in the wizard ends in an app that reads back as they made it; the editor opens
 // on it, and a duplicate of it becomes an app of its own.
 TEST(WizardStore, CreatesAndEditsAnAppAsAUserWould)

@@ -19,6 +19,7 @@
 #include "generation/SNAppScriptHelper.h"
 #include "support/TestContext.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -26,6 +27,7 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QStringEncoder>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -282,6 +284,42 @@ TEST(EditRename, AParentFolderNamedLikeTheBundleKeepsItsName)
     EXPECT_EQ(editor.result().path, renamed);
     EXPECT_EQ(SNAppTracker(test.context()).getTracker().value(app.appId()).toMap().value(u"appPath"_s), renamed);
     EXPECT_TRUE(QFileInfo(renamed + u"/Contents/MacOS/Post"_s).isFile());
+}
+
+// A new icon dates the bundle folder after the icon was written, so that whatever shows the
+// bundle's icon reads it again; an edit that leaves the icon alone leaves the date alone too.
+TEST(EditIcon, DatesTheBundleFolderAfterTheIconIsWritten)
+{
+    TestContext test;
+    GeneratedApp app(test, {.name = u"Mail"_s});
+    AppEditor editor(test.context());
+    QString error;
+    for (const bool newIcon : {true, false}) {
+        SCOPED_TRACE(newIcon ? "new icon" : "new address");
+        const SNEditorItem original = editor.load(app.bundle(), app.appId(), &error).value();
+        AppEditor::Change change{original, {}, false};
+        if (newIcon)
+            change.newIcon = squareIcon(Qt::blue);
+        else
+            change.edited.appItem.appURL = u"https://post.example.test/"_s;
+        QDateTime stepsBegan;
+        StagedEdit::setFaultForTesting([&](EditPlan::Step) -> std::optional<QString> {
+            if (!stepsBegan.isValid()) {
+                QThread::msleep(30); // a date the file system tells apart from the staged folder's
+                stepsBegan = QDateTime::currentDateTimeUtc();
+            }
+            return std::nullopt;
+        });
+        const bool saved = editor.save(original, change, &error);
+        StagedEdit::setFaultForTesting({});
+        ASSERT_TRUE(saved) << qPrintable(error);
+        ASSERT_TRUE(stepsBegan.isValid());
+        const QDateTime dated = QFileInfo(editor.result().path).lastModified().toUTC();
+        if (newIcon)
+            EXPECT_GE(dated, stepsBegan);
+        else
+            EXPECT_LT(dated, stepsBegan);
+    }
 }
 
 // A Brave app moved to Chromium keeps a copy of its Brave profile; moved back with the backup
