@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -19,7 +20,10 @@
 namespace {
 
 constexpr int ScriptNotRunnableStatus = 126;
+// Without the wake-up pipe the watch looks this often.
 constexpr std::chrono::milliseconds PollInterval{10};
+constexpr long long WatchMillisecondsBound = StartWatch::WatchMilliseconds;
+int wakeUp = -1;
 // The most of a failed start's output read back for its last message.
 constexpr off_t MaximumOutputRead = 64 * 1024;
 
@@ -83,17 +87,59 @@ std::string outputSince(int log, off_t from)
     return text;
 }
 
+// Written to by the SIGCHLD handler, so the watch wakes the moment the child ends: a quick start
+// (a link handed to a running engine) costs no polling delay.
+int childEndedSignal = -1;
+
+void noteChildEnded(int)
+{
+    const int saved = errno;
+    [[maybe_unused]] const ssize_t written = write(childEndedSignal, "x", 1);
+    errno = saved;
+}
+
+// Before fork: the handler and its pipe (neither survives the child's exec).
+void watchForChildEnd()
+{
+    int ends[2] = {-1, -1};
+    if (pipe(ends) != 0)
+        return;
+    for (const int end : ends) {
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+        fcntl(end, F_SETFL, O_NONBLOCK);
+    }
+    struct sigaction action
+    {
+    };
+    action.sa_handler = noteChildEnded;
+    action.sa_flags = SA_NOCLDSTOP | SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGCHLD, &action, nullptr);
+    childEndedSignal = ends[1];
+    wakeUp = ends[0];
+}
+
 // The exit status the launch program passes on, or -1 while the script or engine still runs.
 int finished(pid_t child, std::chrono::steady_clock::time_point deadline)
 {
-    while (std::chrono::steady_clock::now() < deadline) {
+    for (auto now = std::chrono::steady_clock::now(); now < deadline; now = std::chrono::steady_clock::now()) {
         int status = 0;
         const pid_t done = waitpid(child, &status, WNOHANG);
         if (done == child)
             return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         if (done < 0 && errno != EINTR)
             return 0; // not ours to wait for after all: nothing to report
-        std::this_thread::sleep_for(PollInterval);
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
+        if (wakeUp < 0) {
+            std::this_thread::sleep_for(PollInterval);
+            continue;
+        }
+        pollfd signal{wakeUp, POLLIN, 0};
+        if (poll(&signal, 1, static_cast<int>(std::min<long long>(left + 1, WatchMillisecondsBound))) > 0) {
+            char drained[16];
+            while (read(wakeUp, drained, sizeof drained) > 0) {
+            }
+        }
     }
     return -1;
 }
@@ -146,6 +192,7 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
             dup2(log, STDERR_FILENO);
         execScript(arguments);
     }
+    watchForChildEnd();
     const pid_t child = fork();
     if (child == 0) {
         if (output >= 0) {
