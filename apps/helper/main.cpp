@@ -57,6 +57,17 @@ std::string linkTarget(const std::string &path)
     return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : std::string();
 }
 
+// A start the launch program watches is reported by it when it fails; the helper's line then
+// only goes into the log, so that one failure makes one notice.
+void reportFailure(const std::string &appName, const std::string &message)
+{
+    const char *watched = std::getenv("SORVANE_START_WATCHED");
+    if (watched && *watched)
+        AppLog::write(appName, message);
+    else
+        AppLog::report(appName, message);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -75,7 +86,7 @@ int main(int argc, char **argv)
     const std::string engine = arguments[0] + "/Contents/MacOS/" + arguments[1];
     if (!engineCanStart(engine)) {
         const std::string browser = linkTarget(engine);
-        AppLog::report(appName, browser.empty()
+        reportFailure(appName, browser.empty()
                                     ? "cannot start: its engine " + engine + " is missing"
                                     : "cannot start: its browser " + browser +
                                           " is not installed (install it, or give the app another browser)");
@@ -86,7 +97,7 @@ int main(int argc, char **argv)
     const auto deadline = std::chrono::steady_clock::now() + graceFromEnvironment();
     while (!watch.engineRunning()) {
         if (std::chrono::steady_clock::now() >= deadline) {
-            AppLog::report(appName, "cannot start: its engine \"" + arguments[1] + "\" did not start");
+            reportFailure(appName, "cannot start: its engine \"" + arguments[1] + "\" did not start");
             return 1;
         }
         std::this_thread::sleep_for(ArrivalPollInterval);

@@ -20,6 +20,7 @@
 namespace {
 
 constexpr int ScriptNotRunnableStatus = 126;
+constexpr const char *WatchedStartVariable = "SORVANE_START_WATCHED";
 // Without the wake-up pipe the watch looks this often.
 constexpr std::chrono::milliseconds PollInterval{10};
 constexpr long long WatchMillisecondsBound = StartWatch::WatchMilliseconds;
@@ -195,6 +196,8 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
     watchForChildEnd();
     const pid_t child = fork();
     if (child == 0) {
+        // The helper the script starts leaves telling the user about a failed start to us.
+        setenv(WatchedStartVariable, "1", 1);
         if (output >= 0) {
             dup2(output, STDOUT_FILENO);
             if (log >= 0)
