@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int ScriptNotRunnableStatus = 126;
-constexpr const char *WatchedStartVariable = "SORVANE_START_WATCHED";
+constexpr const char *WatcherVariable = "SORVANE_START_WATCHER";
 // Without the wake-up pipe the watch looks this often.
 constexpr std::chrono::milliseconds PollInterval{10};
 constexpr long long WatchMillisecondsBound = StartWatch::WatchMilliseconds;
@@ -196,8 +196,9 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
     watchForChildEnd();
     const pid_t child = fork();
     if (child == 0) {
-        // The helper the script starts leaves telling the user about a failed start to us.
-        setenv(WatchedStartVariable, "1", 1);
+        // The helper the script starts leaves telling the user about a failed start to us, and
+        // stops waiting for an engine once we have left without one.
+        setenv(WatcherVariable, std::to_string(getppid()).c_str(), 1);
         if (output >= 0) {
             dup2(output, STDOUT_FILENO);
             if (log >= 0)
@@ -220,7 +221,9 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
     // A failed start has not been the app's first one.
     if (!firstLaunchDoneBefore && exists(firstLaunchMarker))
         unlink(firstLaunchMarker.c_str());
-    const std::string message = lastMessage(outputSince(log, startOffset));
+    std::string message = lastMessage(outputSince(log, startOffset));
+    while (!message.empty() && message.back() == '.')
+        message.pop_back();
     const std::string logPath = AppLog::logPath(appName);
     std::string logLine = "did not start: it stopped with status " + std::to_string(status) + " within its first seconds";
     logLine += message.empty() ? std::string(" without a message") : "; its last message: " + message;
@@ -228,7 +231,7 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
                "in Sorvane's settings, then start the app again.";
     AppLog::write(appName, logLine);
     std::string notice = appName + " did not start";
-    notice += message.empty() ? std::string(".") : ": " + message;
+    notice += message.empty() ? std::string(".") : ": " + message + ".";
     notice += " See " + (logPath.empty() ? std::string("the app's log") : logPath) +
               "; if the engine asks for a switch, add it to the app's extra engine switches in Sorvane.";
     AppLog::notify(appName, notice);

@@ -85,8 +85,12 @@ TEST(StartReport, AnEngineThatStopsAtOnceIsReportedWithItsOwnWords)
         GeneratedApp app(test, {.name = name, .tabbed = tabbed, .tabs = {u"https://a.example.test/"_s},
                                 .firstStart = true, .enginePath = engine});
         const QString notices = installNotifier(test, app);
+        // The helper of a failed start must not outlive it: the next start would take the app
+        // for running and do nothing.
+        app.environment().insert(u"SORVANE_HELPER_GRACE_MS"_s, u"20000"_s);
 
         const Outcome failed = app.start();
+        EXPECT_FALSE(app.helperRunning());
 
         EXPECT_EQ(failed.exitCode, 1) << failed.err.constData();
         EXPECT_EQ(failed.out, QByteArray());
