@@ -50,6 +50,9 @@ void addCreateOptions(QCommandLineParser &parser)
         {u"accent"_s, u"The engine's accent colour, six hexadecimal digits."_s, u"HEX"_s},
         {u"no-restore-session"_s, u"Do not reopen the last tabs of a tabbed app."_s},
         {u"password-manager-compatibility"_s, u"Let password managers recognise the app."_s},
+        {u"engine-switch"_s,
+         u"An extra switch for the app's engine, e.g. --no-sandbox (starts with --, one word); repeat for more."_s,
+         u"SWITCH"_s},
         {u"profile"_s, u"Start from this profile of the installed browser (its folder name)."_s, u"KEY"_s},
         {u"extension"_s, u"With --profile: an extension id the app takes over (see `sorvane profiles`); repeat for more."_s,
          u"ID"_s},
@@ -156,6 +159,7 @@ std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &par
     app.restoreSession = !parser.isSet(u"no-restore-session"_s);
     app.passwordManagerCompatibility = parser.isSet(u"password-manager-compatibility"_s);
     app.accentColor = parser.value(u"accent"_s);
+    app.engineSwitches = parser.values(u"engine-switch"_s);
 
     if (parser.isSet(u"icon"_s)) {
         const QString path = parser.value(u"icon"_s);

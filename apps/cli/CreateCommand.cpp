@@ -21,7 +21,7 @@ void CreateCommand::addOptions(QCommandLineParser &parser)
 
 QStringList CreateCommand::repeatableOptions() const
 {
-    return {u"tab"_s, u"allow"_s, u"route"_s, u"extension"_s};
+    return {u"tab"_s, u"allow"_s, u"route"_s, u"extension"_s, u"engine-switch"_s};
 }
 
 QList<QStringList> CreateCommand::exclusiveOptions() const

@@ -46,6 +46,7 @@ const QList<QStringList> &exclusions()
         {u"default-destination"_s, u"no-default-destination"_s},
         {u"no-rules"_s, u"allow"_s},
         {u"no-rules"_s, u"route"_s},
+        {u"engine-switch"_s, u"no-engine-switches"_s},
     };
     return list;
 }
@@ -68,6 +69,10 @@ void EditCommand::addOptions(QCommandLineParser &parser)
         {u"no-default-destination"_s, u"Links that match no rule go where the app decides."_s},
         {u"accent"_s, u"The engine's accent colour, six hexadecimal digits."_s, u"HEX"_s},
         {u"no-accent"_s, u"The engine's own colours."_s},
+        {u"engine-switch"_s,
+         u"An extra switch for the app's engine (starts with --, one word); the switches given replace the old ones."_s,
+         u"SWITCH"_s},
+        {u"no-engine-switches"_s, u"Drop the app's extra engine switches."_s},
         {u"browser"_s, u"Move the app to another browser's engine (its profile is backed up first)."_s, u"KEY"_s},
         {u"allow-missing-browser"_s, u"With --browser: switch even when that browser is not installed."_s},
         {u"restore-backup"_s, u"With --browser: bring back the data the app had on that engine, if it was kept."_s},
@@ -89,7 +94,7 @@ QList<QStringList> EditCommand::exclusiveOptions() const
 
 QStringList EditCommand::repeatableOptions() const
 {
-    return {u"tab"_s, u"allow"_s, u"route"_s};
+    return {u"tab"_s, u"allow"_s, u"route"_s, u"engine-switch"_s};
 }
 
 int EditCommand::run(const QCommandLineParser &parser, Context &context)
@@ -165,6 +170,8 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         app.accentColor = parser.value(u"accent"_s);
     if (parser.isSet(u"no-accent"_s))
         app.accentColor.clear();
+    if (parser.isSet(u"engine-switch"_s) || parser.isSet(u"no-engine-switches"_s))
+        app.engineSwitches = parser.values(u"engine-switch"_s);
     if (parser.isSet(u"browser"_s)) {
         const int number = AppOptions::chooseBrowser(parser, context, &error);
         if (number < 0) {

@@ -7,6 +7,7 @@
 #include "AppReference.h"
 
 #include "core/BrowserLocator.h"
+#include "core/EngineSwitches.h"
 #include "core/Platform.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
@@ -48,8 +49,15 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
         if (installation.found || installation.packaging == BrowserPackaging::Setting)
             packaging = BrowserLocator::packagingKey(installation.packaging);
     }
+    const std::optional<AppDefinition> stored =
+        app->appId.isEmpty() ? std::nullopt
+                             : AppConfigFile::read(AppConfigFile::path(SNAppTracker(context).getAppBundle(), app->appId));
+    const QStringList ownSwitches = stored ? stored->engineSwitches : QStringList();
+    const QStringList defaultSwitches = EngineSwitches::defaults(context.defaults());
     if (parser.isSet(u"json"_s)) {
         QVariantMap document = *info;
+        document.insert(u"engineSwitches"_s, ownSwitches);
+        document.insert(u"defaultEngineSwitches"_s, defaultSwitches);
         document.insert(u"path"_s, app->path);
         if (!packaging.isEmpty())
             document.insert(u"packaging"_s, packaging);
@@ -78,6 +86,10 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
                                                     health.engineInstalled ? u"installed"_s : u"not installed"_s,
                                                     packaging.isEmpty() ? QString() : u", "_s + packaging)
           << u"Incognito:     %1"_s.arg(yesNo(info->value(u"incognito"_s).toBool()))
+          << u"Switches:      %1%2"_s.arg(ownSwitches.isEmpty() ? u"(none of its own)"_s : ownSwitches.join(u' '),
+                                          defaultSwitches.isEmpty()
+                                              ? QString()
+                                              : u"; Sorvane's defaults: "_s + defaultSwitches.join(u' '))
           << u"Link routing:  %1%2"_s.arg(health.linkRouting, health.linkRouting == u"no"_s && !health.linkRoutingReason.isEmpty()
                                                                 ? u" (%1)"_s.arg(health.linkRoutingReason)
                                                                 : QString())

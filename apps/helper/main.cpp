@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <signal.h>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
@@ -25,6 +26,7 @@ constexpr std::chrono::milliseconds PollInterval{500};
 constexpr std::chrono::milliseconds ArrivalPollInterval{50};
 // The engine may take a while to appear: the script first builds it and seeds the profile.
 constexpr std::chrono::milliseconds DefaultGrace{20000};
+constexpr int WatcherGoneLooks = 10; // of ArrivalPollInterval each
 
 std::chrono::milliseconds graceFromEnvironment()
 {
@@ -57,6 +59,32 @@ std::string linkTarget(const std::string &path)
     return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : std::string();
 }
 
+// The launch program that watches this start (StartWatch), or 0. It reports a failed start
+// itself, and it leaves either when the engine stopped at once or once the engine runs.
+pid_t startWatcher()
+{
+    const char *value = std::getenv("SORVANE_START_WATCHER");
+    if (!value || !*value)
+        return 0;
+    char *end = nullptr;
+    const long long pid = std::strtoll(value, &end, 10);
+    return *end == '\0' && pid > 1 ? static_cast<pid_t>(pid) : 0;
+}
+
+bool hasLeft(pid_t pid)
+{
+    return pid > 0 && kill(pid, 0) != 0 && errno == ESRCH;
+}
+
+// With a watcher the helper's line only goes into the log: one failure, one notice.
+void reportFailure(const std::string &appName, const std::string &message, pid_t watcher)
+{
+    if (watcher > 0)
+        AppLog::write(appName, message);
+    else
+        AppLog::report(appName, message);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -72,21 +100,28 @@ int main(int argc, char **argv)
     }
 
     const std::string appName = AppLog::appNameOf(arguments[0]);
+    const pid_t watcher = startWatcher();
     const std::string engine = arguments[0] + "/Contents/MacOS/" + arguments[1];
     if (!engineCanStart(engine)) {
         const std::string browser = linkTarget(engine);
-        AppLog::report(appName, browser.empty()
-                                    ? "cannot start: its engine " + engine + " is missing"
-                                    : "cannot start: its browser " + browser +
-                                          " is not installed (install it, or give the app another browser)");
+        reportFailure(appName,
+                      browser.empty() ? "cannot start: its engine " + engine + " is missing"
+                                      : "cannot start: its browser " + browser +
+                                            " is not installed (install it, or give the app another browser)",
+                      watcher);
         return 3;
     }
 
     const EngineWatch watch(arguments[0], arguments[1]);
     const auto deadline = std::chrono::steady_clock::now() + graceFromEnvironment();
+    // A watcher gone while no engine came means the engine stopped at once: waiting out the grace
+    // would only keep the app's next start from starting it (the script takes the helper for a
+    // running app). Half a second more covers an engine seen late.
+    int looksSinceWatcherLeft = 0;
     while (!watch.engineRunning()) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            AppLog::report(appName, "cannot start: its engine \"" + arguments[1] + "\" did not start");
+        if (std::chrono::steady_clock::now() >= deadline ||
+            (hasLeft(watcher) && ++looksSinceWatcherLeft > WatcherGoneLooks)) {
+            reportFailure(appName, "cannot start: its engine \"" + arguments[1] + "\" did not start", watcher);
             return 1;
         }
         std::this_thread::sleep_for(ArrivalPollInterval);

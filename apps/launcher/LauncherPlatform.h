@@ -13,4 +13,8 @@ public:
     // Prepares the environment the app's script runs in; `contentsFolder` is the bundle's
     // Contents folder.
     static void prepareEnvironment(const std::string &contentsFolder);
+
+    // Whether the launch program may run the script in a child and watch its first seconds
+    // (StartWatch), or must become the script, and so the engine, itself.
+    static bool watchesStarts();
 };

@@ -20,6 +20,12 @@ std::string LauncherPlatform::ownExecutablePath(const char *argv0)
     return {};
 }
 
+bool LauncherPlatform::watchesStarts()
+{
+    // Desktops tell an app's windows by their class (--class), not by the process started.
+    return true;
+}
+
 void LauncherPlatform::prepareEnvironment(const std::string &contentsFolder)
 {
     // The script calls macOS tools (plutil, osascript, open, BSD sed); the bundle carries

@@ -20,6 +20,13 @@ std::string LauncherPlatform::ownExecutablePath(const char *argv0)
     return {};
 }
 
+bool LauncherPlatform::watchesStarts()
+{
+    // The bundle's executable is the app to the Dock: a launch program that left after a few
+    // seconds would show a running app as quit. It becomes the engine, as before.
+    return false;
+}
+
 void LauncherPlatform::prepareEnvironment(const std::string &)
 {
     // The script's tools are the system's own on macOS.

@@ -1,10 +1,11 @@
 // sorvanelauncher: the program in a generated app's Contents/MacOS. It runs the app's script,
 // Contents/Resources/script, with the arguments it was given, so that the bundle's executable is
-// a real binary while the app's logic stays a readable script.
+// a real binary while the app's logic stays a readable script, and watches the start (StartWatch).
 
 #include "CompanionPipe.h"
 #include "LauncherPlatform.h"
 #include "LinkArgument.h"
+#include "StartWatch.h"
 
 #include "core/AppLog.h"
 
@@ -78,8 +79,11 @@ int main(int argc, char **argv)
     arguments.push_back(nullptr);
 
     // An engine that ignores --load-extension gets the companion over its DevTools pipe.
-    if (CompanionPipe::requestedBy(script))
-        CompanionPipe::start(AppLog::appNameOf(parentFolder(contents)), contents + "/Resources/Sorvane_Extension");
+    const std::string appName = AppLog::appNameOf(parentFolder(contents));
+    std::vector<int> engineDescriptors;
+    if (CompanionPipe::requestedBy(script) &&
+        CompanionPipe::start(appName, contents + "/Resources/Sorvane_Extension"))
+        engineDescriptors = {3, 4, 5};
 
     LauncherPlatform::prepareEnvironment(contents);
     // The script's first lines (is the engine or the helper already running?) look at $PWD
@@ -89,16 +93,5 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "sorvanelauncher: cannot enter %s: %s\n", resources.c_str(), std::strerror(errno));
         return ScriptNotRunnableStatus;
     }
-    execv(script.c_str(), arguments.data());
-    const int execError = errno;
-
-    // A script that lost its executable bit (unpacked by a tool that drops modes) still runs.
-    if (execError == EACCES || execError == ENOEXEC) {
-        std::vector<char *> withShell;
-        withShell.push_back(const_cast<char *>("/bin/bash"));
-        withShell.insert(withShell.end(), arguments.begin(), arguments.end());
-        execv("/bin/bash", withShell.data());
-    }
-    std::fprintf(stderr, "sorvanelauncher: cannot run %s: %s\n", script.c_str(), std::strerror(execError));
-    return ScriptNotRunnableStatus;
+    return StartWatch::run(appName, contents, std::move(arguments), engineDescriptors);
 }

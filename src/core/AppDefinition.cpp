@@ -2,6 +2,8 @@
 
 #include <QDir>
 
+#include <algorithm>
+
 namespace {
 
 // Reads one optional field; false (with the error filled) when it is present with the wrong type.
@@ -98,6 +100,19 @@ std::optional<AppDefinition> AppDefinition::fromDictionary(const QVariantMap &di
     // A relative folder is the list's own business: it means a folder beside the list.
     if (!app.applicationsPath.isEmpty())
         app.applicationsPath = QDir::cleanPath(QDir(baseFolder).absoluteFilePath(app.applicationsPath));
+    const QVariant switches = dictionary.value(QStringLiteral("engineSwitches"));
+    if (switches.isValid() && !switches.isNull()) {
+        const QVariantList items = switches.toList();
+        const bool texts = isList(switches) && std::all_of(items.begin(), items.end(), [](const QVariant &item) {
+            return item.typeId() == QMetaType::QString;
+        });
+        if (!texts) {
+            read.fail(QStringLiteral("engineSwitches"), QStringLiteral("a list of switches"));
+            return std::nullopt;
+        }
+        app.engineSwitches = switches.toStringList();
+    }
+
     const QVariant rules = dictionary.value(QStringLiteral("routingRules"));
     if (rules.isValid() && !rules.isNull()) {
         if (!isList(rules)) {

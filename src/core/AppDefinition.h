@@ -32,6 +32,7 @@ struct AppDefinition
     QString accentColor;                   // empty when none
     QString currentProfileKey;             // browser profile to copy from, e.g. "Default"
     QStringList selectedExtensions;        // extension ids copied from that profile
+    QStringList engineSwitches;            // the user's extra switches for this app's engine
     QString applicationsPath;              // folder the bundle is created in; empty for the user's
 
     // Reads the dictionary form of a bulk list or an app set entry ("appName", "appURL",

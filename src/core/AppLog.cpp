@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
@@ -15,6 +16,16 @@ void makeFolders(const std::string &path)
          slash = path.find('/', slash + 1))
         mkdir(path.substr(0, slash).c_str(), 0755);
     mkdir(path.c_str(), 0755);
+}
+
+// One old log is kept, so a chatty engine costs at most twice RotationBytes.
+void rotateIfLarge(const std::string &path)
+{
+    struct stat info
+    {
+    };
+    if (stat(path.c_str(), &info) == 0 && info.st_size >= AppLog::RotationBytes)
+        std::rename(path.c_str(), (path + ".1").c_str());
 }
 
 } // namespace
@@ -41,6 +52,7 @@ void AppLog::write(const std::string &appName, const std::string &message)
     const std::string path = logPath(appName);
     if (!path.empty()) {
         makeFolders(path.substr(0, path.find_last_of('/')));
+        rotateIfLarge(path);
         if (std::FILE *file = std::fopen(path.c_str(), "a")) {
             char stamp[32] = {};
             const std::time_t now = std::time(nullptr);
@@ -51,4 +63,14 @@ void AppLog::write(const std::string &appName, const std::string &message)
             std::fclose(file);
         }
     }
+}
+
+int AppLog::openForAppend(const std::string &appName)
+{
+    const std::string path = logPath(appName);
+    if (path.empty())
+        return -1;
+    makeFolders(path.substr(0, path.find_last_of('/')));
+    rotateIfLarge(path);
+    return open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
 }

@@ -18,7 +18,12 @@ public:
     static void report(const std::string &appName, const std::string &message);
     // Only the log line, for what a user may look up but need not be told at once.
     static void write(const std::string &appName, const std::string &message);
-
-private:
+    // The app's log opened for appending (and reading back), for a program's whole output:
+    // folders made as needed, rotated first. -1 when it cannot be opened.
+    static int openForAppend(const std::string &appName);
+    // A desktop notification titled `title`, when a session is there to show one.
     static void notify(const std::string &title, const std::string &message);
+
+    // A log this large moves aside to "<log>.1" (replacing an older one) before more is written.
+    static constexpr long long RotationBytes = 1024 * 1024;
 };

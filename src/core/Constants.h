@@ -16,6 +16,10 @@ inline const QString SupportFolderName = QStringLiteral("Sorvane");
 // Opened once, on an app's first start, so the user can add extensions.
 inline const QString ChromeWebStoreUrl = QStringLiteral("https://chromewebstore.google.com/");
 
+// The user default that turns that store window off for apps made from then on (on when unset):
+// such an app is made with its first start already marked as done.
+inline const QString StorePageOnFirstStartKey = QStringLiteral("openExtensionStoreOnFirstStart");
+
 // Update endpoints written into a profile's External Extensions/<id>.json.
 inline const QString ExtensionUpdateUrl = QStringLiteral("https://clients2.google.com/service/update2/crx");
 inline const QString EdgeExtensionUpdateUrl =

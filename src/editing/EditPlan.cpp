@@ -40,7 +40,8 @@ EditPlan EditPlan::between(const SNEditorItem &original, const SNEditorItem &edi
         plan.add(Step::InfoPlist);
     const bool addresses = before.appURL != after.appURL || before.needTab != after.needTab ||
                            tabAddresses(before) != tabAddresses(after);
-    if (addresses || before.incognito != after.incognito || before.forceDarkMode != after.forceDarkMode)
+    if (addresses || before.incognito != after.incognito || before.forceDarkMode != after.forceDarkMode ||
+        before.engineSwitches != after.engineSwitches)
         plan.add(Step::Script);
     // The legacy patterns in data.json come from the addresses.
     if (addresses || before.isWhitelistingEnabled != after.isWhitelistingEnabled ||

@@ -10,6 +10,7 @@ StructuralState StructuralState::of(const AppDefinition &app)
     state.registerAsBrowser = app.registerAsBrowser;
     state.incognito = app.incognito;
     state.forceDarkMode = app.forceDarkMode;
+    state.engineSwitches = app.engineSwitches;
     state.passwordManagerCompatibility = app.passwordManagerCompatibility;
     state.iconIdentity = app.appIcon.isNull() ? 0 : app.appIcon.largestRepresentation().cacheKey();
     return state;

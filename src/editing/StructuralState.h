@@ -17,6 +17,7 @@ struct StructuralState
     bool registerAsBrowser = false;
     bool incognito = false;
     bool forceDarkMode = false;
+    QStringList engineSwitches;
     bool passwordManagerCompatibility = false;
     qint64 iconIdentity = 0; // the icon's pixels as loaded: a new image is a new identity
     bool hasCustomIconEnhancements = false;

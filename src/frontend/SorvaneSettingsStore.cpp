@@ -5,7 +5,9 @@
 
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
+#include "core/Constants.h"
 #include "core/Context.h"
+#include "core/EngineSwitches.h"
 #include "core/Logger.h"
 #include "core/NotificationCenter.h"
 #include "core/Platform.h"
@@ -222,6 +224,25 @@ void SorvaneSettingsStore::setDefaultImportCategories(const QStringList &names)
     assign(m_defaultImportCategories, known, &SorvaneSettingsStore::defaultImportCategoriesChanged);
 }
 
+void SorvaneSettingsStore::setStorePageOnFirstStart(bool on)
+{
+    assign(m_storePageOnFirstStart, on, &SorvaneSettingsStore::storePageOnFirstStartChanged);
+}
+
+void SorvaneSettingsStore::setDefaultEngineSwitches(const QString &text)
+{
+    const QStringList switches = EngineSwitches::fromText(text);
+    QString problem = EngineSwitches::check(switches, u"Engine switches for every app"_s);
+    if (!problem.isEmpty())
+        problem += u". Nothing was changed; correct the switch or remove it."_s;
+    const bool problemChanged = problem != m_engineSwitchesProblem;
+    m_engineSwitchesProblem = problem;
+    if (problem.isEmpty() && switches != m_defaultEngineSwitches)
+        assign(m_defaultEngineSwitches, switches, &SorvaneSettingsStore::defaultEngineSwitchesChanged);
+    else if (problemChanged)
+        Q_EMIT defaultEngineSwitchesChanged();
+}
+
 void SorvaneSettingsStore::autoSave()
 {
     if (m_observing && !m_isLoadingSettings)
@@ -255,6 +276,9 @@ void SorvaneSettingsStore::loadSettings()
     if (const auto shape = IconShape::fromRawValue(defaults.stringForKey(SettingsKeys::IconShape)))
         setDefaultIconShape(*shape);
     setDefaultImportEnabled(defaults.boolForKey(SettingsKeys::ImportEnabled));
+    const QVariant storePage = defaults.value(Constants::StorePageOnFirstStartKey);
+    setStorePageOnFirstStart(storePage.isValid() ? UserDefaults::toBool(storePage) : true);
+    setDefaultEngineSwitches(EngineSwitches::defaults(defaults).join(u' '));
     const QStringList categories = knownCategories(defaults.value(SettingsKeys::ImportCategories).toStringList());
     if (!categories.isEmpty())
         setDefaultImportCategories(categories);
@@ -291,6 +315,8 @@ void SorvaneSettingsStore::saveSettings()
     defaults.setValue(SettingsKeys::IconShape, IconShape::rawValue(m_defaultIconShape));
     defaults.setValue(SettingsKeys::ImportEnabled, m_defaultImportEnabled);
     defaults.setValue(SettingsKeys::ImportCategories, m_defaultImportCategories);
+    defaults.setValue(Constants::StorePageOnFirstStartKey, m_storePageOnFirstStart);
+    defaults.setValue(EngineSwitches::DefaultsKey, m_defaultEngineSwitches);
     for (const BrowserInfo &browser : BrowserCatalogue::all())
         defaults.setValue(pathKey(browser.number), m_browserPaths[static_cast<size_t>(browser.number)]);
     defaults.synchronize();

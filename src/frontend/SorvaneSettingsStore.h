@@ -57,6 +57,15 @@ class SorvaneSettingsStore final : public QObject
     Q_PROPERTY(QList<int> installedBrowsers READ installedBrowsers NOTIFY installedBrowsersChanged)
     // What the view offers: every import category and every icon shape, as raw values.
     Q_PROPERTY(QStringList importCategoryValues READ importCategoryValues CONSTANT)
+    // Whether an app made from now on opens the extension store in a second window on its first start.
+    Q_PROPERTY(bool storePageOnFirstStart READ storePageOnFirstStart WRITE setStorePageOnFirstStart NOTIFY
+                   storePageOnFirstStartChanged)
+    // The switches every app's engine gets, as the user types them (blanks between them); they
+    // reach an app when it is made, edited or updated. Text with a switch that is not acceptable
+    // is not kept: engineSwitchesProblem says why.
+    Q_PROPERTY(QString defaultEngineSwitches READ defaultEngineSwitches WRITE setDefaultEngineSwitches NOTIFY
+                   defaultEngineSwitchesChanged)
+    Q_PROPERTY(QString engineSwitchesProblem READ engineSwitchesProblem NOTIFY defaultEngineSwitchesChanged)
     Q_PROPERTY(QStringList iconShapeValues READ iconShapeValues CONSTANT)
     // Every browser of the catalogue (type numbers, in its order), for the browsers tab.
     Q_PROPERTY(QList<int> browserTypes READ browserTypes CONSTANT)
@@ -92,6 +101,9 @@ public:
     bool automaticAppUpdates() const { return m_automaticAppUpdates; }
     bool defaultImportEnabled() const { return m_defaultImportEnabled; }
     QStringList defaultImportCategories() const { return m_defaultImportCategories; }
+    bool storePageOnFirstStart() const { return m_storePageOnFirstStart; }
+    QString defaultEngineSwitches() const { return m_defaultEngineSwitches.join(u' '); }
+    QString engineSwitchesProblem() const { return m_engineSwitchesProblem; }
     QString chromePath() const { return m_browserPaths[0]; }
     QString canaryPath() const { return m_browserPaths[1]; }
     QString bravePath() const { return m_browserPaths[2]; }
@@ -117,6 +129,8 @@ public:
     void setDefaultImportEnabled(bool on);
     // Repeated names are kept once; a list with an unknown name is refused with a log line.
     void setDefaultImportCategories(const QStringList &names);
+    void setStorePageOnFirstStart(bool on);
+    void setDefaultEngineSwitches(const QString &text);
 
     Q_INVOKABLE void loadSettings();
     Q_INVOKABLE void saveSettings();
@@ -143,6 +157,8 @@ Q_SIGNALS:
     void automaticAppUpdatesChanged();
     void defaultImportEnabledChanged();
     void defaultImportCategoriesChanged();
+    void storePageOnFirstStartChanged();
+    void defaultEngineSwitchesChanged();
     void browserPathsChanged();
     void installedBrowsersChanged();
 
@@ -162,6 +178,9 @@ private:
     bool m_automaticAppUpdates = true;
     bool m_defaultImportEnabled = false;
     QStringList m_defaultImportCategories;
+    bool m_storePageOnFirstStart = true;
+    QStringList m_defaultEngineSwitches;
+    QString m_engineSwitchesProblem;
     std::array<QString, 8> m_browserPaths;
     QList<int> m_installedBrowsers;
     bool m_isLoadingSettings = false;

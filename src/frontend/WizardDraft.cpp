@@ -3,6 +3,7 @@
 #include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
+#include "core/EngineSwitches.h"
 #include "core/UserDefaults.h"
 #include "core/WebAddress.h"
 #include "frontend/EngineChoices.h"
@@ -129,6 +130,7 @@ void WizardDraft::fill(const AppDefinition &app, int browser)
     m_defaultRouteDestination = RoutingDestination::fromRecord(app.defaultDestination.value_or(QVariantMap{}))
                                     .value_or(RoutingDestination::defaultBrowser());
     m_forceDarkMode = app.forceDarkMode;
+    m_engineSwitches = app.engineSwitches.join(u' ');
     m_accentColorEnabled = !app.accentColor.isEmpty();
     if (m_accentColorEnabled)
         m_accentColor = QColor(app.accentColor);
@@ -155,11 +157,17 @@ AppDefinition WizardDraft::definition() const
     if (m_defaultRouteDestination.kind != RoutingDestination::Kind::Default)
         app.defaultDestination = m_defaultRouteDestination.toRecord();
     app.forceDarkMode = m_forceDarkMode;
+    app.engineSwitches = EngineSwitches::fromText(m_engineSwitches);
     if (m_accentColorEnabled && m_accentColor.isValid())
         app.accentColor = m_accentColor.name(QColor::HexRgb).toUpper();
     app.restoreSession = m_restoreTabsOnLaunch;
     app.passwordManagerCompatibility = m_passwordManagerCompatibility;
     return app;
+}
+
+QString WizardDraft::engineSwitchesProblem() const
+{
+    return EngineSwitches::check(EngineSwitches::fromText(m_engineSwitches), u"engineSwitches"_s);
 }
 
 void WizardDraft::setAppName(const QString &name)

@@ -48,6 +48,10 @@ class WizardDraft final : public QObject
     Q_PROPERTY(QColor accentColor MEMBER m_accentColor NOTIFY appearanceChanged)
     Q_PROPERTY(bool restoreTabsOnLaunch MEMBER m_restoreTabsOnLaunch NOTIFY appearanceChanged)
     Q_PROPERTY(bool passwordManagerCompatibility MEMBER m_passwordManagerCompatibility NOTIFY appearanceChanged)
+    // The app's own extra engine switches as typed (blanks between them), and what is wrong with
+    // them (empty when nothing is; creation and editing refuse them with the same text).
+    Q_PROPERTY(QString engineSwitches MEMBER m_engineSwitches NOTIFY appearanceChanged)
+    Q_PROPERTY(QString engineSwitchesProblem READ engineSwitchesProblem NOTIFY appearanceChanged)
 
 public:
     enum class ValidationError { EmptyAppName, EmptyAppURL, InvalidURL, InvalidAppName, AppNameTooLong };
@@ -65,6 +69,7 @@ public:
     // Takes an existing app's values (its folder too, when given), without change signals: the
     // views are not bound yet.
     void fill(const AppDefinition &app, int browser);
+    QString engineSwitchesProblem() const;
     // The app as creation receives it, without its icon.
     AppDefinition definition() const;
 
@@ -140,6 +145,7 @@ private:
     QString m_appSaveLocation;
     RoutingDestination m_defaultRouteDestination;
     bool m_forceDarkMode = false;
+    QString m_engineSwitches;
     bool m_accentColorEnabled = false;
     QColor m_accentColor = QColor(0x00, 0x7A, 0xFF);
     bool m_restoreTabsOnLaunch = true;

@@ -67,6 +67,8 @@ QVariantMap AppConfigFile::dictionaryForDefinition(const AppDefinition &definiti
             config.insert(QStringLiteral("defaultDestination"), *cleaned);
     }
     config.insert(QStringLiteral("forceDarkMode"), definition.forceDarkMode);
+    if (!definition.engineSwitches.isEmpty())
+        config.insert(QStringLiteral("engineSwitches"), definition.engineSwitches);
     if (!definition.accentColor.isEmpty())
         config.insert(QStringLiteral("accentColor"), definition.accentColor);
     config.insert(QStringLiteral("restoreSession"), definition.restoreSession);
@@ -102,6 +104,7 @@ AppDefinition AppConfigFile::definitionFromDictionary(const QVariantMap &config)
     definition.routingRules = SNRoutingConfig::sanitizedRules(config.value(QStringLiteral("routingRules")));
     definition.defaultDestination = SNRoutingConfig::sanitizedDestination(config.value(QStringLiteral("defaultDestination")));
     definition.forceDarkMode = boolValue(config, QStringLiteral("forceDarkMode"), false);
+    definition.engineSwitches = stringList(config.value(QStringLiteral("engineSwitches")));
     definition.accentColor = stringValue(config, QStringLiteral("accentColor"));
     definition.restoreSession = boolValue(config, QStringLiteral("restoreSession"), true);
     definition.passwordManagerCompatibility = boolValue(config, QStringLiteral("passwordManagerCompatibility"), false);
@@ -114,7 +117,7 @@ bool AppConfigFile::write(const QString &path, const AppDefinition &definition, 
     static const QStringList owned{
         u"needTab"_s, u"isWhitelistingEnabled"_s, u"registerAsBrowser"_s, u"applicationType"_s, u"browserType"_s,
         u"tabList"_s, u"currentProfileKey"_s, u"appName"_s, u"appURL"_s, u"selectedExtensions"_s, u"appIcon"_s,
-        u"useIncognito"_s, u"routingRules"_s, u"defaultDestination"_s, u"forceDarkMode"_s, u"accentColor"_s,
+        u"useIncognito"_s, u"routingRules"_s, u"defaultDestination"_s, u"forceDarkMode"_s, u"engineSwitches"_s, u"accentColor"_s,
         u"restoreSession"_s, u"passwordManagerCompatibility"_s};
     QVariantMap config = earlier;
     for (const QString &key : owned)

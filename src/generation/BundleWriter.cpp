@@ -5,8 +5,10 @@
 #include "companion/SNWhiteListPatterns.h"
 #include "core/AtomicWriter.h"
 #include "core/BrowserCatalogue.h"
+#include "core/Constants.h"
 #include "core/Context.h"
 #include "core/DesktopEntries.h"
+#include "core/EngineSwitches.h"
 #include "core/LetterIcon.h"
 #include "core/Logger.h"
 #include "core/Platform.h"
@@ -85,7 +87,13 @@ bool BundleWriter::writeIcon(QString *error) const
 bool BundleWriter::writeFirstRunMarker(QString *error) const
 {
     QString reason;
-    return AtomicWriter::write(m_layout.profile + u"/First Run"_s, QByteArray(), &reason) || fail(error, reason);
+    if (!AtomicWriter::write(m_layout.profile + u"/First Run"_s, QByteArray(), &reason))
+        return fail(error, reason);
+    const QVariant storePage = m_context.defaults().value(Constants::StorePageOnFirstStartKey);
+    if (!storePage.isValid() || UserDefaults::toBool(storePage))
+        return true;
+    return AtomicWriter::write(m_layout.profile + u"/First Launch Complete"_s, QByteArray(), &reason) ||
+           fail(error, reason);
 }
 
 bool BundleWriter::writeInfoPlist(QString *error) const
@@ -127,6 +135,7 @@ QString BundleWriter::scriptText(const QString &appID, QString *error) const
     inputs.trackerFragment = SNAppTracker(m_context).shellUpdateCode(appID);
     if (!Platform::isMac())
         inputs.windowClass = DesktopEntries::windowClass(appID);
+    inputs.engineSwitches = EngineSwitches::defaults(m_context.defaults()) + m_definition.engineSwitches;
     const QString enginePath = SNAppScriptHelper::getBrowserPath(browser.typeKey, m_context.defaults());
     inputs.engineBrowserPath = SNAppScriptHelper::browserPathArgument(enginePath, Platform::isMac());
     if (inputs.shouldIncludeWLExt) {

@@ -37,7 +37,8 @@ public:
     // Contents/Resources/icon.icns from the definition's icon; without one, the app's initial on
     // its colour (LetterIcon), so that every app has an icon file of its own.
     bool writeIcon(QString *error) const;
-    // Contents/Profile/First Run, the marker of the script's first-start block.
+    // Contents/Profile/First Run, the marker of the script's first-start block, and, when the
+    // user turned the first start's store window off, its "First Launch Complete" too.
     bool writeFirstRunMarker(QString *error) const;
     // Contents/Info.plist: the generator's keys for the definition over what the file holds already
     // (keys that are the app's own stay); the browser keys and the password-manager flag as the

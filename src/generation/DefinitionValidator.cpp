@@ -2,6 +2,7 @@
 
 #include "companion/SNRoutingConfig.h"
 #include "core/Context.h"
+#include "core/EngineSwitches.h"
 #include "core/PropertyList.h"
 #include "core/SNAppTracker.h"
 #include "core/AppNameRule.h"
@@ -184,6 +185,8 @@ bool DefinitionValidator::validate(AppDefinition &app, QString *error) const
             return false;
         app.defaultDestination = destination;
     }
+    if (const QString reason = EngineSwitches::check(app.engineSwitches, u"engineSwitches"_s); !reason.isEmpty())
+        return refuse<bool>(error, reason);
     if (!app.accentColor.isEmpty() && !SNChromePrefsHelper::storedColor(app.accentColor))
         return refuse<bool>(error, u"accentColor: %1 is not six hexadecimal digits"_s.arg(quoted(app.accentColor)));
     return true;

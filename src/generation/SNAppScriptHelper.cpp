@@ -2,6 +2,7 @@
 
 #include "core/BrowserCatalogue.h"
 #include "core/Constants.h"
+#include "core/EngineSwitches.h"
 #include "core/ShellEscaping.h"
 
 #include <QRegularExpression>
@@ -202,6 +203,8 @@ const char16_t StoreWindowHead[] = uR"sh(
 if [ ${#CHROME_WEBSTORE_URL} -ne 0 ]; then
     ( sleep 6; "$PWD/../MacOS/%@" --new-window "$CHROME_WEBSTORE_URL" --user-data-dir=./../Profile $ENGINE_EXTRA_FLAGS)sh";
 
+// The app's own start keeps the engine's error output (the script's, which the launch program puts
+// into the app's log), so that an engine refusing to start can say why.
 // NEWLAUNCHSTR is split into the engine's words unquoted. Its addresses hold no blanks (tabs are
 // stored percent-encoded, the launch program encodes the link); `set -f` keeps a * or [ in one
 // from being read as a file pattern.
@@ -235,7 +238,7 @@ if [ $NEEDTAB -ne 0 ]; then
         NEWLAUNCHSTR+=" ${launchArray[i]}"
     done
     set -f
-    exec "${launchArray[0]}" $NEWLAUNCHSTR $ENGINE_EXTRA_FLAGS >/dev/null 2>&1 
+    exec "${launchArray[0]}" $NEWLAUNCHSTR $ENGINE_EXTRA_FLAGS >/dev/null 
 fi
 )sh";
 
@@ -391,6 +394,18 @@ QString windowClassSwitch(const QString &windowClass)
     return plainWord.match(windowClass).hasMatch() ? u" --class="_s + windowClass : QString();
 }
 
+// The user's own switches (Sorvane's default ones, then the app's), checked by EngineSwitches;
+// one that is not a safe word never gets this far, and is left out should it come anyway.
+QString userSwitches(const QStringList &switches)
+{
+    QString text;
+    for (const QString &engineSwitch : switches) {
+        if (EngineSwitches::problem(engineSwitch).isEmpty())
+            text += u' ' + engineSwitch;
+    }
+    return text;
+}
+
 QString launchArrayHead(const QString &engine)
 {
     return fill(u"\nlaunchArray[0]=\"$PWD/../MacOS/%@\"\nlaunchArray[1]=\"--args\"", {dq(engine)});
@@ -401,6 +416,7 @@ QString launchArrayEntry(qsizetype index, const QString &value)
     return u"\nlaunchArray["_s + QString::number(index) + u"]=\""_s + value + u'"';
 }
 
+// Like the tabbed start, the final exec keeps the engine's error output.
 QString singleWindowLaunch(const QString &engine, const QString &address, const QStringList &options)
 {
     const QStringList entries = QStringList{UserDataSwitch, u"--app="_s + dq(address)} + options;
@@ -416,7 +432,7 @@ QString singleWindowLaunch(const QString &engine, const QString &address, const 
     text += u" >/dev/null 2>&1 ) &\n    disown\nfi\nexec"_s;
     for (qsizetype i = 0; i < entries.size() + 2; ++i)
         text += u" \"${launchArray["_s + QString::number(i) + u"]}\""_s;
-    return text + u" $ENGINE_EXTRA_FLAGS >/dev/null 2>&1\n"_s;
+    return text + u" $ENGINE_EXTRA_FLAGS >/dev/null\n"_s;
 }
 
 QString tabbedLaunch(const QString &engine, const QStringList &options)
@@ -481,7 +497,8 @@ QString SNAppScriptHelper::scriptText(const SNScriptInputs &inputs, QString *err
     QString text = u"#!/bin/bash\n#main part\nLINK=\"\"\nLINK+=\"$1\"\n"_s;
     text += u"# switches every launch of the engine binary carries (see SNAppScriptHelper "
             "extraEngineFlagsForBrowser:)\nENGINE_EXTRA_FLAGS=\""_s +
-            dq(extraEngineFlagsForBrowser(key)) + windowClassSwitch(inputs.windowClass) + u"\"\n"_s;
+            dq(extraEngineFlagsForBrowser(key)) + userSwitches(inputs.engineSwitches) +
+            windowClassSwitch(inputs.windowClass) + u"\"\n"_s;
     text += preLaunchValidatorScript(engine);
     text += linkHandOff(engine, tabbed, inputs.incognito);
     text += fill(Setup, {dq(inputs.appName), dq(inputs.engineBrowserPath), dq(browser.browserName),

@@ -25,5 +25,8 @@ struct SNScriptInputs
     // The class the engine gives its windows (--class, Linux only), so that a desktop's task bar
     // tells the app from the browser and from other apps; none when empty. Never user text.
     QString windowClass;
+    // The user's extra engine switches (Sorvane's defaults, then the app's own), each one safe
+    // unquoted word (EngineSwitches); appended to ENGINE_EXTRA_FLAGS.
+    QStringList engineSwitches = {};
     bool targetIsMac = Platform::isMac(); // which NativeMessagingHosts folders the copy loops use
 };

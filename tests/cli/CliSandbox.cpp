@@ -13,6 +13,7 @@ CliSandbox::CliSandbox()
     environment.insert(u"HOME"_s, test.home());
     environment.insert(u"XDG_DATA_HOME"_s, test.home() + u"/.local/share"_s);
     environment.insert(u"XDG_CONFIG_HOME"_s, test.home() + u"/.config"_s);
+    environment.insert(u"XDG_STATE_HOME"_s, test.home() + u"/.local/state"_s);
     // Apps made without --icon would look for their site's icon; tests stay off the network.
     environment.insert(u"SORVANE_NO_ICON_SEARCH"_s, u"1"_s);
 }

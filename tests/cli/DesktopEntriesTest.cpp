@@ -261,15 +261,32 @@ private:
     QProcess m_process;
 };
 
-// WM_CLASS (instance, class) of every top-level window of process `pid`, once one is not the
-// hidden leader window named after the program; waits up to a minute.
-QList<QStringList> windowClassesOf(const QProcessEnvironment &display, qint64 pid, const QString &program)
+// The engine's main process: its command line (which Chromium rewrites, blanks for NULs) names
+// the engine's program ".../MacOS/<Name> Engine" and, unlike its helpers', no --type= switch.
+// 0 while there is none.
+qint64 enginePid(const QString &engineName)
+{
+    for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(u"/proc/"_s + pid + u"/cmdline"_s);
+        if (!pid.front().isDigit() || !file.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray commandLine = file.readAll();
+        if (commandLine.contains(QFile::encodeName(u"/MacOS/"_s + engineName)) && !commandLine.contains("--type="))
+            return pid.toLongLong();
+    }
+    return 0;
+}
+
+// WM_CLASS (instance, class) of every top-level window of the engine called `program`, once one
+// is not the hidden leader window named after it; waits up to a minute.
+QList<QStringList> windowClassesOf(const QProcessEnvironment &display, const QString &program)
 {
     static const QRegularExpression windowId(u"0x[0-9a-f]+"_s);
     static const QRegularExpression wmClass(
         u"WM_CLASS\\(STRING\\) = \"([^\"]*)\", \"([^\"]*)\"\\s*_NET_WM_PID\\(CARDINAL\\) = (\\d+)"_s);
     for (const QDeadlineTimer deadline(60000); !deadline.hasExpired(); QThread::msleep(300)) {
         QList<QStringList> found;
+        const qint64 pid = enginePid(program);
         const QString tree = QString::fromUtf8(runProgram(u"xwininfo"_s, {u"-root"_s, u"-children"_s}, display).out);
         for (auto it = windowId.globalMatch(tree); it.hasNext();) {
             const QByteArray properties =
@@ -327,9 +344,9 @@ TEST(DesktopEntries, TheEngineWindowsCarryTheEntrysWindowClassUnderXvfb)
 
         QList<QStringList> windows;
         {
-            // The launch program runs the script, which runs the engine: one process throughout.
+            // The launch program runs the script, which becomes the engine, in its process group.
             ProcessGroup app(bundle + u"/Contents/MacOS/"_s + name, {}, home.environment);
-            windows = windowClassesOf(home.environment, app.process().processId(), name + u" Engine"_s);
+            windows = windowClassesOf(home.environment, name + u" Engine"_s);
         }
         ASSERT_FALSE(windows.isEmpty()) << "no window of the app's engine appeared";
         // A dock matches StartupWMClass against the instance, then the class; the instance is

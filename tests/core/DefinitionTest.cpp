@@ -66,7 +66,8 @@ INSTANTIATE_TEST_SUITE_P(
                       BadField{"routingRules", QStringLiteral("allow")},
                       BadField{"defaultDestination", QStringLiteral("default")},
                       BadField{"appIcon", QStringLiteral("missing.png")}, BadField{"appIcon", QByteArray("not an image")},
-                      BadField{"appIcon", 5}));
+                      BadField{"appIcon", 5}, BadField{"engineSwitches", QStringLiteral("--no-sandbox")},
+                      BadField{"engineSwitches", QVariantList{QStringLiteral("--a"), 1}}));
 
 // What a typed address is saved as when no site search has told its scheme, and what is tried.
 TEST(WebAddress, TypedAddressesGetAScheme)

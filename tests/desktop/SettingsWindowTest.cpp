@@ -12,6 +12,7 @@
 
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -71,8 +72,32 @@ INSTANTIATE_TEST_SUITE_P(
                       ToggleCase{"Incognito", u"incognitoSwitch"_s, u"defaultIncognitoMode"_s},
                       ToggleCase{"Tabbed", u"tabbedSwitch"_s, u"defaultTabbedApps"_s},
                       ToggleCase{"AutomaticUpdates", u"automaticUpdatesSwitch"_s, u"automaticAppUpdates"_s},
-                      ToggleCase{"Import", u"importSwitch"_s, u"defaultImportEnabled"_s}),
+                      ToggleCase{"Import", u"importSwitch"_s, u"defaultImportEnabled"_s},
+                      ToggleCase{"StorePage", u"storePageSwitch"_s, u"openExtensionStoreOnFirstStart"_s}),
     [](const auto &row) { return std::string(row.param.label); });
+
+// Switches for every app are kept once the field is left; a refused one says why and keeps the
+// ones before.
+TEST(SettingsWindow, EngineSwitchesAreCheckedWhenTheFieldIsLeft)
+{
+    DesktopHarness app;
+    openSettings(app);
+    QString why;
+    ASSERT_TRUE(app.type(u"engineSwitchesField"_s, u"--no-sandbox --lang=de"_s, &why)) << why.toStdString();
+    QTest::keyClick(app.find<QQuickWindow>(u"settingsWindow"_s), Qt::Key_Return);
+    app.settle();
+    EXPECT_EQ(stored(app, u"defaultEngineSwitches"_s).toStringList(), (QStringList{u"--no-sandbox"_s, u"--lang=de"_s}));
+    EXPECT_FALSE(app.value(u"engineSwitchesProblem"_s, "visible").toBool());
+
+    ASSERT_TRUE(app.type(u"engineSwitchesField"_s, u"--no-sandbox $(id)"_s, &why)) << why.toStdString();
+    QTest::keyClick(app.find<QQuickWindow>(u"settingsWindow"_s), Qt::Key_Return);
+    app.settle();
+    EXPECT_EQ(stored(app, u"defaultEngineSwitches"_s).toStringList(), (QStringList{u"--no-sandbox"_s, u"--lang=de"_s}));
+    EXPECT_TRUE(app.value(u"engineSwitchesProblem"_s, "visible").toBool());
+    EXPECT_TRUE(app.value(u"engineSwitchesProblem"_s, "text").toString().startsWith(
+        u"Engine switches for every app[1]: '$(id)' is not one engine switch"_s));
+    EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
+}
 
 TEST(SettingsWindow, ImportCategoriesFollowTheImportSwitch)
 {

@@ -222,7 +222,8 @@ export class Sandbox {
     fs.rmSync(devToolsPortFile(appPath), { force: true });
     const child = this.launch(appPath, ...args);
     let exit = null;
-    child.on('exit', (code, signal) => { exit = `exit status ${code}, signal ${signal}`; });
+    // The launch program leaves a running engine after its first seconds, with status 0.
+    child.on('exit', (code, signal) => { exit = code === 0 ? null : `exit status ${code}, signal ${signal}`; });
     return () => {
       if (exit !== null) {
         throw new Error(`${path.basename(appPath)} ended before its engine listened (${exit})`);

@@ -17,12 +17,31 @@ function pids() {
   return fs.readdirSync('/proc').filter((name) => /^\d+$/.test(name)).map(Number);
 }
 
-// The holder is the one process still running as the app's launch program.
+function parentOf(pid) {
+  const stat = fs.readFileSync(`/proc/${pid}/stat`, 'utf8');
+  return Number(stat.slice(stat.lastIndexOf(')') + 2).split(' ')[1]);
+}
+
+// The holder runs as the app's launch program, like the launch program itself while it watches
+// the start; the holder is nobody's child of ours (it was forked twice).
 function pipeHolder(appPath) {
   const launchProgram = path.join(appPath, 'Contents', 'MacOS', path.basename(appPath, '.app'));
   return pids().find((pid) => {
     try {
-      return commandLineOf(pid)[0] === launchProgram;
+      return commandLineOf(pid)[0] === launchProgram && parentOf(pid) !== process.pid;
+    } catch {
+      return false;
+    }
+  });
+}
+
+// The engine's main process: the app's engine program, without the --type= of its helpers.
+function enginePid(appPath) {
+  const program = path.join(appPath, 'Contents', 'MacOS', `${path.basename(appPath, '.app')} Engine`);
+  return pids().find((pid) => {
+    try {
+      const line = commandLineOf(pid);
+      return path.resolve(line[0]) === program && !line.some((arg) => arg.startsWith('--type='));
     } catch {
       return false;
     }
@@ -112,11 +131,11 @@ test('the engine opens no port: the pipe is the only way in', { timeout: 120000 
   const appUrl = server.url('app.example.test', '/no-port');
   const appPath = await sandbox.createApp(routingArgs('Portless', appUrl));
   const hostStarts = noteHostStarts(appPath);
-  // The launch program becomes the script and then the engine: the same process.
   sandbox.env.SORVANE_E2E_NO_DEVTOOLS_PORT = '1';
-  const engine = sandbox.launch(appPath).pid;
+  sandbox.launch(appPath);
   delete sandbox.env.SORVANE_E2E_NO_DEVTOOLS_PORT;
   await waitFor('the companion to ask its host for the routing data', () => fs.existsSync(hostStarts), 30000);
+  const engine = enginePid(appPath);
   const line = commandLineOf(engine);
   assert.ok(line.includes('--remote-debugging-pipe') && !line.some((arg) => arg.startsWith('--load-extension')), line.join(' '));
   const engineFamily = pids().filter((pid) => {

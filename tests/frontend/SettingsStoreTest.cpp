@@ -157,11 +157,15 @@ TEST(SorvaneSettingsStore, BadInputIsRefusedAndChangesNothing)
     store.setDefaultSaveLocation(QString());
     store.setDefaultIconShape(static_cast<Shape>(7));
     store.setDefaultImportCategories({u"*"_s, u"cookies"_s});
+    store.setDefaultEngineSwitches(u"--no-sandbox --x;touch${IFS}pwned"_s);
 
     EXPECT_EQ(store.chromePath(), before);
     EXPECT_TRUE(store.defaultSaveLocation().endsWith(u"/home/Applications"_s));
     EXPECT_EQ(store.defaultIconShape(), Shape::RoundedSquare);
     EXPECT_EQ(store.defaultImportCategories().size(), 3);
+    EXPECT_EQ(store.defaultEngineSwitches(), QString());
+    EXPECT_TRUE(store.engineSwitchesProblem().startsWith(u"Engine switches for every app[1]: '--x;touch${IFS}pwned' is not one engine switch"_s))
+        << qPrintable(store.engineSwitchesProblem());
     EXPECT_EQ(saved.settingsPosts(), 0);
 }
 
@@ -172,6 +176,9 @@ TEST(SorvaneSettingsStore, EachChangeSavesAtOnceAndAnnouncesIt)
     const struct { const char *name; QString property; QString key; QVariant value; QVariant stored; } cases[] = {
         {"folder", u"defaultSaveLocation"_s, u"applicationsPath"_s, u"/srv/apps"_s, u"/srv/apps"_s},
         {"shape", u"defaultIconShape"_s, u"defaultIconShape"_s, QVariant::fromValue(Shape::Square), u"square"_s},
+        {"store page", u"storePageOnFirstStart"_s, u"openExtensionStoreOnFirstStart"_s, false, false},
+        {"engine switches", u"defaultEngineSwitches"_s, u"defaultEngineSwitches"_s, u"--no-sandbox  --lang=de"_s,
+         QStringList{u"--no-sandbox"_s, u"--lang=de"_s}},
     };
     // clang-format on
     for (const auto &c : cases) {

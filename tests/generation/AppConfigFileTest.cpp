@@ -46,6 +46,7 @@ AppDefinition tabbedDefinition()
     app.currentProfileKey = QStringLiteral("Profile 1");
     app.selectedExtensions = {QStringLiteral("abcdefghijklmnopabcdefghijklmnop")};
     app.restoreSession = false;
+    app.engineSwitches = {QStringLiteral("--no-sandbox"), QStringLiteral("--lang=de")};
     return app;
 }
 
@@ -69,6 +70,7 @@ TEST(AppConfigFile, HoldsExactlyTheKeysAndTypesOfTheFile)
         "selectedExtensions": ["abcdefghijklmnopabcdefghijklmnop"], "useIncognito": true,
         "routingRules": [{"id": "r1", "pattern": "news.test", "action": "route", "destination": {"type": "default"}}],
         "defaultDestination": {"type": "in-app"}, "forceDarkMode": false, "accentColor": "#FF8800",
+        "engineSwitches": ["--no-sandbox", "--lang=de"],
         "restoreSession": false, "passwordManagerCompatibility": false})").object();
     QJsonObject withoutIcon = config;
     withoutIcon.remove(QStringLiteral("appIcon"));
@@ -93,9 +95,11 @@ TEST(AppConfigFile, SingleWindowAppsWriteAnEmptyTabListAndLeaveUnsetKeysOut)
     app.accentColor.clear();
     app.currentProfileKey.clear();
     app.selectedExtensions.clear();
+    app.engineSwitches.clear();
     const QJsonObject config = writeAndReadWithPython(test, app);
     EXPECT_EQ(config.value(QStringLiteral("tabList")), QJsonValue(QJsonArray()));
-    for (const char *absent : {"defaultDestination", "accentColor", "currentProfileKey", "selectedExtensions"})
+    for (const char *absent :
+         {"defaultDestination", "accentColor", "currentProfileKey", "selectedExtensions", "engineSwitches"})
         EXPECT_FALSE(config.contains(QString::fromLatin1(absent))) << absent;
 
     // An invalid default destination is left out too, not written empty.

@@ -56,6 +56,13 @@ SNScriptInputs throughPipe(SNScriptInputs in)
     return in;
 }
 
+// The same app with the user's extra engine switches; one that is not a safe word is left out.
+SNScriptInputs withSwitches(SNScriptInputs in)
+{
+    in.engineSwitches = {u"--ozone-platform=wayland"_s, u"--x;touch${IFS}pwned"_s, u"--no-sandbox"_s};
+    return in;
+}
+
 // Reviewed by hand. SORVANE_UPDATE_GOLDEN=1 rewrites the files; review the diff before keeping it.
 // The engine path and registry code in them are the real ones.
 // clang-format off
@@ -64,7 +71,7 @@ const std::pair<const char *, SNScriptInputs> goldenCases[] = {
     {"brave-tabbed-incognito-dark-routing.golden", inputs(u"brave"_s, u"Team Chat"_s, {u"https://chat.example.com/"_s, u"https://mail.example.com/inbox?x=1"_s}, true, true, true)},
     {"helium-single-window.golden", inputs(u"helium"_s, u"Notes"_s)},
     {"chrome-tabbed-routing-pipe.golden", throughPipe(inputs(u"chrome"_s, u"Mail"_s, {u"https://mail.example.com/"_s, u"https://calendar.example.com/"_s}, false, false, true))},
-    {"edge-tabbed-linux.golden", inputs(u"edge"_s, u"Office"_s, {u"https://office.example.com/"_s, u"https://calendar.example.com/"_s}, false, false, false, false)},
+    {"edge-tabbed-linux.golden", withSwitches(inputs(u"edge"_s, u"Office"_s, {u"https://office.example.com/"_s, u"https://calendar.example.com/"_s}, false, false, false, false))},
 };
 // clang-format on
 

@@ -53,6 +53,7 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
         definition.tabsList.append(TabAddress(tab));
     definition.incognito = traits.incognito;
     definition.forceDarkMode = traits.dark;
+    definition.engineSwitches = traits.engineSwitches;
     definition.isWhitelistingEnabled = traits.routing;
     definition.applicationType = BrowserCatalogue::numberForTypeKey(traits.typeKey);
     definition.applicationsPath = test.root() + u"/Apps"_s;
@@ -69,6 +70,7 @@ GeneratedApp::GeneratedApp(TestContext &test, const AppTraits &traits)
 
     m_environment.insert(u"SORVANE_FAKE_ENGINE_RECORDS"_s, m_recordsFolder);
     m_environment.insert(u"SORVANE_HELPER_GRACE_MS"_s, u"0"_s);
+    m_environment.insert(u"XDG_STATE_HOME"_s, test.root() + u"/state"_s);
     m_environment.remove(u"DISPLAY"_s);
 }
 

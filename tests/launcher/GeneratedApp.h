@@ -25,6 +25,7 @@ struct AppTraits
     bool firstStart = false;
     // The browser's engine executable; the recording fake engine when empty.
     QString enginePath = {};
+    QStringList engineSwitches = {};
 };
 
 // One start of the fake engine, as it recorded itself.
@@ -50,6 +51,8 @@ public:
     QString profile() const { return m_bundle + QStringLiteral("/Contents/Profile"); }
     QString appId() const { return m_appId; }
     QString scriptText() const { return m_script; }
+    // The app's log, where its launch program puts the script's and the engine's output.
+    QString log() const { return m_environment.value(QStringLiteral("XDG_STATE_HOME")) + QStringLiteral("/Sorvane/apps/") + m_name + QStringLiteral(".log"); }
 
     // Environment of every start; tests add to it.
     QProcessEnvironment &environment() { return m_environment; }

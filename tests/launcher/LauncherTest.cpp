@@ -71,6 +71,7 @@ TEST_P(LaunchProgram, RunsTheBundleScriptWithItsArguments)
     }
     QProcessEnvironment environment = environmentWith();
     environment.insert(u"RECORD"_s, record);
+    environment.insert(u"XDG_STATE_HOME"_s, test.root() + u"/state"_s);
 
     const Outcome result = runProgram(program, c.given, environment, elsewhere);
     if (c.setup == Setup::NoScript) {

@@ -268,10 +268,10 @@ TEST(MissingEngine, EveryStartReportsItAtOnce)
         EXPECT_NE(app.start().exitCode, 0);
         // start() waits up to 10 s for the helper to go: one waiting out its 20 s is still here.
         EXPECT_FALSE(app.helperRunning());
-        const QList<QByteArray> lines = readAll(log).trimmed().split('\n');
-        EXPECT_EQ(lines.size(), start);
-        EXPECT_TRUE(lines.last().contains(QByteArray("its browser " + QFile::encodeName(browser) + " is not installed")))
-            << lines.last().constData();
+        QList<QByteArray> lines = readAll(log).trimmed().split('\n');
+        const QByteArray reason = "its browser " + QFile::encodeName(browser) + " is not installed";
+        lines.removeIf([&](const QByteArray &line) { return !line.contains(reason); });
+        EXPECT_EQ(lines.size(), start) << readAll(log).constData();
     }
     EXPECT_TRUE(app.engineStarts().isEmpty());
 }

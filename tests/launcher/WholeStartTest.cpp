@@ -5,6 +5,7 @@
 #include "GeneratedApp.h"
 
 #include "core/DesktopEntries.h"
+#include "core/UserDefaults.h"
 
 #include "maintenance/SNUpdaterHelper.h"
 #include "support/TestContext.h"
@@ -237,6 +238,20 @@ TEST(WholeStartFirstLaunch, LaterStartsDoNotOpenTheStorePage)
         ASSERT_EQ(starts.size(), before + 1);
         EXPECT_FALSE(starts.last().arguments.contains(store));
     }
+}
+
+// With the store window turned off in the settings, an app is made with its first start done: a
+// tabbed app's engine never gets the store page (a single window's would come six seconds in).
+TEST(WholeStartFirstLaunch, TheStorePageCanBeTurnedOffForNewApps)
+{
+    TestContext test;
+    test.context().defaults().setValue(u"openExtensionStoreOnFirstStart"_s, u"NO"_s);
+    GeneratedApp app(test, {.name = u"No Store"_s, .tabbed = true, .tabs = Tabs, .firstStart = true});
+    EXPECT_TRUE(QFile::exists(app.profile() + u"/First Launch Complete"_s));
+
+    ASSERT_EQ(app.start().exitCode, 0);
+    ASSERT_EQ(app.engineStarts().size(), 1);
+    EXPECT_FALSE(app.engineStarts()[0].arguments.contains(u"https://chromewebstore.google.com/"_s));
 }
 
 // Every start stamps the app's registry record with the time and where the bundle now is, and

@@ -1,7 +1,8 @@
 // objectNames: "settingsWindow", "settingsTabs", "appDefaultsTab", "browsersTab",
 // "saveLocationField", "chooseSaveLocationButton", "registerAsBrowserSwitch", "incognitoSwitch",
-// "tabbedSwitch", "iconShapeBox", "automaticUpdatesSwitch", "importSwitch",
-// "importCategory:<raw value>", "closeSettingsButton"; per browser (its type number N): "browserRow:N",
+// "tabbedSwitch", "iconShapeBox", "storePageSwitch", "engineSwitchesField", "engineSwitchesProblem",
+// "automaticUpdatesSwitch", "importSwitch", "importCategory:<raw value>", "closeSettingsButton";
+// per browser (its type number N): "browserRow:N",
 // "browserState:N", "browserPathField:N", "chooseBrowserButton:N", "resetBrowserButton:N".
 import QtQuick
 import QtQuick.Controls
@@ -176,6 +177,51 @@ ApplicationWindow {
                                 Accessible.name: qsTr("Icon shape")
                                 onActivated: index => settingsWindow.settings.defaultIconShape = index
                             }
+                        }
+                        Switch {
+                            objectName: "storePageSwitch"
+                            text: qsTr("Open the extension store in a second window on the first start")
+                            checked: settingsWindow.settings.storePageOnFirstStart
+                            onToggled: settingsWindow.settings.storePageOnFirstStart = checked
+                            ToolTip.visible: hovered
+                            ToolTip.text: qsTr("So that you can add extensions to a new app. Apps made while this is off never show it.")
+                        }
+                    }
+                }
+
+                GroupBox {
+                    Layout.fillWidth: true
+                    Layout.leftMargin: fontInfo.height
+                    Layout.rightMargin: fontInfo.height
+                    title: qsTr("Engine switches for every app")
+                    ColumnLayout {
+                        anchors.fill: parent
+                        TextField {
+                            objectName: "engineSwitchesField"
+                            Layout.fillWidth: true
+                            text: settingsWindow.settings.defaultEngineSwitches
+                            placeholderText: qsTr("e.g. --no-sandbox --ozone-platform=wayland")
+                            selectByMouse: true
+                            Accessible.name: qsTr("Engine switches for every app")
+                            onEditingFinished: {
+                                settingsWindow.settings.defaultEngineSwitches = text
+                                if (settingsWindow.settings.engineSwitchesProblem === "")
+                                    text = Qt.binding(() => settingsWindow.settings.defaultEngineSwitches)
+                            }
+                        }
+                        Label {
+                            objectName: "engineSwitchesProblem"
+                            Layout.fillWidth: true
+                            wrapMode: Text.Wrap
+                            visible: text !== ""
+                            color: "firebrick"
+                            text: settingsWindow.settings.engineSwitchesProblem
+                        }
+                        Label {
+                            Layout.fillWidth: true
+                            wrapMode: Text.Wrap
+                            opacity: 0.7
+                            text: qsTr("Each starts with -- and is one word. Apps get them when they are made, edited or updated.")
                         }
                     }
                 }

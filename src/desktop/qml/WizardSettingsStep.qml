@@ -8,7 +8,8 @@ import Sorvane.Frontend
 // links open, how it looks, and which data it takes from the browser.
 // objectNames: tabbedSwitch, incognitoTabsNote, registerAsBrowserSwitch, incognitoSwitch,
 // saveLocationLabel, chooseSaveLocationButton, forceDarkModeSwitch, accentColorSwitch,
-// accentColorButton, restoreTabsSwitch, passwordManagerSwitch, importSwitch, importProfileBox,
+// accentColorButton, restoreTabsSwitch, passwordManagerSwitch, engineSwitchesField,
+// engineSwitchesProblem, importSwitch, importProfileBox,
 // importCategory:<raw value>, importExtension:<key>, importLoadingIndicator
 // (and those of WizardTabsEditor and WizardRoutingRules)
 ScrollView {
@@ -139,6 +140,24 @@ ScrollView {
             checked: settingsStep.wizard ? settingsStep.wizard.draft.passwordManagerCompatibility : false
             Accessible.name: text
             onToggled: settingsStep.wizard.draft.passwordManagerCompatibility = checked
+        }
+        Label { text: qsTr("Extra engine switches (each starts with --, blanks between them)") }
+        TextField {
+            objectName: "engineSwitchesField"
+            Layout.fillWidth: true
+            text: settingsStep.wizard ? settingsStep.wizard.draft.engineSwitches : ""
+            placeholderText: qsTr("e.g. --no-sandbox")
+            selectByMouse: true
+            Accessible.name: qsTr("Extra engine switches")
+            onTextEdited: settingsStep.wizard.draft.engineSwitches = text
+        }
+        Label {
+            objectName: "engineSwitchesProblem"
+            Layout.fillWidth: true
+            wrapMode: Text.Wrap
+            visible: text !== ""
+            color: "firebrick"
+            text: settingsStep.wizard ? settingsStep.wizard.draft.engineSwitchesProblem : ""
         }
 
         MenuSeparator { Layout.fillWidth: true }
