@@ -4,6 +4,7 @@
 #include "desktop/AppUpdateScheduler.h"
 #include "desktop/ColorScheme.h"
 #include "desktop/DialogBroker.h"
+#include "desktop/LetterIconImageProvider.h"
 
 #include "core/Context.h"
 #include "core/Prompter.h"
@@ -108,6 +109,7 @@ bool DesktopShell::load(QString *error)
     });
     m_engine->addImportPath(u"qrc:/"_s);
     m_engine->addImageProvider(HomescreenAppsModel::AppIconProvider, new AppIconImageProvider);
+    m_engine->addImageProvider(LetterIconImageProvider::Name, new LetterIconImageProvider);
     m_engine->setInitialProperties({
         {u"home"_s, QVariant::fromValue(m_home)},
         {u"settings"_s, QVariant::fromValue(m_settings)},

@@ -160,6 +160,28 @@ QQuickItem *DesktopHarness::visibleItem(const QString &objectName, QString *why)
     return item;
 }
 
+void DesktopHarness::scrollIntoView(QQuickItem *item)
+{
+    // As a person scrolls to a control below the fold: every view around it is moved just enough.
+    for (QQuickItem *view = item->parentItem(); view; view = view->parentItem()) {
+        bool flickable = false;
+        for (const QMetaObject *type = view->metaObject(); type && !flickable; type = type->superClass())
+            flickable = qstrcmp(type->className(), "QQuickFlickable") == 0;
+        if (!flickable)
+            continue;
+        auto *content = view->property("contentItem").value<QQuickItem *>();
+        if (!content)
+            continue;
+        const qreal top = item->mapToItem(content, QPointF(0, 0)).y();
+        const qreal contentY = view->property("contentY").toReal();
+        if (top < contentY)
+            view->setProperty("contentY", top);
+        else if (top + item->height() > contentY + view->height())
+            view->setProperty("contentY", top + item->height() - view->height());
+    }
+    settle();
+}
+
 bool DesktopHarness::click(const QString &objectName, QString *why)
 {
     QObject *object = find(objectName);
@@ -173,6 +195,7 @@ bool DesktopHarness::click(const QString &objectName, QString *why)
     QQuickItem *item = visibleItem(objectName, why);
     if (!item)
         return false;
+    scrollIntoView(item);
     const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
     settle();

@@ -89,6 +89,7 @@ public:
 private:
     QList<QObject *> matching(const std::function<bool(const QString &)> &test, bool firstOnly) const;
     QQuickItem *visibleItem(const QString &objectName, QString *why) const;
+    void scrollIntoView(QQuickItem *item);
 
     TestContext m_test;
     std::unique_ptr<DesktopShell> m_shell;

@@ -76,18 +76,18 @@ ItemDelegate {
             smooth: true
             Accessible.ignored: true
 
-            // An app without an icon shows its initial.
+            // An app without an icon file shows its initial on its colour, as its drawn icon does.
             Rectangle {
                 anchors.fill: parent
                 visible: parent.status !== Image.Ready
-                radius: width / 5
-                color: tile.palette.button
-                border.color: tile.palette.mid
+                radius: width * 0.225
+                color: tile.model.initialColor
                 Label {
                     anchors.centerIn: parent
-                    text: tile.appName.length > 0 ? tile.appName[0].toUpperCase() : "?"
+                    text: tile.model.initial
                     font.pixelSize: parent.height / 2
-                    color: tile.palette.buttonText
+                    font.bold: true
+                    color: "white"
                 }
             }
         }

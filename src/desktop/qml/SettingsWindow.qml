@@ -181,6 +181,7 @@ ApplicationWindow {
                         Switch {
                             objectName: "storePageSwitch"
                             text: qsTr("Open the extension store in a second window on the first start")
+                            Accessible.name: text
                             checked: settingsWindow.settings.storePageOnFirstStart
                             onToggled: settingsWindow.settings.storePageOnFirstStart = checked
                             ToolTip.visible: hovered

@@ -17,6 +17,8 @@ FocusScope {
     // Ideas for a new app only: in the editor one click would overwrite the app's name and address.
     readonly property bool showIdeas: !(wizard && wizard.isEditing)
 
+    FontMetrics { id: fontInfo }
+
     RowLayout {
         anchors.fill: parent
         spacing: 24
@@ -202,6 +204,10 @@ FocusScope {
                             // Templates have their own row, except in the category that holds them.
                             visible: !isTemplate || basics.suggestions.selectedCategory === AppCategory.Workspaces
                             text: isInstalled ? qsTr("%1 (made)").arg(name) : name
+                            icon.source: "image://lettericon/" + encodeURIComponent(name)
+                            icon.color: "transparent"
+                            icon.width: fontInfo.height * 1.2
+                            icon.height: fontInfo.height * 1.2
                             ToolTip.text: description
                             ToolTip.visible: hovered || visualFocus
                             ToolTip.delay: 600
