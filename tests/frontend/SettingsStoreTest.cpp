@@ -72,6 +72,27 @@ TEST(SorvaneSettingsStore, AFreshDomainStartsFromTheDefaultsAndWritesTheThreeFla
     EXPECT_EQ(test.log(), QStringList());
 }
 
+// The first start of this generation discards an older one's settings once, keeping the file
+// beside it; later starts keep what the user sets.
+TEST(SorvaneSettingsStore, TheFirstStartDiscardsOlderSettingsOnceAndKeepsTheirFile)
+{
+    TestContext test;
+    UserDefaults &defaults = test.context().defaults();
+    SorvaneSettingsStore::registerStartupDefaults(defaults, test.home());
+    defaults.setValue(u"applicationsPath"_s, u"/old/place"_s);
+    defaults.synchronize();
+    const QByteArray before = readAll(defaults.fileName());
+
+    EXPECT_TRUE(SorvaneSettingsStore::discardOlderGenerationOnce(defaults));
+    EXPECT_FALSE(defaults.hasPersistentValue(u"applicationsPath"_s));
+    EXPECT_TRUE(defaults.boolForKey(u"HAS_LAUNCHED_4"_s));
+    EXPECT_EQ(readAll(defaults.fileName() + u".before-first-launch"_s), before);
+
+    defaults.setValue(u"applicationsPath"_s, u"/new/place"_s);
+    EXPECT_FALSE(SorvaneSettingsStore::discardOlderGenerationOnce(defaults));
+    EXPECT_EQ(defaults.stringForKey(u"applicationsPath"_s), u"/new/place"_s);
+}
+
 TEST(SorvaneSettingsStore, LoadingKeepsKnownValuesAndIgnoresUnknownOnes)
 {
     // clang-format off
