@@ -215,8 +215,13 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
         close(descriptor);
 
     const int status = finished(child, std::chrono::steady_clock::now() + std::chrono::milliseconds(WatchMilliseconds));
-    if (status <= 0)
+    if (status <= 0) {
+        // The first start that worked opens the extension store beside the app: say why, once.
+        if (!firstLaunchDoneBefore && exists(firstLaunchMarker))
+            AppLog::notify(appName, appName + " opened the extension store once, on its first start, so that you can "
+                                              "add extensions to it. Sorvane's settings can make new apps without it.");
         return 0;
+    }
 
     // A failed start has not been the app's first one.
     if (!firstLaunchDoneBefore && exists(firstLaunchMarker))
