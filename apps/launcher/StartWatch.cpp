@@ -184,6 +184,8 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
     const off_t startOffset = log >= 0 ? lseek(log, 0, SEEK_END) : 0;
     const std::string firstLaunchMarker = contents + "/Profile/First Launch Complete";
     const bool firstLaunchDoneBefore = exists(firstLaunchMarker);
+    // The script's first-launch steps (the extension store beside the app) run in this start.
+    const bool firstLaunch = !firstLaunchDoneBefore && exists(contents + "/Profile/First Run");
 
     std::fflush(nullptr);
     if (!LauncherPlatform::watchesStarts()) {
@@ -217,7 +219,7 @@ int StartWatch::run(const std::string &appName, const std::string &contents, std
     const int status = finished(child, std::chrono::steady_clock::now() + std::chrono::milliseconds(WatchMilliseconds));
     if (status <= 0) {
         // The first start that worked opens the extension store beside the app: say why, once.
-        if (!firstLaunchDoneBefore && exists(firstLaunchMarker))
+        if (firstLaunch)
             AppLog::notify(appName, appName + " opened the extension store once, on its first start, so that you can "
                                               "add extensions to it. Sorvane's settings can make new apps without it.");
         return 0;
