@@ -1,6 +1,7 @@
 #include "AppOptions.h"
 
 #include "companion/SNRoutingConfig.h"
+#include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/ShellEscaping.h"
 #include "Command.h"
@@ -182,6 +183,24 @@ int browserNumber(const QString &key, QString *error)
     }
     *error = u"browser: unknown browser %1 (see `sorvane browsers`)"_s.arg(DefinitionValidator::quoted(key));
     return -1;
+}
+
+QString nameRefusal(const QString &name)
+{
+    const QString reason = AppNameRule::refusalReason(name);
+    return reason.isEmpty() ? QString() : u"name: "_s + reason;
+}
+
+QString creationFailure(const QString &reason, const QString &appName)
+{
+    if (reason == AppCreator::ReplaceMessage)
+        return u"name: an app named %1 is there already and was kept; --replace moves it to the Trash, "
+               u"--keep-both numbers the new one"_s.arg(DefinitionValidator::quoted(appName));
+    if (reason.endsWith(SNAppScriptHelper::InvalidNameMessage))
+        return nameRefusal(appName);
+    if (reason.isEmpty() || reason == u"not created"_s)
+        return u"not created, for a reason Sorvane did not record; run again with --verbose to see its log lines"_s;
+    return reason;
 }
 
 std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error)

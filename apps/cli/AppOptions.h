@@ -20,6 +20,13 @@ void addCreateOptions(QCommandLineParser &parser);
 // The definition given by the options, or nothing with the error.
 std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &parser, QString *error);
 
+// "name: <why>" when an app cannot have `name` (the reason says what to change), else empty.
+QString nameRefusal(const QString &name);
+
+// Why an app named `appName` was not created, for the command line: the creation's own reason,
+// with the replace question and the bare refusals turned into what happened and what to do.
+QString creationFailure(const QString &reason, const QString &appName);
+
 // The routing rules of --allow and --route, in the order given, or nothing with the error.
 std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error);
 // The destination of --default-destination, or nothing with the error.

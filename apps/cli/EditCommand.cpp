@@ -127,8 +127,14 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
 
     AppEditor::Change change{*original, {}, parser.isSet(u"restore-backup"_s)};
     AppDefinition &app = change.edited.appItem;
-    if (parser.isSet(u"name"_s))
+    if (parser.isSet(u"name"_s)) {
+        if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
+            printError(usage + refusal +
+                       u" (%1 keeps its name)"_s.arg(DefinitionValidator::quoted(original->appItem.appName)));
+            return Failure;
+        }
         app.appName = parser.value(u"name"_s);
+    }
     if (parser.isSet(u"icon"_s)) {
         QString reason;
         change.newIcon = SNImage::fromFile(parser.value(u"icon"_s), &reason);

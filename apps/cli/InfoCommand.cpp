@@ -38,7 +38,9 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
     }
     const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(app->path);
     if (!info) {
-        printError(u"sorvane info: %1 has no readable launcher script"_s.arg(app->path));
+        printError(u"sorvane info: %1: its launcher script (Contents/Resources/script) is missing or unreadable, so "
+                   u"the app cannot be read back nor started; make it again with `sorvane create`, or from an "
+                   u"export with `sorvane import`"_s.arg(app->path));
         return Failure;
     }
     const AppHealth health = AppHealth::check(context, app->path, app->appId, *info);
