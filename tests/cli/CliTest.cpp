@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -259,3 +260,33 @@ TEST(Cli, HelpDescriptionManualAndCompletionCoverEveryOption)
     }
 }
 #endif
+
+// The READMEs name the commands people can run: the command list of README.md holds exactly the
+// commands `sorvane --help` lists, and the examples run only commands that exist.
+TEST(Cli, TheReadmesNameTheCommandsHelpLists)
+{
+    const CliRun help = CliSandbox().sorvane({u"--help"_s});
+    ASSERT_EQ(help.exitCode, 0);
+    QStringList helpVerbs;
+    const QString helpText = QString::fromUtf8(help.out);
+    const QString commands = helpText.section(u"Commands:\n"_s, 1).section(u"\n\n"_s, 0, 0);
+    for (const QString &line : commands.split(u'\n', Qt::SkipEmptyParts))
+        helpVerbs.append(line.trimmed().section(u' ', 0, 0));
+    ASSERT_GE(helpVerbs.size(), 10) << help.out.constData();
+
+    const QRegularExpression verbAtLineStart(u"^sorvane ([a-z][a-z-]*)\\b"_s, QRegularExpression::MultilineOption);
+    const auto verbsIn = [&](const QString &text) {
+        QStringList verbs;
+        for (auto it = verbAtLineStart.globalMatch(text); it.hasNext();)
+            verbs.append(it.next().captured(1));
+        verbs.removeDuplicates();
+        verbs.sort();
+        return verbs;
+    };
+    const QString readme = QString::fromUtf8(readAll(QStringLiteral(SORVANE_SOURCE_DIR "/README.md")));
+    const QString listing = readme.section(u"## The `sorvane` command"_s, 1).section(u"```"_s, 1, 1);
+    helpVerbs.sort();
+    EXPECT_EQ(verbsIn(listing), helpVerbs);
+    for (const QString &verb : verbsIn(QString::fromUtf8(readAll(QStringLiteral(SORVANE_SOURCE_DIR "/examples/README.md")))))
+        EXPECT_TRUE(helpVerbs.contains(verb)) << "examples/README.md runs `sorvane " << qPrintable(verb) << "`";
+}
