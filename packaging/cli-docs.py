@@ -15,7 +15,10 @@ import sys
 FOLDER_VALUES = {"DIR"}
 FILE_VALUES = {"FILE"}
 # Positional arguments that name something on disk.
-PATH_POSITIONALS = {"file", "app", "bundle", "path", "folder"}
+PATH_POSITIONALS = {"file", "bundle", "path", "folder"}
+# Positional arguments that name an app: completed with the names `sorvane list` prints (the first
+# of its tab-separated fields when piped), or as a path once the word looks like one.
+APP_POSITIONALS = {"app"}
 
 
 def long_name(option):
@@ -109,7 +112,7 @@ def bash_completion(doc):
         '        COMPREPLY=($(compgen -W "%s" -- "$cur"))' % shell_words(top),
         "        return",
         "    fi",
-        "    local options='' values='' folders='' files='' paths=0",
+        "    local options='' values='' folders='' files='' paths=0 apps=0",
         '    case "${COMP_WORDS[1]}" in',
     ]
     for command in doc["commands"]:
@@ -124,11 +127,13 @@ def bash_completion(doc):
                     elif option["value"] in FILE_VALUES:
                         files.append(dashed(name))
         paths = int(any(p.lower() in PATH_POSITIONALS for p in command["positionals"]))
+        apps = int(any(p.lower() in APP_POSITIONALS for p in command["positionals"]))
         out += [
             "        %s)" % command["command"],
             "            options='%s'" % shell_words(options),
             "            values=' %s '" % shell_words(values),
-            "            folders=' %s ' files=' %s ' paths=%d ;;" % (shell_words(folders), shell_words(files), paths),
+            "            folders=' %s ' files=' %s ' paths=%d apps=%d ;;"
+            % (shell_words(folders), shell_words(files), paths, apps),
         ]
     out += [
         "        *) return ;;",
@@ -143,7 +148,13 @@ def bash_completion(doc):
         "    fi",
         '    if [[ "$cur" == -* ]]; then',
         '        COMPREPLY=($(compgen -W "$options" -- "$cur"))',
-        '    elif [ "$paths" -eq 1 ]; then',
+        '    elif [ "$apps" -eq 1 ] && [[ "$cur" != */* && "$cur" != .* && "$cur" != "~"* ]]; then',
+        # -o filenames quotes the names' spaces; what was typed is matched without its backslashes.
+        '        local name typed="${cur//\\\\/}"',
+        "        while IFS=$'\\t' read -r name _; do",
+        '            [[ "$name" == "$typed"* ]] && COMPREPLY+=("$name")',
+        '        done < <("${COMP_WORDS[0]}" list 2>/dev/null)',
+        '    elif [ "$paths" -eq 1 ] || [ "$apps" -eq 1 ]; then',
         '        COMPREPLY=($(compgen -f -- "$cur"))',
         "    fi",
         "}",
@@ -169,6 +180,9 @@ def fish_completion(doc):
         condition = fish_quoted("__fish_seen_subcommand_from " + name)
         if any(p.lower() in PATH_POSITIONALS for p in command["positionals"]):
             out.append("complete -c sorvane -n %s -F" % condition)
+        if any(p.lower() in APP_POSITIONALS for p in command["positionals"]):
+            names = "(command sorvane list 2>/dev/null | string replace -r '\\t.*' '')"
+            out.append("complete -c sorvane -n %s -F -a %s -d app" % (condition, fish_quoted(names)))
         for option in command["options"]:
             flags = " ".join(("-s " if len(n) == 1 else "-l ") + n for n in option["names"])
             value = option.get("value")

@@ -1,6 +1,7 @@
 #include "AppOptions.h"
 
 #include "companion/SNRoutingConfig.h"
+#include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/ShellEscaping.h"
 #include "Command.h"
@@ -22,6 +23,8 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QUrl>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -85,6 +88,94 @@ std::optional<QVariantMap> parseDestination(const QString &text)
     return destination;
 }
 
+QString destinationText(const QVariantMap &destination)
+{
+    const QString type = destination.value(SNRoutingConfig::keyType()).toString();
+    if (type == SNRoutingConfig::typeBrowser()) {
+        const QString name = destination.value(u"name"_s).toString();
+        return u"browser:"_s + destination.value(u"bundleId"_s).toString() + (name.isEmpty() ? QString() : u":"_s + name);
+    }
+    if (type == SNRoutingConfig::typeSorvaneApp())
+        return u"app:"_s + destination.value(u"path"_s).toString();
+    return type;
+}
+
+QString ruleText(const QVariantMap &rule)
+{
+    const QString pattern = rule.value(SNRoutingConfig::keyPattern()).toString();
+    if (rule.value(SNRoutingConfig::keyAction()).toString() == SNRoutingConfig::actionAllow())
+        return u"%1 -> %2 (allow)"_s.arg(pattern, SNRoutingConfig::typeInApp());
+    return u"%1 -> %2"_s.arg(pattern, destinationText(rule.value(SNRoutingConfig::keyDestination()).toMap()));
+}
+
+namespace {
+
+// A pattern matches its host's sub-domains either way it is written: "*.example.com" is
+// "example.com".
+QString patternOf(const QVariant &rule)
+{
+    const QString pattern = rule.toMap().value(SNRoutingConfig::keyPattern()).toString().toLower();
+    return pattern.startsWith(u"*."_s) ? pattern.mid(2) : pattern;
+}
+
+} // namespace
+
+RuleChanges addRules(QVariantList &rules, const QVariantList &given)
+{
+    RuleChanges changes;
+    QStringList ids;
+    for (const QVariant &rule : std::as_const(rules))
+        ids.append(rule.toMap().value(SNRoutingConfig::keyId()).toString());
+    const auto freshId = [&ids] {
+        QString id;
+        for (qsizetype number = ids.size() + 1; id.isEmpty() || ids.contains(id); ++number)
+            id = u"rule-%1"_s.arg(number);
+        ids.append(id);
+        return id;
+    };
+    for (const QVariant &value : given) {
+        QVariantMap rule = value.toMap();
+        const auto same = std::find_if(rules.begin(), rules.end(),
+                                       [&](const QVariant &old) { return patternOf(old) == patternOf(rule); });
+        if (same == rules.end()) {
+            rule.insert(SNRoutingConfig::keyId(), freshId());
+            rules.append(rule);
+            changes.added.append(ruleText(rule));
+            continue;
+        }
+        const QVariantMap old = same->toMap();
+        if (old.value(SNRoutingConfig::keyAction()) == rule.value(SNRoutingConfig::keyAction()) &&
+            old.value(SNRoutingConfig::keyDestination()) == rule.value(SNRoutingConfig::keyDestination())) {
+            changes.alreadyThere.append(ruleText(old));
+            continue;
+        }
+        rule.insert(SNRoutingConfig::keyId(), old.value(SNRoutingConfig::keyId()));
+        *same = rule;
+        changes.removed.append(ruleText(old));
+        changes.added.append(ruleText(rule));
+    }
+    return changes;
+}
+
+RuleChanges ruleChanges(const QVariantList &before, const QVariantList &after)
+{
+    const auto texts = [](const QVariantList &rules) {
+        QStringList list;
+        for (const QVariant &rule : rules)
+            list.append(ruleText(rule.toMap()));
+        return list;
+    };
+    const QStringList old = texts(before);
+    const QStringList now = texts(after);
+    RuleChanges changes;
+    for (const QString &text : now)
+        (old.contains(text) ? changes.alreadyThere : changes.added).append(text);
+    for (const QString &text : old)
+        if (!now.contains(text))
+            changes.removed.append(text);
+    return changes;
+}
+
 int browserNumber(const QString &key, QString *error)
 {
     for (const BrowserInfo &browser : BrowserCatalogue::all()) {
@@ -93,6 +184,24 @@ int browserNumber(const QString &key, QString *error)
     }
     *error = u"browser: unknown browser %1 (see `sorvane browsers`)"_s.arg(DefinitionValidator::quoted(key));
     return -1;
+}
+
+QString nameRefusal(const QString &name)
+{
+    const QString reason = AppNameRule::refusalReason(name);
+    return reason.isEmpty() ? QString() : u"name: "_s + reason;
+}
+
+QString creationFailure(const QString &reason, const QString &appName)
+{
+    if (reason == AppCreator::ReplaceMessage)
+        return u"name: an app named %1 is there already and was kept; --replace moves it to the Trash, "
+               u"--keep-both numbers the new one"_s.arg(DefinitionValidator::quoted(appName));
+    if (reason.endsWith(SNAppScriptHelper::InvalidNameMessage))
+        return nameRefusal(appName);
+    if (reason.isEmpty() || reason == u"not created"_s)
+        return u"not created, for a reason Sorvane did not record; run again with --verbose to see its log lines"_s;
+    return reason;
 }
 
 std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error)

@@ -20,6 +20,13 @@ void addCreateOptions(QCommandLineParser &parser);
 // The definition given by the options, or nothing with the error.
 std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &parser, QString *error);
 
+// "name: <why>" when an app cannot have `name` (the reason says what to change), else empty.
+QString nameRefusal(const QString &name);
+
+// Why an app named `appName` was not created, for the command line: the creation's own reason,
+// with the replace question and the bare refusals turned into what happened and what to do.
+QString creationFailure(const QString &reason, const QString &appName);
+
 // The routing rules of --allow and --route, in the order given, or nothing with the error.
 std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error);
 // The destination of --default-destination, or nothing with the error.
@@ -28,6 +35,24 @@ std::optional<QVariantMap> defaultDestinationFromOptions(const QCommandLineParse
 // A destination in the command-line form: in-app, default, browser:<bundle id>[:<name>],
 // app:<bundle path> (checked, with the rest of the definition, by DefinitionValidator).
 std::optional<QVariantMap> parseDestination(const QString &text);
+// A destination written back in that form; a rule as "PATTERN -> DEST", an --allow rule as
+// "PATTERN -> in-app (allow)".
+QString destinationText(const QVariantMap &destination);
+QString ruleText(const QVariantMap &rule);
+
+// What `sorvane edit` did to an app's rules, each as ruleText.
+struct RuleChanges
+{
+    QStringList added;
+    QStringList removed;
+    QStringList alreadyThere;
+};
+// Adds `given` to `rules`: a rule for a pattern the list already has takes that rule's place
+// (rules apply top-down, so a second rule for one pattern would never decide); the others go
+// last, with ids the list does not use yet.
+RuleChanges addRules(QVariantList &rules, const QVariantList &given);
+// What changed between two rule lists, ignoring ids.
+RuleChanges ruleChanges(const QVariantList &before, const QVariantList &after);
 
 // The engine of --browser (or the first installed one), or -1 with the error. A browser that
 // is not installed is refused unless --allow-missing-browser says otherwise.

@@ -89,9 +89,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         const QString &name = list.cell(row).bulkApp.appName;
         printError(u"%1: appName: %2; nothing was created"_s.arg(
             label(listEntries.at(row)),
-            AppNameRule::check(name) == AppNameRule::Verdict::TooLong
-                ? AppNameRule::tooLongMessage(name)
-                : u"a name must be given, without '/' or control characters"_s));
+            AppNameRule::refusalReason(name)));
         return Failure;
     }
     if (const int row = list.firstRowWithInvalidURL(); row >= 0) {
@@ -133,7 +131,8 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         if (outcome.created)
             results.append(AppOptions::createdApp(*outcome.created));
         else
-            printError(u"%1: not created: %2"_s.arg(labels.at(index), outcome.error));
+            printError(u"%1: not created: %2"_s.arg(labels.at(index),
+                                                    AppOptions::creationFailure(outcome.error, outcome.app.appName)));
         if (terminal)
             QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(apps.size()).arg(outcome.app.appName);
     });

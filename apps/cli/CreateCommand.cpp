@@ -41,6 +41,11 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         return BadUsage;
     }
 
+    if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
+        printError(refusal);
+        return Failure;
+    }
+
     QString error;
     const int browser = AppOptions::chooseBrowser(parser, context, &error);
     if (browser < 0) {
@@ -79,7 +84,7 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
                                QDir::currentPath()});
     job.setPrompter(&prompter);
     if (!job.exec()) {
-        printError(job.errorText());
+        printError(AppOptions::creationFailure(job.errorText(), app->appName));
         return prompter.lackedTerminal() ? BadUsage : Failure;
     }
     QVariantMap result = AppOptions::createdApp(job.result());

@@ -12,9 +12,10 @@ using namespace Qt::Literals::StringLiterals;
 
 void DesktopEntriesCommand::addOptions(QCommandLineParser &parser)
 {
-    parser.addOption({u"sync"_s, u"Write every listed app's entry and icons (and Sorvane's own entry when "
-                                 "sorvane-desktop is installed beside sorvane); remove the entries and icons of "
-                                 "apps no longer registered."_s});
+    parser.addOption({u"sync"_s, u"Bring every listed app's entry and icons in step with the app, rewriting only "
+                                 "the files that differ (and Sorvane's own entry when sorvane-desktop is installed "
+                                 "beside sorvane); remove the entries and icons of apps no longer registered. "
+                                 "Prints each file changed and why, or \"nothing to change\"."_s});
 }
 
 int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &context)
@@ -25,7 +26,8 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
     for (const QString &id : entries.entryAppIds())
         present.insert(id);
 
-    QVariantList written, missing, removed, orphans, failed;
+    QVariantList written, changed, missing, removed, orphans, failed;
+    QStringList lines;
     QSet<QString> listed;
     for (const SNAppItem &item : AppList::loadAppItems(context)) {
         listed.insert(item.appId);
@@ -36,8 +38,16 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
             continue;
         }
         QString error;
-        if (entries.writeAppEntry(item.appId, item.path, &error)) {
+        QStringList changes;
+        if (entries.writeAppEntry(item.appId, item.path, &error, &changes)) {
             written.append(app);
+            if (changes.isEmpty())
+                continue;
+            const QString file = QFileInfo(entries.entryPath(item.appId)).fileName();
+            changed.append(QVariantMap{{u"appId"_s, item.appId}, {u"path"_s, item.path}, {u"changes"_s, changes}});
+            lines.append(changes.contains(u"created"_s)
+                             ? u"created %1 (for %2)"_s.arg(file, item.path)
+                             : u"updated %1 (%2)"_s.arg(file, changes.join(u", "_s)));
         } else {
             failed.append(QVariantMap{{u"appId"_s, item.appId}, {u"error"_s, error}});
             printError(u"sorvane desktop-entries: "_s + error);
@@ -51,6 +61,8 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
             orphans.append(id);
         } else if (entries.removeAppEntry(id, &error)) {
             removed.append(id);
+            lines.append(u"removed %1 (no registered app has the id %2)"_s.arg(
+                QFileInfo(entries.entryPath(id)).fileName(), id));
         } else {
             failed.append(QVariantMap{{u"appId"_s, id}, {u"error"_s, error}});
             printError(u"sorvane desktop-entries: "_s + error);
@@ -60,11 +72,16 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
     const QString desktopProgram = QCoreApplication::applicationDirPath() + u"/sorvane-desktop"_s;
     if (sync && QFileInfo(desktopProgram).isExecutable()) {
         QString error;
-        switch (entries.updateSorvaneEntry(desktopProgram, &error)) {
+        bool sorvaneChanged = false;
+        switch (entries.updateSorvaneEntry(desktopProgram, &error, &sorvaneChanged)) {
         case DesktopEntries::SorvaneEntry::Written:
             sorvaneEntry = entries.applicationsFolder() + u"/sorvane.desktop"_s;
+            if (sorvaneChanged)
+                lines.append(u"updated sorvane.desktop (Sorvane's own entry, for %1)"_s.arg(desktopProgram));
             break;
         case DesktopEntries::SorvaneEntry::Installed: // the package's entry serves; nothing written
+            if (sorvaneChanged)
+                lines.append(u"removed sorvane.desktop (the installed %1 serves)"_s.arg(entries.installedSorvaneEntry()));
             break;
         case DesktopEntries::SorvaneEntry::Failed:
             printError(u"sorvane desktop-entries: "_s + error);
@@ -76,6 +93,7 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
         QVariantMap report{{u"folder"_s, entries.applicationsFolder()}, {u"failed"_s, failed}};
         if (sync) {
             report.insert(u"written"_s, written);
+            report.insert(u"changed"_s, changed);
             report.insert(u"removed"_s, removed);
             report.insert(u"sorvaneEntry"_s, sorvaneEntry);
         } else {
@@ -84,12 +102,10 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
         }
         printJson(report);
     } else if (sync) {
-        for (const QVariant &app : std::as_const(written))
-            print(u"Wrote the entry of %1"_s.arg(app.toMap().value(u"path"_s).toString()));
-        for (const QVariant &id : std::as_const(removed))
-            print(u"Removed the entry of %1, no longer registered"_s.arg(id.toString()));
-        if (!sorvaneEntry.isEmpty())
-            print(u"Wrote %1"_s.arg(sorvaneEntry));
+        if (lines.isEmpty() && failed.isEmpty())
+            lines.append(u"nothing to change"_s);
+        if (!lines.isEmpty())
+            print(lines.join(u'\n'));
     } else {
         for (const QVariant &app : std::as_const(missing))
             print(u"No entry for %1"_s.arg(app.toMap().value(u"path"_s).toString()));

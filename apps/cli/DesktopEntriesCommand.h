@@ -10,7 +10,7 @@ public:
     QString name() const override { return QStringLiteral("desktop-entries"); }
     QString description() const override
     {
-        return QStringLiteral("Check the apps' menu entries; --sync writes missing ones and removes orphans.");
+        return QStringLiteral("Check the apps' menu entries; --sync brings them in step and says what it changed.");
     }
 
 protected:

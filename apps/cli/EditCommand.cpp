@@ -46,6 +46,7 @@ const QList<QStringList> &exclusions()
         {u"default-destination"_s, u"no-default-destination"_s},
         {u"no-rules"_s, u"allow"_s},
         {u"no-rules"_s, u"route"_s},
+        {u"no-rules"_s, u"replace-rules"_s},
         {u"engine-switch"_s, u"no-engine-switches"_s},
     };
     return list;
@@ -61,9 +62,12 @@ void EditCommand::addOptions(QCommandLineParser &parser)
         {u"icon"_s, u"An image file for the app's new icon."_s, u"FILE"_s},
         {u"url"_s, u"The address of a single-window app (the app stops being tabbed)."_s, u"URL"_s},
         {u"tab"_s, u"The tabs of a tabbed app, replacing the old ones; repeat for more tabs."_s, u"URL"_s},
-        {u"allow"_s, u"A site that stays in the app; the rules given replace the old ones."_s, u"PATTERN"_s},
-        {u"route"_s, u"A site sent elsewhere: PATTERN=DEST; the rules given replace the old ones."_s,
+        {u"allow"_s, u"Add a rule: a site that stays in the app; repeat for more."_s, u"PATTERN"_s},
+        {u"route"_s,
+         u"Add a rule: a site sent elsewhere, PATTERN=in-app|default|browser:<id>[:<name>]|app:<path>; repeat for more. "
+         u"A rule for a pattern the app already has takes that rule's place."_s,
          u"PATTERN=DEST"_s},
+        {u"replace-rules"_s, u"With --allow or --route: the rules given become the whole list (the old ones are dropped)."_s},
         {u"no-rules"_s, u"Drop every routing rule."_s},
         {u"default-destination"_s, u"Where links that match no rule go."_s, u"DEST"_s},
         {u"no-default-destination"_s, u"Links that match no rule go where the app decides."_s},
@@ -104,6 +108,10 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         printError(usage + u"--restore-backup needs --browser"_s);
         return BadUsage;
     }
+    if (parser.isSet(u"replace-rules"_s) && !parser.isSet(u"allow"_s) && !parser.isSet(u"route"_s)) {
+        printError(usage + u"--replace-rules needs the new rules (--allow or --route); --no-rules drops them all"_s);
+        return BadUsage;
+    }
 
     QString error;
     bool ambiguous = false;
@@ -119,8 +127,14 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
 
     AppEditor::Change change{*original, {}, parser.isSet(u"restore-backup"_s)};
     AppDefinition &app = change.edited.appItem;
-    if (parser.isSet(u"name"_s))
+    if (parser.isSet(u"name"_s)) {
+        if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
+            printError(usage + refusal +
+                       u" (%1 keeps its name)"_s.arg(DefinitionValidator::quoted(original->appItem.appName)));
+            return Failure;
+        }
         app.appName = parser.value(u"name"_s);
+    }
     if (parser.isSet(u"icon"_s)) {
         QString reason;
         change.newIcon = SNImage::fromFile(parser.value(u"icon"_s), &reason);
@@ -147,15 +161,23 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         else if (parser.isSet(u"no-"_s + toggle.option))
             app.*toggle.field = false;
     }
-    if (parser.isSet(u"no-rules"_s))
+    AppOptions::RuleChanges ruleChanges;
+    if (parser.isSet(u"no-rules"_s)) {
+        ruleChanges.removed = AppOptions::ruleChanges(app.routingRules, {}).removed;
         app.routingRules.clear();
+    }
     if (parser.isSet(u"allow"_s) || parser.isSet(u"route"_s)) {
         const std::optional<QVariantList> rules = AppOptions::rulesFromOptions(parser, &error);
         if (!rules) {
-            printError(error);
+            printError(usage + error);
             return Failure;
         }
-        app.routingRules = *rules;
+        if (parser.isSet(u"replace-rules"_s)) {
+            ruleChanges = AppOptions::ruleChanges(app.routingRules, *rules);
+            app.routingRules = *rules;
+        } else {
+            ruleChanges = AppOptions::addRules(app.routingRules, *rules);
+        }
     }
     if (parser.isSet(u"no-default-destination"_s))
         app.defaultDestination.reset();
@@ -203,9 +225,20 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         printJson(QVariantMap{{u"appID"_s, result.appId},
                               {u"path"_s, result.path},
                               {u"browser"_s, result.browser},
-                              {u"rebuilt"_s, job.rebuilt()}});
-    } else {
-        print(result.path);
+                              {u"rebuilt"_s, job.rebuilt()},
+                              {u"rulesAdded"_s, ruleChanges.added},
+                              {u"rulesRemoved"_s, ruleChanges.removed}});
+        return Success;
+    }
+    print(result.path);
+    const QString appName = result.appItem.appName;
+    for (const QString &rule : std::as_const(ruleChanges.removed))
+        print(u"%1: removed rule %2"_s.arg(appName, rule));
+    for (const QString &rule : std::as_const(ruleChanges.added))
+        print(u"%1: added rule %2"_s.arg(appName, rule));
+    if (!parser.isSet(u"replace-rules"_s)) {
+        for (const QString &rule : std::as_const(ruleChanges.alreadyThere))
+            print(u"%1: already had rule %2"_s.arg(appName, rule));
     }
     return Success;
 }

@@ -41,7 +41,10 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
             return app && candidate.appPath == app->path;
         });
         if (!app || row == offered.cend()) {
-            printError(usage + (app ? u"%1 has no configuration to export"_s.arg(app->path) : error));
+            printError(usage + (app ? u"%1: %2 has no stored settings to export (Sorvane keeps them only for the "
+                                      u"apps it lists); `sorvane list` shows the apps that can be exported"_s
+                                          .arg(argument, app->path)
+                                    : error));
             return ambiguous ? BadUsage : Failure;
         }
         chosen.append(*row);
@@ -50,12 +53,13 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
     const std::optional<QString> written =
         SNExporter::save(exporter.exportConfig(chosen), QDir(parser.value(u"output"_s)).absolutePath(), &error);
     if (!written) {
-        printError(usage + u"%1: %2"_s.arg(SNExporter::InvalidFileMessage, error));
+        printError(usage + u"output: %1 was not written (%2); choose a folder you can write to"_s.arg(
+                               QDir(parser.value(u"output"_s)).absolutePath(), error));
         return Failure;
     }
     if (parser.isSet(u"json"_s))
         printJson(QVariantMap{{u"path"_s, *written}, {u"count"_s, chosen.size()}});
     else
-        print(SNExporter::ExportedMessage.arg(chosen.size()) + u": "_s + *written);
+        print(u"Exported %1 %2 to %3"_s.arg(chosen.size()).arg(chosen.size() == 1 ? u"app"_s : u"apps"_s, *written));
     return Success;
 }

@@ -39,7 +39,7 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
     const QString address = WebAddress::withScheme(typed);
     const QUrl url(address, QUrl::StrictMode);
     if (!url.isValid() || (url.host().isEmpty() && url.scheme() != u"file"_s)) {
-        printError(usage + u"%1 is not a web address"_s.arg(address));
+        printError(usage + u"URL: '%1' is not a web address; give an http or https address such as https://example.org"_s.arg(address));
         return Failure;
     }
 
@@ -49,7 +49,9 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
     helper.setLimits(limits);
     const SNFaviconHelper::Found found = helper.searchAddress(typed);
     if (found.image.isNull()) {
-        printError(u"icon: none found for %1"_s.arg(found.address.isEmpty() ? url.toString() : found.address));
+        printError(u"icon: none found for %1 (the page names no icon that could be read, and it has no "
+                   u"/favicon.ico); try the site's home page, or a longer --timeout for a slow site"_s.arg(
+                       found.address.isEmpty() ? url.toString() : found.address));
         return Failure;
     }
     const QImage image = found.image.largestRepresentation();
@@ -61,7 +63,8 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
         QString error;
         if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG") ||
             !AtomicWriter::write(output, png, &error)) {
-            printError(u"icon: cannot write %1%2"_s.arg(output, error.isEmpty() ? QString() : u" ("_s + error + u')'));
+            printError(u"output: cannot write %1%2; choose a folder you can write to"_s.arg(
+            output, error.isEmpty() ? QString() : u" ("_s + error + u')'));
             return Failure;
         }
     }

@@ -1,9 +1,11 @@
 #include "ImportCommand.h"
 
+#include "AppOptions.h"
 #include "CliPrompter.h"
 
 #include "core/Context.h"
 #include "editing/ImportAppSetJob.h"
+#include "editing/SNExporter.h"
 #include "generation/DefinitionValidator.h"
 
 #include <QDir>
@@ -36,7 +38,12 @@ int ImportCommand::run(const QCommandLineParser &parser, Context &context)
                               parser.isSet(u"keep-both"_s), parser.isSet(u"allow-missing-browser"_s)});
     importer.setPrompter(&prompter);
     if (!importer.exec() && !importer.fileRead()) {
-        printError(usage + importer.errorText());
+        const QString prefix = SNExporter::InvalidFileMessage + u": "_s;
+        const QString reason = importer.errorText();
+        printError(usage + (reason.startsWith(prefix)
+                                ? u"file: %1 is not an app set Sorvane can read (%2); `sorvane export` writes one"_s.arg(
+                                      parser.positionalArguments().constFirst(), reason.mid(prefix.size()))
+                                : reason));
         return Failure;
     }
     QVariantList created;
@@ -51,7 +58,7 @@ int ImportCommand::run(const QCommandLineParser &parser, Context &context)
         const QString label = u"entry %1 (%2)"_s.arg(DefinitionValidator::quoted(outcome.key),
                                                      DefinitionValidator::quoted(outcome.appName));
         refused.append(QVariantMap{{u"key"_s, outcome.key}, {u"appName"_s, outcome.appName}, {u"error"_s, outcome.error}});
-        printError(u"%1: %2"_s.arg(label, outcome.error));
+        printError(u"%1: not created: %2"_s.arg(label, AppOptions::creationFailure(outcome.error, outcome.appName)));
     }
     if (parser.isSet(u"json"_s))
         printJson(QVariantMap{{u"created"_s, created}, {u"refused"_s, refused}});

@@ -4,6 +4,7 @@
 #include "core/BrowserLocator.h"
 #include "core/Platform.h"
 
+#include "AppOptions.h"
 #include "AppReference.h"
 
 #include "core/BrowserLocator.h"
@@ -37,7 +38,9 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
     }
     const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(app->path);
     if (!info) {
-        printError(u"sorvane info: %1 has no readable launcher script"_s.arg(app->path));
+        printError(u"sorvane info: %1: its launcher script (Contents/Resources/script) is missing or unreadable, so "
+                   u"the app cannot be read back nor started; make it again with `sorvane create`, or from an "
+                   u"export with `sorvane import`"_s.arg(app->path));
         return Failure;
     }
     const AppHealth health = AppHealth::check(context, app->path, app->appId, *info);
@@ -54,11 +57,20 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
                              : AppConfigFile::read(AppConfigFile::path(SNAppTracker(context).getAppBundle(), app->appId));
     const QStringList ownSwitches = stored ? stored->engineSwitches : QStringList();
     const QStringList defaultSwitches = EngineSwitches::defaults(context.defaults());
+    QStringList rules;
+    for (const QVariant &rule : stored ? stored->routingRules : QVariantList())
+        rules.append(AppOptions::ruleText(rule.toMap()));
+    const QString otherLinks = stored && stored->defaultDestination
+                                   ? AppOptions::destinationText(*stored->defaultDestination)
+                                   : QString();
     if (parser.isSet(u"json"_s)) {
         QVariantMap document = *info;
         document.insert(u"engineSwitches"_s, ownSwitches);
         document.insert(u"defaultEngineSwitches"_s, defaultSwitches);
         document.insert(u"path"_s, app->path);
+        document.insert(u"routingRules"_s, rules);
+        document.insert(u"defaultDestination"_s, otherLinks.isEmpty() ? QVariant() : QVariant(otherLinks));
+        document.insert(u"linkRouting"_s, health.linkRouting);
         if (!packaging.isEmpty())
             document.insert(u"packaging"_s, packaging);
         document.insert(u"health"_s, health.toMap());
@@ -90,7 +102,10 @@ int InfoCommand::run(const QCommandLineParser &parser, Context &context)
                                           defaultSwitches.isEmpty()
                                               ? QString()
                                               : u"; Sorvane's defaults: "_s + defaultSwitches.join(u' '))
-          << u"Link routing:  %1%2"_s.arg(health.linkRouting, health.linkRouting == u"no"_s && !health.linkRoutingReason.isEmpty()
+          << u"Rules:         %1"_s.arg(rules.isEmpty() ? u"(none)"_s : rules.join(u"\n               "_s));
+    if (!rules.isEmpty() || !otherLinks.isEmpty())
+        lines.append(u"Other links:   %1"_s.arg(otherLinks.isEmpty() ? u"default"_s : otherLinks));
+    lines << u"Link routing:  %1%2"_s.arg(health.linkRouting, health.linkRouting == u"no"_s && !health.linkRoutingReason.isEmpty()
                                                                 ? u" (%1)"_s.arg(health.linkRoutingReason)
                                                                 : QString())
           << u"Version:       %1 (current: %2)"_s.arg(health.version, health.currentVersion)

@@ -2,16 +2,50 @@
 
 #include "maintenance/AppList.h"
 
+#include <QCollator>
+#include <QLocale>
+
 #include <algorithm>
 
+#include <unistd.h>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Rows as columns a person reads: each column as wide as its widest cell, two spaces apart; the
+// last column is not padded.
+QStringList aligned(const QList<QStringList> &rows)
+{
+    QList<qsizetype> widths;
+    for (const QStringList &row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (qsizetype column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], row[column].size());
+    }
+    QStringList lines;
+    for (const QStringList &row : rows) {
+        QString line;
+        for (qsizetype column = 0; column < row.size(); ++column)
+            line += column + 1 < row.size() ? row[column].leftJustified(widths[column] + 2) : row[column];
+        lines.append(line);
+    }
+    return lines;
+}
+
+} // namespace
 
 int ListCommand::run(const QCommandLineParser &parser, Context &context)
 {
     QList<SNAppItem> items = AppList::loadAppItems(context);
-    // The registry has no order of its own; people read names.
-    std::stable_sort(items.begin(), items.end(), [](const SNAppItem &a, const SNAppItem &b) {
-        return a.name.localeAwareCompare(b.name) < 0;
+    // The registry has no order of its own; people read names, in their language's order and
+    // without regard to case ("Calendar" before "CRM").
+    QCollator collator{QLocale::system().collation()};
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    collator.setNumericMode(true);
+    std::stable_sort(items.begin(), items.end(), [&collator](const SNAppItem &a, const SNAppItem &b) {
+        const int order = collator.compare(a.name, b.name);
+        return order != 0 ? order < 0 : a.path < b.path;
     });
     if (parser.isSet(u"json"_s)) {
         QVariantList apps;
@@ -31,7 +65,16 @@ int ListCommand::run(const QCommandLineParser &parser, Context &context)
         printNote(u"No apps yet: `sorvane create` makes one."_s, parser);
         return Success;
     }
+    QList<QStringList> rows;
     for (const SNAppItem &item : items)
-        print(u"%1\t%2\t%3\t%4"_s.arg(item.name, item.type, item.browserName, item.path));
+        rows.append({item.name, item.type, item.browserName, item.path});
+    // Piped, one tab-separated line per app for the next program; at a terminal, columns.
+    if (!isatty(STDOUT_FILENO)) {
+        for (const QStringList &row : rows)
+            print(row.join(u'\t'));
+        return Success;
+    }
+    rows.prepend({u"NAME"_s, u"KIND"_s, u"BROWSER"_s, u"BUNDLE"_s});
+    print(aligned(rows).join(u'\n'));
     return Success;
 }

@@ -1,5 +1,7 @@
 #include "ScriptCommand.h"
 
+#include "AppOptions.h"
+
 #include "companion/CompanionSupport.h"
 #include "core/BrowserCatalogue.h"
 #include "core/Context.h"
@@ -47,8 +49,13 @@ int ScriptCommand::run(const QCommandLineParser &parser, Context &context)
     for (const BrowserInfo &browser : BrowserCatalogue::all())
         known = known || browser.typeKey == key;
     if (!known) {
-        printError(usage + u"unknown browser '%1' (see `sorvane browsers`)"_s.arg(key));
+        printError(usage + u"browser: unknown browser '%1'; `sorvane browsers` lists the keys"_s.arg(key));
         return BadUsage;
+    }
+
+    if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
+        printError(refusal);
+        return Failure;
     }
 
     SNScriptInputs inputs;

@@ -46,5 +46,8 @@ inline bool isAcceptable(const QString &name) { return check(name) == Verdict::A
 
 // Why `name` is too long, with the limit.
 QString tooLongMessage(const QString &name);
+// Why `name` is refused, in words a person can act on ("'a/b' contains '/', which a file name
+// cannot hold"); empty for an acceptable name.
+QString refusalReason(const QString &name);
 
 } // namespace AppNameRule

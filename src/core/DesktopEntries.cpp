@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <optional>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -143,10 +145,47 @@ QString DesktopEntries::installedSorvaneEntry() const
     return {};
 }
 
-DesktopEntries::SorvaneEntry DesktopEntries::updateSorvaneEntry(const QString &program, QString *error) const
+QStringList DesktopEntries::entryChanges(const QByteArray &before, const QByteArray &after)
 {
+    // Key order as the entry after the change has it, then the keys that are gone.
+    const auto keys = [](const QByteArray &text) {
+        QList<std::pair<QByteArray, QByteArray>> pairs;
+        for (const QByteArray &line : text.split('\n')) {
+            const qsizetype equals = line.indexOf('=');
+            if (equals > 0 && !line.startsWith('#'))
+                pairs.append({line.left(equals).trimmed(), line.mid(equals + 1).trimmed()});
+        }
+        return pairs;
+    };
+    const QList<std::pair<QByteArray, QByteArray>> old = keys(before);
+    const QList<std::pair<QByteArray, QByteArray>> now = keys(after);
+    const auto valueIn = [](const QList<std::pair<QByteArray, QByteArray>> &pairs, const QByteArray &key) {
+        for (const auto &[name, value] : pairs) {
+            if (name == key)
+                return std::optional<QByteArray>(value);
+        }
+        return std::optional<QByteArray>();
+    };
+    QStringList changes;
+    for (const auto &[key, value] : now) {
+        if (valueIn(old, key) != value)
+            changes.append(u"%1 changed"_s.arg(QString::fromUtf8(key)));
+    }
+    for (const auto &[key, value] : old) {
+        if (!valueIn(now, key))
+            changes.append(u"%1 removed"_s.arg(QString::fromUtf8(key)));
+    }
+    changes.removeDuplicates();
+    return changes;
+}
+
+DesktopEntries::SorvaneEntry DesktopEntries::updateSorvaneEntry(const QString &program, QString *error,
+                                                               bool *changed) const
+{
+    if (changed)
+        *changed = false;
     if (installedSorvaneEntry().isEmpty())
-        return writeSorvaneEntry(program, error) ? SorvaneEntry::Written : SorvaneEntry::Failed;
+        return writeSorvaneEntry(program, error, changed) ? SorvaneEntry::Written : SorvaneEntry::Failed;
     const QString own = applicationsFolder() + u"/sorvane.desktop"_s;
     const QFileInfo ownEntry(own);
     if ((ownEntry.exists() || ownEntry.isSymLink()) && !QFile::remove(own)) {
@@ -154,5 +193,7 @@ DesktopEntries::SorvaneEntry DesktopEntries::updateSorvaneEntry(const QString &p
             *error = u"%1 cannot be removed"_s.arg(own);
         return SorvaneEntry::Failed;
     }
+    if (changed)
+        *changed = ownEntry.exists() || ownEntry.isSymLink();
     return SorvaneEntry::Installed;
 }

@@ -51,7 +51,10 @@ public:
     // Writes or rewrites the entry and icons of the app with this id from its bundle (its
     // Info.plist names the launch program, whose name is the app's, and whether it takes links;
     // Contents/Resources/icon.icns the icons). Icon sizes no longer in the bundle are removed.
-    bool writeAppEntry(const QString &appId, const QString &bundlePath, QString *error = nullptr) const;
+    // Only files that differ from what would be written are written; `changes` gets what changed
+    // ("created", "Name changed", "icon 48x48 added", ...), nothing when the entry was as it is.
+    bool writeAppEntry(const QString &appId, const QString &bundlePath, QString *error = nullptr,
+                       QStringList *changes = nullptr) const;
     // writeAppEntry for the steps that go on without a menu entry: a failure is logged.
     void refreshAppEntry(const QString &appId, const QString &bundlePath) const;
     // Removes the entry and icons of the app with this id; nothing there is no failure.
@@ -60,7 +63,8 @@ public:
     QStringList entryAppIds() const;
     // Sorvane's own entry, "sorvane.desktop": starts `program` with a link and handles the
     // "sorvane:" scheme.
-    bool writeSorvaneEntry(const QString &program, QString *error = nullptr) const;
+    // `changed` says whether the file was written (it is left alone when it says the same).
+    bool writeSorvaneEntry(const QString &program, QString *error = nullptr, bool *changed = nullptr) const;
     // The entry an installed Sorvane brings, "com.ondrel.sorvane.desktop", in a folder of
     // $XDG_DATA_DIRS where the menu finds it; empty when there is none.
     QString installedSorvaneEntry() const;
@@ -68,7 +72,10 @@ public:
     // Keeps one menu entry for Sorvane: the installed one when there is one (a "sorvane.desktop"
     // written earlier is then removed, so that Sorvane is not listed twice), else ours for
     // `program`.
-    SorvaneEntry updateSorvaneEntry(const QString &program, QString *error = nullptr) const;
+    SorvaneEntry updateSorvaneEntry(const QString &program, QString *error = nullptr, bool *changed = nullptr) const;
+    // What differs between two entry texts: "Name changed" for each key whose value differs, is
+    // added or is gone.
+    static QStringList entryChanges(const QByteArray &before, const QByteArray &after);
 
 private:
     QString dataHome() const;

@@ -14,6 +14,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -94,15 +95,40 @@ QList<std::pair<int, QByteArray>> menuIcons(const QString &icns, const QString &
     return pngs;
 }
 
-// One PNG per distinct square size of the icon, in the theme; the sizes written.
+// The file's bytes when it is a file of its own, else nothing (a link is replaced by a file).
+std::optional<QByteArray> fileBytes(const QString &path)
+{
+    QFile file(path);
+    const QFileInfo info(path);
+    if (info.isSymLink() || !info.isFile() || !file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
+}
+
+// Writes `bytes` to `path` unless the file holds them already; `changes` gets `what` + " added"
+// or " changed" when it is written.
+bool writeIfDifferent(const QString &path, const QByteArray &bytes, const QString &what, QStringList *changes,
+                      QString *reason)
+{
+    const std::optional<QByteArray> old = fileBytes(path);
+    if (old == bytes)
+        return true;
+    if (!QDir().mkpath(QFileInfo(path).path()) || !AtomicWriter::write(path, bytes, reason))
+        return false;
+    if (changes)
+        changes->append(what + (old ? u" changed"_s : u" added"_s));
+    return true;
+}
+
+// One PNG per distinct square size of the icon, in the theme; the sizes in place.
 QSet<int> installIcons(const QString &theme, const QList<std::pair<int, QByteArray>> &icons, const QString &appId,
-                       QString *error)
+                       QString *error, QStringList *changes)
 {
     QSet<int> written;
     QString reason;
     for (const auto &[pixels, png] : icons) {
         const QString path = iconPath(theme, pixels, appId);
-        if (!QDir().mkpath(QFileInfo(path).path()) || !AtomicWriter::write(path, png, &reason)) {
+        if (!writeIfDifferent(path, png, u"icon %1x%1"_s.arg(pixels), changes, &reason)) {
             if (error && error->isEmpty())
                 *error = u"%1 cannot be written: %2"_s.arg(path, reason);
             continue;
@@ -114,7 +140,8 @@ QSet<int> installIcons(const QString &theme, const QList<std::pair<int, QByteArr
 
 } // namespace
 
-bool DesktopEntries::writeAppEntry(const QString &appId, const QString &bundlePath, QString *error) const
+bool DesktopEntries::writeAppEntry(const QString &appId, const QString &bundlePath, QString *error,
+                                   QStringList *changes) const
 {
     if (!isSafeAppId(appId))
         return fail(error, u"No menu entry for the registry id \"%1\": it is not a plain id"_s.arg(appId));
@@ -142,18 +169,32 @@ bool DesktopEntries::writeAppEntry(const QString &appId, const QString &bundlePa
         entry.mimeTypes = {u"x-scheme-handler/http"_s, u"x-scheme-handler/https"_s, u"text/html"_s};
     }
 
+    QStringList iconChanges;
     QString iconError;
     const QString theme = iconThemeFolder();
-    const QSet<int> sizes =
-        installIcons(theme, menuIcons(bundle + u"/Contents/Resources/icon.icns"_s, entry.name, appId), appId, &iconError);
+    const QSet<int> sizes = installIcons(
+        theme, menuIcons(bundle + u"/Contents/Resources/icon.icns"_s, entry.name, appId), appId, &iconError, &iconChanges);
     for (const int size : iconSizeFolders(theme)) {
-        if (!sizes.contains(size))
-            removeIfThere(iconPath(theme, size, appId), &iconError);
+        const QString stale = iconPath(theme, size, appId);
+        if (sizes.contains(size) || !(QFileInfo(stale).exists() || QFileInfo(stale).isSymLink()))
+            continue;
+        if (removeIfThere(stale, &iconError))
+            iconChanges.append(u"icon %1x%1 removed"_s.arg(size));
     }
 
+    const QByteArray text = entryText(entry);
+    const std::optional<QByteArray> old = fileBytes(entryPath(appId));
     QString reason;
-    if (!QDir().mkpath(applicationsFolder()) || !AtomicWriter::write(entryPath(appId), entryText(entry), &reason))
+    if (old != text &&
+        (!QDir().mkpath(applicationsFolder()) || !AtomicWriter::write(entryPath(appId), text, &reason)))
         return fail(error, u"The menu entry %1 cannot be written: %2"_s.arg(entryPath(appId), reason));
+    if (changes) {
+        if (!old)
+            changes->append(u"created"_s);
+        else if (old != text)
+            changes->append(entryChanges(*old, text));
+        changes->append(iconChanges);
+    }
     if (!iconError.isEmpty())
         return fail(error, iconError);
     return true;
@@ -184,8 +225,10 @@ QStringList DesktopEntries::entryAppIds() const
     return ids;
 }
 
-bool DesktopEntries::writeSorvaneEntry(const QString &program, QString *error) const
+bool DesktopEntries::writeSorvaneEntry(const QString &program, QString *error, bool *changed) const
 {
+    if (changed)
+        *changed = false;
     if (!QDir::isAbsolutePath(program) || hasUnwritableCharacter(program))
         return fail(error, u"No menu entry for %1: it is not an absolute path"_s.arg(program));
     Entry entry;
@@ -196,7 +239,10 @@ bool DesktopEntries::writeSorvaneEntry(const QString &program, QString *error) c
     entry.mimeTypes = {u"x-scheme-handler/sorvane"_s};
     const QString path = applicationsFolder() + u"/sorvane.desktop"_s;
     QString reason;
-    if (!QDir().mkpath(applicationsFolder()) || !AtomicWriter::write(path, entryText(entry), &reason))
+    QStringList changes;
+    if (!writeIfDifferent(path, entryText(entry), u"entry"_s, &changes, &reason))
         return fail(error, u"The menu entry %1 cannot be written: %2"_s.arg(path, reason));
+    if (changed)
+        *changed = !changes.isEmpty();
     return true;
 }

@@ -2,7 +2,7 @@
 
 // A macOS app bundle is its own menu entry and carries its own icon: nothing to keep in step.
 
-bool DesktopEntries::writeAppEntry(const QString &, const QString &, QString *) const
+bool DesktopEntries::writeAppEntry(const QString &, const QString &, QString *, QStringList *) const
 {
     return true;
 }
@@ -17,7 +17,9 @@ QStringList DesktopEntries::entryAppIds() const
     return {};
 }
 
-bool DesktopEntries::writeSorvaneEntry(const QString &, QString *) const
+bool DesktopEntries::writeSorvaneEntry(const QString &, QString *, bool *changed) const
 {
+    if (changed)
+        *changed = false;
     return true;
 }

@@ -231,3 +231,48 @@ TEST(AppCommands, QuestionsTakeWhatPeopleTypeAndNameTheOptionWithoutATerminal)
     EXPECT_TRUE(unasked.err.contains("run again with --yes")) << unasked.err.constData();
     EXPECT_TRUE(QFile::exists(home.bundle(u"Taken"_s)));
 }
+
+// `sorvane list` reads names in the user's language and without regard to case; piped, each app
+// is one tab-separated line, and at a terminal the columns line up under a header.
+TEST(AppCommands, ListSortsNamesAsTheUsersLanguageDoes)
+{
+    Home home;
+    for (const QString &name : {u"CRM"_s, u"Calendar"_s, u"chat"_s, u"Äpfel"_s, u"Birne"_s, u"App 10"_s, u"App 9"_s})
+        ASSERT_EQ(home.create(name).exitCode, 0) << qPrintable(name);
+
+    const struct
+    {
+        const char *collation;
+        QStringList order;
+    } languages[] = {
+        {"C.UTF-8", {u"App 10"_s, u"App 9"_s, u"Birne"_s, u"Calendar"_s, u"chat"_s, u"CRM"_s, u"Äpfel"_s}},
+        {"de_DE.UTF-8", {u"Äpfel"_s, u"App 9"_s, u"App 10"_s, u"Birne"_s, u"Calendar"_s, u"chat"_s, u"CRM"_s}},
+    };
+    for (const auto &language : languages) {
+        home.environment.remove(u"LC_ALL"_s);
+        home.environment.insert(u"LC_COLLATE"_s, QString::fromLatin1(language.collation));
+        QStringList names;
+        for (const QByteArray &line : home.sorvane({u"list"_s}).out.trimmed().split('\n')) {
+            const QList<QByteArray> fields = line.split('\t');
+            ASSERT_EQ(fields.size(), 4) << line.constData();
+            EXPECT_EQ(fields[3], home.bundle(QString::fromUtf8(fields[0])).toUtf8());
+            names.append(QString::fromUtf8(fields[0]));
+        }
+        EXPECT_EQ(names, language.order) << language.collation;
+        EXPECT_EQ(::names(json(home.sorvane({u"list"_s, u"--json"_s}))), language.order) << language.collation;
+    }
+
+    const CliRun terminal = CliSandbox::run(QStringLiteral(SORVANE_PYTHON3),
+                                            {fixturePath(u"../cli/in-terminal.py"_s), u"EOF"_s,
+                                             QStringLiteral(SORVANE_CLI), u"list"_s},
+                                            home.environment);
+    ASSERT_EQ(terminal.exitCode, 0) << terminal.out.constData();
+    const QStringList lines = QString::fromUtf8(terminal.out).remove(u'\r').trimmed().split(u'\n');
+    ASSERT_EQ(lines.size(), 8) << terminal.out.constData();
+    EXPECT_TRUE(lines[0].startsWith(u"NAME"_s) && lines[0].contains(u"BROWSER"_s)) << qPrintable(lines[0]);
+    const qsizetype bundleColumn = lines[0].indexOf(u"BUNDLE"_s);
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        EXPECT_FALSE(lines[i].contains(u'\t')) << qPrintable(lines[i]);
+        EXPECT_EQ(lines[i].indexOf(home.apps), bundleColumn) << qPrintable(lines[i]);
+    }
+}

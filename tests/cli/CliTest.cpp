@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -258,4 +259,76 @@ TEST(Cli, HelpDescriptionManualAndCompletionCoverEveryOption)
             EXPECT_TRUE(completed.at(i + 1).split(u' ').contains(offered.at(i))) << completed.at(i + 1).toStdString();
     }
 }
+
+// Bash completes an APP argument with the names `sorvane list` prints, and a word that looks like
+// a path with the files there.
+TEST(Cli, BashCompletesAppNamesFromTheList)
+{
+    const CliSandbox cli;
+    const QString apps = cli.test.root() + u"/Apps"_s;
+    for (const QString &name : {u"Mail"_s, u"Mail Archive"_s, u"Chat"_s}) {
+        const CliRun made = cli.sorvane({u"create"_s, u"--name"_s, name, u"--url"_s, u"https://example.org/"_s,
+                                         u"--browser"_s, u"chromium"_s, u"--allow-missing-browser"_s, u"--into"_s, apps});
+        ASSERT_EQ(made.exitCode, 0) << made.err.constData();
+    }
+    const struct
+    {
+        QString typed; // the words after the program, as bash hands them over
+        QStringList offered;
+    } cases[] = {
+        {u"info Ma"_s, {u"Mail"_s, u"Mail Archive"_s}},
+        {u"edit 'Mail\\ A'"_s, {u"Mail Archive"_s}},
+        {u"delete ''"_s, {u"Chat"_s, u"Mail"_s, u"Mail Archive"_s}},
+        {u"export --all C"_s, {u"Chat"_s}},
+        {u"update X"_s, {}},
+        {u"info "_s + apps + u"/Ch"_s, {apps + u"/Chat.app"_s}},
+        {u"browsers Ma"_s, {}},
+    };
+    QString script = u"source \"$1\"\n"_s;
+    for (const auto &c : cases) {
+        script += u"COMP_WORDS=(\"$2\" %1); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); COMPREPLY=(); _sorvane; "
+                  u"printf '%s|' \"${COMPREPLY[@]}\"; echo\n"_s.arg(c.typed);
+    }
+    const CliRun run = CliSandbox::run(u"/bin/bash"_s,
+                                       {u"-c"_s, script, u"bash"_s, u"" SORVANE_CLI_DOCS "/sorvane.bash"_s,
+                                        QStringLiteral(SORVANE_CLI)},
+                                       cli.environment);
+    const QStringList lines = QString::fromUtf8(run.out).split(u'\n');
+    ASSERT_GE(lines.size(), std::size(cases)) << run.out.constData() << run.err.constData();
+    for (qsizetype i = 0; i < qsizetype(std::size(cases)); ++i) {
+        QStringList offered = lines.at(i).split(u'|', Qt::SkipEmptyParts);
+        offered.sort();
+        EXPECT_EQ(offered, cases[i].offered) << qPrintable(cases[i].typed);
+    }
+}
 #endif
+
+// The READMEs name the commands people can run: the command list of README.md holds exactly the
+// commands `sorvane --help` lists, and the examples run only commands that exist.
+TEST(Cli, TheReadmesNameTheCommandsHelpLists)
+{
+    const CliRun help = CliSandbox().sorvane({u"--help"_s});
+    ASSERT_EQ(help.exitCode, 0);
+    QStringList helpVerbs;
+    const QString helpText = QString::fromUtf8(help.out);
+    const QString commands = helpText.section(u"Commands:\n"_s, 1).section(u"\n\n"_s, 0, 0);
+    for (const QString &line : commands.split(u'\n', Qt::SkipEmptyParts))
+        helpVerbs.append(line.trimmed().section(u' ', 0, 0));
+    ASSERT_GE(helpVerbs.size(), 10) << help.out.constData();
+
+    const QRegularExpression verbAtLineStart(u"^sorvane ([a-z][a-z-]*)\\b"_s, QRegularExpression::MultilineOption);
+    const auto verbsIn = [&](const QString &text) {
+        QStringList verbs;
+        for (auto it = verbAtLineStart.globalMatch(text); it.hasNext();)
+            verbs.append(it.next().captured(1));
+        verbs.removeDuplicates();
+        verbs.sort();
+        return verbs;
+    };
+    const QString readme = QString::fromUtf8(readAll(QStringLiteral(SORVANE_SOURCE_DIR "/README.md")));
+    const QString listing = readme.section(u"## The `sorvane` command"_s, 1).section(u"```"_s, 1, 1);
+    helpVerbs.sort();
+    EXPECT_EQ(verbsIn(listing), helpVerbs);
+    for (const QString &verb : verbsIn(QString::fromUtf8(readAll(QStringLiteral(SORVANE_SOURCE_DIR "/examples/README.md")))))
+        EXPECT_TRUE(helpVerbs.contains(verb)) << "examples/README.md runs `sorvane " << qPrintable(verb) << "`";
+}

@@ -4,7 +4,9 @@
 
 #include "CliSandbox.h"
 
+#include <QDateTime>
 #include <QDeadlineTimer>
+#include <QTimeZone>
 #include <QDirIterator>
 #include <QImageReader>
 #include <QJsonArray>
@@ -16,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <csignal>
 #include <iostream>
 #include <unistd.h>
@@ -147,6 +150,59 @@ TEST(DesktopEntries, CreationWritesTheEntrySyncRepairsAndRemovesOrphansAndDelete
     const CliRun deleted = home.sorvane({u"delete"_s, u"--yes"_s, appId});
     ASSERT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
     EXPECT_EQ(menuFilesOf(home, appId), QStringList());
+}
+
+// A sync rewrites only the files that differ from what it would write, leaves the others as they
+// are (their times too), and prints each change, or "nothing to change".
+TEST(DesktopEntries, SyncRewritesOnlyWhatDiffersAndSaysWhat)
+{
+    Home home;
+    const CliRun created = home.create(u"Mail"_s, {u"--icon"_s, Icon});
+    ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+    const QString appId = json(created)[u"appID"_s].toString();
+    const QString entry = u"sorvane-"_s + appId + u".desktop"_s;
+    const QString entryPath = dataHome(home) + u"applications/"_s + entry;
+    const QStringList files = menuFilesOf(home, appId);
+    const QString icon = dataHome(home) + files.last();
+    const QString iconSize = files.last().section(u'/', 2, 2);
+    const QByteArray text = readAll(entryPath);
+
+    const struct
+    {
+        const char *damage;
+        std::function<void()> make;
+        QString says;
+    } cases[] = {
+        {"none", [] {}, u"nothing to change"_s},
+        {"name", [&] { writeFile(entryPath, QByteArray(text).replace("Name=Mail", "Name=Old")); },
+         u"updated %1 (Name changed)"_s.arg(entry)},
+        {"keys", [&] { writeFile(entryPath, QByteArray(text).replace("Terminal=false\n", "X-Extra=1\n")); },
+         u"updated %1 (Terminal changed, X-Extra removed)"_s.arg(entry)},
+        {"icon", [&] { writeFile(icon, "not a picture"); }, u"updated %1 (icon %2 changed)"_s.arg(entry, iconSize)},
+        {"stale size", [&] { writeFile(dataHome(home) + expectedMenuFiles(appId, {999}).last(), "stale"); },
+         u"updated %1 (icon 999x999 removed)"_s.arg(entry)},
+        {"no entry", [&] { QFile::remove(entryPath); }, u"created %1 (for %2)"_s.arg(entry, home.bundle(u"Mail"_s))},
+        {"orphan", [&] { writeFile(dataHome(home) + u"applications/sorvane-GONE-1.desktop"_s, "[Desktop Entry]\n"); },
+         u"removed sorvane-GONE-1.desktop (no registered app has the id GONE-1)"_s},
+    };
+    const QDateTime old(QDate(2001, 2, 3), QTime(4, 5, 6), QTimeZone::utc());
+    for (const auto &c : cases) {
+        for (const QString &file : menuFilesOf(home, appId)) {
+            QFile touched(dataHome(home) + file);
+            ASSERT_TRUE(touched.open(QIODevice::ReadWrite) && touched.setFileTime(old, QFileDevice::FileModificationTime));
+        }
+        c.make();
+        const CliRun sync = home.sorvane({u"desktop-entries"_s, u"--sync"_s});
+        ASSERT_EQ(sync.exitCode, 0) << c.damage << ": " << sync.err.toStdString();
+        EXPECT_EQ(QString::fromUtf8(sync.out).trimmed(), c.says) << c.damage;
+        EXPECT_EQ(readAll(entryPath), text) << c.damage;
+        EXPECT_EQ(menuFilesOf(home, appId), files) << c.damage;
+        // Only the damaged file was written.
+        const bool entryDamaged = c.says.startsWith(u"created"_s) || c.says.contains(u"Name"_s) ||
+                                  c.says.contains(u"X-Extra"_s);
+        EXPECT_EQ(QFileInfo(entryPath).lastModified() == old, !entryDamaged) << c.damage;
+        EXPECT_EQ(QFileInfo(icon).lastModified() == old, !c.says.contains(u"icon "_s + iconSize)) << c.damage;
+    }
 }
 
 namespace {

@@ -36,8 +36,9 @@ test('rules keep, route and default links from a real app window', { timeout: 12
     '--name', 'Example', '--url', appUrl, '--browser', 'chromium',
     '--allow', '*.example.test', '--default-destination', 'in-app',
   ]);
-  // The rules come from an edit, which does not rebuild the app for them.
-  const edited = await sandbox.sorvane(['edit', appPath, '--json',
+  // The rules come from an edit, which does not rebuild the app for them; they replace the one
+  // the app was made with, so the news route comes before the allow rule of its domain.
+  const edited = await sandbox.sorvane(['edit', appPath, '--json', '--replace-rules',
     '--route', 'news.example.test=default',
     '--allow', '*.example.test',
     '--route', `b.test=app:${bPath}`,

@@ -259,7 +259,7 @@ TEST(ScriptCli, ExitsAndPrints)
     const std::tuple<QString, int, QByteArray> cases[] = {
         // on success in standard output, else standard error
         {u"--url https://a/"_s, 2, "--name"},
-        {u"--name a/b --url https://a/"_s, 1, "Invalid Application Name. Please correct the name."},
+        {u"--name a/b --url https://a/"_s, 1, "name: 'a/b' contains '/', which a file name cannot hold"},
         {u"--name A --url https://a/ --browser brave"_s, 0, "\"A\" \"$ENGINE_WORKDIR\" \"/x/B.app"}};
     const QString tracker = qEnvironmentVariable("XDG_DATA_HOME") + u"/Sorvane/tracker.plist"_s;
     for (const auto &[arguments, exitCode, expected] : cases) {
