@@ -36,9 +36,8 @@ AppUpdateScheduler::~AppUpdateScheduler()
 void AppUpdateScheduler::start(std::chrono::milliseconds interval)
 {
     m_timer->setInterval(interval);
-    m_timer->start();
     // After the window is up: the notice is a question on it, and the first pass must not hold
-    // up the first frame.
+    // up the first frame. The hourly passes start once the notice is answered.
     QTimer::singleShot(0, this, [this] {
         SNAutoUpdateManager notice(m_context);
         if (notice.showAutomaticUpdatesNoticeIfNeeded(true)) {
@@ -49,6 +48,7 @@ void AppUpdateScheduler::start(std::chrono::milliseconds interval)
                 m_context.defaults().setValue(SNAutoUpdateManager::EnabledKey, false);
         }
         runPass();
+        m_timer->start();
     });
 }
 
