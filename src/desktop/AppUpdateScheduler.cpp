@@ -43,9 +43,9 @@ void AppUpdateScheduler::start(std::chrono::milliseconds interval)
         if (notice.showAutomaticUpdatesNoticeIfNeeded(true)) {
             const int answer = m_dialogs.ask(NoticeTitle, NoticeText, NoticeButtons);
             // Only "Turn Off" turns them off; closing the notice leaves them on. "Keep On" checks
-            // at once: the pass below.
+            // at once: the pass below, on the pool, rather than the manager's own run.
             if (answer == 1)
-                m_context.defaults().setValue(SNAutoUpdateManager::EnabledKey, false);
+                notice.answerNotice(false);
         }
         runPass();
         m_timer->start();
