@@ -4,6 +4,7 @@
 #include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "core/ShellEscaping.h"
+#include "CliMessages.h"
 #include "Command.h"
 
 #include "core/Context.h"
@@ -182,26 +183,25 @@ int browserNumber(const QString &key, QString *error)
         if (browser.typeKey == key)
             return browser.number;
     }
-    *error = u"browser: unknown browser %1 (see `sorvane browsers`)"_s.arg(DefinitionValidator::quoted(key));
+    *error = CliMessages::text(CliMessage::UnknownBrowser, {DefinitionValidator::quoted(key)});
     return -1;
 }
 
 QString nameRefusal(const QString &name)
 {
-    const QString reason = AppNameRule::refusalReason(name);
-    return reason.isEmpty() ? QString() : u"name: "_s + reason;
+    const std::optional<AppNameRule::Refusal> refusal = AppNameRule::refusal(name);
+    return refusal ? CliMessages::text(CliMessage::NameRefused, {refusal->problem, refusal->remedy}) : QString();
 }
 
 QString creationFailure(const QString &reason, const QString &appName)
 {
     if (reason == AppCreator::ReplaceMessage)
-        return u"name: an app named %1 is there already and was kept; --replace moves it to the Trash, "
-               u"--keep-both numbers the new one"_s.arg(DefinitionValidator::quoted(appName));
+        return CliMessages::text(CliMessage::NameTaken, {DefinitionValidator::quoted(appName)});
     if (reason.endsWith(SNAppScriptHelper::InvalidNameMessage))
         return nameRefusal(appName);
     if (reason.isEmpty() || reason == u"not created"_s)
-        return u"not created, for a reason Sorvane did not record; run again with --verbose to see its log lines"_s;
-    return reason;
+        return CliMessages::text(CliMessage::NoReasonRecorded, {DefinitionValidator::quoted(appName)});
+    return u"not created: "_s + reason;
 }
 
 std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, QString *error)
@@ -224,7 +224,7 @@ std::optional<QVariantList> rulesFromOptions(const QCommandLineParser &parser, Q
             const std::optional<QVariantMap> destination =
                 equals > 0 ? parseDestination(route.mid(equals + 1)) : std::nullopt;
             if (!destination) {
-                *error = u"route: %1 is not PATTERN=DEST with a valid destination"_s.arg(DefinitionValidator::quoted(route));
+                *error = CliMessages::text(CliMessage::RouteMalformed, {DefinitionValidator::quoted(route)});
                 return std::nullopt;
             }
             rules.append(QVariantMap{{SNRoutingConfig::keyId(), ruleId},
@@ -241,8 +241,7 @@ std::optional<QVariantMap> defaultDestinationFromOptions(const QCommandLineParse
     const QString text = parser.value(u"default-destination"_s);
     std::optional<QVariantMap> destination = parseDestination(text);
     if (!destination)
-        *error = u"default-destination: %1 is not in-app, default, browser:<id>[:<name>] or app:<path>"_s.arg(
-            DefinitionValidator::quoted(text));
+        *error = CliMessages::text(CliMessage::DefaultDestinationMalformed, {DefinitionValidator::quoted(text)});
     return destination;
 }
 
@@ -275,7 +274,7 @@ std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &par
         QString reason;
         app.appIcon = SNImage::fromFile(path, &reason);
         if (app.appIcon.isNull())
-            return refuse(u"icon: %1"_s.arg(DefinitionValidator::quoted(reason)));
+            return refuse(CliMessages::text(CliMessage::IconUnreadable, {DefinitionValidator::quoted(reason)}));
     }
     std::optional<QVariantList> rules = rulesFromOptions(parser, error);
     if (!rules)
@@ -304,7 +303,7 @@ int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *e
             }
         }
         if (!parser.isSet(u"allow-missing-browser"_s)) {
-            *error = u"browser: no supported browser is installed (see `sorvane browsers`)"_s;
+            *error = CliMessages::text(CliMessage::NoBrowserInstalled);
             return -1;
         }
         Command::printWarning(u"browser: none installed; the app uses chrome and starts once it is"_s, parser);
@@ -317,8 +316,7 @@ int chooseBrowser(const QCommandLineParser &parser, Context &context, QString *e
     if (!installed(browser)) {
         const QString engine = SNAppScriptHelper::getBrowserPath(browser.typeKey, context.defaults());
         if (!parser.isSet(u"allow-missing-browser"_s)) {
-            *error = u"browser: %1 is not installed (no engine at %2); --allow-missing-browser makes the app anyway"_s
-                         .arg(browser.browserName, engine);
+            *error = CliMessages::text(CliMessage::BrowserNotInstalled, {browser.browserName, engine});
             return -1;
         }
         Command::printWarning(u"browser: %1 is not installed (no engine at %2); the app starts once it is"_s.arg(

@@ -23,8 +23,9 @@ std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &par
 // "name: <why>" when an app cannot have `name` (the reason says what to change), else empty.
 QString nameRefusal(const QString &name);
 
-// Why an app named `appName` was not created, for the command line: the creation's own reason,
-// with the replace question and the bare refusals turned into what happened and what to do.
+// Why an app named `appName` was not created, for the command line: "not created: " and the
+// creation's own reason, or the replace question and the bare refusals turned into what happened
+// and what to do.
 QString creationFailure(const QString &reason, const QString &appName);
 
 // The routing rules of --allow and --route, in the order given, or nothing with the error.

@@ -1,6 +1,9 @@
 #include "AppReference.h"
 
+#include "CliMessages.h"
+
 #include "core/SNAppTracker.h"
+#include "generation/DefinitionValidator.h"
 #include "maintenance/SNUpdaterHelper.h"
 
 #include <QDir>
@@ -66,14 +69,13 @@ std::optional<AppReference> AppReference::resolve(const QString &argument, Conte
             if (ambiguous)
                 *ambiguous = true;
             if (error)
-                *error = u"%1 names %2 apps: %3; name one by its id or path"_s.arg(argument)
-                             .arg(found.size())
-                             .arg(candidates.join(u"; "_s));
+                *error = CliMessages::text(CliMessage::AmbiguousApp, {DefinitionValidator::quoted(argument),
+                                                                      QString::number(found.size()),
+                                                                      candidates.join(u", "_s)});
             return std::nullopt;
         }
     }
     if (error)
-        *error = u"no app is named %1, has that id (or id start), or is a bundle at that path; `sorvane list` shows them"_s
-                     .arg(argument);
+        *error = CliMessages::text(CliMessage::UnknownApp, {DefinitionValidator::quoted(argument)});
     return std::nullopt;
 }

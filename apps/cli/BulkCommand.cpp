@@ -47,7 +47,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
     QString error;
     const int browser = AppOptions::chooseBrowser(parser, context, &error);
     if (browser < 0) {
-        printError(error);
+        printFailure(error);
         return Failure;
     }
     const QString path = parser.positionalArguments().constFirst();
@@ -56,8 +56,10 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
     const QJsonDocument document =
         file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll(), &parseError) : QJsonDocument();
     if (!document.isArray()) {
-        printError(u"%1: not a readable JSON array of app definitions%2"_s.arg(
-            path, parseError.error ? u" (%1)"_s.arg(parseError.errorString()) : QString()));
+        printFailure(CliMessage::NotAnAppList,
+                     {DefinitionValidator::quoted(path),
+                      parseError.error ? u" (%1 at byte %2)"_s.arg(parseError.errorString()).arg(parseError.offset)
+                                       : QString()});
         return Failure;
     }
 
@@ -75,7 +77,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         parsed.append(entries.at(i).isObject()
                           ? AppDefinition::fromDictionary(entries.at(i).toObject().toVariantMap(), baseFolder, &error)
                           : std::nullopt);
-        parseErrors.append(entries.at(i).isObject() ? error : u"not an object"_s);
+        parseErrors.append(entries.at(i).isObject() ? error : QString());
         if (parsed.last()) {
             list.addApp(*parsed.last());
             listEntries.append(i);
@@ -86,15 +88,16 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
             DefinitionValidator::quoted(entries.at(i).toObject().value(u"appName"_s).toString()));
     };
     if (const int row = list.firstRowWithInvalidName(); row >= 0) {
-        const QString &name = list.cell(row).bulkApp.appName;
-        printError(u"%1: appName: %2; nothing was created"_s.arg(
-            label(listEntries.at(row)),
-            AppNameRule::refusalReason(name)));
+        const AppNameRule::Refusal refusal = AppNameRule::refusal(list.cell(row).bulkApp.appName)
+                                                  .value_or(AppNameRule::Refusal{u"not a name an app can have"_s, u"choose another"_s});
+        printFailure(label(listEntries.at(row)) + u": "_s +
+                     CliMessages::text(CliMessage::EntryNameRefused, {refusal.problem, refusal.remedy}));
         return Failure;
     }
     if (const int row = list.firstRowWithInvalidURL(); row >= 0) {
-        printError(u"%1: appURL: an address needs at least %2 characters; nothing was created"_s.arg(
-            label(listEntries.at(row)), QString::number(SNBulkAppsManager::MinimumURLLength)));
+        printFailure(label(listEntries.at(row)) + u": "_s +
+                     CliMessages::text(CliMessage::EntryAddressTooShort,
+                                       {QString::number(SNBulkAppsManager::MinimumURLLength)}));
         return Failure;
     }
 
@@ -112,11 +115,12 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
             labels.append(label(i));
         } else {
             allGood = false;
-            printError(u"%1: %2"_s.arg(label(i), error));
+            printFailure(entries.at(i).isObject() ? label(i) + u": "_s + error
+                                                  : CliMessages::text(CliMessage::EntryNotAnObject, {label(i)}));
         }
     }
 
-    CliPrompter prompter(parser.isSet(u"replace"_s), u"--replace or --keep-both"_s);
+    CliPrompter prompter(parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
     prompter.offerKeepBoth();
     CreateAppsJob job(context, {apps, browser,
                                 parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
@@ -131,8 +135,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         if (outcome.created)
             results.append(AppOptions::createdApp(*outcome.created));
         else
-            printError(u"%1: not created: %2"_s.arg(labels.at(index),
-                                                    AppOptions::creationFailure(outcome.error, outcome.app.appName)));
+            printFailure(labels.at(index) + u": "_s + AppOptions::creationFailure(outcome.error, outcome.app.appName));
         if (terminal)
             QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(apps.size()).arg(outcome.app.appName);
     });

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CliMessages.h"
+
 #include "core/Prompter.h"
 
 #include <QString>
@@ -13,9 +15,9 @@
 class CliPrompter final : public Prompter
 {
 public:
-    // `answerFirst`: the option that answers every question was given. `options`: how to answer
-    // without a terminal, as the refusal names it ("--yes", "--replace or --keep-both").
-    CliPrompter(bool answerFirst, QString options);
+    // `answerFirst`: the option that answers every question was given. `noTerminal`: the
+    // refusal that names the options that answer without a terminal.
+    CliPrompter(bool answerFirst, CliMessage noTerminal);
 
     // The generator's replace question also offers to keep both apps.
     void offerKeepBoth() { m_offerKeepBoth = true; }
@@ -33,7 +35,7 @@ public:
 
 private:
     bool m_answerFirst;
-    QString m_options;
+    CliMessage m_noTerminal;
     bool m_offerKeepBoth = false;
     bool m_lackedTerminal = false;
 };

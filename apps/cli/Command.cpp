@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QTextStream>
 
 #include <algorithm>
@@ -23,21 +24,44 @@ Command::~Command() = default;
 
 namespace {
 
-// Why `value` is not of the kind its value name says, or nothing.
-std::optional<QString> wrongKind(const QString &valueName, const QString &value)
+// Why `value` is not of the kind its value name says, or nothing; `field` names where it was
+// given.
+std::optional<QString> wrongKind(const QString &field, const QString &valueName, const QString &value)
 {
     const QFileInfo file(value);
+    const QString quoted = DefinitionValidator::quoted(value);
     if (valueName == u"DIR"_s && file.exists() && !file.isDir())
-        return u"%1 is not a folder"_s.arg(DefinitionValidator::quoted(value));
+        return CliMessages::text(CliMessage::NotAFolder, {field, quoted});
     if (valueName == u"FILE"_s && file.isDir())
-        return u"%1 is a folder, not a file"_s.arg(DefinitionValidator::quoted(value));
+        return CliMessages::text(CliMessage::NotAFile, {field, quoted});
     if (valueName == u"SECONDS"_s) {
         bool number = false;
         value.toUInt(&number);
         if (!number)
-            return u"%1 is not a whole number of seconds"_s.arg(DefinitionValidator::quoted(value));
+            return CliMessages::text(CliMessage::NotWholeSeconds, {field, quoted});
     }
     return std::nullopt;
+}
+
+// Qt's parser error ("Unknown option 'x'.", "Missing value after '--x'.") in our words.
+QString parserProblem(QString text, const QString &command, const CommandSyntax &syntax)
+{
+    if (text.endsWith(u'.'))
+        text.chop(1);
+    static const QRegularExpression unknown(u"^Unknown options?:? '?([^']*)'?$"_s);
+    static const QRegularExpression afterOption(u"^(Missing|Unexpected) value after '-*([^'=]*)'$"_s);
+    if (const QRegularExpressionMatch match = unknown.match(text); match.hasMatch())
+        return CliMessages::text(CliMessage::UnknownOption, {match.captured(1), command});
+    if (const QRegularExpressionMatch match = afterOption.match(text); match.hasMatch()) {
+        const QString option = match.captured(2);
+        if (match.captured(1) == u"Unexpected"_s)
+            return CliMessages::text(CliMessage::UnexpectedValue, {option});
+        const CommandSyntax::Option *known = syntax.option(option);
+        return CliMessages::text(CliMessage::MissingValue, {option, known ? known->valueName : u"VALUE"_s});
+    }
+    if (!text.isEmpty())
+        text[0] = text.at(0).toLower();
+    return CliMessages::text(CliMessage::UnreadableCommandLine, {text, command});
 }
 
 } // namespace
@@ -48,18 +72,21 @@ int Command::execute(const QStringList &arguments, Context &context)
     prepareParser(parser);
     const CommandSyntax syntax = CommandSyntax::of(parser);
 
-    const auto usageError = [&](const QString &text) {
-        printError(u"sorvane %1: %2"_s.arg(name(), text));
+    const auto usageError = [&](CliMessage message, const QStringList &fields) {
+        printFailure(message, fields);
         return BadUsage;
     };
-    if (!parser.parse(arguments))
-        return usageError(parser.errorText());
+    if (!parser.parse(arguments)) {
+        printFailure(parserProblem(parser.errorText(), name(), syntax));
+        return BadUsage;
+    }
     const QStringList positionals = parser.positionalArguments();
     if (positionalArguments() != AnyNumber && positionals.size() > positionalArguments())
-        return usageError(u"unexpected argument %1"_s.arg(DefinitionValidator::quoted(positionals.at(positionalArguments()))));
+        return usageError(CliMessage::ExtraArgument,
+                          {DefinitionValidator::quoted(positionals.at(positionalArguments())), name()});
     for (const QString &optionName : parser.optionNames()) {
         if (parser.values(optionName).size() > 1 && !repeatableOptions().contains(optionName))
-            return usageError(u"--%1 may be given only once"_s.arg(optionName));
+            return usageError(CliMessage::OptionRepeated, {optionName});
     }
     if (parser.isSet(u"help"_s) || parser.isSet(u"help-all"_s)) {
         if (parser.isSet(u"json"_s))
@@ -68,20 +95,25 @@ int Command::execute(const QStringList &arguments, Context &context)
             print(helpText(parser));
         return Success;
     }
+    // The name of the positional argument at `index` ("APP"); the last names any further ones.
+    const auto positionalName = [&](qsizetype index) {
+        return syntax.positionals.value(std::min(index, syntax.positionals.size() - 1), u"argument"_s).toUpper();
+    };
     if (positionals.size() < requiredPositionalArguments())
-        return usageError(u"missing %1"_s.arg(syntax.positionals.value(positionals.size(), u"argument"_s)));
-    for (const QString &positional : positionals) {
-        if (positional.isEmpty())
-            return usageError(u"an argument is empty"_s);
+        return usageError(CliMessage::MissingArgument, {positionalName(positionals.size()), name()});
+    for (qsizetype i = 0; i < positionals.size(); ++i) {
+        if (positionals.at(i).isEmpty())
+            return usageError(CliMessage::EmptyArgument, {positionalName(i)});
     }
     for (const QStringList &group : exclusiveOptions()) {
         QStringList given;
         for (const QString &option : group) {
             if (parser.isSet(option))
-                given.append(u"--"_s + option);
+                given.append(option);
         }
         if (given.size() > 1)
-            return usageError(u"%1 exclude each other"_s.arg(given.join(u" and "_s)));
+            return usageError(CliMessage::ExclusiveOptions,
+                              {given.takeFirst(), u"--"_s + given.join(u" and --"_s)});
     }
     for (const QString &optionName : parser.optionNames()) {
         const CommandSyntax::Option *option = syntax.option(optionName);
@@ -89,16 +121,19 @@ int Command::execute(const QStringList &arguments, Context &context)
             continue;
         for (const QString &value : parser.values(optionName)) {
             if (value.isEmpty())
-                return usageError(u"--%1 needs a value (%2)"_s.arg(optionName, option->valueName));
-            if (const std::optional<QString> wrong = wrongKind(option->valueName, value))
-                return usageError(u"--%1: %2"_s.arg(optionName, *wrong));
+                return usageError(CliMessage::MissingValue, {optionName, option->valueName});
+            if (const std::optional<QString> wrong = wrongKind(optionName, option->valueName, value)) {
+                printFailure(*wrong);
+                return BadUsage;
+            }
         }
     }
     for (qsizetype i = 0; i < positionals.size(); ++i) {
         // The value name of a positional argument is its name ("FILE").
-        const QString kind = syntax.positionals.value(std::min(i, syntax.positionals.size() - 1)).toUpper();
-        if (const std::optional<QString> wrong = wrongKind(kind, positionals.at(i)))
-            return usageError(*wrong);
+        if (const std::optional<QString> wrong = wrongKind(positionalName(i), positionalName(i), positionals.at(i))) {
+            printFailure(*wrong);
+            return BadUsage;
+        }
     }
 
     Logger::setLogFile(Platform::logFolder(context.homeFolder()) + u"/sorvane.log"_s);
@@ -189,6 +224,16 @@ void Command::print(const QString &text)
 void Command::printError(const QString &text)
 {
     QTextStream(stderr) << text << '\n';
+}
+
+void Command::printFailure(const QString &text) const
+{
+    printError(u"sorvane %1: %2"_s.arg(name(), text));
+}
+
+void Command::printFailure(CliMessage message, const QStringList &arguments) const
+{
+    printFailure(CliMessages::text(message, arguments));
 }
 
 void Command::printNote(const QString &text, const QCommandLineParser &parser)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CliMessages.h"
+
 #include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
@@ -68,4 +70,7 @@ protected:
     static void printJson(const QVariant &document);
     static void print(const QString &text);
     static void printError(const QString &text);
+    // A refusal or failure: "sorvane <command>: " and the text, on standard error.
+    void printFailure(const QString &text) const;
+    void printFailure(CliMessage message, const QStringList &arguments = {}) const;
 };

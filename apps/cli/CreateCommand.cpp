@@ -31,30 +31,33 @@ QList<QStringList> CreateCommand::exclusiveOptions() const
 
 int CreateCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const QString usage = u"sorvane create: "_s;
-    if (!parser.isSet(u"name"_s) || parser.isSet(u"url"_s) == parser.isSet(u"tab"_s)) {
-        printError(usage + u"give --name and either --url or one or more --tab"_s);
+    if (!parser.isSet(u"name"_s)) {
+        printFailure(CliMessage::NameMissing);
+        return BadUsage;
+    }
+    if (!parser.isSet(u"url"_s) && !parser.isSet(u"tab"_s)) {
+        printFailure(CliMessage::AddressMissing);
         return BadUsage;
     }
     if ((parser.isSet(u"extension"_s) || parser.isSet(u"import-data"_s)) && !parser.isSet(u"profile"_s)) {
-        printError(usage + u"--extension and --import-data need --profile"_s);
+        printFailure(CliMessage::ProfileMissing);
         return BadUsage;
     }
 
     if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
-        printError(refusal);
+        printFailure(refusal);
         return Failure;
     }
 
     QString error;
     const int browser = AppOptions::chooseBrowser(parser, context, &error);
     if (browser < 0) {
-        printError(error);
+        printFailure(error);
         return Failure;
     }
     std::optional<AppDefinition> app = AppOptions::definitionFromOptions(parser, &error);
     if (!app || !DefinitionValidator(context, QDir::currentPath()).validate(*app, &error)) {
-        printError(error);
+        printFailure(app ? CliMessages::inOptionTerms(error, app->routingRules) : error);
         return Failure;
     }
     if (!parser.isSet(u"icon"_s) && AppOptions::iconSearchWanted(parser))
@@ -69,22 +72,22 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"profile"_s) &&
         !(importOnly && ProfileChoice::isMissing(context, *app, parser.value(u"profile"_s))) &&
         !ProfileChoice::apply(context, *app, profile, parser.value(u"profile"_s), parser.values(u"extension"_s), &error)) {
-        printError(error);
+        printFailure(error);
         return Failure;
     }
     std::optional<DataImportOption::Request> dataImport;
     if (!DataImportOption::fromOptions(parser, context, *app, profile, &dataImport, &error)) {
-        printError(error);
+        printFailure(error);
         return Failure;
     }
-    CliPrompter prompter(parser.isSet(u"replace"_s), u"--replace or --keep-both"_s);
+    CliPrompter prompter(parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
     prompter.offerKeepBoth();
     CreateAppJob job(context, {*app, profile,
                                parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
                                QDir::currentPath()});
     job.setPrompter(&prompter);
     if (!job.exec()) {
-        printError(AppOptions::creationFailure(job.errorText(), app->appName));
+        printFailure(AppOptions::creationFailure(job.errorText(), app->appName));
         return prompter.lackedTerminal() ? BadUsage : Failure;
     }
     QVariantMap result = AppOptions::createdApp(job.result());

@@ -1,13 +1,13 @@
 #include "DataImportOption.h"
 
+#include "CliMessages.h"
+
 #include "core/BrowserCatalogue.h"
 #include "core/BrowserLocator.h"
 #include "core/Context.h"
-#include "editing/ImportBrowserDataJob.h"
 #include "core/Logger.h"
 #include "core/UserDefaults.h"
 #include "editing/BrowserDataImporter.h"
-#include "core/Context.h"
 #include "editing/ImportBrowserDataJob.h"
 #include "generation/AppCreator.h"
 #include "generation/DefinitionValidator.h"
@@ -35,8 +35,7 @@ bool fromOptions(const QCommandLineParser &parser, Context &context, const AppDe
         }
         const std::optional<ImportCategory> category = ImportCategories::fromRawValue(name);
         if (!category) {
-            *error = u"import-data: %1 is not bookmarks, extensions, settings, history, passwords or default"_s.arg(
-                DefinitionValidator::quoted(name));
+            *error = CliMessages::text(CliMessage::UnknownImportCategory, {DefinitionValidator::quoted(name)});
             return false;
         }
         wanted.categories.append(*category);
@@ -46,9 +45,7 @@ bool fromOptions(const QCommandLineParser &parser, Context &context, const AppDe
 
     const BrowserDataImporter importer(wanted.userDataFolder);
     if (!wanted.profileKey.isEmpty() && BrowserDataImporter::needsClosedBrowser(wanted.categories, wanted.extensions) && importer.sourceInUse()) {
-        *error = u"import-data: %1 is running on this profile and keeps its history, passwords and extension data "
-                 "open; quit it and try again (bookmarks and settings can be imported while it runs)"_s.arg(
-                     browser.browserName);
+        *error = CliMessages::text(CliMessage::SourceBrowserRunning, {browser.browserName});
         return false;
     }
     *request = wanted;

@@ -18,7 +18,7 @@ void DeleteCommand::addOptions(QCommandLineParser &parser)
 int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
 {
     if (parser.positionalArguments().isEmpty()) {
-        printError(u"sorvane delete: name the apps by name, id or bundle path"_s);
+        printFailure(CliMessage::NoAppsNamed);
         return BadUsage;
     }
     QList<AppReference> apps;
@@ -27,12 +27,12 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
         bool ambiguous = false;
         const std::optional<AppReference> app = AppReference::resolve(argument, context, &error, &ambiguous);
         if (!app) {
-            printError(u"sorvane delete: "_s + error);
+            printFailure(error);
             return ambiguous ? BadUsage : Failure;
         }
         apps.append(*app);
     }
-    CliPrompter prompter(parser.isSet(u"yes"_s), u"--yes"_s);
+    CliPrompter prompter(parser.isSet(u"yes"_s), CliMessage::NoTerminalForDelete);
     QVariantList results;
     bool allDeleted = true;
     for (const AppReference &app : apps) {
@@ -53,7 +53,7 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
         QString error;
         QString trashed;
         if (!AppRemover::deleteApp(context, app.appId, app.path, &error, &trashed)) {
-            printError(u"sorvane delete: "_s + error);
+            printFailure(error);
             result.insert(u"error"_s, error);
             allDeleted = false;
         } else {

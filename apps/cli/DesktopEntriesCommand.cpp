@@ -50,7 +50,7 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
                              : u"updated %1 (%2)"_s.arg(file, changes.join(u", "_s)));
         } else {
             failed.append(QVariantMap{{u"appId"_s, item.appId}, {u"error"_s, error}});
-            printError(u"sorvane desktop-entries: "_s + error);
+            printFailure(error);
         }
     }
     for (const QString &id : std::as_const(present)) {
@@ -65,7 +65,7 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
                 QFileInfo(entries.entryPath(id)).fileName(), id));
         } else {
             failed.append(QVariantMap{{u"appId"_s, id}, {u"error"_s, error}});
-            printError(u"sorvane desktop-entries: "_s + error);
+            printFailure(error);
         }
     }
     QString sorvaneEntry;
@@ -84,7 +84,7 @@ int DesktopEntriesCommand::run(const QCommandLineParser &parser, Context &contex
                 lines.append(u"removed sorvane.desktop (the installed %1 serves)"_s.arg(entries.installedSorvaneEntry()));
             break;
         case DesktopEntries::SorvaneEntry::Failed:
-            printError(u"sorvane desktop-entries: "_s + error);
+            printFailure(error);
             break;
         }
     }

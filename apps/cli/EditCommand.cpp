@@ -4,6 +4,7 @@
 #include "AppReference.h"
 #include "CliPrompter.h"
 
+#include "core/AppNameRule.h"
 #include "core/BrowserCatalogue.h"
 #include "editing/AppEditor.h"
 #include "editing/EditAppJob.h"
@@ -103,13 +104,12 @@ QStringList EditCommand::repeatableOptions() const
 
 int EditCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const QString usage = u"sorvane edit: "_s;
     if (parser.isSet(u"restore-backup"_s) && !parser.isSet(u"browser"_s)) {
-        printError(usage + u"--restore-backup needs --browser"_s);
+        printFailure(CliMessage::RestoreNeedsBrowser);
         return BadUsage;
     }
     if (parser.isSet(u"replace-rules"_s) && !parser.isSet(u"allow"_s) && !parser.isSet(u"route"_s)) {
-        printError(usage + u"--replace-rules needs the new rules (--allow or --route); --no-rules drops them all"_s);
+        printFailure(CliMessage::RulesMissing);
         return BadUsage;
     }
 
@@ -121,16 +121,16 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     const std::optional<SNEditorItem> original =
         reference ? editor.load(reference->path, reference->appId, &error) : std::nullopt;
     if (!original) {
-        printError(usage + error);
+        printFailure(error);
         return ambiguous ? BadUsage : Failure;
     }
 
     AppEditor::Change change{*original, {}, parser.isSet(u"restore-backup"_s)};
     AppDefinition &app = change.edited.appItem;
     if (parser.isSet(u"name"_s)) {
-        if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
-            printError(usage + refusal +
-                       u" (%1 keeps its name)"_s.arg(DefinitionValidator::quoted(original->appItem.appName)));
+        if (const std::optional<AppNameRule::Refusal> refusal = AppNameRule::refusal(parser.value(u"name"_s))) {
+            printFailure(CliMessage::NameKeptOnEdit, {refusal->problem, refusal->remedy,
+                                                      DefinitionValidator::quoted(original->appItem.appName)});
             return Failure;
         }
         app.appName = parser.value(u"name"_s);
@@ -139,7 +139,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         QString reason;
         change.newIcon = SNImage::fromFile(parser.value(u"icon"_s), &reason);
         if (change.newIcon.isNull()) {
-            printError(u"icon: %1"_s.arg(DefinitionValidator::quoted(reason)));
+            printFailure(CliMessage::IconUnreadable, {DefinitionValidator::quoted(reason)});
             return Failure;
         }
     }
@@ -169,7 +169,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"allow"_s) || parser.isSet(u"route"_s)) {
         const std::optional<QVariantList> rules = AppOptions::rulesFromOptions(parser, &error);
         if (!rules) {
-            printError(usage + error);
+            printFailure(error);
             return Failure;
         }
         if (parser.isSet(u"replace-rules"_s)) {
@@ -184,7 +184,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"default-destination"_s)) {
         app.defaultDestination = AppOptions::defaultDestinationFromOptions(parser, &error);
         if (!app.defaultDestination) {
-            printError(error);
+            printFailure(error);
             return Failure;
         }
     }
@@ -197,7 +197,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"browser"_s)) {
         const int number = AppOptions::chooseBrowser(parser, context, &error);
         if (number < 0) {
-            printError(error);
+            printFailure(error);
             return Failure;
         }
         change.edited.browser = BrowserCatalogue::byNumber(number).typeKey;
@@ -207,17 +207,18 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         const QString to = BrowserCatalogue::byTypeKey(change.edited.browser).browserName;
         const QString warning = ProfileBackup::switchWarning(original->appItem.appName, from, to,
                                                              change.restoreBackup);
-        CliPrompter prompter(parser.isSet(u"yes"_s), u"--yes"_s);
+        CliPrompter prompter(parser.isSet(u"yes"_s), CliMessage::NoTerminalForSwitch);
         if (prompter.ask(u"Switch %1 from %2 to %3?"_s.arg(original->appItem.appName, from, to), warning,
                          {u"Switch"_s, u"Cancel"_s}) != 0) {
-            printError(usage + u"the engine switch was not confirmed (--yes confirms it); nothing changed"_s);
+            if (!prompter.lackedTerminal())
+                printFailure(CliMessage::SwitchNotConfirmed, {from, to});
             return prompter.lackedTerminal() ? BadUsage : Failure;
         }
     }
 
     EditAppJob job(context, *original, change);
     if (!job.exec()) {
-        printError(usage + job.errorText());
+        printFailure(CliMessages::inOptionTerms(job.errorText(), app.routingRules));
         return Failure;
     }
     const SNEditorItem &result = job.result();

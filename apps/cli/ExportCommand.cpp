@@ -3,6 +3,7 @@
 #include "AppReference.h"
 
 #include "editing/SNExporter.h"
+#include "generation/DefinitionValidator.h"
 
 #include <QDir>
 
@@ -19,13 +20,12 @@ void ExportCommand::addOptions(QCommandLineParser &parser)
 
 int ExportCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const QString usage = u"sorvane export: "_s;
     if (parser.isSet(u"all"_s) == !parser.positionalArguments().isEmpty()) {
-        printError(usage + u"name the apps by name, id or bundle path, or give --all"_s);
+        printFailure(CliMessage::NoAppsNamedOrAll);
         return BadUsage;
     }
     if (parser.value(u"output"_s).isEmpty()) {
-        printError(usage + u"--output names the file to write"_s);
+        printFailure(CliMessage::OutputMissing);
         return BadUsage;
     }
     SNExporter exporter(context);
@@ -41,10 +41,9 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
             return app && candidate.appPath == app->path;
         });
         if (!app || row == offered.cend()) {
-            printError(usage + (app ? u"%1: %2 has no stored settings to export (Sorvane keeps them only for the "
-                                      u"apps it lists); `sorvane list` shows the apps that can be exported"_s
-                                          .arg(argument, app->path)
-                                    : error));
+            printFailure(app ? CliMessages::text(CliMessage::NothingToExport,
+                                                 {DefinitionValidator::quoted(argument), app->path})
+                             : error);
             return ambiguous ? BadUsage : Failure;
         }
         chosen.append(*row);
@@ -53,8 +52,7 @@ int ExportCommand::run(const QCommandLineParser &parser, Context &context)
     const std::optional<QString> written =
         SNExporter::save(exporter.exportConfig(chosen), QDir(parser.value(u"output"_s)).absolutePath(), &error);
     if (!written) {
-        printError(usage + u"output: %1 was not written (%2); choose a folder you can write to"_s.arg(
-                               QDir(parser.value(u"output"_s)).absolutePath(), error));
+        printFailure(CliMessage::OutputNotWritten, {QDir(parser.value(u"output"_s)).absolutePath(), error});
         return Failure;
     }
     if (parser.isSet(u"json"_s))

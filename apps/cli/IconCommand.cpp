@@ -3,6 +3,7 @@
 #include "core/AtomicWriter.h"
 #include "core/WebAddress.h"
 #include "editing/SNFaviconHelper.h"
+#include "generation/DefinitionValidator.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -23,23 +24,18 @@ void IconCommand::addOptions(QCommandLineParser &parser)
 
 int IconCommand::run(const QCommandLineParser &parser, Context &)
 {
-    const QString usage = u"sorvane icon: "_s;
-    if (parser.positionalArguments().constFirst().trimmed().isEmpty()) {
-        printError(usage + u"give one URL"_s);
-        return BadUsage;
-    }
     const std::chrono::seconds timeout{parser.value(u"timeout"_s).toUInt()};
     if (timeout < MinimumTimeout || timeout > MaximumTimeout) {
-        printError(usage + u"--timeout: %1 seconds is not from %2 to %3"_s.arg(timeout.count())
-                               .arg(MinimumTimeout.count())
-                               .arg(MaximumTimeout.count()));
+        printFailure(CliMessage::TimeoutOutOfRange, {QString::number(timeout.count()),
+                                                     QString::number(MinimumTimeout.count()),
+                                                     QString::number(MaximumTimeout.count())});
         return BadUsage;
     }
     const QString typed = parser.positionalArguments().constFirst().trimmed();
     const QString address = WebAddress::withScheme(typed);
     const QUrl url(address, QUrl::StrictMode);
     if (!url.isValid() || (url.host().isEmpty() && url.scheme() != u"file"_s)) {
-        printError(usage + u"URL: '%1' is not a web address; give an http or https address such as https://example.org"_s.arg(address));
+        printFailure(CliMessage::NotAWebAddress, {DefinitionValidator::quoted(typed.isEmpty() ? typed : address)});
         return Failure;
     }
 
@@ -49,9 +45,7 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
     helper.setLimits(limits);
     const SNFaviconHelper::Found found = helper.searchAddress(typed);
     if (found.image.isNull()) {
-        printError(u"icon: none found for %1 (the page names no icon that could be read, and it has no "
-                   u"/favicon.ico); try the site's home page, or a longer --timeout for a slow site"_s.arg(
-                       found.address.isEmpty() ? url.toString() : found.address));
+        printFailure(CliMessage::NoIconFound, {found.address.isEmpty() ? url.toString() : found.address});
         return Failure;
     }
     const QImage image = found.image.largestRepresentation();
@@ -63,8 +57,8 @@ int IconCommand::run(const QCommandLineParser &parser, Context &)
         QString error;
         if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG") ||
             !AtomicWriter::write(output, png, &error)) {
-            printError(u"output: cannot write %1%2; choose a folder you can write to"_s.arg(
-            output, error.isEmpty() ? QString() : u" ("_s + error + u')'));
+            printFailure(CliMessage::OutputNotWritten,
+                         {output, error.isEmpty() ? u"the image could not be encoded as PNG"_s : error});
             return Failure;
         }
     }

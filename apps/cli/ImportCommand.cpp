@@ -30,8 +30,7 @@ QList<QStringList> ImportCommand::exclusiveOptions() const
 
 int ImportCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const QString usage = u"sorvane import: "_s;
-    CliPrompter prompter(parser.isSet(u"replace"_s), u"--replace or --keep-both"_s);
+    CliPrompter prompter(parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
     prompter.offerKeepBoth();
     ImportAppSetJob importer(context, parser.positionalArguments().constFirst(),
                              {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),
@@ -40,10 +39,11 @@ int ImportCommand::run(const QCommandLineParser &parser, Context &context)
     if (!importer.exec() && !importer.fileRead()) {
         const QString prefix = SNExporter::InvalidFileMessage + u": "_s;
         const QString reason = importer.errorText();
-        printError(usage + (reason.startsWith(prefix)
-                                ? u"file: %1 is not an app set Sorvane can read (%2); `sorvane export` writes one"_s.arg(
-                                      parser.positionalArguments().constFirst(), reason.mid(prefix.size()))
-                                : reason));
+        printFailure(reason.startsWith(prefix)
+                         ? CliMessages::text(CliMessage::NotAnAppSet,
+                                             {DefinitionValidator::quoted(parser.positionalArguments().constFirst()),
+                                              reason.mid(prefix.size())})
+                         : reason);
         return Failure;
     }
     QVariantList created;
@@ -57,8 +57,9 @@ int ImportCommand::run(const QCommandLineParser &parser, Context &context)
         }
         const QString label = u"entry %1 (%2)"_s.arg(DefinitionValidator::quoted(outcome.key),
                                                      DefinitionValidator::quoted(outcome.appName));
-        refused.append(QVariantMap{{u"key"_s, outcome.key}, {u"appName"_s, outcome.appName}, {u"error"_s, outcome.error}});
-        printError(u"%1: not created: %2"_s.arg(label, AppOptions::creationFailure(outcome.error, outcome.appName)));
+        const QString reason = AppOptions::creationFailure(outcome.error, outcome.appName);
+        refused.append(QVariantMap{{u"key"_s, outcome.key}, {u"appName"_s, outcome.appName}, {u"error"_s, reason}});
+        printFailure(label + u": "_s + reason);
     }
     if (parser.isSet(u"json"_s))
         printJson(QVariantMap{{u"created"_s, created}, {u"refused"_s, refused}});

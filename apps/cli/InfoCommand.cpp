@@ -25,22 +25,16 @@ void InfoCommand::addOptions(QCommandLineParser &parser)
 
 int InfoCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    if (parser.positionalArguments().size() != 1) {
-        printError(u"sorvane info: name one app by its name, id or bundle path"_s);
-        return BadUsage;
-    }
     QString error;
     bool ambiguous = false;
     const std::optional<AppReference> app = AppReference::resolve(parser.positionalArguments().first(), context, &error, &ambiguous);
     if (!app) {
-        printError(u"sorvane info: "_s + error);
+        printFailure(error);
         return ambiguous ? BadUsage : Failure;
     }
     const std::optional<QVariantMap> info = SNUpdaterHelper::appInfo(app->path);
     if (!info) {
-        printError(u"sorvane info: %1: its launcher script (Contents/Resources/script) is missing or unreadable, so "
-                   u"the app cannot be read back nor started; make it again with `sorvane create`, or from an "
-                   u"export with `sorvane import`"_s.arg(app->path));
+        printFailure(CliMessage::LauncherScriptUnreadable, {app->path});
         return Failure;
     }
     const AppHealth health = AppHealth::check(context, app->path, app->appId, *info);

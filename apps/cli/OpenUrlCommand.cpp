@@ -19,8 +19,7 @@ int OpenUrlCommand::run(const QCommandLineParser &parser, Context &)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 1 || !DeepLinkChannel::isSendable(arguments.constFirst())) {
-        printError(u"sorvane open-url: give one URL on one line, shorter than %1 bytes"_s.arg(
-            DeepLinkChannel::MaximumLineBytes));
+        printFailure(CliMessage::LinkNotSendable, {QString::number(DeepLinkChannel::MaximumLineBytes)});
         return BadUsage;
     }
     QString error;
@@ -35,6 +34,6 @@ int OpenUrlCommand::run(const QCommandLineParser &parser, Context &)
     }
     if (parser.isSet(u"json"_s))
         printJson(QVariantMap{{u"delivered"_s, false}, {u"error"_s, error}});
-    printError(u"open-url: "_s + error);
+    printFailure(CliMessage::LinkNotDelivered, {error});
     return Failure;
 }

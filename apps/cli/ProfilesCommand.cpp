@@ -29,14 +29,11 @@ void ProfilesCommand::addOptions(QCommandLineParser &parser)
 
 int ProfilesCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    if (parser.positionalArguments().size() != 1) {
-        printError(u"sorvane profiles: give one BROWSER"_s);
-        return BadUsage;
-    }
     QString error;
     const int number = AppOptions::browserNumber(parser.positionalArguments().constFirst(), &error);
     if (number < 0) {
-        printError(error);
+        printFailure(CliMessage::UnknownBrowserArgument,
+                     {DefinitionValidator::quoted(parser.positionalArguments().constFirst())});
         return Failure;
     }
     SNProfileDiscovery discovery(context, BrowserCatalogue::byNumber(number).typeKey);

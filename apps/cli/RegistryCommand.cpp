@@ -10,11 +10,9 @@ int RegistryCommand::run(const QCommandLineParser &parser, Context &context)
     const SNAppTracker tracker(context);
     const SNAppTracker::FileState state = tracker.fileState();
     if (state == SNAppTracker::FileState::Unreadable || state == SNAppTracker::FileState::NotAFile) {
-        printError(QStringLiteral("sorvane registry: the registry %1 is %2; it is kept as it is until the next "
-                                  "change sets it aside as %1.corrupt-<time>")
-                       .arg(tracker.trackerPath(), state == SNAppTracker::FileState::NotAFile
-                                                       ? QStringLiteral("not a file")
-                                                       : QStringLiteral("unreadable")));
+        printFailure(CliMessage::RegistryUnreadable,
+                     {tracker.trackerPath(), state == SNAppTracker::FileState::NotAFile ? QStringLiteral("not a file")
+                                                                                          : QStringLiteral("unreadable")});
         return Failure;
     }
     const QVariantMap records = tracker.getTracker();

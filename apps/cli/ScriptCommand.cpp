@@ -35,26 +35,23 @@ QList<QStringList> ScriptCommand::exclusiveOptions() const
 
 int ScriptCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    const QString usage = u"sorvane script: "_s;
     if (!parser.isSet(u"name"_s)) {
-        printError(usage + u"--name is required"_s);
+        printFailure(CliMessage::NameMissing);
         return BadUsage;
     }
-    if (parser.isSet(u"url"_s) == parser.isSet(u"tab"_s)) {
-        printError(usage + u"give either --url or one or more --tab"_s);
+    if (!parser.isSet(u"url"_s) && !parser.isSet(u"tab"_s)) {
+        printFailure(CliMessage::AddressMissing);
         return BadUsage;
     }
     const QString key = parser.value(u"browser"_s);
-    bool known = false;
-    for (const BrowserInfo &browser : BrowserCatalogue::all())
-        known = known || browser.typeKey == key;
-    if (!known) {
-        printError(usage + u"browser: unknown browser '%1'; `sorvane browsers` lists the keys"_s.arg(key));
+    QString error;
+    if (AppOptions::browserNumber(key, &error) < 0) {
+        printFailure(error);
         return BadUsage;
     }
 
     if (const QString refusal = AppOptions::nameRefusal(parser.value(u"name"_s)); !refusal.isEmpty()) {
-        printError(refusal);
+        printFailure(refusal);
         return Failure;
     }
 
@@ -76,10 +73,9 @@ int ScriptCommand::run(const QCommandLineParser &parser, Context &context)
         inputs.shouldIncludeWLExt &&
         CompanionSupport(context).loadsThroughPipe(BrowserCatalogue::byTypeKey(key), enginePath);
 
-    QString error;
     const QString text = SNAppScriptHelper::scriptText(inputs, &error);
     if (text.isEmpty()) {
-        printError(error);
+        printFailure(error);
         return Failure;
     }
     if (parser.isSet(u"json"_s))

@@ -6,6 +6,7 @@
 #include "maintenance/UpdateAppsJob.h"
 
 #include <QFileInfo>
+#include <QTextStream>
 
 #include <unistd.h>
 
@@ -21,7 +22,7 @@ int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty() == !parser.isSet(u"outdated"_s)) {
-        printError(u"sorvane update: name apps by name, id or bundle path, or give --outdated"_s);
+        printFailure(CliMessage::NoAppsNamedOrOutdated);
         return BadUsage;
     }
     QStringList paths;
@@ -30,7 +31,7 @@ int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
         bool ambiguous = false;
         const std::optional<AppReference> app = AppReference::resolve(argument, context, &error, &ambiguous);
         if (!app) {
-            printError(u"sorvane update: "_s + error);
+            printFailure(error);
             return ambiguous ? BadUsage : Failure;
         }
         if (!paths.contains(app->path))
@@ -45,9 +46,9 @@ int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
     QObject::connect(&job, &UpdateAppsJob::appFinished, [&](qsizetype index) {
         const UpdateAppsJob::Outcome &outcome = job.outcomes().at(index);
         if (progress)
-            printError(u"[%1/%2] %3"_s.arg(index + 1).arg(paths.size()).arg(QFileInfo(outcome.path).fileName()));
+            QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(paths.size()).arg(QFileInfo(outcome.path).fileName());
         if (!outcome.updated && !parser.isSet(u"json"_s))
-            printError(u"sorvane update: "_s + outcome.reason);
+            printFailure(outcome.reason);
         QVariantMap result{{u"path"_s, outcome.path}, {u"updated"_s, outcome.updated}};
         if (!outcome.updated)
             result.insert(u"error"_s, outcome.reason);

@@ -1,22 +1,6 @@
 // sorvane: the scripting face of the generator.
 
-#include "AutoUpdateCommand.h"
-#include "BrowsersCommand.h"
-#include "BulkCommand.h"
-#include "CreateCommand.h"
-#include "DeleteCommand.h"
-#include "DesktopEntriesCommand.h"
-#include "EditCommand.h"
-#include "ExportCommand.h"
-#include "ImportCommand.h"
-#include "IconCommand.h"
-#include "InfoCommand.h"
-#include "ListCommand.h"
-#include "OpenUrlCommand.h"
-#include "ProfilesCommand.h"
-#include "RegistryCommand.h"
-#include "ScriptCommand.h"
-#include "UpdateCommand.h"
+#include "Commands.h"
 
 #include "core/Context.h"
 
@@ -26,33 +10,8 @@
 #include <QList>
 #include <QTextStream>
 
-#include <memory>
-#include <vector>
 
 namespace {
-
-std::vector<std::unique_ptr<Command>> commands()
-{
-    std::vector<std::unique_ptr<Command>> list;
-    list.push_back(std::make_unique<CreateCommand>());
-    list.push_back(std::make_unique<BulkCommand>());
-    list.push_back(std::make_unique<ListCommand>());
-    list.push_back(std::make_unique<InfoCommand>());
-    list.push_back(std::make_unique<EditCommand>());
-    list.push_back(std::make_unique<UpdateCommand>());
-    list.push_back(std::make_unique<ExportCommand>());
-    list.push_back(std::make_unique<ImportCommand>());
-    list.push_back(std::make_unique<AutoUpdateCommand>());
-    list.push_back(std::make_unique<DeleteCommand>());
-    list.push_back(std::make_unique<BrowsersCommand>());
-    list.push_back(std::make_unique<ProfilesCommand>());
-    list.push_back(std::make_unique<IconCommand>());
-    list.push_back(std::make_unique<RegistryCommand>());
-    list.push_back(std::make_unique<DesktopEntriesCommand>());
-    list.push_back(std::make_unique<ScriptCommand>());
-    list.push_back(std::make_unique<OpenUrlCommand>());
-    return list;
-}
 
 const QString Summary = QStringLiteral("Turns web sites into stand-alone desktop apps.");
 
@@ -132,7 +91,7 @@ int main(int argc, char **argv)
     qInstallMessageHandler(previousMessageHandler);
     QCoreApplication::setApplicationName(QStringLiteral("sorvane"));
 
-    const auto list = commands();
+    const auto list = Commands::all();
     QTextStream out(stdout);
     QTextStream err(stderr);
 

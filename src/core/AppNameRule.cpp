@@ -26,23 +26,24 @@ QString tooLongMessage(const QString &name)
     return u"too long (%1 bytes; an app's name can have at most %2 bytes)"_s.arg(byteLength(name)).arg(maximumBytes());
 }
 
-QString refusalReason(const QString &name)
+std::optional<Refusal> refusal(const QString &name)
 {
     const QString quoted = u"'%1'"_s.arg(name);
     if (name.isEmpty())
-        return u"an app needs a name; it cannot be empty"_s;
+        return Refusal{u"empty"_s, u"an app needs a name"_s};
     if (name == u"."_s || name == u".."_s)
-        return u"%1 names a folder itself and cannot name an app; add letters to it"_s.arg(quoted);
+        return Refusal{u"%1 names a folder itself and cannot name an app"_s.arg(quoted), u"add letters to it"_s};
     for (const QChar c : name) {
         if (c == u'/')
-            return u"%1 contains '/', which a file name cannot hold; use another character"_s.arg(quoted);
+            return Refusal{u"%1 contains '/', which a file name cannot hold"_s.arg(quoted), u"use another character"_s};
         if (c.unicode() < 0x20 || c.unicode() == 0x7f)
-            return u"the name contains the control character U+%1 (a tab or line break, for one); remove it"_s.arg(
-                QString::number(c.unicode(), 16).toUpper().rightJustified(4, u'0'));
+            return Refusal{u"the name contains the control character U+%1 (a tab or line break, for one)"_s.arg(
+                               QString::number(c.unicode(), 16).toUpper().rightJustified(4, u'0')),
+                           u"remove it"_s};
     }
     if (check(name) == Verdict::TooLong)
-        return tooLongMessage(name) + u"; shorten it"_s;
-    return {};
+        return Refusal{tooLongMessage(name), u"shorten it"_s};
+    return std::nullopt;
 }
 
 } // namespace AppNameRule

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 
 // What an app's name may be, for everything that names an app (creation, editing, bulk lists,
@@ -46,8 +47,14 @@ inline bool isAcceptable(const QString &name) { return check(name) == Verdict::A
 
 // Why `name` is too long, with the limit.
 QString tooLongMessage(const QString &name);
-// Why `name` is refused, in words a person can act on ("'a/b' contains '/', which a file name
-// cannot hold"); empty for an acceptable name.
-QString refusalReason(const QString &name);
+// Why a name is refused ("'a/b' contains '/', which a file name cannot hold") and what to do
+// about it ("use another character").
+struct Refusal
+{
+    QString problem;
+    QString remedy;
+};
+// Nothing for an acceptable name.
+std::optional<Refusal> refusal(const QString &name);
 
 } // namespace AppNameRule

@@ -148,7 +148,7 @@ TEST(AppSets, AHostileFileCreatesOnlyItsValidAppsAndRunsNothing)
     writeFile(file, laughs);
     const CliRun refused = home.sorvane({u"import"_s, file, u"--into"_s, home.apps});
     EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_TRUE(refused.err.contains(QByteArray("file: " + file.toUtf8() + " is not an app set"))) << refused.err.constData();
+    EXPECT_TRUE(refused.err.contains(QByteArray("FILE: '" + file.toUtf8() + "' is not an app set"))) << refused.err.constData();
     writeFile(file, PropertyList::toXml(QVariantList{entry(u"In A List"_s, u"https://list.example.org/"_s)}));
     const CliRun array = home.sorvane({u"import"_s, file, u"--into"_s, home.apps});
     EXPECT_EQ(array.exitCode, 0);

@@ -143,14 +143,14 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         {u".."_s, {}, "name:"},
         {QString(249, u'n'), {}, "name: too long"},
         {u"Mail"_s, {u"--default-destination"_s, u"elsewhere"_s}, "default-destination:"},
-        {u"Mail"_s, {u"--route"_s, u"x.org=browser:"_s}, "routingRules[0].destination:"},
-        {u"Mail"_s, {u"--route"_s, u"x.org=app:"_s}, "routingRules[0].destination:"},
-        {u"Mail"_s, {u"--route"_s, u"x.org=app:../../etc"_s}, "routingRules[0].destination:"},
-        {u"Mail"_s, {u"--allow"_s, u"a b"_s}, "routingRules[0].pattern:"},
-        {u"Mail"_s, {u"--allow"_s, u"http://x/y"_s}, "routingRules[0].pattern:"},
-        {u"Mail"_s, {u"--allow"_s, u"example.com:99999"_s}, "routingRules[0].pattern:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=browser:"_s}, "route:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=app:"_s}, "route:"},
+        {u"Mail"_s, {u"--route"_s, u"x.org=app:../../etc"_s}, "route:"},
+        {u"Mail"_s, {u"--allow"_s, u"a b"_s}, "allow:"},
+        {u"Mail"_s, {u"--allow"_s, u"http://x/y"_s}, "allow:"},
+        {u"Mail"_s, {u"--allow"_s, u"example.com:99999"_s}, "allow:"},
         {u"Mail"_s, {u"--icon"_s, u"/nonexistent/icon\x1b[2J.png"_s}, "icon:"},
-        {u"Mail"_s, {u"--accent"_s, u"#FFF"_s}, "accentColor:"},
+        {u"Mail"_s, {u"--accent"_s, u"#FFF"_s}, "accent:"},
         {u"Mail"_s, {u"--profile"_s, u"Missing"_s}, "profile:"},
     };
     for (const Case &c : cases) {
@@ -158,7 +158,7 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         Home home;
         const CliRun run = home.create(c.name, c.options);
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_TRUE(run.err.startsWith(c.field)) << run.err.constData();
+        EXPECT_TRUE(run.err.startsWith(QByteArray(QByteArray("sorvane create: ") + c.field))) << run.err.constData();
         EXPECT_FALSE(run.err.contains('\x1b'));
         EXPECT_FALSE(QFile::exists(home.apps));
         EXPECT_FALSE(QFile::exists(home.test.home() + u"/.local/share/Sorvane/tracker.plist"_s));
@@ -172,7 +172,8 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         const CliRun run = home.sorvane(QStringList{u"create"_s, u"--name"_s, u"Mail"_s, u"--browser"_s,
                                                     u"chromium"_s, u"--into"_s, home.apps} + address);
         EXPECT_EQ(run.exitCode, 1) << qPrintable(address.join(u' '));
-        EXPECT_TRUE(run.err.startsWith("appURL:") || run.err.startsWith("tabsList[")) << run.err.constData();
+        EXPECT_TRUE(run.err.startsWith("sorvane create: url:") || run.err.startsWith("sorvane create: tab:"))
+            << run.err.constData();
         EXPECT_FALSE(QFile::exists(home.apps));
     }
 }
@@ -207,7 +208,7 @@ TEST(CreateCommand, NameLengthIsCountedInBytesUpToTheLimit)
         const QByteArray appNameTooLong = "appName: " + tooLong;
         const CliRun created = home.create(over);
         EXPECT_EQ(created.exitCode, 1);
-        EXPECT_TRUE(created.err.startsWith(nameTooLong)) << created.err.constData();
+        EXPECT_TRUE(created.err.startsWith(QByteArray("sorvane create: " + nameTooLong))) << created.err.constData();
 
         const QString list = home.test.root() + u"/list.json"_s;
         writeFile(list, QJsonDocument(QJsonArray{QJsonObject{{u"appName"_s, over}, {u"appURL"_s, u"https://a.example/"_s}}})

@@ -78,7 +78,7 @@ TEST(EditRules, EditAddsReplacesOrDropsRulesAndSaysWhich)
     EXPECT_EQ(strings(json(added)[u"rulesRemoved"_s]), QStringList{});
     const CliRun bare = home.sorvane({u"edit"_s, u"Mail"_s, u"--replace-rules"_s});
     EXPECT_EQ(bare.exitCode, 2);
-    EXPECT_TRUE(bare.err.contains("--replace-rules needs")) << bare.err.constData();
+    EXPECT_TRUE(bare.err.contains("replace-rules: needs the new rules")) << bare.err.constData();
     EXPECT_EQ(strings(json(home.sorvane({u"info"_s, u"Mail"_s, u"--json"_s}))[u"routingRules"_s]),
               QStringList{u"d.example.net -> in-app (allow)"_s});
 }

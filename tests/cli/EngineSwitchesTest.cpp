@@ -69,7 +69,7 @@ TEST(EngineSwitches, ReachTheEngineFromCreateEditAndTheSettingsAndSurviveAnUpdat
     // A refused switch changes nothing.
     const CliRun refused = home.sorvane({u"edit"_s, appID, u"--engine-switch"_s, u"--user-agent=a b"_s});
     EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_TRUE(refused.err.startsWith("sorvane edit: engineSwitches[0]: '--user-agent=a b' is not one engine switch: "
+    EXPECT_TRUE(refused.err.startsWith("sorvane edit: engine-switch: '--user-agent=a b' is not one engine switch: "
                                        "a switch starts with --"))
         << refused.err.constData();
     EXPECT_TRUE(flagsLine(home, u"Mail"_s).contains(u" --no-sandbox --lang=de "_s));
@@ -100,7 +100,7 @@ TEST(EngineSwitches, CreateRefusesASwitchThatIsNotOneSafeWordAndWritesNothing)
         Home home;
         const CliRun run = home.create(u"Mail"_s, {u"--engine-switch"_s, u"--ok"_s, u"--engine-switch="_s + bad});
         EXPECT_EQ(run.exitCode, 1);
-        const QByteArray expected = "engineSwitches[1]: '" + bad.toUtf8() + "' is not one engine switch";
+        const QByteArray expected = "sorvane create: engine-switch: '" + bad.toUtf8() + "' is not one engine switch";
         EXPECT_TRUE(run.err.startsWith(expected))
             << run.err.constData();
         EXPECT_FALSE(QFile::exists(home.apps));

@@ -76,7 +76,7 @@ TEST(ProfilesCommand, OffersExtensionsAndCreateTakesOverExactlyTheChosenOne)
     for (const QString &id : {QString(32, u'x'), QString(32, u'b'), u"../Default"_s}) {
         const CliRun refused = home.create(u"Other"_s, {u"--profile"_s, u"Default"_s, u"--extension"_s, id});
         EXPECT_EQ(refused.exitCode, 1);
-        EXPECT_TRUE(refused.err.startsWith("extension:")) << refused.err.constData();
+        EXPECT_TRUE(refused.err.startsWith("sorvane create: extension:")) << refused.err.constData();
         EXPECT_FALSE(QFileInfo::exists(home.bundle(u"Other"_s)));
     }
 }
@@ -151,7 +151,7 @@ TEST(BulkCommand, ListTheBulkChecksRefuseMakesNothing)
     writeFile(file, R"([{"appName": "Mail", "appURL": "https://mail.example.org/"}, {"appName": "News %2", "appURL": "a.b.c"}])");
     const CliRun run = home.sorvane({u"bulk"_s, file, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_TRUE(run.err.startsWith("entry 2 ('News %2'): appURL: an address needs at least 6 characters"))
+    EXPECT_TRUE(run.err.startsWith("sorvane bulk: entry 2 ('News %2'): appURL: an address needs at least 6 characters"))
         << run.err.constData();
     EXPECT_TRUE(entries(home.apps).isEmpty());
 }

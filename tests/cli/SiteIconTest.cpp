@@ -36,7 +36,7 @@ TEST(IconCommand, PrintsAndWritesTheSitesWidestIcon)
     EXPECT_EQ(plain.out, server.url(u"/touch.png"_s).toEncoded() + " 180x180\n");
     const CliRun none = sandbox.sorvane({u"icon"_s, server.url(u"/nothing/"_s).toString()});
     EXPECT_EQ(none.exitCode, 1);
-    EXPECT_TRUE(none.err.startsWith(QByteArray("icon: none found for " + server.url(u"/nothing/"_s).toEncoded() + " ("))) << none.err.constData();
+    EXPECT_TRUE(none.err.startsWith(QByteArray("sorvane icon: URL: no icon found at " + server.url(u"/nothing/"_s).toEncoded() + " ("))) << none.err.constData();
 }
 
 // Without --icon creation takes the site's icon; with none there (or nobody answering) the app gets
