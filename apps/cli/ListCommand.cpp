@@ -6,6 +6,8 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <clocale>
+#include <cwchar>
 
 #include <unistd.h>
 
@@ -13,21 +15,41 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Rows as columns a person reads: each column as wide as its widest cell, two spaces apart; the
-// last column is not padded.
+// How many cells of a terminal `text` takes: two for a wide character (CJK, most emoji), none for
+// a combining mark. The C library knows the widths, but only under a UTF-8 character locale, which
+// the user's may not be; so it is asked under C.UTF-8, for this thread alone.
+qsizetype screenWidth(const QString &text)
+{
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t(nullptr));
+    const locale_t previous = utf8 ? uselocale(utf8) : locale_t(nullptr);
+    qsizetype cells = 0;
+    for (const char32_t codePoint : text.toUcs4()) {
+        const int width = utf8 ? wcwidth(wchar_t(codePoint)) : 1;
+        cells += width < 0 ? 1 : width;
+    }
+    if (utf8)
+        uselocale(previous);
+    return cells;
+}
+
+// Rows as columns a person reads: each column as wide on the screen as its widest cell, two
+// spaces apart; the last column is not padded.
 QStringList aligned(const QList<QStringList> &rows)
 {
     QList<qsizetype> widths;
     for (const QStringList &row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (qsizetype column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], row[column].size());
+            widths[column] = std::max(widths[column], screenWidth(row[column]));
     }
     QStringList lines;
     for (const QStringList &row : rows) {
         QString line;
-        for (qsizetype column = 0; column < row.size(); ++column)
-            line += column + 1 < row.size() ? row[column].leftJustified(widths[column] + 2) : row[column];
+        for (qsizetype column = 0; column < row.size(); ++column) {
+            line += row[column];
+            if (column + 1 < row.size())
+                line += QString(widths[column] - screenWidth(row[column]) + 2, u' ');
+        }
         lines.append(line);
     }
     return lines;
