@@ -37,8 +37,10 @@ bool UpdateAppsJob::run()
         }
         if (!outcome.updated) {
             ++failed;
+            // Every failing step says why; should one ever not, the run still says where to look.
             if (outcome.reason.isEmpty())
-                outcome.reason = u"Cannot update %1"_s.arg(outcome.path);
+                outcome.reason = u"Cannot update %1: the update stopped without giving a reason; Sorvane's log "
+                                 u"(sorvane.log) lists its steps"_s.arg(outcome.path);
         }
         m_outcomes.append(outcome);
         setProgress(double(index + 1) / double(count), QFileInfo(outcome.path).fileName());
