@@ -147,7 +147,5 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         for (const QVariant &result : results)
             print(result.toMap().value(u"path"_s).toString());
     }
-    if (prompter.lackedTerminal())
-        return BadUsage;
     return allGood && allMade ? Success : Failure;
 }

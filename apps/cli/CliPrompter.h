@@ -10,8 +10,8 @@
 #include <optional>
 
 // Answers questions on the command line. An option (--yes, --replace) answers with the first
-// choice; otherwise a terminal is asked, and a run without one prints the question, names the
-// options that answer it and reports lackedTerminal(), which the command turns into exit 2.
+// choice; otherwise a terminal is asked. A run without one answers Cancel: it prints the question
+// and the options that answer it, and the command fails (exit 1) as it would on Cancel.
 class CliPrompter final : public Prompter
 {
 public:

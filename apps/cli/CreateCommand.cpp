@@ -88,7 +88,7 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
     job.setPrompter(&prompter);
     if (!job.exec()) {
         printFailure(AppOptions::creationFailure(job.errorText(), app->appName));
-        return prompter.lackedTerminal() ? BadUsage : Failure;
+        return Failure;
     }
     QVariantMap result = AppOptions::createdApp(job.result());
     bool imported = true;

@@ -68,7 +68,5 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
     }
     if (parser.isSet(u"json"_s))
         printJson(results);
-    if (prompter.lackedTerminal())
-        return BadUsage;
     return allDeleted ? Success : Failure;
 }

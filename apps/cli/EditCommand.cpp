@@ -212,7 +212,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
                          {u"Switch"_s, u"Cancel"_s}) != 0) {
             if (!prompter.lackedTerminal())
                 printFailure(CliMessage::SwitchNotConfirmed, {from, to});
-            return prompter.lackedTerminal() ? BadUsage : Failure;
+            return Failure;
         }
     }
 

@@ -65,7 +65,5 @@ int ImportCommand::run(const QCommandLineParser &parser, Context &context)
         printJson(QVariantMap{{u"created"_s, created}, {u"refused"_s, refused}});
     if (importer.outcomes().isEmpty())
         printWarning(u"the file holds no apps"_s, parser);
-    if (prompter.lackedTerminal())
-        return BadUsage;
     return refused.isEmpty() ? Success : Failure;
 }

@@ -66,7 +66,7 @@ TEST(AppSets, EditExportAndImportOnAFreshHomeKeepEveryDefinition)
     // Another engine is confirmed first: without a terminal or --yes nothing changes.
     const QStringList toBrave{u"edit"_s, first.bundle(u"Docs"_s), u"--browser"_s, u"brave"_s};
     run = first.sorvane(toBrave);
-    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.err.contains("so its tabs and data are saved first.")) << run.err.constData();
     EXPECT_EQ(definition(first, first.bundle(u"Docs"_s))[u"browserType"_s], u"chromium"_s);
     run = first.sorvane(toBrave + QStringList{u"--yes"_s, u"--json"_s});

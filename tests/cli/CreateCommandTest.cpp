@@ -106,7 +106,7 @@ TEST(CreateCommand, ExistingAppIsKeptOrReplacedButNeverOverwritten)
 
     // Without a terminal the question is shown with the options that answer it.
     CliRun run = home.create(u"Mail"_s);
-    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.err.contains("An App with this name already exists. Do you want to replace it?"));
     EXPECT_TRUE(run.err.contains("run again with --replace or --keep-both")) << run.err.constData();
     EXPECT_TRUE(marker.exists());

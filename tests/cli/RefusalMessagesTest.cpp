@@ -43,7 +43,7 @@ TEST(RefusalMessages, EachRefusalNamesItsFieldAndWhatToDo)
          "sorvane create: name: too long (300 bytes; an app's name can have at most 236 bytes); shorten it"},
         {{u"create"_s, u"--name"_s, u"Mail"_s, u"--url"_s, u"https://mail.example.org/"_s, u"--browser"_s,
           u"chromium"_s, u"--into"_s, home.apps},
-         2, "sorvane create: name: an app named 'Mail' is there already and was kept; --replace moves it to the "
+         1, "sorvane create: name: an app named 'Mail' is there already and was kept; --replace moves it to the "
             "Trash, --keep-both numbers the new one"},
         {{u"create"_s, u"--name"_s, u"A"_s, u"--url"_s, u"https://a.example.org/"_s, u"--browser"_s, u"nope"_s}, 1,
          "sorvane create: browser: unknown browser 'nope'; `sorvane browsers` lists the keys"},
@@ -65,7 +65,7 @@ TEST(RefusalMessages, EachRefusalNamesItsFieldAndWhatToDo)
         {{u"bulk"_s, list, u"--browser"_s, u"chromium"_s, u"--into"_s, home.apps}, 1,
          "sorvane bulk: entry 2 ('a/b'): appName: 'a/b' contains '/', which a file name cannot hold, so nothing was "
          "created; use another character in that entry"},
-        {{u"import"_s, set, u"--into"_s, home.apps, u"--quiet"_s}, 2,
+        {{u"import"_s, set, u"--into"_s, home.apps, u"--quiet"_s}, 1,
          "sorvane import: entry '" + appId + "' ('Mail'): name: an app named 'Mail' is there already and was kept; "
          "--replace moves it to the Trash, --keep-both numbers the new one"},
         {{u"export"_s, u"Mail"_s, u"--output"_s, home.test.root() + u"/no/such/folder/x"_s}, 1,
