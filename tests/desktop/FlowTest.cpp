@@ -55,16 +55,6 @@ QString openMenuAction(DesktopHarness &app, const QString &action, const QString
     return {};
 }
 
-// An app stamped by version 0.0.1 of Sorvane; its Info.plist, or empty when it could not be made so.
-QString seedAppOfAnOlderSorvane(DesktopHarness &app)
-{
-    app.seedApp(u"Old Notes"_s, {u"https://notes.example.org/"_s});
-    const QString plist = app.bundle(u"Old Notes"_s) + u"/Contents/Info.plist"_s;
-    QVariantMap info = PropertyList::readFile(plist).toMap();
-    info.insert(u"CFBundleShortVersionString"_s, u"0.0.1"_s);
-    return PropertyList::writeFile(plist, info) ? plist : QString();
-}
-
 } // namespace
 
 TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
@@ -147,52 +137,49 @@ TEST(DesktopFlow, MakesRenamesDuplicatesAndDeletesAnAppThroughTheWindows)
     EXPECT_TRUE(app.qmlWarnings().isEmpty()) << app.qmlWarnings().join(u'\n').toStdString();
 }
 
-// An app made by an older Sorvane is brought to this version soon after the window opens, once
-// the one-time notice is answered; the hourly tick after it finds nothing to do and asks nothing.
-TEST(DesktopFlow, UpdatesAnOutdatedAppAfterTheOneTimeNotice)
+// An app made by an older Sorvane and the one-time notice on the window: "Keep On" (true) brings
+// the app to this version soon after, "Turn Off" leaves it alone. The hourly tick after it asks
+// nothing again and, kept on, finds the hour not passed.
+class UpdateNotice : public ::testing::TestWithParam<bool>
 {
+};
+
+TEST_P(UpdateNotice, IsAskedOnceAndItsAnswerDecidesTheUpdate)
+{
+    const bool keepOn = GetParam();
     DesktopHarness app;
-    const QString plist = seedAppOfAnOlderSorvane(app);
-    ASSERT_FALSE(plist.isEmpty());
+    app.seedApp(u"Old Notes"_s, {u"https://notes.example.org/"_s});
+    const QString plist = app.bundle(u"Old Notes"_s) + u"/Contents/Info.plist"_s;
+    QVariantMap info = PropertyList::readFile(plist).toMap();
+    info.insert(u"CFBundleShortVersionString"_s, u"0.0.1"_s);
+    ASSERT_TRUE(PropertyList::writeFile(plist, info));
     const auto version = [&] { return PropertyList::readFile(plist).toMap().value(u"CFBundleShortVersionString"_s); };
 
     QString error;
     ASSERT_TRUE(app.load(&error)) << error.toStdString();
     AlertAnswer notice;
-    app.answerNextAlert(0, notice); // "Keep On"
+    app.answerNextAlert(keepOn ? 0 : 1, notice);
     QSignalSpy passes(&app.shell().updates(), &AppUpdateScheduler::passFinished);
     app.shell().startMaintenance(std::chrono::milliseconds(300));
 
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return passes.count() >= 1; }, 60000));
     EXPECT_EQ(notice.shown.value(0), AppUpdateScheduler::NoticeTitle);
     EXPECT_EQ(notice.shown.mid(2), AppUpdateScheduler::NoticeButtons);
-    EXPECT_EQ(version().toString(), app.test().context().version());
     EXPECT_TRUE(app.test().context().defaults().boolForKey(SNAutoUpdateManager::NoticeSeenKey));
-    EXPECT_TRUE(app.test().log().contains(u"Auto-update: Completed. Updated 1 out of 1 apps"_s))
+    EXPECT_EQ(SNAutoUpdateManager::isAutomaticUpdatesEnabled(app.test().context()), keepOn);
+    EXPECT_EQ(version().toString(), keepOn ? app.test().context().version() : u"0.0.1"_s);
+    EXPECT_EQ(app.test().log().contains(u"Auto-update: Completed. Updated 1 out of 1 apps"_s), keepOn)
         << app.test().log().join(u'\n').toStdString();
-    EXPECT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"updateStatus"_s); }));
+    if (keepOn) {
+        EXPECT_TRUE(DesktopHarness::waitFor([&] { return app.isShown(u"updateStatus"_s); }));
+    }
 
-    // The next tick: within the hour, so skipped, and no second notice.
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return passes.count() >= 2; }, 10000));
     EXPECT_TRUE(app.shownAlert().isEmpty());
-    EXPECT_TRUE(app.test().log().contains(u"Auto-update: Skipping check - last update was less than 1 hour ago"_s));
+    EXPECT_EQ(version().toString(), keepOn ? app.test().context().version() : u"0.0.1"_s);
+    const QString skipped = u"Auto-update: Skipping check - last update was less than 1 hour ago"_s;
+    EXPECT_EQ(app.test().log().contains(skipped), keepOn);
 }
 
-// "Turn Off" on the notice: nothing is updated, now or at the next tick.
-TEST(DesktopFlow, TurningAutomaticUpdatesOffOnTheNoticeLeavesAppsAlone)
-{
-    DesktopHarness app;
-    const QString plist = seedAppOfAnOlderSorvane(app);
-    ASSERT_FALSE(plist.isEmpty());
-
-    QString error;
-    ASSERT_TRUE(app.load(&error)) << error.toStdString();
-    AlertAnswer notice;
-    app.answerNextAlert(1, notice); // "Turn Off"
-    QSignalSpy passes(&app.shell().updates(), &AppUpdateScheduler::passFinished);
-    app.shell().startMaintenance(std::chrono::milliseconds(300));
-    ASSERT_TRUE(DesktopHarness::waitFor([&] { return passes.count() >= 2; }, 20000));
-    EXPECT_TRUE(notice.answered);
-    EXPECT_FALSE(SNAutoUpdateManager::isAutomaticUpdatesEnabled(app.test().context()));
-    EXPECT_EQ(PropertyList::readFile(plist).toMap().value(u"CFBundleShortVersionString"_s).toString(), u"0.0.1"_s);
-}
+INSTANTIATE_TEST_SUITE_P(DesktopFlow, UpdateNotice, ::testing::Values(true, false),
+                         [](const auto &row) { return std::string(row.param ? "KeepOn" : "TurnOff"); });

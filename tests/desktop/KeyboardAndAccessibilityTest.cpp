@@ -29,17 +29,6 @@ QString focusedName(QQuickWindow *window)
     return item ? item->objectName() : QString();
 }
 
-// Types into whatever has the focus, as a keyboard does.
-void typeText(QQuickWindow *window, const QString &text)
-{
-    for (const QChar character : text) {
-        for (QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-            QKeyEvent event(type, 0, Qt::NoModifier, QString(character));
-            QCoreApplication::sendEvent(window, &event);
-        }
-    }
-}
-
 // Controls a Tab can reach in `root` that a screen reader has no name for, described by their
 // object names or types.
 QStringList unnamedControls(QQuickItem *root)
@@ -75,10 +64,10 @@ TEST(Keyboard, MakesAnAppWithoutTheMouse)
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return app.value(u"wizardPage"_s, "ready").toBool(); }));
     ASSERT_TRUE(DesktopHarness::waitFor([&] { return focusedName(window) == u"appNameField"_s; }))
         << focusedName(window).toStdString();
-    typeText(window, u"Key Notes"_s);
+    ASSERT_TRUE(app.type(u"appNameField"_s, u"Key Notes"_s)); // key events to the focused field
     QTest::keyClick(window, Qt::Key_Tab);
     EXPECT_EQ(focusedName(window), u"appURLField"_s);
-    typeText(window, u"https://notes.example.org/"_s);
+    ASSERT_TRUE(app.type(u"appURLField"_s, u"https://notes.example.org/"_s));
 
     // Enter goes on through the steps and, on the review, makes the app.
     for (int step = 0; step < 4; ++step) {

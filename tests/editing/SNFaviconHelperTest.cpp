@@ -188,21 +188,25 @@ TEST(Favicons, TheThreadedSearchDeliversOnTheReceiversThreadUnlessCancelled)
     EXPECT_EQ(server.seen().paths.count(u"/ok.png"_s), 1);
 }
 
-namespace {
-
-struct HostileRow
+// Whatever a site does, a search ends by its own bound (one second here; the wait is a hang guard,
+// not a measure of speed) and reports the best icon found by then: a body without end, thousands
+// of icon links. Only a bounded number of links is tried.
+TEST(Favicons, AHostileSiteCannotHoldASearch)
 {
-    const char *name;
-    QByteArray page;
-    LocalHttpServer::Answer pageAnswer; // for the page, when `page` is empty
-    const char *winner;                 // nullptr: nothing found
-};
-
-// Searches each row's site with a one-second bound; the wait is a hang guard, not a measure of
-// speed.
-void searchHostileSites(const QList<HostileRow> &rows)
-{
-    for (const HostileRow &row : rows) {
+    TestContext test;
+    QByteArray thousands;
+    for (int i = 0; i < 10000; ++i)
+        thousands += "<link rel=\"icon\" href=\"/n" + QByteArray::number(i) + ".png\">";
+    const QByteArray okThenTrickle = R"(<link rel="icon" href="/ok.png"><link rel="icon" href="/trickle.png">)";
+    // The page (or, when it is empty, the answer for it) and the icon that wins; nullptr: none.
+    // clang-format off
+    const struct { const char *name; QByteArray page; LocalHttpServer::Answer pageAnswer; const char *winner; } rows[] = {
+        {"a page without end", {}, {{}, 200, "text/html", Kind::Trickle}, nullptr},
+        {"an icon without end", okThenTrickle, {}, "/ok.png"},
+        {"ten thousand links", thousands + R"(<link rel="icon" href="/ok.png">)", {}, nullptr},
+    };
+    // clang-format on
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         LocalHttpServer server;
         server.serve(Page, row.page.isEmpty() ? row.pageAnswer : LocalHttpServer::Answer{row.page});
@@ -230,22 +234,3 @@ void searchHostileSites(const QList<HostileRow> &rows)
                   << " requests, " << seen.hugeBytesSent << " streamed bytes\n";
     }
 }
-
-} // namespace
-
-// Whatever a site does, a search ends by its own bound and reports the best icon found by then:
-// a body without end, thousands of icon links. Only a bounded number of links is tried.
-TEST(Favicons, AHostileSiteCannotHoldASearch)
-{
-    TestContext test;
-    QByteArray thousands;
-    for (int i = 0; i < 10000; ++i)
-        thousands += "<link rel=\"icon\" href=\"/n" + QByteArray::number(i) + ".png\">";
-    const QByteArray okThenTrickle = R"(<link rel="icon" href="/ok.png"><link rel="icon" href="/trickle.png">)";
-    searchHostileSites({
-        {"a page without end", {}, {{}, 200, "text/html", Kind::Trickle}, nullptr},
-        {"an icon without end", okThenTrickle, {}, "/ok.png"},
-        {"ten thousand links", thousands + R"(<link rel="icon" href="/ok.png">)", {}, nullptr},
-    });
-}
-
