@@ -9,6 +9,8 @@
 
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 
 #include <gtest/gtest.h>
@@ -182,9 +184,30 @@ TEST(AppCommands, AppsAreNamedByNameIdPrefixOrPath)
     const CliRun tooShort = home.sorvane({u"info"_s, notes.left(5)});
     EXPECT_EQ(tooShort.exitCode, 1) << tooShort.err.constData();
 
-    const CliRun removed = home.sorvane({u"delete"_s, u"TEAM NOTES"_s, u"--yes"_s});
-    EXPECT_EQ(removed.exitCode, 0) << removed.err.constData();
-    EXPECT_FALSE(QFile::exists(home.bundle(u"Team Notes"_s)));
+    // Every command that takes an app takes each way of naming it.
+    const QHash<QString, QStringList> otherArguments{
+        {u"info"_s, {}},
+        {u"edit"_s, {u"--accent"_s, u"336699"_s}},
+        {u"update"_s, {}},
+        {u"export"_s, {u"--output"_s, home.test.root() + u"/set.sorvane"_s}},
+        {u"delete"_s, {u"--yes"_s}},
+    };
+    const QJsonArray commands =
+        QJsonDocument::fromJson(home.sorvane({u"--help"_s, u"--json"_s}).out).object().value(u"commands"_s).toArray();
+    for (const QJsonValue &command : commands) {
+        const QString verb = command[u"command"_s].toString();
+        if (!command[u"positionals"_s].toArray().contains(u"app"_s))
+            continue;
+        ASSERT_TRUE(otherArguments.contains(verb)) << "no case for " << qPrintable(verb);
+        for (const QString &name : {u"By Name"_s, u"By Id"_s, u"By Path"_s}) {
+            const QString id = json(home.create(name)).toObject().value(u"appID"_s).toString();
+            const QString reference = name == u"By Name"_s ? name.toLower() : name == u"By Id"_s ? id.left(8) : home.bundle(name);
+            const CliRun run = home.sorvane(QStringList{verb, reference} + otherArguments.value(verb));
+            EXPECT_EQ(run.exitCode, 0) << qPrintable(verb + u' ' + reference) << ": " << run.err.constData();
+            EXPECT_EQ(QFile::exists(home.bundle(name)), verb != u"delete"_s) << qPrintable(verb + u' ' + reference);
+            home.sorvane({u"delete"_s, home.bundle(name), u"--yes"_s});
+        }
+    }
 }
 
 // A question at a terminal takes what people type: y, yes, the number or the word; Enter and the
