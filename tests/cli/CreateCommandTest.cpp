@@ -152,6 +152,8 @@ TEST(CreateCommand, BadDefinitionFailsWithTheFieldAndWritesNothing)
         {u"Mail"_s, {u"--icon"_s, u"/nonexistent/icon\x1b[2J.png"_s}, "icon:"},
         {u"Mail"_s, {u"--accent"_s, u"#FFF"_s}, "accent:"},
         {u"Mail"_s, {u"--profile"_s, u"Missing"_s}, "profile:"},
+        // Which values are switches: tests/core/EngineSwitchesTest.cpp.
+        {u"Mail"_s, {u"--engine-switch"_s, u"--ok"_s, u"--engine-switch=--x;touch pwned"_s}, "engine-switch: '--x;touch pwned' is not one engine switch"},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.field.constData());

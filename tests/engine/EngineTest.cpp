@@ -248,14 +248,7 @@ TEST_P(EngineFamily, InProcessRouteBuildsTheInnerEngineBundle)
     const QString to = u"%1/%2.app/Contents/"_s.arg(app.resources, app.browser.browserName);
     ASSERT_EQ(manager.createInternalApplication(), std::nullopt);
 
-    const QString created = u"New directory created successfully."_s;
-    EXPECT_EQ(app.test.log(),
-              (QStringList{created, created, created, u"chromePath:"_s + BrowserCatalogue::enginePathForGenerator(definition.applicationType, app.test.context().defaults()),
-                           u"chromeContentPath:"_s + from, u"0:"_s + from, u"1:"_s + from, u"2:"_s + from,
-                           u"resourcesPath:"_s + from + u"Resources"_s,
-                           u"resourcesCopyPath:"_s + to + u"Resources"_s, u"copyFilesFromChrome 1.5"_s,
-                           u"copyFilesFromChrome 2"_s, u"copyFilesFromChrome 3"_s, u"copyFilesFromChrome 4"_s,
-                           u"3:"_s + from}));
+    EXPECT_TRUE(QFileInfo(to + u"Resources/en.lproj/InfoPlist.strings"_s).isFile());
     const QString link = u"MacOS/"_s + QString::fromUtf8(GetParam().executableLink);
     for (const QString &entry : {u"Versions"_s, u"PkgInfo"_s, u"Helpers"_s, u"_CodeSignature"_s, link}) {
         EXPECT_TRUE(QFileInfo(to + entry).isSymLink()) << qPrintable(entry);
