@@ -120,7 +120,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
         }
     }
 
-    CliPrompter prompter(parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
+    CliPrompter prompter(name(), parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
     prompter.offerKeepBoth();
     CreateAppsJob job(context, {apps, browser,
                                 parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),

@@ -13,8 +13,8 @@ constexpr int Attempts = 3;
 const QString KeepBoth = u"Keep Both"_s;
 } // namespace
 
-CliPrompter::CliPrompter(bool answerFirst, CliMessage noTerminal)
-    : m_answerFirst(answerFirst), m_noTerminal(noTerminal)
+CliPrompter::CliPrompter(QString command, bool answerFirst, CliMessage noTerminal)
+    : m_command(std::move(command)), m_answerFirst(answerFirst), m_noTerminal(noTerminal)
 {
 }
 
@@ -54,7 +54,7 @@ int CliPrompter::ask(const QString &message, const QString &informativeText, con
     QTextStream err(stderr);
     if (!isatty(STDIN_FILENO)) {
         err << message << (informativeText.isEmpty() ? QString() : u" "_s + informativeText) << '\n'
-            << CliMessages::text(m_noTerminal) << '\n';
+            << "sorvane " << m_command << ": " << CliMessages::text(m_noTerminal) << '\n';
         m_lackedTerminal = true;
         return -1;
     }

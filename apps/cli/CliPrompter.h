@@ -15,9 +15,9 @@
 class CliPrompter final : public Prompter
 {
 public:
-    // `answerFirst`: the option that answers every question was given. `noTerminal`: the
-    // refusal that names the options that answer without a terminal.
-    CliPrompter(bool answerFirst, CliMessage noTerminal);
+    // `command`: the asking command's name. `answerFirst`: the option that answers every question
+    // was given. `noTerminal`: the refusal that names the options that answer without a terminal.
+    CliPrompter(QString command, bool answerFirst, CliMessage noTerminal);
 
     // The generator's replace question also offers to keep both apps.
     void offerKeepBoth() { m_offerKeepBoth = true; }
@@ -34,6 +34,7 @@ public:
     static std::optional<int> readAnswer(const QString &typed, const QStringList &choices);
 
 private:
+    QString m_command;
     bool m_answerFirst;
     CliMessage m_noTerminal;
     bool m_offerKeepBoth = false;

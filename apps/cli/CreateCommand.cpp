@@ -80,14 +80,16 @@ int CreateCommand::run(const QCommandLineParser &parser, Context &context)
         printFailure(error);
         return Failure;
     }
-    CliPrompter prompter(parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
+    CliPrompter prompter(name(), parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
     prompter.offerKeepBoth();
     CreateAppJob job(context, {*app, profile,
                                parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
                                QDir::currentPath()});
     job.setPrompter(&prompter);
     if (!job.exec()) {
-        printFailure(AppOptions::creationFailure(job.errorText(), app->appName));
+        // Without a terminal the question and the options that answer it were said already.
+        if (!prompter.lackedTerminal())
+            printFailure(AppOptions::creationFailure(job.errorText(), app->appName));
         return Failure;
     }
     QVariantMap result = AppOptions::createdApp(job.result());

@@ -32,7 +32,7 @@ int DeleteCommand::run(const QCommandLineParser &parser, Context &context)
         }
         apps.append(*app);
     }
-    CliPrompter prompter(parser.isSet(u"yes"_s), CliMessage::NoTerminalForDelete);
+    CliPrompter prompter(name(), parser.isSet(u"yes"_s), CliMessage::NoTerminalForDelete);
     QVariantList results;
     bool allDeleted = true;
     for (const AppReference &app : apps) {

@@ -207,7 +207,7 @@ int EditCommand::run(const QCommandLineParser &parser, Context &context)
         const QString to = BrowserCatalogue::byTypeKey(change.edited.browser).browserName;
         const QString warning = ProfileBackup::switchWarning(original->appItem.appName, from, to,
                                                              change.restoreBackup);
-        CliPrompter prompter(parser.isSet(u"yes"_s), CliMessage::NoTerminalForSwitch);
+        CliPrompter prompter(name(), parser.isSet(u"yes"_s), CliMessage::NoTerminalForSwitch);
         if (prompter.ask(u"Switch %1 from %2 to %3?"_s.arg(original->appItem.appName, from, to), warning,
                          {u"Switch"_s, u"Cancel"_s}) != 0) {
             if (!prompter.lackedTerminal())

@@ -30,7 +30,7 @@ QList<QStringList> ImportCommand::exclusiveOptions() const
 
 int ImportCommand::run(const QCommandLineParser &parser, Context &context)
 {
-    CliPrompter prompter(parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
+    CliPrompter prompter(name(), parser.isSet(u"replace"_s), CliMessage::NoTerminalForReplace);
     prompter.offerKeepBoth();
     ImportAppSetJob importer(context, parser.positionalArguments().constFirst(),
                              {parser.isSet(u"into"_s) ? QDir(parser.value(u"into"_s)).absolutePath() : QString(),

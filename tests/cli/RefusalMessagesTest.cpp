@@ -43,8 +43,8 @@ TEST(RefusalMessages, EachRefusalNamesItsFieldAndWhatToDo)
          "sorvane create: name: too long (300 bytes; an app's name can have at most 236 bytes); shorten it"},
         {{u"create"_s, u"--name"_s, u"Mail"_s, u"--url"_s, u"https://mail.example.org/"_s, u"--browser"_s,
           u"chromium"_s, u"--into"_s, home.apps},
-         1, "sorvane create: name: an app named 'Mail' is there already and was kept; --replace moves it to the "
-            "Trash, --keep-both numbers the new one"},
+         1, "sorvane create: replace: no terminal to ask on whether to replace the app; run again with --replace or "
+            "--keep-both"},
         {{u"create"_s, u"--name"_s, u"A"_s, u"--url"_s, u"https://a.example.org/"_s, u"--browser"_s, u"nope"_s}, 1,
          "sorvane create: browser: unknown browser 'nope'; `sorvane browsers` lists the keys"},
         {{u"edit"_s, u"Mail"_s, u"--name"_s, u"a/b"_s}, 1,
