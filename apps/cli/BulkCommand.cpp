@@ -88,10 +88,9 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
             DefinitionValidator::quoted(entries.at(i).toObject().value(u"appName"_s).toString()));
     };
     if (const int row = list.firstRowWithInvalidName(); row >= 0) {
-        const AppNameRule::Refusal refusal = AppNameRule::refusal(list.cell(row).bulkApp.appName)
-                                                  .value_or(AppNameRule::Refusal{u"not a name an app can have"_s, u"choose another"_s});
+        const std::optional<AppNameRule::Refusal> refusal = AppNameRule::refusal(list.cell(row).bulkApp.appName);
         printFailure(label(listEntries.at(row)) + u": "_s +
-                     CliMessages::text(CliMessage::EntryNameRefused, {refusal.problem, refusal.remedy}));
+                     CliMessages::text(CliMessage::EntryNameRefused, {refusal->problem, refusal->remedy}));
         return Failure;
     }
     if (const int row = list.firstRowWithInvalidURL(); row >= 0) {

@@ -54,7 +54,7 @@ struct Refusal
     QString problem;
     QString remedy;
 };
-// Nothing for an acceptable name.
+// Nothing exactly when check() finds the name acceptable.
 std::optional<Refusal> refusal(const QString &name);
 
 } // namespace AppNameRule
