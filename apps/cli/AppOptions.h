@@ -20,7 +20,7 @@ void addCreateOptions(QCommandLineParser &parser);
 // The definition given by the options, or nothing with the error.
 std::optional<AppDefinition> definitionFromOptions(const QCommandLineParser &parser, QString *error);
 
-// "name: <why>" when an app cannot have `name` (the reason says what to change), else empty.
+// "name: <what is wrong>; <what to do>" when an app cannot have `name`, else empty.
 QString nameRefusal(const QString &name);
 
 // Why an app named `appName` was not created, for the command line: "not created: " and the

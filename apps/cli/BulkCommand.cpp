@@ -16,10 +16,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QJsonDocument>
-#include <QTextStream>
 
-#include <cstdio>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -126,7 +123,6 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
                                 parser.isSet(u"keep-both"_s) ? WhenNameTaken::Number : WhenNameTaken::Ask,
                                 QDir::currentPath()});
     job.setPrompter(&prompter);
-    const bool terminal = isatty(STDERR_FILENO) && !parser.isSet(u"quiet"_s) && !parser.isSet(u"json"_s);
     QVariantList results;
     // Run with exec(), so each outcome is complete when its app is announced.
     QObject::connect(&job, &CreateAppsJob::appFinished, [&](qsizetype index) {
@@ -135,8 +131,7 @@ int BulkCommand::run(const QCommandLineParser &parser, Context &context)
             results.append(AppOptions::createdApp(*outcome.created));
         else
             printFailure(labels.at(index) + u": "_s + AppOptions::creationFailure(outcome.error, outcome.app.appName));
-        if (terminal)
-            QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(apps.size()).arg(outcome.app.appName);
+        printProgress(index + 1, apps.size(), outcome.app.appName, parser);
     });
     const bool allMade = job.exec();
 

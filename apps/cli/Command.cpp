@@ -18,6 +18,8 @@
 #include <cstdio>
 #include <optional>
 
+#include <unistd.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 Command::~Command() = default;
@@ -72,14 +74,15 @@ int Command::execute(const QStringList &arguments, Context &context)
     prepareParser(parser);
     const CommandSyntax syntax = CommandSyntax::of(parser);
 
-    const auto usageError = [&](CliMessage message, const QStringList &fields) {
-        printFailure(message, fields);
+    const auto refuse = [&](const QString &text) {
+        printFailure(text);
         return BadUsage;
     };
-    if (!parser.parse(arguments)) {
-        printFailure(parserProblem(parser.errorText(), name(), syntax));
-        return BadUsage;
-    }
+    const auto usageError = [&](CliMessage message, const QStringList &fields) {
+        return refuse(CliMessages::text(message, fields));
+    };
+    if (!parser.parse(arguments))
+        return refuse(parserProblem(parser.errorText(), name(), syntax));
     const QStringList positionals = parser.positionalArguments();
     if (positionalArguments() != AnyNumber && positionals.size() > positionalArguments())
         return usageError(CliMessage::ExtraArgument,
@@ -122,18 +125,14 @@ int Command::execute(const QStringList &arguments, Context &context)
         for (const QString &value : parser.values(optionName)) {
             if (value.isEmpty())
                 return usageError(CliMessage::MissingValue, {optionName, option->valueName});
-            if (const std::optional<QString> wrong = wrongKind(optionName, option->valueName, value)) {
-                printFailure(*wrong);
-                return BadUsage;
-            }
+            if (const std::optional<QString> wrong = wrongKind(optionName, option->valueName, value))
+                return refuse(*wrong);
         }
     }
     for (qsizetype i = 0; i < positionals.size(); ++i) {
         // The value name of a positional argument is its name ("FILE").
-        if (const std::optional<QString> wrong = wrongKind(positionalName(i), positionalName(i), positionals.at(i))) {
-            printFailure(*wrong);
-            return BadUsage;
-        }
+        if (const std::optional<QString> wrong = wrongKind(positionalName(i), positionalName(i), positionals.at(i)))
+            return refuse(*wrong);
     }
 
     Logger::setLogFile(Platform::logFolder(context.homeFolder()) + u"/sorvane.log"_s);
@@ -240,6 +239,12 @@ void Command::printNote(const QString &text, const QCommandLineParser &parser)
 {
     if (!parser.isSet(QStringLiteral("quiet")) && !parser.isSet(QStringLiteral("json")))
         printError(text);
+}
+
+void Command::printProgress(qsizetype done, qsizetype total, const QString &item, const QCommandLineParser &parser)
+{
+    if (isatty(STDERR_FILENO) && !parser.isSet(QStringLiteral("quiet")) && !parser.isSet(QStringLiteral("json")))
+        printError(u"[%1/%2] %3"_s.arg(done).arg(total).arg(item));
 }
 
 void Command::printWarning(const QString &text, const QCommandLineParser &parser)

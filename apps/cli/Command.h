@@ -57,6 +57,8 @@ public:
     // warning (not with --quiet).
     static void printNote(const QString &text, const QCommandLineParser &parser);
     static void printWarning(const QString &text, const QCommandLineParser &parser);
+    // "[done/total] item" on standard error, when it is a terminal (not with --quiet or --json).
+    static void printProgress(qsizetype done, qsizetype total, const QString &item, const QCommandLineParser &parser);
 
 protected:
     // What `--help --json` prints: the command's description, the options with their value names

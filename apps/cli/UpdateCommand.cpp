@@ -6,9 +6,7 @@
 #include "maintenance/UpdateAppsJob.h"
 
 #include <QFileInfo>
-#include <QTextStream>
 
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -40,13 +38,11 @@ int UpdateCommand::run(const QCommandLineParser &parser, Context &context)
     if (parser.isSet(u"outdated"_s))
         paths = SNAutoUpdateManager(context).getOutdatedApps();
 
-    const bool progress = isatty(STDERR_FILENO) && !parser.isSet(u"quiet"_s) && !parser.isSet(u"json"_s);
     UpdateAppsJob job(context, UpdateAppsRequest{paths});
     QVariantList results;
     QObject::connect(&job, &UpdateAppsJob::appFinished, [&](qsizetype index) {
         const UpdateAppsJob::Outcome &outcome = job.outcomes().at(index);
-        if (progress)
-            QTextStream(stderr) << u"[%1/%2] %3\n"_s.arg(index + 1).arg(paths.size()).arg(QFileInfo(outcome.path).fileName());
+        printProgress(index + 1, paths.size(), QFileInfo(outcome.path).fileName(), parser);
         if (!outcome.updated && !parser.isSet(u"json"_s))
             printFailure(outcome.reason);
         QVariantMap result{{u"path"_s, outcome.path}, {u"updated"_s, outcome.updated}};
